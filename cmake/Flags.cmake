@@ -1,0 +1,40 @@
+# Flags of every target, and the two flavours that differ from it: the library itself and the rest.
+#
+#   pcsim_flags      warnings, word size, sanitizers: everything links it
+#   platform_flags   the library alone: no exceptions, no RTTI, plain i686 code, nothing visible
+#                    that is not marked as exported
+
+add_library(pcsim_flags INTERFACE)
+target_compile_options(pcsim_flags INTERFACE -Wall -Wextra -Wformat=2 -Wshadow -Wundef -Werror
+                       $<$<COMPILE_LANGUAGE:CXX>:-Wno-missing-field-initializers>)
+target_include_directories(pcsim_flags INTERFACE ${PROJECT_SOURCE_DIR}/include
+                           ${PROJECT_SOURCE_DIR})
+
+if(NOT PCSIM_NATIVE)
+    target_compile_options(pcsim_flags INTERFACE -m32)
+    target_link_options(pcsim_flags INTERFACE -m32)
+    set(CMAKE_SYSTEM_PROCESSOR i386)
+endif()
+# Optimising instrumented templates takes four times as long as compiling them as they are, so with
+# sanitizers the library alone is optimised: the tests call it millions of times.
+set(PCSIM_TEST_OPTIMISATION -O1)
+if(PCSIM_SANITIZE)
+    set(PCSIM_TEST_OPTIMISATION -O0)
+    set(PCSIM_SANITIZERS -fsanitize=address,undefined -fno-sanitize-recover=all
+        -fno-omit-frame-pointer)
+    target_compile_options(pcsim_flags INTERFACE ${PCSIM_SANITIZERS})
+    target_link_options(pcsim_flags INTERFACE ${PCSIM_SANITIZERS})
+endif()
+
+add_library(platform_flags INTERFACE)
+target_link_libraries(platform_flags INTERFACE pcsim_flags)
+# The stack of an old host is aligned to 4 bytes and its processor may lack SSE, hence i686 code.
+# The interface is fixed words: conversions between widths are written out.
+target_compile_options(platform_flags INTERFACE -fPIC -fvisibility=hidden -Wconversion -Wcast-align
+                       $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+if(NOT PCSIM_NATIVE)
+    target_compile_options(platform_flags INTERFACE -march=i686 -mtune=generic)
+endif()
+if(PCSIM_SANITIZE)
+    target_compile_options(platform_flags INTERFACE -O1)
+endif()

@@ -1,0 +1,18 @@
+/* Where a dump goes. With a null sink the same lines go to standard output. */
+#ifndef PCSIM_DUMP_SINK_H
+#define PCSIM_DUMP_SINK_H
+
+#include "pcsim/base.h"
+
+/* Receives one piece of a dump, usually a line with its newline. 'format' and its arguments are
+ * valid during the call alone. The result is ignored. */
+typedef int HalDumpPrintFn(uint32_t context, const char* format, ...)
+    __attribute__((format(printf, 2, 3)));
+
+/* Owned by the caller of the dump, read during the dump alone. */
+typedef struct pcSimDumpSink {
+    uint32_t context;      /* 0: handed to 'print' unchanged */
+    HalDumpPrintFn* print; /* 4 */
+} pcSimDumpSink;
+
+#endif

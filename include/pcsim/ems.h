@@ -1,0 +1,63 @@
+/* The host's event-management logger: component records and the two calls the library makes.
+ *
+ * The host owns the records. The library holds pointers to them in the component handles below,
+ * which it defines itself (null at load) and which a host's own definition of the same name
+ * replaces. Only the fields declared here are read; the counters alone are written. */
+#ifndef PCSIM_EMS_H
+#define PCSIM_EMS_H
+
+#include <stdarg.h>
+
+#include "pcsim/base.h"
+
+PCSIM_BEGIN_DECLS
+
+/* Where a component keeps its current trace level. */
+typedef struct HalEmsLevel {
+    uint8_t reserved0[18];
+    uint16_t level; /* 18: a class is counted and sent from its minimum level upwards */
+} HalEmsLevel;
+
+/* One traced component. */
+typedef struct HalEmsComponent {
+    uint8_t reserved0[32];
+    HalEmsLevel* level;         /* 32 */
+    uint32_t* counters;         /* 36: one per class, indexed by class number */
+    const uint8_t* enabledMask; /* 40: bit (1 << class) of the first byte lets the class through */
+} HalEmsComponent;
+
+/* Component numbers, the high half of an incident identifier. */
+#define HAL_EMS_COMPONENT_SYS 0x52u
+#define HAL_EMS_COMPONENT_CARD 0x54u
+#define HAL_EMS_COMPONENT_PORT 0x55u
+#define HAL_EMS_COMPONENT_VLAN 0x56u
+#define HAL_EMS_COMPONENT_FDB 0x57u
+#define HAL_EMS_COMPONENT_TRACE 0x68u
+
+/* Set by the host, before or after it loads the library. */
+extern HalEmsComponent* _ems_HAL_Sys_ComponentHandle;
+extern HalEmsComponent* _ems_HAL_Card_ComponentHandle;
+extern HalEmsComponent* _ems_HAL_Port_ComponentHandle;
+extern HalEmsComponent* _ems_HAL_VLAN_ComponentHandle;
+extern HalEmsComponent* _ems_HAL_FDB_ComponentHandle;
+extern HalEmsComponent* _ems_trace_ComponentHandle;
+
+/* The host's descriptor of the 'trace' component; never looked into. A host without one cannot
+ * have that component registered. */
+typedef struct HalEmsDescriptor HalEmsDescriptor;
+extern HalEmsDescriptor _ems_trace_ComponentDesc;
+
+/* Formats and records one incident. 'arguments' belong to 'format' and are read before the call
+ * returns. The library hands the result on. Called from whatever context the traced operation runs
+ * in, after level and mask have let the incident through. */
+int emsNotifyIncident(const char* file, int line, const char* function, HalEmsComponent* component,
+                      uint32_t incidentId, const char* format, va_list arguments);
+
+/* Registers the component that 'descriptor' describes and stores its record in '*handle'; leaves
+ * '*handle' null when it can't. The library registers the 'trace' component alone, with kind 2, at
+ * the first adjacency trace that finds its handle null. The result is ignored. */
+int emsRegisterComponent(int kind, HalEmsDescriptor* descriptor, HalEmsComponent** handle);
+
+PCSIM_END_DECLS
+
+#endif

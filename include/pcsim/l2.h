@@ -1,0 +1,200 @@
+/* Layer 2: the forwarding database (FDB) of the card family, and the operations by which the HAL
+ * tells the platform of VLANs, ports and memberships.
+ *
+ * The FDB is one block of 65,536 buckets of 8 entries, zeroed when it is made. An address belongs
+ * to the bucket CRC-16/ARC(mac) XOR VLAN id, and nowhere else: a bucket that is full gives one of
+ * its entries away. Entries are never moved, so a pointer to one (a slot) stays good until the
+ * clean-up. The HAL allocates a slot, fills it, and keeps slot and handle in its own record; the
+ * platform allocates nothing per entry.
+ *
+ * A hardware handle is a 4-byte block that the platform makes for each vlanIf, pif and vpif. The
+ * HAL stores the pointer and hands it back on delete, which frees it.
+ *
+ * All operations are called on the HAL's own threads, and the HAL serialises its calls. */
+#ifndef PCSIM_L2_H
+#define PCSIM_L2_H
+
+#include "pcsim/base.h"
+#include "pcsim/dump_sink.h"
+#include "pcsim/host.h"
+#include "pcsim/host_records.h"
+
+PCSIM_BEGIN_DECLS
+
+/* --- Records -------------------------------------------------------------------------------- */
+
+#define HAL_FDB_BUCKETS 65536u
+#define HAL_FDB_BUCKET_ENTRIES 8u
+#define HAL_FDB_ENTRIES (HAL_FDB_BUCKETS * HAL_FDB_BUCKET_ENTRIES)
+#define HAL_MAC_LENGTH 6u
+
+#define HAL_FDB_NOT_INITIALISED (-17)
+#define HAL_FDB_UNKNOWN_VLAN (-19)
+#define HAL_FDB_OUT_OF_MEMORY (-33)
+
+/* One entry of the table. Entry i of the table is entry i & 7 of bucket i >> 3. */
+typedef struct HalFdbEntry {
+    uint32_t handle;             /* 0: the HAL's handle, non-zero while in use */
+    uint32_t vlanInstance;       /* 4 */
+    uint32_t valueA;             /* 8: the HAL's, returned unchanged */
+    uint32_t valueB;             /* 12: the HAL's, returned unchanged */
+    uint32_t port;               /* 16 */
+    uint8_t mac[HAL_MAC_LENGTH]; /* 20 */
+    uint8_t inUse;               /* 26: 1 in use, 0 free */
+    uint8_t reserved27;          /* 27: zero */
+} HalFdbEntry;
+
+/* What an entry is found by. A record of the HAL begins with one. 10 bytes are read. */
+typedef struct HalFdbKey {
+    uint32_t vlanInstance;       /* 0 */
+    uint8_t mac[HAL_MAC_LENGTH]; /* 4 */
+} HalFdbKey;
+
+/* The HAL's record of one address, as far as the platform knows it. */
+typedef struct HalFdbRecord {
+    uint32_t vlanInstance;       /* 0 */
+    uint8_t mac[HAL_MAC_LENGTH]; /* 4 */
+    uint8_t reserved10[18];
+    uint32_t valueA; /* 28 */
+    uint32_t valueB; /* 32 */
+    uint8_t reserved36[4];
+    uint32_t port; /* 40 */
+} HalFdbRecord;
+
+/* Bit of HalProtocolFilter.flags148: frames of the protocol are tagged. */
+#define HAL_PROTOCOL_FILTER_TAGGED 0x01u
+
+/* The HAL's record of a protocol filter on a port, as far as the platform reads it. */
+typedef struct HalProtocolFilter {
+    uint8_t reserved0[148];
+    uint8_t flags148; /* 148 */
+} HalProtocolFilter;
+
+/* --- Forwarding database: family operations ------------------------------------------------- */
+
+/* Makes the table, zeroed, and stores it in '*table' as well as in the exported pcSimFdbTable.
+ * Called once, when the family comes up; a second call without a clean-up makes another table and
+ * frees nothing. 0; HAL_FDB_OUT_OF_MEMORY leaves pcSimFdbTable null and '*table' as it was. */
+typedef int32_t HalFdbInitFn(HalFdbEntry** table);
+
+/* Frees the table. pcSimFdbTable keeps its old value, so no operation on the table may follow but
+ * another init. 0. */
+typedef int32_t HalFdbCleanupFn(void);
+
+/* Stores the handle of the entry in use that holds 'mac' (6 bytes) in the VLAN of 'vlanIf' in
+ * '*handle'. 0; -1 when there is none, HAL_FDB_NOT_INITIALISED before the init, and then '*handle'
+ * stays as it was. An entry in use with handle 0 that the search meets stops the process. */
+typedef int32_t HalFdbMacLookupFn(uint32_t* handle, const uint8_t* mac, const HalVlanIf* vlanIf);
+
+/* Finds the slot for 'key', in this order: the entry that holds it already, with its handle in
+ * '*handle'; the bucket's first free entry, with 0; a random one of the bucket's 8, with the handle
+ * of the address that it holds and that the HAL is to retire. Nothing is written to the slot; the
+ * HAL adds next. Asks getVlanIfByInstance once. 0; HAL_FDB_UNKNOWN_VLAN when the HAL does not know
+ * the instance, else HAL_FDB_NOT_INITIALISED before the init, and then nothing is stored. An entry
+ * in use with handle 0 that the search meets stops the process. */
+typedef int32_t HalFdbAllocEntryFn(uint32_t* handle, HalFdbEntry** slot, const HalFdbKey* key);
+
+/* Frees 'slot' by zeroing its 28 bytes. 0; -1 when it is null. Not checked to lie in the table. */
+typedef int32_t HalFdbDeleteEntryFn(HalFdbEntry* slot);
+
+/* Fills 'slot' from 'record' and marks it in use under 'handle' (non-zero). 'ignored' may be null.
+ * 0; -1 when 'slot' or 'record' is null or 'handle' is 0, and then nothing is written. */
+typedef int32_t HalFdbAddEntryFn(void* ignored, uint32_t handle, HalFdbEntry* slot,
+                                 const HalFdbRecord* record);
+
+/* Copies VLAN instance, values A and B and address of '*slot' to 'record'; the port is not copied
+ * and the rest of the record stays. 0; -1 when a pointer is null. */
+typedef int32_t HalFdbReadEntryFn(HalFdbEntry* const* slot, HalFdbRecord* record);
+
+/* Acknowledges a flush: removes nothing, and has 'callback' run as a task (delay 100) with the two
+ * arguments and two zeros. The first callback stays registered for the life of the library; another
+ * one is refused with a message on standard output, and the task is scheduled for the first. 1;
+ * 0 when 'callback' is null. The first two parameters are not used. */
+typedef int32_t HalFdbFlushFn(uint32_t unused1, uint32_t unused2, HalCompletionFn* callback,
+                              uint32_t argument1, uint32_t argument2);
+
+/* Prints every entry in use, in table order, and their number. 0. */
+typedef int32_t HalFdbDumpFn(const pcSimDumpSink* sink);
+
+/* Filters in hardware: accepted and ignored. */
+typedef HalStubFn HalFdbFilterAddFn;
+typedef HalStubFn HalFdbFilterDelFn;
+typedef HalStubFn HalFdbFilterAddIngressFn;
+typedef HalStubFn HalFdbFilterDelIngressFn;
+typedef HalStubFn HalFdbFilterAddEgressFn;
+typedef HalStubFn HalFdbFilterDelEgressFn;
+typedef HalStubFn HalFdbFilterDumpFn;
+
+/* --- Forwarding database: card operations --------------------------------------------------- */
+
+/* A card's own copy of the table comes up, goes down, is brought up to date. The simulated cards
+ * have none: traced. 0. */
+typedef int32_t HalCardFdbInitFn(int32_t slot);
+typedef int32_t HalCardFdbCleanupFn(int32_t slot);
+typedef int32_t HalCardFdbSyncHwFn(int32_t slot);
+
+/* Accepted and ignored. */
+typedef HalStubFn HalCardMacFdbWriteEntryFn;
+typedef HalStubFn HalCardMacFdbCheckMacRefreshFn;
+
+/* --- VLANs, ports and memberships ----------------------------------------------------------- */
+
+/* Makes a hardware handle for the record and stores it in '*handle', null when there is no memory.
+ * A vlanIf's handle reads 1, the others 0. Traced. 0. */
+typedef int32_t HalVlanIfCreateFn(const HalVlanIf* vlanIf, HalHwHandle** handle);
+typedef int32_t HalCardPifCreateFn(const HalPif* pif, HalHwHandle** handle);
+typedef int32_t HalVpifCreateFn(const HalVpif* vpif, HalHwHandle** handle);
+
+/* Frees '*handle' and sets it to null; a null one is left alone. A handle other than the one the
+ * record holds is reported on standard output, and is freed all the same. The recorded handle is
+ * only compared. Traced. 0. */
+typedef int32_t HalVlanIfDeleteFn(const HalVlanIf* vlanIf, HalHwHandle** handle);
+typedef int32_t HalCardPifDeleteFn(const HalPif* pif, HalHwHandle** handle);
+typedef int32_t HalVpifDeleteFn(const HalVpif* vpif, HalHwHandle** handle);
+
+/* A VLAN appears on a card or goes from it. Traced. 0. */
+typedef int32_t HalCardVlanCreateFn(int32_t slot, const HalVlanIf* vlanIf);
+typedef int32_t HalCardVlanDeleteFn(int32_t slot, const HalVlanIf* vlanIf);
+
+/* A port joins a VLAN, joins it again after its card came back, leaves it. Traced. 0. */
+typedef int32_t HalCardVlanAddPortFn(const HalVpif* vpif);
+typedef int32_t HalCardSyncVlanAddPortFn(const HalVpif* vpif);
+typedef int32_t HalCardVlanDeletePortFn(const HalVpif* vpif);
+
+/* Switches an option of a VLAN; 'enable' is zero or not. Traced. 0. */
+typedef int32_t HalVlanOptionEnableFn(const HalVlanIf* vlanIf, int32_t option, int32_t enable);
+
+/* Adds ('add' non-zero) or deletes a protocol filter of a port. Traced. 0. */
+typedef int32_t HalCardVpifCfgProtocolFn(const HalPif* pif, const HalProtocolFilter* filter,
+                                         uint16_t protocolType, uint16_t value, int32_t add);
+
+/* Accepted and ignored. */
+typedef HalStubFn HalCardVlanDeferUpdateStartFn;
+typedef HalStubFn HalCardVlanDeferUpdateEndFn;
+typedef HalStubFn HalCardVlanSyncSlotFn;
+typedef HalStubFn HalCardVlanBeginSyncFn;
+typedef HalStubFn HalVlanChangeTagFn;
+typedef HalStubFn HalCardVpifChangeTagFn;
+typedef HalStubFn HalVlanCfgIpAddrFn;
+typedef HalStubFn HalVlanCfgSubvlanFn;
+typedef HalStubFn HalPortCfgQosProfileFn;
+typedef HalStubFn HalPortCfgIngressQosProfileFn;
+typedef HalStubFn HalConfigDot1pQosFn;
+typedef HalStubFn HalConfigDiffservQosFn;
+typedef HalStubFn HalUnconfigDiffservQosFn;
+typedef HalStubFn HalPortEnableDiffservQosFn;
+typedef HalStubFn HalConfigPortQosFn;
+typedef HalStubFn HalPortEnableDot1pExamineFn;
+typedef HalStubFn HalPortEnableDot1pReplaceFn;
+typedef HalStubFn HalConfigDiffservReplaceFn;
+typedef HalStubFn HalPortEnableDiffservReplaceFn;
+typedef HalStubFn HalVlanConfigVlanQosFn;
+typedef HalStubFn HalConfigVManEthertypeFn;
+typedef HalStubFn HalConfigVManPortFn;
+typedef HalStubFn HalVrCreateFn;
+typedef HalStubFn HalVrDeleteFn;
+typedef HalStubFn HalCfgVrAndVlanFn;
+
+PCSIM_END_DECLS
+
+#endif

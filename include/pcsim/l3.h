@@ -1,0 +1,189 @@
+/* Layer-3 unicast: IPv4 next-hop adjacencies and the IPv4 and IPv6 route tables, as the HAL
+ * programs them through the card family operations, and the nodes in which the platform keeps them.
+ *
+ * No packet is forwarded with these tables: they are state that can be inspected. An adjacency says
+ * through which MAC address and port a neighbour is reached. Every next hop of an IPv4 route holds
+ * one counted reference to the adjacency of its gateway, made on demand as a placeholder, so an
+ * adjacency lives as long as it has a port or a reference. An adjacency that the HAL adds brings a
+ * host route (mask 255.255.255.255) with it. IPv6 next hops reference nothing.
+ *
+ * Requests and records are the HAL's, read during the call alone. Nodes are the platform's: the HAL
+ * and debuggers may look at them between calls, never write. The HAL serialises all calls to the
+ * three tables. Addresses and masks are in network byte order, everything else in host order. */
+#ifndef PCSIM_L3_H
+#define PCSIM_L3_H
+
+#include "pcsim/base.h"
+#include "pcsim/dump_sink.h"
+#include "pcsim/host_tree.h"
+
+PCSIM_BEGIN_DECLS
+
+/* --- Records that the HAL passes ------------------------------------------------------------ */
+
+/* An address of either family, in network byte order. An IPv4 address fills the first word, the
+ * others are 0. */
+typedef union HalIpAddress {
+    uint8_t bytes[16];
+    uint32_t words[4];
+} HalIpAddress;
+
+#define HAL_IP_FAMILY_IPV4 2u
+
+/* One adjacency. The first 28 bytes are its key. */
+typedef struct pcSimIpAdjRec {
+    uint32_t vrId;
+    uint32_t family; /* 4: HAL_IP_FAMILY_IPV4; the table keeps no other */
+    HalIpAddress ipAddr;
+    uint32_t vlan;
+    uint8_t reserved28[2]; /* 28: carried */
+    uint8_t mac[6];
+    uint32_t port;          /* 36: port instance; 0: not resolved, or removed */
+    uint8_t reserved40[24]; /* 40: carried */
+} pcSimIpAdjRec;
+
+typedef struct pcSimIPv4FibSlot {
+    uint32_t reserved0;
+    uint32_t gateway;
+    uint32_t vlan;
+    uint32_t reserved12;
+} pcSimIPv4FibSlot;
+
+typedef struct pcSimIPv4FibReq {
+    uint32_t vrId;
+    uint32_t prefix;
+    uint32_t mask; /* 8: any bit mask */
+    int32_t count; /* 12: number of slots that follow; what 0 and less mean is each operation's */
+    pcSimIPv4FibSlot slots[]; /* 16: a flush reads the VLAN of the first, whatever 'count' says */
+} pcSimIPv4FibReq;
+
+typedef struct pcSimIPv6FibSlot {
+    HalIpAddress gateway;
+    uint32_t vlan;
+    uint8_t reserved20[8];
+} pcSimIPv6FibSlot;
+
+typedef struct pcSimIPv6FibReq {
+    uint32_t vrId;
+    HalIpAddress prefix;
+    uint8_t maskLen; /* 20: prefix length in bits */
+    uint8_t count;   /* 21: number of slots that follow */
+    uint8_t reserved22[2];
+    pcSimIPv6FibSlot slots[]; /* 24: a flush reads the VLAN of the first, whatever 'count' says */
+} pcSimIPv6FibReq;
+
+/* --- Nodes of the tables --------------------------------------------------------------------- */
+
+/* A place in a circular doubly linked list; alone, it points at itself. */
+typedef struct pcSimFibLinks {
+    struct pcSimFibLinks* next;
+    struct pcSimFibLinks* previous;
+} pcSimFibLinks;
+
+/* One adjacency of the table. */
+typedef struct pcSimIpAdjEntry {
+    HalTreeNode node;
+    uint32_t refCount;      /* 16: attached next hops */
+    pcSimFibLinks nextHops; /* 20: their list, in the order they were attached */
+    pcSimIpAdjRec record;   /* 28 */
+} pcSimIpAdjEntry;
+
+struct pcSimIPv4FibRoute;
+struct pcSimIPv6FibRoute;
+
+/* One next hop of an IPv4 route. */
+typedef struct pcSimFibNextHop {
+    pcSimFibLinks links;          /* 0: its place in the adjacency's list */
+    struct pcSimFibNextHop* next; /* 8: the next older one of the route */
+    uint32_t gateway;
+    uint32_t vlan;
+    struct pcSimIPv4FibRoute* route;
+    pcSimIpAdjEntry* adjacency; /* 24: null until attached, kept when detached */
+} pcSimFibNextHop;
+
+/* One next hop of an IPv6 route: the same shape around a longer gateway. */
+typedef struct pcSimIPv6FibNextHop {
+    pcSimFibLinks links;              /* 0: always alone */
+    struct pcSimIPv6FibNextHop* next; /* 8 */
+    HalIpAddress gateway;
+    uint32_t vlan;
+    struct pcSimIPv6FibRoute* route;
+    pcSimIpAdjEntry* adjacency; /* 36: always null */
+} pcSimIPv6FibNextHop;
+
+/* One IPv4 route; vrId, prefix and mask are its key. */
+typedef struct pcSimIPv4FibRoute {
+    HalTreeNode node;
+    uint32_t vrId;
+    uint32_t prefix;
+    uint32_t mask;
+    pcSimFibNextHop* nextHops; /* 28: the newest one, null when there is none */
+} pcSimIPv4FibRoute;
+
+/* One IPv6 route; vrId, prefix and maskLen are its key. */
+typedef struct pcSimIPv6FibRoute {
+    HalTreeNode node;
+    uint32_t vrId;
+    HalIpAddress prefix;
+    uint32_t maskLen;
+    pcSimIPv6FibNextHop* nextHops; /* 40: the newest one, null when there is none */
+} pcSimIPv6FibRoute;
+
+/* --- Adjacency operations --------------------------------------------------------------------- */
+
+/* Adds the adjacency of 'record' (VR, address, VLAN), or gives the one that is there, a placeholder
+ * too, the record's MAC address, port and carried bytes; references stay. Unless the address has a
+ * host route already, one is made that references the adjacency; that this failed is traced and
+ * otherwise ignored. 0; -1 when there is no memory, and then nothing has changed. Null traps. */
+typedef int32_t HalIpAdjAddFn(const pcSimIpAdjRec* record);
+
+/* Removes the port of the adjacency with 'record's VR, address and VLAN (nothing else is read) and
+ * takes its host route away. It stays, with port 0, while other routes reference it. Does nothing
+ * when there is no such adjacency. Null traps. */
+typedef void HalIpAdjRemoveFn(const pcSimIpAdjRec* record);
+
+/* Lists the adjacencies in the byte order of their keys (so VR 256 comes before VR 1) to 'sink', to
+ * standard output when it is null. 0. */
+typedef uint32_t HalIpAdjDumpFn(const pcSimDumpSink* sink);
+
+/* --- IPv4 route operations ------------------------------------------------------------------- */
+
+/* Adds the slots' next hops to the route of 'request', which is made when it is not there; a slot
+ * that the route has already is skipped. With 'count' below 1 a route without next hops is made,
+ * and an existing one is left alone. 0; -1 when there is no memory, and then no route has changed.
+ * An adjacency that can't be made traps. */
+typedef int32_t HalIPv4FibAddEntryFn(const pcSimIPv4FibReq* request);
+
+/* Removes from the route of 'request' the slots' next hops, and the route when it has none left.
+ * 'count' 0 removes the route and all it has; a negative one removes it only when it has no next
+ * hops. 0, also when there is no such route. */
+typedef uint32_t HalIPv4FibDeleteEntryFn(const pcSimIPv4FibReq* request);
+
+/* Makes the slots' next hops the only ones of the route of 'request', which is made when it is not
+ * there. What both have stays untouched, with its reference. With 'count' below 1 the route stays
+ * without next hops. 0; -1 when there is no memory, and then no route has changed. An adjacency
+ * that can't be made traps. */
+typedef int32_t HalIPv4FibReplaceEntryFn(const pcSimIPv4FibReq* request);
+
+/* Removes the next hops of 'filter's VR whose gateway agrees with 'prefix' in the bits of 'mask'
+ * and whose VLAN is that of the first slot (0: any), and then the VR's routes without next hops. 0.
+ */
+typedef uint32_t HalIPv4FibFlushFn(const pcSimIPv4FibReq* filter);
+
+/* Lists the routes, by VR, longest mask first, then by address, to 'sink', to standard output when
+ * it is null. 0. */
+typedef uint32_t HalIPv4FibDumpFn(const pcSimDumpSink* sink);
+
+/* --- IPv6 route operations ------------------------------------------------------------------- */
+/* As those of IPv4, without adjacencies; 'count' is never negative. */
+
+typedef int32_t HalIPv6FibAddEntryFn(const pcSimIPv6FibReq* request);
+typedef uint32_t HalIPv6FibDeleteEntryFn(const pcSimIPv6FibReq* request);
+typedef int32_t HalIPv6FibReplaceEntryFn(const pcSimIPv6FibReq* request);
+/* Gateways agree with 'prefix' in the first 'maskLen' bits; more than 128 mean all of them. */
+typedef uint32_t HalIPv6FibFlushFn(const pcSimIPv6FibReq* filter);
+typedef uint32_t HalIPv6FibDumpFn(const pcSimDumpSink* sink);
+
+PCSIM_END_DECLS
+
+#endif

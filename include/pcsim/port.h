@@ -1,0 +1,190 @@
+/* Ports as the HAL sees them: configuration, state, link and counters of each front-panel port and
+ * of the own slot's management port, and the operations that drive them.
+ *
+ * A port is named by its port instance (host_records.h). The front-panel port behind it is one of
+ * the PC's interfaces, "ethN" with N = halGetHwPortMapping(slot, port); the management port is
+ * "eth0". Link, speed and duplex are read from the interface's PHY, counters from "/proc/net/dev".
+ *
+ * The per-port tables cover slots 0 to 10 and ports 0 to 256. An instance outside them is never an
+ * error of the process: a query answers as for an absent or not disabled port, a change does
+ * nothing. All operations run on the calling thread and take no lock: the HAL serialises its calls
+ * into the port tables. Pointers must be valid unless said otherwise; nothing is kept. */
+#ifndef PCSIM_PORT_H
+#define PCSIM_PORT_H
+
+#include "pcsim/base.h"
+#include "pcsim/host.h"
+
+PCSIM_BEGIN_DECLS
+
+#define PCSIM_PORT_SLOTS 11u
+#define PCSIM_PORTS_PER_SLOT 257u
+
+/* Speed codes, of the link query and of the auto-negotiation record. */
+#define HAL_PORT_SPEED_10 1u
+#define HAL_PORT_SPEED_100 2u
+#define HAL_PORT_SPEED_1000 3u
+#define HAL_PORT_SPEED_10000 4u
+
+/* What the HAL asks of a port's auto-negotiation. Owned by the caller, read during the call. */
+typedef struct HalPortAutoNeg {
+    uint32_t word0;       /* 0: not read */
+    uint32_t on;          /* 4: auto-negotiation on (non-zero) or off */
+    uint32_t speed;       /* 8: HAL_PORT_SPEED_... */
+    uint32_t fullDuplex;  /* 12: non-zero for full */
+    uint32_t speedGiven;  /* 16: with auto-negotiation on, 'speed' counts */
+    uint32_t duplexGiven; /* 20: with auto-negotiation on, 'fullDuplex' counts */
+} HalPortAutoNeg;
+
+/* Media of a port that may have two connectors. */
+typedef struct HalPortMediaType {
+    uint32_t primary;   /* 0 */
+    uint32_t redundant; /* 4 */
+} HalPortMediaType;
+
+/* Counters of one port. The platform fills the named counters alone; the rest is the host's.
+ * Each counter is measured from a baseline and wraps at 2^64. */
+typedef struct PortStatsRecord {
+    uint8_t reserved0[4];
+    HalCounter64 receivedPackets; /* 4 */
+    uint8_t reserved12[8];
+    HalCounter64 receivedMulticastPackets; /* 20 */
+    uint8_t reserved28[72];
+    HalCounter64 receivedBytes; /* 100: reported with four frame-check bytes per packet */
+    uint8_t reserved108[8];
+    HalCounter64 transmittedBytes;   /* 116: reported with four frame-check bytes per packet */
+    HalCounter64 transmittedPackets; /* 124 */
+    uint8_t reserved132[160];
+    HalCounter64 receiveDrops;       /* 292: kept, never reported */
+    HalCounter64 receiveFrameErrors; /* 300 */
+    HalCounter64 counter308;         /* 308: reported, always 0 */
+    HalCounter64 counter316;         /* 316: reported, always 0 */
+    HalCounter64 receiveFifoErrors;  /* 324: kept, never reported */
+    uint8_t reserved332[8];
+    HalCounter64 receiveErrors;  /* 340 */
+    HalCounter64 transmitDrops;  /* 348: a zeroing leaves it counting */
+    HalCounter64 transmitErrors; /* 356 */
+    uint8_t reserved364[16];
+    HalCounter64 collisions; /* 380 */
+    uint8_t reserved388[808];
+} PortStatsRecord;
+
+/* --- Tables, open to the host and to debuggers ----------------------------------------------- */
+
+/* Bit of a portInfo byte: the port is administratively disabled. The other bits are never set. */
+#define PCSIM_PORT_DISABLED 0x01u
+
+/* State of each port, all zero at load. Port 0 of a slot is not one of its ports. */
+extern uint8_t portInfo[PCSIM_PORT_SLOTS][PCSIM_PORTS_PER_SLOT];
+/* The latest reading of each port's counters, and the baseline that reports are measured from.
+ * All zero at load. */
+extern PortStatsRecord currstats[PCSIM_PORT_SLOTS][PCSIM_PORTS_PER_SLOT];
+extern PortStatsRecord prevstats[PCSIM_PORT_SLOTS][PCSIM_PORTS_PER_SLOT];
+/* The datagram socket of all port requests: -1 until the first operation that needs it opens it,
+ * then kept for the life of the process. */
+extern int32_t skfd;
+
+/* --- Operations --------------------------------------------------------------------------------
+ * All return 0 on success and -1 on failure unless said otherwise. Operations that the table types
+ * as HalStubFn are accepted and ignored. "Traces" means: says so in the event log, as information
+ * of the 'Port' component, and does nothing else. */
+
+/* Live. Whether 'portInstance' has been disabled: 1 or 0. */
+typedef int32_t HalIsPortDisabledFn(uint32_t portInstance);
+
+/* Trace. The HAL is about to update, or has updated, the ports of 'slot'. */
+typedef int32_t HalCardDeferUpdatePortStartFn(uint32_t slot, uint32_t syncNumber);
+typedef int32_t HalCardDeferUpdatePortEndFn(uint32_t slot, uint32_t syncNumber);
+
+/* Enables (non-zero) or disables a front-panel port: marks it in portInfo and restarts or silences
+ * its PHY, so that the far end sees the link come or go. The result does not tell how the PHY took
+ * it. -1 for a slot or port outside the tables, and then nothing changes. 0 for other port types,
+ * which are not touched. */
+typedef int32_t HalCardPortEnableFn(uint32_t portInstance, uint32_t enable);
+
+/* Trace. Jumbo frames of 'frameSize' bytes on (non-zero) or off. */
+typedef int32_t HalCardPortEnableJumboFn(uint32_t portInstance, uint32_t enable,
+                                         uint32_t frameSize);
+
+/* Traces and prints the wanted speed and duplex; the PHY keeps what it has. */
+typedef int32_t HalCardPortConfigAutoNegFn(uint32_t portInstance, const HalPortAutoNeg* config);
+
+/* Live. Resets the port's PHY, which then advertises its default abilities. -1 when the PHY can't
+ * be reached. */
+typedef int32_t HalCardPortRestartFn(uint32_t portInstance);
+
+/* Live. Makes the port's PHY advertise nothing and renegotiate, which keeps the link down until a
+ * restart. -1 when the PHY can't be reached; remaining steps are skipped. */
+typedef int32_t HalCardPortShutDownFn(uint32_t portInstance);
+
+/* Prints. 'mac' is the 6-byte address of the router on this port. */
+typedef int32_t HalCardPortSetRouterAddressFn(uint32_t portInstance, const uint8_t* mac);
+
+/* Trace. The HAL has seen the link of a front-panel port come up ('state' 1) or go down (0). */
+typedef int32_t HalCardPortLinkChangeFn(uint32_t portInstance, uint32_t state);
+
+/* Trace. Receiver on (non-zero) or off. */
+typedef int32_t HalCardPortEnableRcvFn(uint32_t portInstance, uint32_t enable);
+
+/* Trace. */
+typedef int32_t HalCardPortSetLinkLEDFn(uint32_t portInstance, uint32_t color);
+
+/* The HAL sets the spanning-tree state of a port in a group; the state is not stored. With a
+ * 'callback', completion is reported by a task, 50 ms later, as callback(argument1, argument2, 0,
+ * 0), and the result is 1. The first callback ever given is the one that runs; another one is
+ * refused with a printed line. Without a callback the result is 0. */
+typedef int32_t HalCardPortSetForwardingStateFn(uint32_t portInstance, uint32_t group,
+                                                uint32_t ignored1, uint32_t ignored2,
+                                                uint32_t ignored3, HalCompletionFn* callback,
+                                                uint32_t argument1, uint32_t argument2);
+
+/* Constant. Stores 3 (forwarding) in '*state'. */
+typedef int32_t HalCardPortGetForwardingStateFn(uint32_t portInstance, uint32_t ignored,
+                                                uint32_t* state);
+
+/* Trace. */
+typedef int32_t HalCardPortSyncSetMirroredStateFn(uint32_t portInstance);
+typedef int32_t HalCardPortSyncSetForwardingStateFn(uint32_t portInstance);
+
+/* Constant. 1. */
+typedef int32_t HalCardPortGetIntStatusFn(void);
+
+/* Trace. */
+typedef int32_t HalCardPortConfigVlanStatFn(uint32_t portInstance, uint32_t vlanId);
+
+/* Trace. 'gap' is the inter-packet gap. */
+typedef int32_t HalCardPortConfigIPGFn(uint32_t portInstance, uint32_t gap);
+
+/* Constant. Primary 4, redundant 0. The values that the record held on entry show up in the trace.
+ * -1 for trunks and the other logical port types, the record untouched. */
+typedef int32_t HalCardPortGetMediaTypeFn(uint32_t portInstance, HalPortMediaType* media);
+
+/* Live. The link of a front-panel port or of the management port, from the PHY of its interface:
+ * '*link' 1 up, 0 down; '*duplex' 1 full, 0 half; '*speed' HAL_PORT_SPEED_10 or _100;
+ * '*flowControl' 3 with pause negotiated on a full-duplex link, else 0; '*extra' always 0.
+ * A disabled port is down without a look at its PHY, its other outputs as they were. A port without
+ * an interface is down, the outputs 0. -1 for other port types, without a socket, when the PHY
+ * can't be read and when both ends share no 10 or 100 Mbps ability; outputs not yet known stay as
+ * they were ('*link' is 0 from the start and 1 once the PHY has said so).
+ * Called once a second for every port. */
+typedef int32_t HalCardPortLinkInfoFn(uint32_t portInstance, uint32_t* link, uint32_t* duplex,
+                                      uint32_t* speed, uint32_t* flowControl, uint32_t* extra);
+
+/* Live. Reads the port's counters and stores in 'out' what they have grown since the baseline.
+ * 0 with 'out' untouched while the link is down, for logical ports and for the management port of
+ * another slot. -1, with a message, for a port outside the tables and when the kernel's table can't
+ * be opened. */
+typedef int32_t HalCardPortGetStatsFn(uint32_t portInstance, PortStatsRecord* out);
+
+/* Live. The same, but the baseline first moves to the previous reading, so that 'out' has the
+ * growth since the last statistics call of either kind. */
+typedef int32_t HalCardPortGetStatsReadClearFn(uint32_t portInstance, PortStatsRecord* out);
+
+/* Makes the latest reading the baseline, transmit drops excepted; the kernel's table is not read.
+ * Port 0 stands for ports 1 to 256 of the slot. 0 for logical ports; -1, with a message, outside
+ * the tables. */
+typedef int32_t HalCardPortZeroStatsFn(uint32_t portInstance);
+
+PCSIM_END_DECLS
+
+#endif

@@ -1,0 +1,134 @@
+/* The system-operations table: what the HAL gets from platformSystemInit and reaches everything
+ * else through. With it the chassis-information record and the record of the chassis's card types.
+ *
+ * A word that is null is a function the platform does not offer. */
+#ifndef PCSIM_SYSTEM_H
+#define PCSIM_SYSTEM_H
+
+#include "pcsim/base.h"
+#include "pcsim/card.h"
+#include "pcsim/device.h"
+#include "pcsim/env.h"
+
+PCSIM_BEGIN_DECLS
+
+/* --- Chassis information ------------------------------------------------------------------- */
+
+#define HAL_CHASSIS_MAC_COUNT 32
+
+/* Where the MAC table comes from. */
+#define HAL_MAC_SOURCE_SYSTEM 1u
+#define HAL_MAC_SOURCE_PLACEHOLDER 2u
+
+/* Identity of the chassis. The HAL's record; reserved bytes and bytes behind the NUL of a text are
+ * never touched. Words without a name are the HAL's own; the platform gives them constants. */
+typedef struct HalChassisInfo {
+    char modelName[8]; /* 0: NUL-terminated */
+    uint8_t reserved8[24];
+    uint8_t macAddresses[HAL_CHASSIS_MAC_COUNT][6]; /* 32: entry 0 is the system's; live */
+    uint8_t macSource;                              /* 224: HAL_MAC_SOURCE_... */
+    uint8_t reserved225[3];
+    uint32_t word228;     /* 228 */
+    uint32_t word232;     /* 232 */
+    char description[32]; /* 236: NUL-terminated */
+    char serialNumber[8]; /* 268: NUL-terminated */
+    uint8_t reserved276[8];
+    char partNumber[16]; /* 284: NUL-terminated */
+    uint8_t byte300;     /* 300 */
+    uint8_t byte301;     /* 301 */
+    uint8_t reserved302[6];
+    uint32_t timeStamp; /* 308: seconds since the epoch at the call; live */
+    uint8_t reserved312[36];
+    uint32_t word348; /* 348 */
+    uint32_t word352; /* 352 */
+    uint32_t word356; /* 356 */
+    uint32_t word360; /* 360 */
+    uint32_t word364; /* 364 */
+    uint32_t word368; /* 368 */
+    int32_t ownSlot;  /* 372: slot of the running system */
+    uint32_t word376; /* 376 */
+    uint32_t word380; /* 380 */
+    uint8_t reserved384[4];
+    uint32_t word388; /* 388 */
+    uint32_t word392; /* 392 */
+} HalChassisInfo;
+
+/* Fills 'info' in place. Asks getSystemMac for the first entry of the MAC table: when it fails all
+ * 32 entries become placeholders (five zero bytes and the entry's number), when it succeeds the
+ * other 31 stay as they are. Always 0. 'info' must not be null. */
+typedef int32_t HalChassisGetInfoFn(HalChassisInfo* info);
+
+/* --- Chassis capability -------------------------------------------------------------------- */
+
+/* Flags of a card type that a chassis takes. */
+#define HAL_CARD_TYPE_IO 1u
+#define HAL_CARD_TYPE_MANAGEMENT 2u
+
+typedef struct HalCardTypeEntry {
+    char name[16];     /* 0: NUL-padded */
+    uint32_t cardType; /* 16: HAL_CARD_TYPE_... number */
+    uint32_t flags;    /* 20 */
+} HalCardTypeEntry;
+
+/* The card types that may sit in the chassis. */
+typedef struct HalChassisCapability {
+    uint32_t size;              /* 0: of the whole record, in bytes */
+    uint32_t entryCount;        /* 4 */
+    HalCardTypeEntry entries[]; /* 8 */
+} HalChassisCapability;
+
+/* A new record, which the HAL owns from now on and frees with free(). Null when there is no memory.
+ * Constant. */
+typedef HalChassisCapability* HalChassisGetCapabilityFn(void);
+
+/* --- Module control ------------------------------------------------------------------------ */
+
+#define HAL_MODULE_SET_CARDS 0
+#define HAL_MODULE_SET_FANS 1
+#define HAL_MODULE_SET_POWER_SUPPLIES 2
+#define HAL_MODULE_DEVICE_COMMAND 3
+
+/* Makes units appear and disappear, and passes device command lines on. 'module' is not used.
+ * 'argument' is, for the first three requests, a 32-bit presence mask (bit n: the unit or slot n is
+ * there); for HAL_MODULE_DEVICE_COMMAND, the device command line. 0, whatever the device answers;
+ * -2 for any other request, which changes nothing. */
+typedef int32_t HalModuleIoctlFn(uint32_t module, int32_t request, void* argument);
+
+/* --- Checkpoints --------------------------------------------------------------------------- */
+
+/* Reports the checkpoint as complete at once, setCheckpointStats(0, 0, 100). Always 0. */
+typedef int32_t HalCheckpointStartFn(void);
+
+/* --- The table ----------------------------------------------------------------------------- */
+
+/* 29 words, owned by the HAL, every one of them written. */
+typedef struct HalSystemOps {
+    void* reserved0;                                 /* word 0 */
+    HalChassisGetInfoFn* chassisGetInfo;             /* word 1 */
+    HalChassisGetCapabilityFn* chassisGetCapability; /* word 2 */
+    HalModuleIoctlFn* moduleIoctl;                   /* word 3 */
+    HalCardDBSetupFn* cardDBSetup;                   /* word 4 */
+    HalCardSlotDBSetupFn* cardSlotDBSetup;           /* word 5 */
+    HalFanDBSetupFn* fanDBSetup;                     /* word 6 */
+    HalFanSlotDBSetupFn* fanSlotDBSetup;             /* word 7 */
+    HalPSDBSetupFn* psDBSetup;                       /* word 8 */
+    HalPSSlotDBSetupFn* psSlotDBSetup;               /* word 9 */
+    void* reserved10[4];                             /* words 10 to 13 */
+    HalStubFn* systemNop;                            /* word 14 */
+    HalStubFn* systemShutdown;                       /* word 15 */
+    void* reserved16[3];                             /* words 16 to 18 */
+    HalGetDeviceCapabilityFn* getDeviceCapability;   /* word 19 */
+    HalDeviceCommandFn* deviceCommand;               /* word 20 */
+    HalStubFn* checkpointMsgHandler;                 /* word 21 */
+    HalCheckpointStartFn* checkpointStart;           /* word 22 */
+    HalStubFn* checkpointStop;                       /* word 23 */
+    void* reserved24[5];                             /* words 24 to 28 */
+} HalSystemOps;
+
+/* The library's one entry point, called once at start-up. Initialises the platform in the shape
+ * that dmGetPlatformType names and fills 'table'. Always 0. */
+typedef int32_t HalPlatformSystemInitFn(HalSystemOps* table);
+
+PCSIM_END_DECLS
+
+#endif

@@ -1,0 +1,37 @@
+/* Trunks (load-share groups): several front-panel ports under one logical port, whose port instance
+ * has the type HAL_PORT_TYPE_TRUNK. The platform has no load-sharing hardware: a trunk has a
+ * hardware handle like any pif, and members are accepted. All operations return 0 unless said
+ * otherwise; those that the tables type as HalStubFn are accepted and ignored. */
+#ifndef PCSIM_TRUNK_H
+#define PCSIM_TRUNK_H
+
+#include "pcsim/base.h"
+#include "pcsim/host_records.h"
+
+PCSIM_BEGIN_DECLS
+
+/* Stores a new hardware handle for the trunk's pif in '*handle'; null when memory is short. Traces
+ * as the creation of a pif. */
+typedef int32_t HalTrunkCreateFn(const HalPif* trunk, HalHwHandle** handle);
+
+/* Frees '*handle' and sets it to null; null is accepted. Traces as the deletion of a pif. */
+typedef int32_t HalTrunkDeleteFn(const HalPif* trunk, HalHwHandle** handle);
+
+/* Adds 'portCount' members, whose instances are read during the call. */
+typedef int32_t HalTrunkAddPortsFn(const HalPif* trunk, uint32_t portCount,
+                                   const uint32_t* portInstances, uint32_t flag);
+
+/* Chooses the address algorithm. -1 for the algorithms 1 and 2, which the hardware hasn't got. */
+typedef int32_t HalTrunkConfigAddrAlgoFn(uint32_t algorithm);
+
+/* The same for a slot that has just come up. */
+typedef int32_t HalSyncLoadShareAddrAlgoSlotFn(uint32_t slot, uint32_t algorithm, uint32_t ignored);
+
+/* Adds each member that 'slot' has to its trunk again, walking all pifs of the HAL. A member whose
+ * trunk the HAL doesn't know yet holds the walk, with a printed line at each attempt, until the
+ * trunk is there. */
+typedef int32_t HalTrunkSyncSlotFn(uint32_t slot);
+
+PCSIM_END_DECLS
+
+#endif
