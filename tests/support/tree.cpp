@@ -1,0 +1,22 @@
+// The host's own tree, its insertion behind a gate.
+#include "tests/support/tree.h"
+
+#define p2BtreeInsert hostTreeInsert
+#include "host/tree/tree.cpp"
+#undef p2BtreeInsert
+
+namespace pcsim::test {
+
+TreeState& tree() {
+    static TreeState state;
+    return state;
+}
+
+}  // namespace pcsim::test
+
+extern "C" int32_t p2BtreeInsert(HalTreeNode* node, HalTreeRoot* root, HalTreeCompareFn* compare) {
+    pcsim::test::TreeState& state = pcsim::test::tree();
+    ++state.insertions;
+    if (state.refuseInsert != 0 && --state.refuseInsert == 0) return -1;
+    return hostTreeInsert(node, root, compare);
+}

@@ -1,0 +1,18 @@
+// The host's tree, with insertions that a test can have refused.
+#ifndef PCSIM_TESTS_SUPPORT_TREE_H
+#define PCSIM_TESTS_SUPPORT_TREE_H
+
+#include <cstdint>
+
+namespace pcsim::test {
+
+struct TreeState {
+    uint32_t refuseInsert = 0;  // the n-th insertion from now is refused, once; 0: none is
+    uint32_t insertions = 0;    // asked for so far
+};
+
+TreeState& tree();
+
+}  // namespace pcsim::test
+
+#endif
