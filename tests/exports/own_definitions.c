@@ -1,0 +1,55 @@
+/* A host that defines a component handle and an operation itself: the library uses the host's. */
+#include <dlfcn.h>
+#include <stdio.h>
+
+#include "pcsim/ems.h"
+
+HalEmsComponent* _ems_HAL_Sys_ComponentHandle;
+
+static HalEmsLevel level = {{0}, 2};
+static uint32_t counters[8];
+static const uint8_t mask[1] = {0x02};
+static HalEmsComponent component = {{0}, &level, counters, mask};
+
+static HalEmsComponent* seen;
+static uint32_t seenId;
+
+int emsNotifyIncident(const char* file, int line, const char* function, HalEmsComponent* of,
+                      uint32_t incidentId, const char* format, va_list arguments) {
+    (void)file, (void)line, (void)function, (void)format, (void)arguments;
+    seen = of;
+    seenId = incidentId;
+    return 0;
+}
+
+/* In place of the library's rule. */
+uint32_t pcSimChassisCardGetId(int32_t slot) {
+    return slot == 3 ? 407u : 0u;
+}
+
+int main(int argc, char** argv) {
+    if (argc != 2) return 2;
+    _ems_HAL_Sys_ComponentHandle = &component;
+    void* library = dlopen(argv[1], RTLD_LAZY);
+    if (library == NULL) {
+        fprintf(stderr, "%s\n", dlerror());
+        return 1;
+    }
+    int32_t (*control)(uint32_t, int32_t, void*) =
+        (int32_t(*)(uint32_t, int32_t, void*))dlsym(library, "pcSimModuleIoctl");
+    int32_t (*setUpSlot)(int32_t, void*) =
+        (int32_t(*)(int32_t, void*))dlsym(library, "pcSimChassisCardSlotDBSetup");
+    if (control == NULL || setUpSlot == NULL) return 1;
+    if (control(0, 9, NULL) != -2 || seen != &component || seenId != 0x520001u ||
+        counters[1] != 1) {
+        fprintf(stderr, "the library uses a handle of its own\n");
+        return 1;
+    }
+    static uint32_t slotRecord[267];
+    setUpSlot(3, slotRecord);
+    if (slotRecord[7] != 128) {
+        fprintf(stderr, "the library uses a slot rule of its own\n");
+        return 1;
+    }
+    return 0;
+}
