@@ -1,0 +1,432 @@
+// The life of a card.
+#include "host/cards/card_manager.h"
+
+#include "host/core/text.h"
+#include "pcsim/host.h"
+
+namespace pcsim::host {
+
+namespace {
+
+constexpr int32_t kExtendedPostMaxMs = 10000;
+constexpr const char* kImage = "pcsim.img";
+
+// A report that has not come by then never will: the longest step takes 10 s.
+constexpr uint64_t kReportTimeoutMs = 30000;
+
+constexpr int kPresenceMaskBits = 32;
+
+}  // namespace
+
+const char* cardStateName(CardState state) {
+    switch (state) {
+        case CardState::kEmpty:
+            return "empty";
+        case CardState::kPresent:
+            return "present";
+        case CardState::kPoweringOn:
+            return "powering on";
+        case CardState::kTesting:
+            return "self test";
+        case CardState::kDownloading:
+            return "downloading";
+        case CardState::kBooting:
+            return "booting";
+        case CardState::kOperational:
+            return "operational";
+        case CardState::kDiagnosing:
+            return "diagnostics";
+        case CardState::kPoweringOff:
+            return "powering off";
+        case CardState::kPoweredOff:
+            return "powered off";
+        case CardState::kFailed:
+            return "failed";
+    }
+    return "?";
+}
+
+std::optional<uint64_t> Card::durationMs(CardState in, uint64_t nowMs) const {
+    for (size_t i = 0; i < timeline.size(); ++i) {
+        if (timeline[i].state != in) continue;
+        const uint64_t endMs = i + 1 < timeline.size() ? timeline[i + 1].timeMs : nowMs;
+        return endMs - timeline[i].timeMs;
+    }
+    return std::nullopt;
+}
+
+std::optional<uint64_t> Card::bringUpMs() const {
+    for (const CardStep& step : timeline)
+        if (step.state == CardState::kOperational) return step.timeMs - timeline.front().timeMs;
+    return std::nullopt;
+}
+
+std::string CardManager::slotName(int slot) {
+    return fmt::format("Slot {}", slot);
+}
+
+std::string CardManager::cardName(const Card& card) {
+    return card.state == CardState::kEmpty ? "-" : textOf(card.info.name);
+}
+
+// Which slots a shape has: a stackable is one card in its own slot, a chassis has eight I/O slots
+// and two for management modules.
+void CardManager::boot() {
+    if (machine_.options().chassis) {
+        for (int slot = 1; slot <= 10; ++slot) cards_[slot].slot = slot;
+    } else {
+        const int own = machine_.ownSlot();
+        if (own < 0 || own >= Platform::kSlots)
+            fail("own slot {} is outside 0 to {}; set VORN_SLOT_ID to a slot that exists", own,
+                 Platform::kSlots - 1);
+        cards_[own].slot = own;
+    }
+    pollPresence();
+    const uint32_t period = machine_.platform.cardDbRecord.word0;
+    machine_.scheduler.every(period, "card presence poll", [this] { pollPresence(); });
+}
+
+Card& CardManager::card(int slot) {
+    const auto found = cards_.find(slot);
+    if (found == cards_.end())
+        fail("slot {} does not exist; slots are {} to {}", slot, cards_.begin()->first,
+             cards_.rbegin()->first);
+    return found->second;
+}
+
+Card& CardManager::presentCard(int slot) {
+    Card& found = card(slot);
+    if (found.state == CardState::kEmpty) fail("slot {} is empty; insert a card first", slot);
+    return found;
+}
+
+uint32_t CardManager::interfaceNumber(uint32_t slot, uint32_t port) const {
+    if (slot >= static_cast<uint32_t>(Platform::kSlots)) return kNoInterface;
+    const HalCardSlotDb& record = machine_.platform.slotRecord(static_cast<int>(slot));
+    if (record.portMap == nullptr || port == 0 || port > record.portCount) return kNoInterface;
+    return record.portMap[port - 1];
+}
+
+bool CardManager::operational(int slot) const {
+    const auto found = cards_.find(slot);
+    return found != cards_.end() && (found->second.state == CardState::kOperational ||
+                                     found->second.state == CardState::kDiagnosing);
+}
+
+void CardManager::enter(Card& card, CardState state) {
+    card.state = state;
+    card.stateSinceMs = machine_.scheduler.nowMs();
+    card.timeline.push_back({state, card.stateSinceMs});
+    machine_.events.note("card", "{} {} {}", slotName(card.slot), cardName(card),
+                         cardStateName(state));
+}
+
+// Waits for no report any more.
+void CardManager::settle(Card& card) {
+    card.awaited = 0;
+    machine_.scheduler.cancel(card.watch);
+}
+
+void CardManager::failed(Card& card, const std::string& why) {
+    settle(card);
+    card.resetting = false;
+    machine_.events.note("card", "{} {}: {}", slotName(card.slot), cardStateName(card.state), why);
+    takeDown(card);
+    enter(card, CardState::kFailed);
+}
+
+// --- Presence -----------------------------------------------------------------------------------
+
+void CardManager::pollPresence() {
+    for (auto& [slot, card] : cards_) {
+        const bool present =
+            machine_.platform.call(machine_.platform.cardDb, &HalCardDbOps::isCardHwPresent,
+                                   slot) == HAL_CARD_HW_PRESENT;
+        if (present && card.state == CardState::kEmpty) appeared(card);
+        if (!present && card.state != CardState::kEmpty) disappeared(card);
+    }
+}
+
+void CardManager::appeared(Card& card) {
+    Platform& platform = machine_.platform;
+    card.timeline.clear();
+    card.insertedMs = machine_.scheduler.nowMs();
+    platform.setUpSlot(card.slot);
+    card.info = {};
+    const int32_t result = platform.call(platform.slot(card.slot), &HalCardSlotOps::cardGetHwInfo,
+                                         card.slot, &card.info);
+    card.state = CardState::kPresent;
+    enter(card, CardState::kPresent);
+    if (result != 0)
+        failed(card, fmt::format("no hardware information, the platform answered {}", result));
+    else
+        startPower(card);
+}
+
+// Everything that hangs on the card goes before the card does.
+void CardManager::disappeared(Card& card) {
+    machine_.events.note("card", "{} {} removed", slotName(card.slot), cardName(card));
+    settle(card);
+    card.resetting = false;
+    takeDown(card);
+    card.state = CardState::kEmpty;
+    card.stateSinceMs = machine_.scheduler.nowMs();
+    card.timeline.clear();
+    card.lastDiagnostics.clear();
+    machine_.events.note("card", "{} empty", slotName(card.slot));
+}
+
+// Takes the card out of service and gives its resources back.
+void CardManager::takeDown(Card& card) {
+    Platform& platform = machine_.platform;
+    if (card.inService) {
+        card.inService = false;
+        machine_.cardDown(card.slot);
+        platform.call(platform.cardDb, &HalCardDbOps::cardLinkIntrEnable, card.slot, 0);
+        platform.call(platform.cardDb, &HalCardDbOps::cardOffline);
+    }
+    if (card.initialised) {
+        card.initialised = false;
+        platform.call(platform.slot(card.slot), &HalCardSlotOps::cardCleanup, card.slot);
+    }
+}
+
+// The platform is told all slots at once, and tells one at a time.
+void CardManager::setPresent(int slot, bool present) {
+    Platform& platform = machine_.platform;
+    uint32_t mask = 0;
+    for (int bit = 0; bit < kPresenceMaskBits; ++bit)
+        if (platform.call(platform.cardDb, &HalCardDbOps::isCardHwPresent, bit) ==
+            HAL_CARD_HW_PRESENT)
+            mask |= 1u << bit;
+    mask = present ? mask | 1u << slot : mask & ~(1u << slot);
+    platform.call(platform.system, &HalSystemOps::moduleIoctl, 0u, HAL_MODULE_SET_CARDS, &mask);
+    pollPresence();
+}
+
+void CardManager::insert(int slot) {
+    if (card(slot).state != CardState::kEmpty)
+        fail("slot {} holds a card already; remove it first", slot);
+    setPresent(slot, true);
+}
+
+void CardManager::remove(int slot) {
+    presentCard(slot);
+    setPresent(slot, false);
+}
+
+// --- Requests and their reports -----------------------------------------------------------------
+
+CardManager::Answer CardManager::request(const std::function<int32_t()>& operation) {
+    struct Holder {
+        uint32_t& ticket;
+        ~Holder() { ticket = 0; }
+    };
+    if (++lastTicket_ == 0) ++lastTicket_;  // 0 is no ticket
+    const uint32_t ticket = lastTicket_;
+    machine_.taskTicket = ticket;
+    const Holder holder{machine_.taskTicket};
+    return {operation(), ticket};
+}
+
+void CardManager::stepAsked(Card& card, Answer answer, CardState next) {
+    if (answer.result == 0) {
+        proceed(card, next);
+    } else if (answer.result == 1) {
+        card.awaited = answer.ticket;
+        card.watch = machine_.scheduler.after(
+            kReportTimeoutMs, "card report watch",
+            [this, slot = card.slot, answer] { reportMissing(slot, answer.ticket); });
+    } else {
+        failed(card, fmt::format("the platform answered {}", answer.result));
+    }
+}
+
+void CardManager::reportMissing(int slot, uint32_t ticket) {
+    Card& card = cards_.at(slot);
+    if (card.awaited == ticket)
+        failed(card, fmt::format("no report within {} s", kReportTimeoutMs / 1000));
+}
+
+// A report counts only for the request that waits for it: what was promised to a card that has been
+// removed, switched off or replaced since is late.
+void CardManager::reported(int slot, int state, uint32_t ticket) {
+    const auto found = cards_.find(slot);
+    if (found == cards_.end()) {
+        machine_.events.note("card", "{} does not exist: report \"{}\" ignored", slotName(slot),
+                             halGetCardStateString(state));
+        return;
+    }
+    Card& card = found->second;
+    struct Expected {
+        int report;
+        CardState waiting;
+        CardState next;
+    };
+    static constexpr Expected kExpected[] = {
+        {HAL_CARD_STATE_POWERED_ON, CardState::kPoweringOn, CardState::kTesting},
+        {HAL_CARD_STATE_POST_DONE, CardState::kTesting, CardState::kDownloading},
+        {HAL_CARD_STATE_DOWNLOADED, CardState::kDownloading, CardState::kBooting},
+        {HAL_CARD_STATE_BOOTED, CardState::kBooting, CardState::kOperational},
+        {HAL_CARD_STATE_DIAG_DONE, CardState::kDiagnosing, CardState::kOperational},
+        {HAL_CARD_STATE_POWERED_OFF, CardState::kPoweringOff, CardState::kPoweredOff},
+    };
+    if (card.awaited != 0 && card.awaited == ticket) {
+        for (const Expected& expected : kExpected) {
+            if (expected.report != state || expected.waiting != card.state) continue;
+            settle(card);
+            proceed(card, expected.next);
+            return;
+        }
+    }
+    machine_.events.note("card", "{} {}: late report \"{}\" ignored", slotName(slot),
+                         cardStateName(card.state), halGetCardStateString(state));
+}
+
+// --- Steps --------------------------------------------------------------------------------------
+
+void CardManager::startPower(Card& card) {
+    enter(card, CardState::kPoweringOn);
+    Platform& platform = machine_.platform;
+    stepAsked(card, request([&] {
+                  return platform.call(platform.cardDb, &HalCardDbOps::cardPowerEnable, card.slot,
+                                       1);
+              }),
+              CardState::kTesting);
+}
+
+void CardManager::startPowerOff(Card& card) {
+    settle(card);
+    card.timeline.clear();
+    takeDown(card);
+    enter(card, CardState::kPoweringOff);
+    Platform& platform = machine_.platform;
+    stepAsked(card, request([&] {
+                  return platform.call(platform.cardDb, &HalCardDbOps::cardPowerEnable, card.slot,
+                                       0);
+              }),
+              CardState::kPoweredOff);
+}
+
+void CardManager::startTest(Card& card) {
+    Platform& platform = machine_.platform;
+    auto& slot = platform.slot(card.slot);
+    int32_t result = platform.call(slot, &HalCardSlotOps::cardPowerOnCheck, card.slot);
+    if (result == 0) {
+        card.initialised = true;
+        result = platform.call(slot, &HalCardSlotOps::cardInit, card.slot);
+    }
+    if (result != 0) {
+        failed(card, fmt::format("the platform answered {}", result));
+        return;
+    }
+    enter(card, CardState::kTesting);
+    stepAsked(card, request([&] {
+                  return platform.call(slot, &HalCardSlotOps::cardRunExtPost, card.slot,
+                                       kExtendedPostMaxMs);
+              }),
+              CardState::kDownloading);
+}
+
+// Starts the step that 'state' stands for. Each step ends with an answer or a report that starts
+// the next.
+void CardManager::proceed(Card& card, CardState state) {
+    Platform& platform = machine_.platform;
+    auto& slot = platform.slot(card.slot);
+    switch (state) {
+        case CardState::kTesting:
+            startTest(card);
+            return;
+        case CardState::kDownloading:
+            enter(card, CardState::kDownloading);
+            stepAsked(card, request([&] {
+                          return platform.call(slot, &HalCardSlotOps::cardStartDownload, card.slot,
+                                               kImage);
+                      }),
+                      CardState::kBooting);
+            return;
+        case CardState::kBooting:
+            enter(card, CardState::kBooting);
+            stepAsked(card, request([&] {
+                          return platform.call(slot, &HalCardSlotOps::cardStartBooting, card.slot);
+                      }),
+                      CardState::kOperational);
+            return;
+        case CardState::kOperational:
+            if (card.state == CardState::kDiagnosing)
+                diagnosed(card);
+            else
+                goOperational(card);
+            return;
+        case CardState::kPoweredOff:
+            enter(card, CardState::kPoweredOff);
+            if (!card.resetting) return;
+            card.resetting = false;
+            powerOn(card);
+            return;
+        default:
+            return;
+    }
+}
+
+void CardManager::goOperational(Card& card) {
+    Platform& platform = machine_.platform;
+    platform.call(platform.cardDb, &HalCardDbOps::cardLinkIntrEnable, card.slot, 1);
+    card.inService = true;
+    enter(card, CardState::kOperational);
+    machine_.cardUp(card.slot);
+}
+
+void CardManager::diagnosed(Card& card) {
+    Platform& platform = machine_.platform;
+    HalCardDiagnosticsResult result{};
+    platform.call(platform.slot(card.slot), &HalCardSlotOps::cardDiagnosticsGetResult, card.slot,
+                  &result);
+    card.lastDiagnostics = textOf(result.message);
+    machine_.events.note("card", "{} diagnostics: {}", slotName(card.slot), card.lastDiagnostics);
+    enter(card, CardState::kOperational);
+}
+
+// --- Commands -----------------------------------------------------------------------------------
+
+void CardManager::powerOn(Card& card) {
+    if (card.state != CardState::kPoweredOff && card.state != CardState::kFailed)
+        fail("slot {} is {}; only a card that is powered off or failed can be powered on",
+             card.slot, cardStateName(card.state));
+    card.timeline.clear();
+    startPower(card);
+}
+
+void CardManager::powerOff(Card& card) {
+    if (card.state == CardState::kPoweredOff || card.state == CardState::kPoweringOff)
+        fail("slot {} is {} already", card.slot, cardStateName(card.state));
+    card.resetting = false;
+    startPowerOff(card);
+}
+
+void CardManager::reset(Card& card) {
+    if (card.state == CardState::kPoweredOff || card.state == CardState::kPoweringOff)
+        fail("slot {} is {}; 'card {} power on' brings it up", card.slot, cardStateName(card.state),
+             card.slot);
+    card.resetting = true;
+    startPowerOff(card);
+}
+
+void CardManager::runDiagnostics(Card& card) {
+    if (card.state != CardState::kOperational)
+        fail("slot {} is {}; diagnostics need an operational card", card.slot,
+             cardStateName(card.state));
+    // The time line keeps the bring-up and the latest diagnostics.
+    while (card.timeline.back().state == CardState::kOperational && card.timeline.size() > 2 &&
+           card.timeline[card.timeline.size() - 2].state == CardState::kDiagnosing)
+        card.timeline.resize(card.timeline.size() - 2);
+    enter(card, CardState::kDiagnosing);
+    Platform& platform = machine_.platform;
+    stepAsked(card, request([&] {
+                  return platform.call(platform.slot(card.slot),
+                                       &HalCardSlotOps::cardDiagnosticsRun, card.slot);
+              }),
+              CardState::kOperational);
+}
+
+}  // namespace pcsim::host

@@ -1,0 +1,141 @@
+// The card manager: takes each present card through its life, as a HAL does.
+//
+// A card that appears is powered, self-tested, loaded and booted, one step after the other. The
+// platform either answers a step at once, and the next follows, or it promises a report, and the
+// card waits for it. When a card disappears everything that hangs on it goes first.
+//
+// The platform remembers no requests, so a report may come when the card that it was promised to is
+// long gone, even replaced. Each request therefore has a ticket, which the host hands back with the
+// report: only the report of the request that the card waits for counts.
+#ifndef PCSIM_HOST_CARDS_CARD_MANAGER_H
+#define PCSIM_HOST_CARDS_CARD_MANAGER_H
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/core/machine.h"
+#include "pcsim/card.h"
+
+namespace pcsim::host {
+
+// In the order in which a card passes through them.
+enum class CardState {
+    kEmpty,
+    kPresent,     // seen in its slot, not powered
+    kPoweringOn,  // waiting for the power report
+    kTesting,     // extended self test
+    kDownloading,
+    kBooting,
+    kOperational,
+    kDiagnosing,  // in service all the while
+    kPoweringOff,
+    kPoweredOff,  // by command
+    kFailed,
+};
+
+const char* cardStateName(CardState state);
+
+struct CardStep {
+    CardState state;
+    uint64_t timeMs;
+};
+
+struct Card {
+    int slot = 0;
+    CardState state = CardState::kEmpty;
+    HalCardHwInfo info{};
+    uint64_t stateSinceMs = 0;
+    uint64_t insertedMs = 0;
+    // Since the card appeared or was last switched on or off, so it has a handful of steps.
+    std::vector<CardStep> timeline;
+    std::string lastDiagnostics;
+
+    uint32_t awaited = 0;      // ticket of the request whose report it waits for, 0: none
+    Scheduler::Id watch = 0;   // of the timer that misses it
+    bool initialised = false;  // between cardInit and cardCleanup
+    bool inService = false;    // between cardUp and cardDown of the managers
+    bool resetting = false;    // switched off only to be switched on again
+
+    // How long the card was, or has been, in a state of its time line; nothing when it wasn't.
+    std::optional<uint64_t> durationMs(CardState in, uint64_t nowMs) const;
+    // From insertion, or the last power-on, to operational.
+    std::optional<uint64_t> bringUpMs() const;
+};
+
+class CardManager : public Manager {
+public:
+    explicit CardManager(Machine& machine) : machine_(machine) {}
+
+    void boot() override;
+
+    const std::map<int, Card>& cards() const { return cards_; }
+    // The card of a slot, or a CommandError that says which slots there are.
+    Card& card(int slot);
+    // The same, but a slot without a card is an error too.
+    Card& presentCard(int slot);
+
+    // N of the interface "ethN" that backs a port, from the slot's port map; kNoInterface when the
+    // slot has no such port.
+    static constexpr uint32_t kNoInterface = 0xFFFF;
+    uint32_t interfaceNumber(uint32_t slot, uint32_t port) const;
+
+    bool operational(int slot) const;
+
+    // What the platform reports, with the ticket of the request that it belongs to.
+    void reported(int slot, int state, uint32_t ticket);
+
+    // Commands. A CommandError when the card's state doesn't allow them.
+    void powerOn(Card& card);
+    void powerOff(Card& card);
+    void runDiagnostics(Card& card);
+    void reset(Card& card);  // off and on again
+
+    // Puts a card into a slot or pulls it out, by the presence mask of module control, and looks
+    // at once, as on an interrupt of the slot's latch.
+    void insert(int slot);
+    void remove(int slot);
+
+    // Looks into every slot for cards that came or went.
+    void pollPresence();
+
+    static std::string slotName(int slot);
+    static std::string cardName(const Card& card);
+
+private:
+    // What a step that the platform was asked for leads to.
+    struct Answer {
+        int32_t result;
+        uint32_t ticket;
+    };
+    // Makes a request under a ticket of its own.
+    Answer request(const std::function<int32_t()>& operation);
+    // Waits for the report when the platform answered 1, carries on at once when it answered 0.
+    void stepAsked(Card& card, Answer answer, CardState next);
+
+    void enter(Card& card, CardState state);
+    void settle(Card& card);
+    void failed(Card& card, const std::string& why);
+    void appeared(Card& card);
+    void disappeared(Card& card);
+    void startPower(Card& card);
+    void startPowerOff(Card& card);
+    void takeDown(Card& card);
+    void proceed(Card& card, CardState state);
+    void startTest(Card& card);
+    void goOperational(Card& card);
+    void diagnosed(Card& card);
+    void reportMissing(int slot, uint32_t ticket);
+    void setPresent(int slot, bool present);
+
+    Machine& machine_;
+    std::map<int, Card> cards_;
+    uint32_t lastTicket_ = 0;
+};
+
+}  // namespace pcsim::host
+
+#endif

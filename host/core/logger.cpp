@@ -1,0 +1,70 @@
+// The logger's components.
+#include "host/core/logger.h"
+
+#include <strings.h>
+
+namespace pcsim::host {
+
+Logger::Logger()
+    : components_{{{"Sys", HAL_EMS_COMPONENT_SYS},
+                   {"Card", HAL_EMS_COMPONENT_CARD},
+                   {"Port", HAL_EMS_COMPONENT_PORT},
+                   {"VLAN", HAL_EMS_COMPONENT_VLAN},
+                   {"FDB", HAL_EMS_COMPONENT_FDB},
+                   {"trace", HAL_EMS_COMPONENT_TRACE}}} {
+    for (Component& component : components_) {
+        component.record.level = &component.level;
+        component.record.counters = component.counters.data();
+        component.record.enabledMask = component.mask.data();
+        set(component, kDefaultLevel, 0xFF);
+    }
+}
+
+Logger::Component* Logger::find(std::string_view name) {
+    for (Component& component : components_)
+        if (strcasecmp(component.name, std::string(name).c_str()) == 0) return &component;
+    return nullptr;
+}
+
+Logger::Component* Logger::of(const HalEmsComponent* record) {
+    for (Component& component : components_)
+        if (&component.record == record) return &component;
+    return nullptr;
+}
+
+void Logger::set(Component& component, uint16_t level, uint8_t mask) {
+    component.level.level = level;
+    component.mask[0] = mask;
+}
+
+std::string Logger::names() const {
+    std::string names;
+    for (const Component& component : components_)
+        names += (names.empty() ? "" : ", ") + std::string(component.name);
+    return names;
+}
+
+Table Logger::table() const {
+    Table table{"components",
+                "Components",
+                {{"component", "Component"},
+                 {"number", "Number"},
+                 {"level", "Level", Align::kRight},
+                 {"mask", "Mask"},
+                 {"class0", "Class 0", Align::kRight},
+                 {"class1", "Class 1", Align::kRight},
+                 {"class5", "Class 5", Align::kRight},
+                 {"sent", "Sent", Align::kRight}},
+                {},
+                "",
+                ""};
+    for (const Component& component : components_)
+        table.rows.push_back(
+            {component.name, Cell(Cell(component.number), fmt::format("0x{:x}", component.number)),
+             component.level.level,
+             Cell(Cell(component.mask[0]), fmt::format("0x{:02x}", component.mask[0])),
+             component.counters[0], component.counters[1], component.counters[5], component.sent});
+    return table;
+}
+
+}  // namespace pcsim::host

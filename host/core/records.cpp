@@ -1,0 +1,75 @@
+// The interface records.
+#include "host/core/records.h"
+
+namespace pcsim::host {
+
+Pif& Records::addPif(uint32_t instance) {
+    auto& pif = pifs_[instance];
+    if (pif == nullptr) {
+        pif = std::make_unique<Pif>();
+        pif->record.instance = instance;
+        pif->record.slot = static_cast<uint16_t>(slotOf(instance));
+        pif->record.port = static_cast<uint16_t>(portOf(instance));
+        pif->record.hwHandle = &pif->handle;
+    }
+    return *pif;
+}
+
+void Records::removePif(uint32_t instance) {
+    pifs_.erase(instance);
+}
+
+void Records::removePorts(uint32_t slot) {
+    const uint32_t first = portInstance(slot, 0), end = first + 0x10000;
+    for (auto& [id, vlan] : vlans_)
+        vlan->members.erase(vlan->members.lower_bound(first), vlan->members.lower_bound(end));
+    pifs_.erase(pifs_.lower_bound(first), pifs_.lower_bound(end));
+}
+
+Pif* Records::pif(uint32_t instance) {
+    const auto found = pifs_.find(instance);
+    return found == pifs_.end() ? nullptr : found->second.get();
+}
+
+VlanIf& Records::addVlan(uint16_t vlanId) {
+    auto& vlan = vlans_[vlanId];
+    if (vlan == nullptr) {
+        vlan = std::make_unique<VlanIf>();
+        vlan->record.instance = nextVlanInstance_++;
+        vlan->record.vlanId = vlanId;
+        vlan->record.hwHandle = &vlan->handle;
+        byInstance_.resize(nextVlanInstance_, nullptr);
+        byInstance_[vlan->record.instance] = vlan.get();
+    }
+    return *vlan;
+}
+
+void Records::removeVlan(uint16_t vlanId) {
+    const auto found = vlans_.find(vlanId);
+    if (found == vlans_.end()) return;
+    byInstance_[found->second->record.instance] = nullptr;
+    vlans_.erase(found);
+}
+
+VlanIf* Records::vlan(uint16_t vlanId) {
+    const auto found = vlans_.find(vlanId);
+    return found == vlans_.end() ? nullptr : found->second.get();
+}
+
+Vpif& Records::addMember(VlanIf& vlan, Pif& pif, bool tagged) {
+    auto& member = vlan.members[pif.record.instance];
+    if (member == nullptr) {
+        member = std::make_unique<Vpif>();
+        member->record.pif = &pif.record;
+        member->record.vlanIf = &vlan.record;
+        member->record.hwHandle = &member->handle;
+    }
+    member->record.flags = tagged ? HAL_VPIF_TAGGED : 0;
+    return *member;
+}
+
+void Records::removeMember(VlanIf& vlan, uint32_t instance) {
+    vlan.members.erase(instance);
+}
+
+}  // namespace pcsim::host

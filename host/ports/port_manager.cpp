@@ -1,0 +1,161 @@
+// Ports of cards, link polls, counters.
+#include "host/ports/port_manager.h"
+
+#include "host/cards/card_manager.h"
+#include "host/ports/counters.h"
+
+namespace pcsim::host {
+
+void PortManager::boot() {
+    machine_.scheduler.every(kPollPeriodMs, "port link poll", [this] { pollAll(); });
+}
+
+void PortManager::cardUp(int slot) {
+    const HalCardSlotDb& table = machine_.platform.slotRecord(slot);
+    const auto slotNumber = static_cast<uint32_t>(slot);
+    for (uint32_t number = 1; number <= table.portCount; ++number) {
+        const uint32_t instance = portInstance(slotNumber, number);
+        Port& port = ports_[instance];
+        port.instance = instance;
+        port.interfaceNumber = machine_.cards().interfaceNumber(slotNumber, number);
+        machine_.records.addPif(instance);
+        enable(port, true);
+        pollPort(port);
+    }
+    if (table.portCount != 0)
+        machine_.events.note("port", "Slot {}: {} ports enabled", slot, table.portCount);
+}
+
+void PortManager::cardDown(int slot) {
+    unsigned count = 0;
+    for (auto entry = ports_.begin(); entry != ports_.end();) {
+        if (entry->second.slot() != static_cast<uint32_t>(slot)) {
+            ++entry;
+            continue;
+        }
+        entry = ports_.erase(entry);
+        ++count;
+    }
+    if (count != 0) machine_.events.note("port", "Slot {}: {} ports gone", slot, count);
+}
+
+std::string PortManager::existing() const {
+    if (ports_.empty()) return "there are no ports yet";
+    // Runs of one slot, as "1:1 to 1:4".
+    std::string text;
+    const Port* first = nullptr;
+    const Port* last = nullptr;
+    const auto close = [&] {
+        if (first == nullptr) return;
+        text += text.empty() ? "ports are " : ", ";
+        text += first == last ? first->name() : first->name() + " to " + last->name();
+    };
+    for (const auto& [instance, port] : ports_) {
+        if (first != nullptr && port.slot() != first->slot()) {
+            close();
+            first = nullptr;
+        }
+        if (first == nullptr) first = &port;
+        last = &port;
+    }
+    close();
+    return text;
+}
+
+Port& PortManager::port(uint32_t slot, uint32_t number) {
+    const auto found = ports_.find(portInstance(slot, number));
+    if (found == ports_.end() || slot > 0xFF || number > 0xFFFF)
+        fail("port {}:{} does not exist; {}", slot, number, existing());
+    return found->second;
+}
+
+void PortManager::enable(Port& port, bool on) {
+    port.enabled = on;
+    machine_.platform.call(slotTable(port), &HalCardSlotOps::cardPortEnable, port.instance,
+                           on ? 1u : 0u);
+}
+
+void PortManager::restart(Port& port) {
+    const int32_t result =
+        machine_.platform.call(slotTable(port), &HalCardSlotOps::cardPortRestart, port.instance);
+    if (result != 0)
+        fail("port {} can't be restarted: eth{} refuses the PHY reset", port.name(),
+             port.interfaceNumber);
+}
+
+void PortManager::configureAutoNeg(Port& port, const HalPortAutoNeg& config) {
+    machine_.platform.call(slotTable(port), &HalCardSlotOps::cardPortConfigAutoNeg, port.instance,
+                           &config);
+}
+
+void PortManager::pollAll() {
+    for (auto& [instance, port] : ports_) pollPort(port);
+}
+
+void PortManager::pollPort(Port& port) {
+    uint32_t link = 0, duplex = 0, speed = 0, flowControl = 0, extra = 0;
+    const int32_t result =
+        machine_.platform.call(slotTable(port), &HalCardSlotOps::cardPortLinkInfo, port.instance,
+                               &link, &duplex, &speed, &flowControl, &extra);
+    // A query that fails leaves nothing to believe in: the port counts as down.
+    Link now;
+    if (result == 0 && link != 0) now = {true, duplex, speed, flowControl};
+    const bool changed = now.up != port.link.up;
+    port.link = now;
+    if (!changed) return;
+    ++port.changes;
+    port.lastChangeMs = machine_.scheduler.nowMs();
+    if (port.enabled || now.up)
+        machine_.events.note("port", "Port {} link {}", port.name(), describe(now));
+    else
+        machine_.events.note("port", "Port {} link down (disabled)", port.name());
+    machine_.platform.call(slotTable(port), &HalCardSlotOps::cardPortLinkChange, port.instance,
+                           now.up ? 1u : 0u);
+}
+
+std::string PortManager::describe(const Link& link) {
+    if (!link.up) return "down";
+    static constexpr const char* kSpeeds[] = {"?", "10", "100", "1000", "10000"};
+    return fmt::format("up, {} Mbps {}{}", kSpeeds[link.speed < 5 ? link.speed : 0],
+                       link.duplex != 0 ? "full" : "half", link.flowControl != 0 ? ", pause" : "");
+}
+
+bool PortManager::readCounters(Port& port) {
+    PortStatsRecord record{};
+    // The platform leaves the record alone while the link is down; a counter never reads this.
+    constexpr uint64_t kUntouched = ~uint64_t{0};
+    record.receivedPackets = kUntouched;
+    const int32_t result = machine_.platform.call(
+        slotTable(port), &HalCardSlotOps::cardPortGetStats, port.instance, &record);
+    if (result != 0)
+        fail("counters of port {} can't be read: the platform answered {}", port.name(), result);
+    if (record.receivedPackets == kUntouched) return false;
+    if (machine_.options().chassis)
+        for (const Counter& counter : kCounters)
+            port.counters.*counter.field += record.*counter.field;
+    else
+        port.counters = record;
+    return true;
+}
+
+void PortManager::zeroCounters(uint32_t slot, uint32_t number) {
+    Port& port = this->port(slot, number);
+    machine_.platform.call(slotTable(port), &HalCardSlotOps::cardPortZeroStats, port.instance);
+    port.counters = {};
+}
+
+void PortManager::zeroSlotCounters(uint32_t slot) {
+    machine_.cards().presentCard(static_cast<int>(slot));
+    auto& table = machine_.platform.slot(static_cast<int>(slot));
+    machine_.platform.call(table, &HalCardSlotOps::cardPortZeroStats, portInstance(slot, 0));
+    for (auto& [instance, port] : ports_)
+        if (port.slot() == slot) port.counters = {};
+}
+
+void PortManager::managementLinkChanged(uint32_t instance, const Link& link) {
+    managementLink_ = link;
+    machine_.events.note("port", "Management port of slot {} link {}", host::slotOf(instance),
+                         describe(link));
+}
+
+}  // namespace pcsim::host

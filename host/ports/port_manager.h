@@ -1,0 +1,86 @@
+// The port manager: the front panel as an operator sees it.
+//
+// It makes the ports of a card that comes up, enables them, polls the link of each once a second
+// through the platform and logs every change once, and reads counters when asked. The management
+// port is listed beside the front panel but its link is the platform's own poll's business.
+#ifndef PCSIM_HOST_PORTS_PORT_MANAGER_H
+#define PCSIM_HOST_PORTS_PORT_MANAGER_H
+
+#include <map>
+#include <string>
+
+#include "host/core/machine.h"
+#include "pcsim/port.h"
+
+namespace pcsim::host {
+
+struct Link {
+    bool up = false;
+    uint32_t duplex = 0;
+    uint32_t speed = 0;
+    uint32_t flowControl = 0;
+};
+
+struct Port {
+    uint32_t instance = 0;
+    uint32_t interfaceNumber = 0;  // N of ethN
+    bool enabled = true;
+    Link link;
+    uint32_t changes = 0;  // of the link
+    uint64_t lastChangeMs = 0;
+    PortStatsRecord counters{};  // since they were zeroed
+
+    uint32_t slot() const { return slotOf(instance); }
+    uint32_t number() const { return portOf(instance); }
+    std::string name() const { return fmt::format("{}:{}", slot(), number()); }
+};
+
+class PortManager : public Manager {
+public:
+    static constexpr uint64_t kPollPeriodMs = 1000;
+
+    explicit PortManager(Machine& machine) : machine_(machine) {}
+
+    void boot() override;
+    void cardUp(int slot) override;
+    void cardDown(int slot) override;
+
+    const std::map<uint32_t, Port>& ports() const { return ports_; }
+    // The port, or a CommandError that says which ports there are.
+    Port& port(uint32_t slot, uint32_t number);
+    std::string existing() const;
+
+    void enable(Port& port, bool on);
+    void restart(Port& port);
+    void configureAutoNeg(Port& port, const HalPortAutoNeg& config);
+
+    // Asks the platform for the port's link now.
+    void pollPort(Port& port);
+    void pollAll();
+
+    // Brings the port's counters up to date; false when its link is down, since the platform counts
+    // only while a link is up. A stackable reports totals, a chassis reads and clears, so there the
+    // growth is added up.
+    bool readCounters(Port& port);
+    void zeroCounters(uint32_t slot, uint32_t number);
+    void zeroSlotCounters(uint32_t slot);
+
+    // The management link, as the platform reports it.
+    void managementLinkChanged(uint32_t instance, const Link& link);
+    const Link& managementLink() const { return managementLink_; }
+
+    static std::string describe(const Link& link);
+
+private:
+    OpTable<HalCardSlotOps>& slotTable(const Port& port) {
+        return machine_.platform.slot(static_cast<int>(port.slot()));
+    }
+
+    Machine& machine_;
+    std::map<uint32_t, Port> ports_;  // by instance
+    Link managementLink_;
+};
+
+}  // namespace pcsim::host
+
+#endif
