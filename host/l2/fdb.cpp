@@ -1,0 +1,292 @@
+// The MAC table.
+#include "host/l2/fdb.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstring>
+
+#include "host/l2/l2_manager.h"
+
+namespace pcsim::host {
+
+namespace {
+
+constexpr uint64_t kSweepMs = 1000;  // ageing looks at most this often
+
+// The host's value A in the platform's entries.
+constexpr uint32_t kValueStatic = 1;
+
+// The first argument of the platform's add, which it does not look at.
+constexpr void* kIgnored = nullptr;
+
+}  // namespace
+
+void Fdb::init() {
+    const int32_t result =
+        machine_.platform.call(machine_.platform.family, &HalFamilyOps::fdbInit, &table_);
+    if (result != 0) fail("the platform can't make its MAC table: it answered {}", result);
+}
+
+void Fdb::shutDown() {
+    if (table_ == nullptr) return;
+    machine_.platform.call(machine_.platform.family, &HalFamilyOps::fdbCleanup);
+    table_ = nullptr;
+}
+
+Fdb::Added Fdb::add(const MacAddress& mac, const VlanIf& vlan, uint32_t port, bool isStatic) {
+    HalFdbKey key{vlan.record.instance, {}};
+    std::copy(mac.begin(), mac.end(), key.mac);
+    uint32_t handle = 0;
+    HalFdbEntry* slot = nullptr;
+    Platform& platform = machine_.platform;
+    const int32_t result =
+        platform.call(platform.family, &HalFamilyOps::fdbAllocEntry, &handle, &slot, &key);
+    if (result != 0 || slot == nullptr)
+        fail("the platform has no place for {} in VLAN {}: it answered {}", macText(mac.data()),
+             vlan.record.vlanId, result);
+    Added added;
+    if (MacEntry* known = owner(handle); known != nullptr && known->slot == slot) {
+        if (known->vlanInstance == vlan.record.instance && known->mac == mac)
+            return update(handle, port, isStatic);
+        // The slot was another address's: that one is gone from the platform's table.
+        added.evicted = true;
+        added.victim = *known;
+        ++(known->isStatic ? counts_.evictedStatic : counts_.evicted);
+        release(handle);
+    }
+    added.handle = newHandle();
+    at(added.handle).slot = slot;
+    fill(added.handle, mac, vlan, port, isStatic);
+    try {
+        writeSlot(added.handle);
+    } catch (const CommandError&) {
+        platform.call(platform.family, &HalFamilyOps::fdbDeleteEntry, slot);
+        release(added.handle);
+        throw;
+    }
+    ++counts_.learned;
+    return added;
+}
+
+void Fdb::fill(uint32_t handle, const MacAddress& mac, const VlanIf& vlan, uint32_t port,
+               bool isStatic) {
+    MacEntry& entry = at(handle);
+    entry.vlanInstance = vlan.record.instance;
+    entry.vlanId = vlan.record.vlanId;
+    entry.mac = mac;
+    entry.port = port;
+    entry.isStatic = isStatic;
+    entry.seenMs = machine_.scheduler.nowMs();
+    if (!isStatic) linkNewest(handle);
+}
+
+Fdb::Added Fdb::update(uint32_t handle, uint32_t port, bool isStatic) {
+    MacEntry& entry = at(handle);
+    Added result;
+    result.handle = handle;
+    if (entry.isStatic && !isStatic) {
+        result.outcome = Outcome::kStaticKept;
+        return result;
+    }
+    const bool moved = entry.port != port, fixed = entry.isStatic != isStatic;
+    result.outcome = moved ? Outcome::kMoved : Outcome::kRefreshed;
+    ++(moved ? counts_.moved : counts_.refreshed);
+    unlink(handle);
+    entry.port = port;
+    entry.isStatic = isStatic;
+    entry.seenMs = machine_.scheduler.nowMs();
+    if (!isStatic) linkNewest(handle);
+    if (moved || fixed) writeSlot(handle);
+    return result;
+}
+
+// Writes the host's entry to its slot in the platform's table.
+void Fdb::writeSlot(uint32_t handle) {
+    const MacEntry& entry = at(handle);
+    HalFdbRecord record{};
+    record.vlanInstance = entry.vlanInstance;
+    std::copy(entry.mac.begin(), entry.mac.end(), record.mac);
+    record.valueA = entry.isStatic ? kValueStatic : 0;
+    record.port = entry.port;
+    Platform& platform = machine_.platform;
+    const int32_t result = platform.call(platform.family, &HalFamilyOps::fdbAddEntry, kIgnored,
+                                         handle, entry.slot, &record);
+    if (result != 0)
+        fail("the platform refuses {} in VLAN {}: it answered {}", macText(entry.mac.data()),
+             entry.vlanId, result);
+}
+
+uint32_t Fdb::find(const MacAddress& mac, const VlanIf& vlan) {
+    uint32_t handle = 0;
+    Platform& platform = machine_.platform;
+    const int32_t result = platform.call(platform.family, &HalFamilyOps::fdbMacLookup, &handle,
+                                         mac.data(), &vlan.record);
+    const MacEntry* known = result == 0 ? owner(handle) : nullptr;
+    const bool matches =
+        known != nullptr && known->mac == mac && known->vlanInstance == vlan.record.instance;
+    return matches ? handle : 0;
+}
+
+// The entry with a handle that the platform names. A platform that did not delete an entry goes on
+// naming the handle, which may be another entry's by now.
+MacEntry* Fdb::owner(uint32_t handle) {
+    if (handle == 0 || handle > entries_.size() || at(handle).slot == nullptr) return nullptr;
+    return &at(handle);
+}
+
+void Fdb::remove(uint32_t handle) {
+    Platform& platform = machine_.platform;
+    const MacEntry& entry = at(handle);
+    const int32_t result =
+        platform.call(platform.family, &HalFamilyOps::fdbDeleteEntry, entry.slot);
+    if (result != 0)
+        machine_.events.note("l2", "The platform did not delete {} in VLAN {}: it answered {}",
+                             macText(entry.mac.data()), entry.vlanId, result);
+    release(handle);
+    ++counts_.removed;
+}
+
+size_t Fdb::removeIf(const Predicate& goes) {
+    const size_t before = used_;
+    for (uint32_t handle = 1; handle <= entries_.size(); ++handle)
+        if (at(handle).slot != nullptr && goes(at(handle))) remove(handle);
+    return before - used_;
+}
+
+size_t Fdb::removeOf(uint32_t vlanInstance, uint32_t port) {
+    return removeIf([=](const MacEntry& entry) {
+        return (vlanInstance == 0 || entry.vlanInstance == vlanInstance) &&
+               (port == 0 || entry.port == port);
+    });
+}
+
+void Fdb::flush(uint16_t vlanId, uint32_t port) {
+    Platform& platform = machine_.platform;
+    const int32_t result = platform.call(platform.family, &HalFamilyOps::fdbFlush, 0u, 0u,
+                                         &Fdb::flushDone, uint32_t{vlanId}, port);
+    if (result != 1) fail("the platform did not take the flush: it answered {}", result);
+    machine_.events.note("l2", "MAC table flush asked for");
+}
+
+int32_t Fdb::flushDone(uint32_t vlanId, uint32_t port, uint32_t, uint32_t) {
+    Machine::current().l2().fdb().flushed(static_cast<uint16_t>(vlanId), port);
+    return 0;
+}
+
+// The platform has acknowledged: now the HAL deletes the entries, one by one.
+void Fdb::flushed(uint16_t vlanId, uint32_t port) {
+    const size_t count = removeIf([=](const MacEntry& entry) {
+        return !entry.isStatic && (vlanId == 0 || entry.vlanId == vlanId) &&
+               (port == 0 || entry.port == port);
+    });
+    counts_.flushed += count;
+    machine_.events.note("l2", "MAC table flushed: {} removed",
+                         counted(count, "address", "addresses"));
+}
+
+void Fdb::setAge(uint32_t seconds) {
+    ageS_ = seconds;
+    machine_.scheduler.cancel(ageing_);
+    ageing_ = 0;
+    armAgeing();
+}
+
+// One task for the entry that is due next, at the next whole second so that many go together.
+void Fdb::armAgeing() {
+    if (ageing_ != 0 || ageS_ == 0 || oldest_ == 0) return;
+    const uint64_t now = machine_.scheduler.nowMs();
+    const uint64_t dueMs = std::max(at(oldest_).seenMs + uint64_t{ageS_} * 1000, now + 1);
+    const uint64_t wholeMs = (dueMs + kSweepMs - 1) / kSweepMs * kSweepMs;
+    ageing_ = machine_.scheduler.after(wholeMs - now, "MAC ageing", [this] { ageOut(); });
+}
+
+void Fdb::ageOut() {
+    ageing_ = 0;
+    const uint64_t now = machine_.scheduler.nowMs();
+    size_t count = 0;
+    while (oldest_ != 0 && at(oldest_).seenMs + uint64_t{ageS_} * 1000 <= now) {
+        remove(oldest_);
+        ++count;
+    }
+    counts_.aged += count;
+    if (count != 0)
+        machine_.events.note("l2", "{} aged out", counted(count, "MAC address", "MAC addresses"));
+    armAgeing();
+}
+
+void Fdb::linkNewest(uint32_t handle) {
+    MacEntry& entry = at(handle);
+    entry.older = newest_;
+    entry.newer = 0;
+    if (newest_ != 0)
+        at(newest_).newer = handle;
+    else
+        oldest_ = handle;
+    newest_ = handle;
+    armAgeing();
+}
+
+void Fdb::unlink(uint32_t handle) {
+    const MacEntry& entry = at(handle);
+    if (entry.isStatic) return;
+    (entry.older != 0 ? at(entry.older).newer : oldest_) = entry.newer;
+    (entry.newer != 0 ? at(entry.newer).older : newest_) = entry.older;
+}
+
+uint32_t Fdb::newHandle() {
+    ++used_;
+    if (freeList_ == 0) {
+        entries_.emplace_back();
+        return static_cast<uint32_t>(entries_.size());
+    }
+    const uint32_t handle = freeList_;
+    freeList_ = at(handle).newer;
+    return handle;
+}
+
+void Fdb::release(uint32_t handle) {
+    unlink(handle);
+    MacEntry& entry = at(handle);
+    entry = {};
+    entry.newer = freeList_;
+    freeList_ = handle;
+    --used_;
+}
+
+void Fdb::forEach(const std::function<void(uint32_t, const MacEntry&)>& visit) const {
+    for (uint32_t handle = 1; handle <= entries_.size(); ++handle)
+        if (entries_[handle - 1].slot != nullptr) visit(handle, entries_[handle - 1]);
+}
+
+namespace {
+
+constexpr size_t kDumpPiece = 64 * 1024;
+const std::function<void(const std::string&)>* dumpPrint;
+std::string dumpText;
+
+__attribute__((format(printf, 2, 3))) int dumpPiece(uint32_t, const char* format, ...) {
+    char line[512];
+    va_list arguments;
+    va_start(arguments, format);
+    const int size = std::vsnprintf(line, sizeof line, format, arguments);
+    va_end(arguments);
+    dumpText.append(line, std::min(static_cast<size_t>(std::max(size, 0)), sizeof line - 1));
+    if (dumpText.size() >= kDumpPiece) {
+        (*dumpPrint)(dumpText);
+        dumpText.clear();
+    }
+    return size;
+}
+
+}  // namespace
+
+void Fdb::dump(const std::function<void(const std::string&)>& print) {
+    dumpPrint = &print;
+    const pcSimDumpSink sink{0, dumpPiece};
+    machine_.platform.call(machine_.platform.family, &HalFamilyOps::fdbDump, &sink);
+    print(dumpText);
+    dumpText.clear();
+    dumpPrint = nullptr;
+}
+
+}  // namespace pcsim::host

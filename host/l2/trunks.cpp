@@ -1,0 +1,140 @@
+// Trunks.
+#include "host/l2/trunks.h"
+
+#include "host/l2/l2_manager.h"
+
+namespace pcsim::host {
+
+Trunks::Members& Trunks::membersOf(uint32_t number) {
+    const auto found = members_.find(number);
+    if (found != members_.end()) return found->second;
+    std::string known;
+    for (const auto& [other, members] : members_)
+        known += fmt::format("{}{}", known.empty() ? "" : ", ", other);
+    if (known.empty()) fail("trunk {} does not exist; 'trunk create {}' makes it", number, number);
+    fail("trunk {} does not exist; trunks are {}", number, known);
+}
+
+void Trunks::create(uint32_t number) {
+    if (members_.contains(number)) fail("trunk {} exists already", number);
+    Platform& platform = machine_.platform;
+    Pif& trunk = machine_.records.addPif(instanceOf(number));
+    platform.call(platform.family, &HalFamilyOps::trunkCreate, &trunk.record, &trunk.handle);
+    if (trunk.handle == nullptr) {
+        machine_.records.removePif(instanceOf(number));
+        fail("trunk {} can't be made: the platform gave no hardware handle", number);
+    }
+    members_[number] = {};
+}
+
+// Members let go of the trunk before its record disappears.
+void Trunks::remove(uint32_t number) {
+    const Members members = membersOf(number);
+    for (const uint32_t instance : members) removeMember(number, instance);
+    Platform& platform = machine_.platform;
+    Pif& trunk = *machine_.records.pif(instanceOf(number));
+    platform.call(platform.family, &HalFamilyOps::trunkDelete, &trunk.record, &trunk.handle);
+    machine_.records.removePif(instanceOf(number));
+    members_.erase(number);
+}
+
+void Trunks::addMember(uint32_t number, Pif& pif) {
+    Members& members = membersOf(number);
+    HalPif& record = pif.record;
+    for (const auto& [other, theirs] : members_)
+        if (theirs.contains(record.instance))
+            fail("port {} is in trunk {} already", portName(record.instance), other);
+    Platform& platform = machine_.platform;
+    const HalPif& trunk = machine_.records.pif(instanceOf(number))->record;
+    const uint32_t instance = record.instance;
+    const int32_t result =
+        platform.call(platform.family, &HalFamilyOps::trunkAddPorts, &trunk, 1u, &instance, 0u);
+    if (result != 0)
+        fail("port {} can't join trunk {}: the platform answered {}", portName(instance), number,
+             result);
+    members.insert(instance);
+    record.trunkInstance = instanceOf(number);
+    // From now on what is behind the port is learned on the trunk.
+    const size_t count = fdb_.removeOf(0, instance);
+    if (count != 0)
+        machine_.events.note("l2", "Port {} joined trunk {}: {} gone", portName(instance), number,
+                             counted(count, "MAC address", "MAC addresses"));
+}
+
+void Trunks::removeMember(uint32_t number, uint32_t instance) {
+    if (membersOf(number).erase(instance) == 0)
+        fail("port {} is not in trunk {}", portName(instance), number);
+    Pif* pif = machine_.records.pif(instance);
+    if (pif == nullptr) return;  // its card is absent
+    machine_.platform.call(machine_.platform.family, &HalFamilyOps::trunkDelPorts);
+    pif->record.trunkInstance = 0;
+    const size_t count = fdb_.removeIf(unreachable([](const HalPif&) { return false; }));
+    if (count != 0)
+        machine_.events.note("l2", "Port {} left trunk {}: {} gone", portName(instance), number,
+                             counted(count, "MAC address", "MAC addresses"));
+}
+
+bool Trunks::leadsTo(uint32_t trunkInstance, uint32_t vlanInstance, const Leaving& leaving) const {
+    const VlanIf* vlan = machine_.records.vlanByInstance(vlanInstance);
+    if (vlan == nullptr) return false;
+    for (const auto& [instance, member] : vlan->members) {
+        const HalPif& pif = *member->record.pif;
+        if (pif.trunkInstance == trunkInstance && !leaving(pif)) return true;
+    }
+    return false;
+}
+
+Fdb::Predicate Trunks::unreachable(Leaving leaving) const {
+    // Many entries ask the same question.
+    using Question = std::pair<uint32_t, uint32_t>;
+    return [this, leaving = std::move(leaving),
+            answers = std::map<Question, bool>()](const MacEntry& entry) mutable {
+        if (typeOf(entry.port) != HAL_PORT_TYPE_TRUNK) return false;
+        const auto [answer, isNew] = answers.try_emplace({entry.port, entry.vlanInstance});
+        if (isNew) answer->second = !leadsTo(entry.port, entry.vlanInstance, leaving);
+        return answer->second;
+    };
+}
+
+void Trunks::sync(int slot) {
+    auto& table = machine_.platform.slot(slot);
+    if (table.ops.trunkSyncSlot == nullptr) return;
+    machine_.platform.call(table, &HalCardSlotOps::trunkSyncSlot, static_cast<uint32_t>(slot));
+}
+
+void Trunks::cardUp(int slot) {
+    for (const auto& [number, members] : members_) {
+        for (const uint32_t instance : members) {
+            Pif* pif = machine_.records.pif(instance);
+            if (pif != nullptr) pif->record.trunkInstance = instanceOf(number);
+        }
+    }
+    Platform& platform = machine_.platform;
+    platform.call(platform.family, &HalFamilyOps::syncLoadShareAddrAlgoSlot,
+                  static_cast<uint32_t>(slot), algorithm_, 0u);
+    sync(slot);
+}
+
+void Trunks::cardDown(int slot) {
+    for (const auto& [instance, pif] : machine_.records.pifs())
+        if (pif->record.slot == slot) pif->record.trunkInstance = 0;
+}
+
+void Trunks::chooseAlgorithm(uint32_t algorithm) {
+    Platform& platform = machine_.platform;
+    const int32_t result =
+        platform.call(platform.family, &HalFamilyOps::trunkConfigAddrAlgo, algorithm);
+    if (result != 0)
+        fail("the platform has no address algorithm {}; it takes any number but 1 and 2",
+             algorithm);
+    algorithm_ = algorithm;
+    for (const int slot : machine_.l2().slotsUp())
+        platform.call(platform.family, &HalFamilyOps::syncLoadShareAddrAlgoSlot,
+                      static_cast<uint32_t>(slot), algorithm_, 0u);
+}
+
+void Trunks::shutDown() {
+    while (!members_.empty()) remove(members_.begin()->first);
+}
+
+}  // namespace pcsim::host
