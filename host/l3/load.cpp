@@ -1,0 +1,222 @@
+// Lines of routes, as fast as the platform takes them.
+#include "host/l3/load.h"
+
+#include <unistd.h>
+
+#include <charconv>
+#include <chrono>
+#include <cstdio>
+
+#include "host/l3/route_file.h"
+
+namespace pcsim::host {
+
+template <typename Family>
+std::vector<typename Family::Hop> hopsOf(const std::vector<TypedHop>& typed,
+                                         const std::string& route) {
+    std::vector<typename Family::Hop> hops;
+    for (const TypedHop& hop : typed) {
+        if (hop.gateway.v6 != Family::kV6)
+            fail("gateway {} is not of the family of {}; expected an {} address",
+                 hop.gateway.text(), route, Family::kName);
+        hops.push_back({Family::addressOf(hop.gateway), hop.vlan});
+    }
+    return hops;
+}
+
+template <typename Family>
+typename Family::Key keyOf(const IpPrefix& prefix) {
+    const typename Family::Key key = Family::keyOf(prefix);
+    const typename Family::Key masked = Family::masked(key);
+    if (!(masked == key))
+        fail("prefix {} has bits outside of its mask; expected {}", Family::text(key),
+             Family::text(masked));
+    return key;
+}
+
+template std::vector<IPv4Family::Hop> hopsOf<IPv4Family>(const std::vector<TypedHop>&,
+                                                         const std::string&);
+template std::vector<IPv6Family::Hop> hopsOf<IPv6Family>(const std::vector<TypedHop>&,
+                                                         const std::string&);
+template IPv4Family::Key keyOf<IPv4Family>(const IpPrefix&);
+template IPv6Family::Key keyOf<IPv6Family>(const IpPrefix&);
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// The line that tells how far a load is, on a terminal alone.
+class Progress {
+public:
+    explicit Progress(const RouteFile& file) : file_(file), shown_(isatty(STDERR_FILENO) != 0) {}
+    ~Progress() {
+        if (drawn_) std::fputs("\r\033[K", stderr);
+    }
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    void at(uint64_t lines) {
+        constexpr uint64_t kLinesPerLook = 4096;
+        constexpr auto kPeriod = std::chrono::milliseconds(100);
+        if (!shown_ || lines % kLinesPerLook != 0) return;
+        const auto now = Clock::now();
+        if (now - last_ < kPeriod) return;
+        last_ = now;
+        drawn_ = true;
+        const int percent = file_.percent();
+        const double seconds = std::chrono::duration<double>(now - start_).count();
+        const std::string bar(static_cast<size_t>(percent) / 4, '#');
+        fmt::print(stderr, "\r[{:<25}] {:3}%  {} routes, {:.0f} per second\033[K", bar, percent,
+                   lines, static_cast<double>(lines) / seconds);
+        std::fflush(stderr);
+    }
+
+private:
+    const RouteFile& file_;
+    bool shown_;
+    bool drawn_ = false;
+    Clock::time_point start_ = Clock::now();
+    Clock::time_point last_ = start_;
+};
+
+// Takes the next word off a line; empty at its end.
+std::string_view takeWord(std::string_view& line) {
+    constexpr std::string_view kBlanks = " \t\r";
+    const size_t start = std::min(line.find_first_not_of(kBlanks), line.size());
+    line.remove_prefix(start);
+    const size_t end = std::min(line.find_first_of(kBlanks), line.size());
+    const std::string_view word = line.substr(0, end);
+    line.remove_prefix(end);
+    return word;
+}
+
+// A number of at most 'most' at the start of 'text', which is taken off.
+bool takeNumber(std::string_view& text, uint32_t most, uint32_t& value) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || value > most) return false;
+    text.remove_prefix(static_cast<size_t>(end - text.data()));
+    return true;
+}
+
+// The usual form of a line's prefix, without the detour over strings: four decimal numbers without
+// leading zeros and a length. Everything else is the general parser's.
+bool parseUsualPrefix(std::string_view text, IpPrefix& prefix) {
+    for (size_t i = 0; i < 4; ++i) {
+        uint32_t number;
+        if (text.size() > 1 && text[0] == '0' && text[1] >= '0' && text[1] <= '9') return false;
+        if (!takeNumber(text, 255, number) || text.empty() || text[0] != (i == 3 ? '/' : '.'))
+            return false;
+        prefix.address.bytes[i] = static_cast<uint8_t>(number);
+        text.remove_prefix(1);
+    }
+    if (!takeNumber(text, 32, prefix.length) || !text.empty()) return false;
+    prefix.address.v6 = false;
+    prefix.mask = prefix.length == 0 ? 0 : htonl(~uint32_t{0} << (32 - prefix.length));
+    return true;
+}
+
+class Loader {
+public:
+    Loader(L3Manager& manager, uint32_t vr, const std::vector<TypedHop>& otherwise)
+        : manager_(manager), vr_(vr) {
+        for (const TypedHop& hop : otherwise) {
+            if (hop.gateway.v6)
+                otherwise6_.push_back({IPv6Family::addressOf(hop.gateway), hop.vlan});
+            else
+                otherwise4_.push_back({IPv4Family::addressOf(hop.gateway), hop.vlan});
+        }
+    }
+
+    // Fails when the line is not right.
+    void take(std::string_view line, LoadResult& result) {
+        line = line.substr(0, line.find('#'));
+        const std::string_view word = takeWord(line);
+        if (word.empty()) return;
+        IpPrefix prefix;
+        if (!parseUsualPrefix(word, prefix)) prefix = parsePrefix(std::string(word));
+        takeHops(line);
+        if (prefix.address.v6) {
+            add<IPv6Family>(prefix, otherwise6_);
+            ++result.ipv6Lines;
+        } else {
+            add<IPv4Family>(prefix, otherwise4_);
+            ++result.ipv4Lines;
+        }
+    }
+
+private:
+    void takeHops(std::string_view line) {
+        typed_.clear();
+        for (;;) {
+            const std::string_view gateway = takeWord(line);
+            if (gateway.empty()) return;
+            const std::string_view vlan = takeWord(line);
+            if (vlan.empty())
+                fail("gateway {} has no VLAN; expected PREFIX [ADDRESS VLAN]...", gateway);
+            typed_.push_back(
+                {parseAddress(std::string(gateway)),
+                 static_cast<uint32_t>(parseNumber("VLAN", std::string(vlan), 1, 4094))});
+        }
+    }
+
+    template <typename Family>
+    void add(const IpPrefix& prefix, const std::vector<typename Family::Hop>& otherwise) {
+        const auto key = keyOf<Family>(prefix);
+        if (typed_.empty())
+            manager_.addRoute<Family>(vr_, key, otherwise);
+        else
+            manager_.addRoute<Family>(vr_, key, hopsOf<Family>(typed_, Family::text(key)));
+    }
+
+    L3Manager& manager_;
+    uint32_t vr_;
+    std::vector<IPv4Family::Hop> otherwise4_;
+    std::vector<IPv6Family::Hop> otherwise6_;
+    std::vector<TypedHop> typed_;
+};
+
+// What was wrong may quote a line of any length and any bytes.
+std::string presentable(std::string text) {
+    constexpr size_t kLongest = 160;
+    if (text.size() > kLongest) {
+        text.resize(kLongest);
+        text.append("...");
+    }
+    for (char& c : text)
+        if (c < ' ' || c > '~') c = '?';
+    return text;
+}
+
+void noteBadLine(LoadResult& result, uint64_t number, const std::string& problem) {
+    ++result.badLineCount;
+    if (result.badLines.size() < LoadResult::kMostBadLines)
+        result.badLines.push_back({number, presentable(problem)});
+}
+
+}  // namespace
+
+LoadResult loadRoutes(L3Manager& manager, const std::string& path, uint32_t vr,
+                      const std::vector<TypedHop>& otherwise) {
+    manager.checkVr(vr);
+    LoadResult result;
+    const auto start = Clock::now();
+    RouteFile file(path);
+    Progress progress(file);
+    Loader loader(manager, vr, otherwise);
+    std::string_view line;
+    uint64_t number = 0;
+    while (file.next(line)) {
+        ++number;
+        try {
+            loader.take(line, result);
+        } catch (const CommandError& error) {
+            noteBadLine(result, number, error.what());
+        }
+        progress.at(number);
+    }
+    if (!file.problem().empty()) noteBadLine(result, number + 1, file.problem());
+    result.seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    return result;
+}
+
+}  // namespace pcsim::host

@@ -1,0 +1,56 @@
+// Loading a file of routes of both families into one virtual router.
+//
+// A line is "PREFIX [ADDRESS VLAN]...": a prefix and its next hops. Empty lines and what follows a
+// '#' are passed over. A line that is not right is noted by its number and the rest is loaded.
+#ifndef PCSIM_HOST_L3_LOAD_H
+#define PCSIM_HOST_L3_LOAD_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "host/l3/l3_manager.h"
+
+namespace pcsim::host {
+
+// A gateway on a VLAN as typed, of either family.
+struct TypedHop {
+    IpAddress gateway;
+    uint32_t vlan;
+};
+
+// The next hops of one family. Fails when one is of the other.
+template <typename Family>
+std::vector<typename Family::Hop> hopsOf(const std::vector<TypedHop>& typed,
+                                         const std::string& route);
+// The key of a prefix. Fails when its address has bits outside of the mask.
+template <typename Family>
+typename Family::Key keyOf(const IpPrefix& prefix);
+
+struct LoadResult {
+    struct BadLine {
+        uint64_t number;
+        std::string problem;
+    };
+    static constexpr size_t kMostBadLines = 100;  // that are told one by one
+
+    uint64_t ipv4Lines = 0;
+    uint64_t ipv6Lines = 0;
+    uint64_t badLineCount = 0;
+    std::vector<BadLine> badLines;
+    double seconds = 0;
+
+    uint64_t lines() const { return ipv4Lines + ipv6Lines; }
+    uint64_t perSecond() const {
+        return seconds > 0 ? static_cast<uint64_t>(static_cast<double>(lines()) / seconds) : 0;
+    }
+};
+
+// A line without next hops gets those of 'otherwise' that are of its family. Shows its progress
+// when standard error is a terminal.
+LoadResult loadRoutes(L3Manager& manager, const std::string& path, uint32_t vr,
+                      const std::vector<TypedHop>& otherwise);
+
+}  // namespace pcsim::host
+
+#endif

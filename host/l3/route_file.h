@@ -1,0 +1,52 @@
+// Reading a text file line by line, plain or packed with xz (by its name), and how far one is.
+#ifndef PCSIM_HOST_L3_ROUTE_FILE_H
+#define PCSIM_HOST_L3_ROUTE_FILE_H
+
+#include <sys/types.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace pcsim::host {
+
+class RouteFile {
+public:
+    // Throws a CommandError when the file can't be read.
+    explicit RouteFile(const std::string& path);
+    ~RouteFile();
+    RouteFile(const RouteFile&) = delete;
+    RouteFile& operator=(const RouteFile&) = delete;
+
+    // The next line without its end, valid until the next call; false at the end of the file. Of a
+    // line that is longer than any that makes sense, the beginning alone.
+    bool next(std::string_view& line);
+
+    // Percent of the file that has been read; 0 when it has no size.
+    int percent() const;
+
+    // What was wrong with the rest of the file, empty when it was read to its end.
+    const std::string& problem() const { return problem_; }
+
+private:
+    static constexpr size_t kChunkBytes = 1 << 18;
+
+    void startUnpacking();
+    // Reads on behind what is left of the buffer; false at the end of the file.
+    bool fill();
+    void finish();
+
+    std::string path_;
+    int file_ = -1;    // what is on the disk: its position tells how far the reader is
+    int source_ = -1;  // where lines come from
+    pid_t unpacker_ = -1;
+    std::vector<char> buffer_;
+    size_t start_ = 0, end_ = 0;
+    bool ended_ = false;
+    bool skipping_ = false;  // the rest of a line that was too long
+    std::string problem_;
+};
+
+}  // namespace pcsim::host
+
+#endif
