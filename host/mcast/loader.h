@@ -1,0 +1,56 @@
+// Loading caches from a list of groups.
+//
+// A line is GROUP[:UDPPORT] [SOURCE], as in published lists of IPTV channels; '#' starts a comment.
+// What a line does not say is made up: a group without a source gets as many sources as asked for,
+// counting up from 10.0.0.1 through the whole list, and each cache takes its outgoing ports from
+// the given ones in turn.
+#ifndef PCSIM_HOST_MCAST_LOADER_H
+#define PCSIM_HOST_MCAST_LOADER_H
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/mcast/mcast_copy.h"
+
+namespace pcsim::host {
+
+class McastManager;
+
+struct McastLine {
+    uint32_t group = 0;  // host byte order; 0: the line is empty
+    std::optional<uint32_t> source;
+};
+
+// Throws a CommandError that says what is wrong.
+McastLine parseMcastLine(std::string_view line);
+
+// The group or source that a word names, in host byte order; a source of 0 is '*'.
+uint32_t parseMcastGroup(const std::string& word);
+uint32_t parseMcastSource(const std::string& word);
+
+struct McastLoad {
+    std::string file;
+    uint32_t incomingVlan = 0;  // instance
+    uint32_t vr = 0;
+    uint32_t sources = 1;  // of each group without one
+    std::vector<McastOutgoing> outgoing;
+    size_t each = 0;  // outgoing ports per cache, 0: all
+};
+
+struct McastLoaded {
+    size_t groups = 0;
+    size_t caches = 0;
+    size_t badLines = 0;
+};
+
+// Goes on after a bad line, which is reported through 'print' as FILE:LINE: PROBLEM.
+McastLoaded loadMcast(McastManager& manager, const McastLoad& load,
+                      const std::function<void(const std::string&)>& print);
+
+}  // namespace pcsim::host
+
+#endif
