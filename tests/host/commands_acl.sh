@@ -1,0 +1,65 @@
+#!/usr/bin/env bash
+# What the access-list verbs answer to what can't be done: nothing is half loaded or half bound.
+# usage: commands_acl.sh PCSIM
+set -u
+. "$(dirname "$0")/console_support.sh"
+
+printf 'rule a permit count 2\nrule b deny\n' >"$scratch/good"
+printf 'rule a permit\nrule b drop\n# fine\nrule c permit from 1.2.3\n' >"$scratch/bad"
+: >"$scratch/empty"
+load=("vlan create 10" "acl load web $scratch/good")
+place="vlan 10 port 1:1 slot 0"
+
+refuses "$scratch/none can't be read: No such file or directory" "acl load web $scratch/none"
+refuses "$scratch/bad has 2 bad lines; nothing is loaded" "acl load web $scratch/bad"
+prints "^$scratch/bad:2: 'drop' is not an action; expected permit or deny\$"
+prints "^$scratch/bad:4: '1.2.3' is not an IPv4 address"
+refuses "$scratch/bad has 2 bad lines; nothing is loaded" "${load[@]}" "acl refresh web $scratch/bad"
+refuses "access list web is loaded already; 'acl refresh' gives it new rules" \
+    "${load[@]}" "acl load web $scratch/good"
+refuses "dynamic rules are never stored; choose another name" "acl load dynamic $scratch/good"
+refuses "name 'abcdefghijklmnopqrstuvwxyz012345' is too long; expected 31 characters at most" \
+    "acl load abcdefghijklmnopqrstuvwxyz012345 $scratch/good"
+refuses "there is no access list web; 'acl load web FILE' makes it" "acl refresh web $scratch/good"
+refuses "there is no access list web; 'acl load web FILE' makes it" "acl delete web"
+refuses "there is no access list web; 'acl load web FILE' makes it" "show acl web"
+refuses "there is no access list other; 'acl load other FILE' makes it" \
+    "${load[@]}" "acl bind other $place"
+refuses "VLAN 20 does not exist; 'vlan create 20' makes it" \
+    "${load[@]}" "acl bind web vlan 20 port 1:1 slot 0"
+refuses "port 1:9 does not exist; ports are 1:1 to 1:2" \
+    "${load[@]}" "acl bind web vlan 10 port 1:9 slot 0"
+refuses "'2' is not known after 'acl bind web vlan 10 port 1:1 slot'; expected 0|1" \
+    "${load[@]}" "acl bind web vlan 10 port 1:1 slot 2"
+refuses "web is bound to VLAN 10 port 1:1 slot 0 already" \
+    "${load[@]}" "acl bind web $place" "acl bind web $place"
+refuses "no access list is bound to VLAN 10 port 1:1 slot 0" "${load[@]}" "acl unbind web $place"
+refuses "web is bound to VLAN 10 port 1:1 slot 0, not other" \
+    "${load[@]}" "acl bind web $place" "acl unbind other $place"
+refuses "access list web is bound 1 times; unbind it first, or delete it with 'force'" \
+    "${load[@]}" "acl bind web $place" "acl delete web"
+refuses "no access list is bound to VLAN 10 port 1:1 slot 1" \
+    "${load[@]}" "acl bind web $place" "acl counters web vlan 10 port 1:1 slot 1"
+refuses "access list web has no counter 3; they are 1 to 2" \
+    "${load[@]}" "acl bind web $place" "acl counters web $place clear 3"
+refuses "counter 'x' is not a number from 1 to 65535" \
+    "${load[@]}" "acl bind web $place" "acl counters web $place clear x"
+refuses "access list none counts nothing" \
+    'vlan create 10' "acl load none $scratch/empty" "acl bind none $place" \
+    "acl counters none $place clear all"
+refuses "the platform answered -1 to access list web" \
+    'fault pcSimIPv4AclAdd returns -1' "acl load web $scratch/good"
+refuses "the platform answered -1 to web on VLAN 10 port 1:1 slot 0" \
+    "${load[@]}" 'fault pcSimIPv4AclConfig returns -1' "acl bind web $place"
+
+answers 'no rules' "acl load none $scratch/empty" 'show acl none'
+answers '^2 ports bound' "${load[@]}" 'acl bind web vlan 10 port all slot 1'
+answers '^1 port bound' "${load[@]}" 'acl bind web vlan 10 port 1:2 slot 1' \
+    'acl bind web vlan 10 port all slot 1'
+answers 'VLAN 10 on port 1:1 gone: 1 access list binding undone' "${load[@]}" 'vlan 10 add 1:1' \
+    "acl bind web $place" 'acl bind web vlan 10 port 1:2 slot 0' 'vlan 10 remove 1:1' \
+    'show events'
+answers 'web +2 +2 +0' "${load[@]}" "acl load other $scratch/good" "acl bind web $place" \
+    "acl bind other $place" 'show acl'
+
+finish

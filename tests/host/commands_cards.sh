@@ -1,0 +1,104 @@
+#!/usr/bin/env bash
+# Cards, environment, devices, PoE and sampling from the outside: the one clear line of each problem.
+# usage: commands_cards.sh PCSIM
+set -u
+pcsim=$1
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+failures=0
+
+problem() {
+    printf 'FAILED: %s\n' "$*"
+    failures=$((failures + 1))
+}
+
+# run ARGUMENT...: a chassis with delayed reports whose clock stands still.
+run() {
+    "$pcsim" --shape chassis --remote-io --stopped --lab 4 --quiet "$@"
+}
+
+# refuses LINE COMMAND...: the last command fails with LINE on standard error and nothing else.
+refuses() {
+    local line=$1 arguments=()
+    shift
+    for command in "$@"; do arguments+=(-x "$command"); done
+    run "${arguments[@]}" >/dev/null 2>"$scratch/err"
+    local got=$?
+    [ $got -eq 1 ] || problem "'$*' ended with $got, not 1"
+    [ "$(cat "$scratch/err")" = "pcsim: $line" ] ||
+        problem "'$*' said: $(cat "$scratch/err")"$'\n'"  instead of: pcsim: $line"
+}
+
+# answers PATTERN COMMAND...: all commands succeed and print a line that matches.
+answers() {
+    local pattern=$1 arguments=()
+    shift
+    for command in "$@"; do arguments+=(-x "$command"); done
+    run "${arguments[@]}" >"$scratch/out" 2>"$scratch/err" || problem "'$*' failed: $(cat "$scratch/err")"
+    grep -qE -- "$pattern" "$scratch/out" || problem "'$*' printed no '$pattern': $(cat "$scratch/out")"
+}
+
+. "$(dirname "${BASH_SOURCE[0]}")/need_lab.sh"
+
+# Cards
+for command in 'show card 8' 'card 8 power on' 'card 8 power off' 'card 8 diag' 'card 8 reset' \
+    'card 8 remove' 'odometer card 8 5' 'show poe slot 8' 'poe slot 8 enable'; do
+    refuses "slot 8 is empty; insert a card first" "$command"
+done
+refuses "slot 11 does not exist; slots are 1 to 10" 'card 11 insert'
+refuses "slot '300' is not a number from 0 to 255" 'card 300 diag'
+refuses "slot 3 holds a card already; remove it first" 'card 3 insert'
+refuses "slot 3 is powering on; diagnostics need an operational card" 'card 3 diag'
+refuses "slot 3 is powering on; only a card that is powered off or failed can be powered on" \
+    'card 3 power on'
+refuses "slot 9 is operational; only a card that is powered off or failed can be powered on" \
+    'card 9 power on'
+refuses "slot 3 is powering off already" 'card 3 power off' 'card 3 power off'
+refuses "slot 3 is powered off; 'card 3 power on' brings it up" 'card 3 power off' \
+    'time warp 2000' 'card 3 reset'
+refuses "'explode' is not known after 'card 3'; expected power, diag|reset|remove, insert" \
+    'card 3 explode'
+refuses "'PCSimC12' is not a card type; expected PCSimC2, PCSimC128, PCSimC256, PCSimMGT or PCSimStack" \
+    'show capability PCSimC12'
+answers '1 to 256 +4 +4 +0x00000000 +0 to 255' 'show capability PCSimC256'
+answers 'Type +407' 'show capability PCSimC128'
+answers '  8  PCSimC2 +powering on' 'card 8 insert' 'show cards'
+answers '"downloadMs": 5000' 'time warp 22000' 'show cards --json'
+answers ' 10  PCSimMGT  powered off' 'card 10 power off' 'show cards'
+
+# Fans, supplies, odometers
+refuses "fan 4 is not present; present are 0, 1, 2, 3" 'fan 4 speed 50'
+refuses "fan '300' is not a number from 0 to 255" 'fan 300 speed 50'
+refuses "percent '101' is not a number from 0 to 100" 'fan 1 speed 101'
+refuses "fan 9 is not present; present are 0, 1, 2, 3" 'odometer fan 9 1'
+refuses "power supply 0 is not present; present are 1, 2, 3, 4" 'odometer power 0 init'
+refuses "fan 1 is not present; present are none" 'module fans 0' 'time warp 1000' 'fan 1 speed 50'
+answers 'fan 0 +present +25.00' 'show environment'
+answers '"rpm": 20003' 'show fans --json'
+answers '"line1Mv": 4891' 'show power --json'
+
+# Devices
+for command in 'show device 2' 'device 2 info' 'device 2 status' 'device 2 enable' \
+    'device 2 disable' 'device 2 restart' 'device 2 state 1'; do
+    refuses "device 2 does not exist; devices are 0 (PSUCTRL 1), 1 (PSUCTRL 2), 3 (mouse usb), 5 (floppy A)" \
+        "$command"
+done
+refuses "state 8 is out of range; device states are 0 to 7" 'device 1 state 8'
+refuses "device '-1' is not a number from 0 to 4294967295" 'device -1 info'
+refuses "device 0: the platform answered -32" 'fault pcSimDeviceCommand returns -32' 'device 0 info'
+answers 'Answer +Command not supported' 'device 3 enable'
+answers '"result": 0' 'device 5 disable --json'
+
+# Power over Ethernet, sampling
+refuses "port 3:1 does not exist; there are no ports yet" 'show poe port 3:1'
+refuses "port 3:9 does not exist; ports are 1:1 to 1:2, 2:1 to 2:2, 3:1 to 3:2, 4:1 to 4:2, 5:1 to 5:2, 6:1 to 6:2, 7:1 to 7:2" \
+    'time warp 22000' 'sflow 3:9 add'
+refuses "port 3:1 is sampled already" 'time warp 22000' 'sflow 3:1 add' 'sflow 3:1 add'
+refuses "port 3:1 is not sampled" 'time warp 22000' 'sflow 3:1 del'
+refuses "PoE: the platform sent no reply of type 3" 'fault pcSimCardPoeGetVersion returns 0' \
+    'show poe slot 3'
+answers '"word36": 300' 'show poe slot 3 --json'
+answers '"frames": 100' 'time warp 22000' 'show sflow 3:1 --json'
+
+[ $failures -eq 0 ] || exit 1
+echo "all commands answered as they should"

@@ -1,0 +1,159 @@
+#!/usr/bin/env bash
+# Neighbours and routes from the outside: the one clear line of each problem, and route files.
+# usage: commands_l3.sh PCSIM
+set -u
+pcsim=$1
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+failures=0
+
+problem() {
+    printf 'FAILED: %s\n' "$*"
+    failures=$((failures + 1))
+}
+
+# refuses LINE COMMAND: the command fails and says LINE, nothing else.
+refuses() {
+    "$pcsim" --lab 2 -x "$2" >"$scratch/out" 2>"$scratch/err"
+    local got=$?
+    [ $got -eq 1 ] || problem "'$2' ended with $got"
+    [ "$(cat "$scratch/err")" = "pcsim: $1" ] ||
+        problem "'$2' said: $(cat "$scratch/err")"$'\n'"  instead of: pcsim: $1"
+}
+
+# prints TEXT COMMAND...: the commands succeed and print TEXT, with times replaced.
+prints() {
+    local text=$1 arguments=()
+    shift
+    for command in "$@"; do arguments+=(-x "$command"); done
+    "$pcsim" --lab 2 "${arguments[@]}" >"$scratch/out" 2>"$scratch/err" ||
+        problem "'$*' failed: $(cat "$scratch/err")"
+    sed -i -E "s/(Seconds +)[0-9.]+/\1T/; s/(Routes per second +)[0-9]+/\1R/; s|$scratch/||" "$scratch/out"
+    diff -u <(printf '%s\n' "$text") "$scratch/out" || problem "'$*' printed something else"
+}
+
+. "$(dirname "${BASH_SOURCE[0]}")/need_lab.sh"
+
+mac='mac 00:11:22:33:44:55 port 1:1'
+refuses "neighbor fe80::1 is an IPv6 address; the platform has adjacencies for IPv4 alone" \
+    "neighbor add fe80::1 vlan 5 $mac"
+refuses "'10.0.0' is not an IP address; expected 10.0.0.1 or fe80::1" "neighbor add 10.0.0 vlan 5 $mac"
+refuses "VLAN '4095' is not a number from 1 to 4094" "neighbor add 10.0.0.1 vlan 4095 $mac"
+refuses "port 1:9 does not exist; ports are 1:1 to 1:2" \
+    "neighbor add 10.0.0.1 vlan 5 mac 00:11:22:33:44:55 port 1:9"
+refuses "virtual router 8 does not exist; expected 0 to 7" "neighbor add 10.0.0.1 vlan 5 $mac vr 8"
+refuses "there is no neighbor 10.0.0.1 on VLAN 5 in virtual router 0; 'show neighbors' lists them" \
+    "neighbor del 10.0.0.1 vlan 5"
+refuses "'10.1.0.0' is not a prefix; expected 10.1.0.0/16, 10.1.0.0/255.255.0.0 or fd00:1::/32" \
+    "route add 10.1.0.0"
+refuses "prefix 10.1.2.3/16 has bits outside of its mask; expected 10.1.0.0/16" "route add 10.1.2.3/16"
+refuses "prefix 2001:db8::1/32 has bits outside of its mask; expected 2001:db8::/32" \
+    "route add 2001:db8::1/32"
+refuses "gateway fe80::1 is not of the family of 10.1.0.0/16; expected an IPv4 address" \
+    "route add 10.1.0.0/16 via fe80::1 vlan 5"
+refuses "gateway 10.0.0.1 is not of the family of ::/0; expected an IPv6 address" \
+    "route add ::/0 via 10.0.0.1 vlan 5"
+refuses "'route add 10.1.0.0/16 via 10.0.0.1' is not complete; expected vlan" \
+    "route add 10.1.0.0/16 via 10.0.0.1"
+refuses "virtual router 4294967295 does not exist; expected 0 to 7" \
+    "route add 10.1.0.0/16 vr 4294967295"
+refuses "there is no route 10.1.0.0/16 in virtual router 0; 'show route' lists them" \
+    "route del 10.1.0.0/16"
+refuses "virtual router 9 does not exist; expected 0 to 7" "route flush vr 9"
+refuses "virtual router 9 does not exist; expected 0 to 7" "show route vr 9"
+refuses "file $scratch/none can't be read: No such file or directory; name a file of routes" \
+    "route load $scratch/none"
+refuses "file $scratch can't be read: Is a directory; name a file of routes" "route load $scratch"
+
+printf 'route add 10.1.0.0/16 via 10.0.0.1 vlan 5\nroute del 10.1.0.0/16 via 10.0.0.2 vlan 5\n' >"$scratch/script"
+"$pcsim" --lab 1 -f "$scratch/script" >/dev/null 2>"$scratch/err"
+[ "$(cat "$scratch/err")" = "pcsim: $scratch/script:2: route 10.1.0.0/16 has no next hop 10.0.0.2 on VLAN 5; 'show route 10.1.0.0/16' lists those it has" ] ||
+    problem "deleting a next hop that is not there said: $(cat "$scratch/err")"
+
+# A file of both families with everything that can be wrong in a line. The rest is loaded.
+cat >"$scratch/routes" <<'ROUTES'
+# a comment
+10.1.0.0/16
+10.2.0.0/16 10.0.0.2 6   # with its own next hop
+
+10.3.0.0/16 10.0.0.2 6 10.0.0.3 7
+	10.4.0.0/255.255.0.255
+2001:db8::/32
+2001:db8:1::/48 fe80::9 9
+10.5.0.0/33
+10.6.0.1/16
+10.7.0.0/16 10.0.0.2
+10.8.0.0/16 fe80::1 5
+10.9.0.0/16 10.0.0.2 9999
+10.10.0.0/16 x 5
+nonsense
+010.1.0.0/16
+10.1.0.0/16 10.0.0.8 8
+ROUTES
+printf '10.11.0.0/16' >>"$scratch/routes"  # without a line end
+expected='Loaded routes
+  IPv4 lines         6
+  IPv6 lines         2
+  Bad lines          8
+  Seconds            T
+  Routes per second  R
+
+Bad lines
+  Line  Problem
+  ----  -----------------------------------------------------------------------------------------
+     9  '"'10.5.0.0/33' is not a prefix; expected 10.1.0.0/16, 10.1.0.0/255.255.0.0 or fd00:1::/32"'
+    10  prefix 10.6.0.1/16 has bits outside of its mask; expected 10.6.0.0/16
+    11  gateway 10.0.0.2 has no VLAN; expected PREFIX [ADDRESS VLAN]...
+    12  gateway fe80::1 is not of the family of 10.8.0.0/16; expected an IPv4 address
+    13  VLAN '"'9999'"' is not a number from 1 to 4094
+    14  '"'x' is not an IP address; expected 10.0.0.1 or fe80::1"'
+    15  '"'nonsense' is not a prefix; expected 10.1.0.0/16, 10.1.0.0/255.255.0.0 or fd00:1::/32"'
+    16  '"'010.1.0.0/16' is not a prefix; expected 10.1.0.0/16, 10.1.0.0/255.255.0.0 or fd00:1::/32"'
+
+IPv4 routes
+  Prefix                  VR  Gateway   VLAN  MAC address  Port
+  ----------------------  --  --------  ----  -----------  ----
+  10.4.0.0/255.255.0.255   3  10.0.0.1     5  -            -
+  10.1.0.0/16              3  10.0.0.8     8  -            -
+  10.1.0.0/16              3  10.0.0.1     5  -            -
+  10.2.0.0/16              3  10.0.0.2     6  -            -
+  10.3.0.0/16              3  10.0.0.3     7  -            -
+  10.3.0.0/16              3  10.0.0.2     6  -            -
+  10.11.0.0/16             3  10.0.0.1     5  -            -
+
+IPv6 routes
+  Prefix           VR  Gateway  VLAN
+  ---------------  --  -------  ----
+  2001:db8:1::/48   3  fe80::9     9
+  2001:db8::/32     3  fe80::1     5'
+prints "$expected" "route load $scratch/routes via 10.0.0.1 vlan 5 via fe80::1 vlan 5 vr 3" 'show route'
+
+# Without next hops to give, a route has none.
+printf '10.1.0.0/16\n' >"$scratch/bare"
+"$pcsim" --lab 1 -x "route load $scratch/bare" -x 'expect show route -- 10.1.0.0/16.gateway is -' \
+    >/dev/null || problem "a bare prefix did not become a route without next hops"
+"$pcsim" --lab 1 --json -x "route load $scratch/routes" | python3 -c '
+import json, sys
+answer = json.load(sys.stdin)
+assert answer["load"]["bad"] == 8 and len(answer["badLines"]) == 8, answer
+assert answer["badLines"][0]["line"] == 9, answer
+' || problem "a load does not answer in JSON"
+
+# Packed files, and one that is damaged.
+if command -v xz >/dev/null; then
+    xz -k "$scratch/routes"
+    "$pcsim" --lab 1 -x "route load $scratch/routes.xz" | grep -q 'IPv4 lines  *6$' ||
+        problem "a packed file is not read"
+    head -c 60 "$scratch/routes.xz" >"$scratch/half.xz"
+    "$pcsim" --lab 1 -x "route load $scratch/half.xz" | grep -q "xz can't unpack the rest of the file" ||
+        problem "a damaged file is not told"
+fi
+
+# A line of a million characters, and bytes that are no text.
+{ head -c 1000000 /dev/zero | tr '\0' x; printf '\n10.1.0.0/16\n'; head -c 5000 /dev/urandom; printf '\n10.2.0.0/16\n'; } >"$scratch/wild"
+"$pcsim" --lab 1 -x "route load $scratch/wild" -x 'expect show route -- 10.1.0.0/16.vr is 0' \
+    -x 'expect show route -- 10.2.0.0/16.vr is 0' >/dev/null 2>"$scratch/err" ||
+    problem "a wild file stopped the load: $(head -c 300 "$scratch/err")"
+
+[ $failures -eq 0 ] || exit 1
+echo "all commands answered as they should"

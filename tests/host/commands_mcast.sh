@@ -1,0 +1,91 @@
+#!/usr/bin/env bash
+# What the multicast verbs answer to what can't be done, and whether the host's copy stays in step
+# with the platform when a call fails.
+# usage: commands_mcast.sh PCSIM
+set -u
+. "$(dirname "$0")/console_support.sh"
+
+vlans=('vlan create 10' 'vlan create 20')
+cache='mcast add 239.1.1.1 10.0.0.1 iif 10 oif 20 1:1'
+any='mcast add 239.1.1.1 * iif 10 oif 20 1:1'
+
+refuses "'10.1.1.1' is not a multicast group; expected 224.0.0.0 to 239.255.255.255" \
+    "${vlans[@]}" 'mcast add 10.1.1.1 10.0.0.1 iif 10'
+refuses "'239.1.1' is not an IPv4 address; expected four numbers as 10.0.0.1" \
+    'mcast add 239.1.1 10.0.0.1 iif 10'
+refuses "'x' is not an IPv4 address; expected four numbers as 10.0.0.1" \
+    "${vlans[@]}" 'mcast add 239.1.1.1 x iif 10'
+refuses "'0.0.0.0' is not a source; expected an address, or * for any" \
+    "${vlans[@]}" 'mcast add 239.1.1.1 0.0.0.0 iif 10'
+refuses "VLAN 30 does not exist; 'vlan create 30' makes it" \
+    "${vlans[@]}" 'mcast add 239.1.1.1 10.0.0.1 iif 30'
+refuses "VLAN 30 does not exist; 'vlan create 30' makes it" \
+    "${vlans[@]}" 'mcast add 239.1.1.1 10.0.0.1 iif 10 oif 30 1:1'
+refuses "port 1:9 does not exist; ports are 1:1 to 1:2" \
+    "${vlans[@]}" 'mcast add 239.1.1.1 10.0.0.1 iif 10 oif 20 1:9'
+refuses "virtual router 8 does not exist; they are 0 to 7" \
+    "${vlans[@]}" 'mcast add 239.1.1.1 10.0.0.1 iif 10 vr 8'
+refuses "there is no cache (10.0.0.1, 239.1.1.1) on VLAN 10" \
+    "${vlans[@]}" 'mcast del 239.1.1.1 10.0.0.1 iif 10'
+refuses "there is no cache (10.0.0.1, 239.1.1.1) on VLAN 10 of virtual router 1" \
+    "${vlans[@]}" "$cache" 'mcast del 239.1.1.1 10.0.0.1 iif 10 vr 1'
+refuses "there is no cache (10.0.0.1, 239.1.1.1) on VLAN 10; 'mcast add' makes it" \
+    "${vlans[@]}" 'mcast oif add 239.1.1.1 10.0.0.1 iif 10 oif 20 1:1'
+refuses "there is no cache (10.0.0.1, 239.1.1.1) on VLAN 10" \
+    "${vlans[@]}" 'mcast oif del 239.1.1.1 10.0.0.1 iif 10 oif 20 1:1'
+refuses "none of these ports is in (10.0.0.1, 239.1.1.1) on VLAN 10" \
+    "${vlans[@]}" "$cache" 'mcast oif del 239.1.1.1 10.0.0.1 iif 10 oif 20 1:2'
+refuses "no outgoing port is named; expected oif VLAN SLOT:PORT" \
+    "${vlans[@]}" "$cache" 'mcast oif add 239.1.1.1 10.0.0.1 iif 10'
+refuses "the platform adds no ports to a cache of any source; name a source" \
+    "${vlans[@]}" "$any" 'mcast oif add 239.1.1.1 * iif 10 oif 20 1:2'
+refuses "the platform deletes no single cache of any source; 'mcast flush group 239.1.1.1 iif V' deletes all of the group" \
+    "${vlans[@]}" "$any" 'mcast del 239.1.1.1 * iif 10'
+refuses "the platform refuses a flush by source alone; name the group too" \
+    'mcast flush source 10.0.0.1'
+refuses "the platform finds no cache (10.0.0.1, 239.1.1.1) on VLAN 10" \
+    "${vlans[@]}" 'mcast stats 239.1.1.1 10.0.0.1 iif 10'
+refuses "each cache can't take 2 of 1 outgoing ports" \
+    "${vlans[@]}" 'mcast load none iif 10 oif 20 1:1 each 2'
+refuses "$scratch/none can't be read: No such file or directory" \
+    "${vlans[@]}" "mcast load $scratch/none iif 10"
+
+# inStep CACHES PORTS CHIPCACHES COMMAND...: whatever the last command is answered, what the host
+# believes is what the chip was told.
+inStep() {
+    local caches=$1 ports=$2 chip=$3
+    shift 3
+    local checks=("expect show mcast -- totals.caches is $caches"
+        "expect show mcast -- totals.ports is $ports"
+        "expect show mcast -- totals.chipCaches is $chip"
+        "expect show mcast -- totals.inStep is yes")
+    printf '%s\n' "${vlans[@]}" "$@" >"$scratch/commands"
+    # At the prompt an error does not end the session.
+    { cat "$scratch/commands"; printf '%s\n' "${checks[@]}"; } |
+        "$pcsim" --lab 2 --stopped >"$scratch/out" 2>&1
+    grep -qE 'but totals|is not known|in none of the tables' "$scratch/out" &&
+        problem "after '$*': $(cat "$scratch/out")"
+    [ "$(grep -c 'expect show' "$scratch/out")" -ge 4 ] || problem "'$*' ended early"
+}
+
+inStep 1 1 1 "$cache" "$cache"
+# The refused second cache of any source stays on its incoming VLAN until that goes.
+inStep 1 1 2 "$any" "$any"
+inStep 0 0 1 "$any" "$any" 'mcast flush group 239.1.1.1 iif 10'
+inStep 0 0 0 "$any" "$any" 'vlan delete 10'
+inStep 0 0 0 "$any" "$any" 'mcast flush'
+# Calls that the platform is made to refuse.
+inStep 0 0 0 'fault pcSimHalIpv4McHwCacheAdd returns -1' "$cache"
+inStep 1 1 1 "$cache" 'fault pcSimHalIpv4McHwCacheDel returns -1' 'mcast del 239.1.1.1 10.0.0.1 iif 10'
+inStep 1 1 1 "$cache" 'fault pcSimHalIpv4McHwCacheFlush returns 0' 'mcast flush'
+inStep 1 1 1 "$cache" 'fault pcSimHalIpv4McHwCacheOifPortDel returns -1' 'vlan delete 20'
+# Flushes that take more than they name: later sources go too, and those of any source do when they
+# stand below the named one in the tree.
+inStep 0 0 0 "$cache" 'mcast add 239.1.1.1 10.0.0.2 iif 20' \
+    'mcast flush group 239.1.1.1 source 10.0.0.1'
+inStep 1 1 1 "$cache" 'mcast add 239.1.1.1 10.0.0.2 iif 20' \
+    'mcast flush group 239.1.1.1 source 10.0.0.2'
+inStep 1 1 1 "$any" "$cache" 'mcast flush group 239.1.1.1 source 10.0.0.1'
+inStep 0 0 0 "$cache" "$any" 'mcast flush group 239.1.1.1 source 10.0.0.1'
+
+finish

@@ -1,0 +1,50 @@
+# What the command tests share: sourced with PCSIM as their first argument.
+pcsim=$1
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+failures=0
+
+problem() {
+    printf 'FAILED: %s\n' "$*"
+    failures=$((failures + 1))
+}
+
+# run COMMAND...: runs the commands on a stack with two ports and a stopped clock.
+run() {
+    local arguments=(--lab 2 --stopped)
+    local command
+    for command in "$@"; do arguments+=(-x "$command"); done
+    "$pcsim" "${arguments[@]}" >"$scratch/out" 2>"$scratch/err"
+}
+
+# refuses LINE COMMAND...: the last command ends pcsim with 1 and says LINE, those before succeed.
+refuses() {
+    local line=$1
+    shift
+    run "$@"
+    local got=$?
+    [ $got -eq 1 ] || problem "'$*' ended with $got, not 1"
+    [ "$(cat "$scratch/err")" = "pcsim: $line" ] ||
+        problem "'$*' said: $(cat "$scratch/err")"$'\n'"  instead of: pcsim: $line"
+}
+
+# answers PATTERN COMMAND...: all commands succeed, and a line that matches is printed.
+answers() {
+    local pattern=$1
+    shift
+    run "$@" || problem "'$*' failed: $(cat "$scratch/err")"
+    prints "$pattern"
+}
+
+# prints PATTERN: the last run has printed a line that matches.
+prints() {
+    grep -qE -- "$1" "$scratch/out" || problem "printed no '$1': $(cat "$scratch/out")"
+}
+
+# Ends the test with what it found.
+finish() {
+    [ $failures -eq 0 ] || exit 1
+    echo "all commands answered as they should"
+}
+
+. "$(dirname "${BASH_SOURCE[0]}")/need_lab.sh"

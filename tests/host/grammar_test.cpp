@@ -1,0 +1,109 @@
+// Patterns, matching, and the lines that say what would have been right.
+#include "host/console/grammar.h"
+
+#include <gtest/gtest.h>
+
+#include "host/console/verbs.h"
+
+namespace pcsim::host {
+namespace {
+
+TEST(SplitWords, BlanksSeparateQuotesKeepThemTogether) {
+    EXPECT_EQ(splitWords("  port 1:2\tenable "), (Words{"port", "1:2", "enable"}));
+    EXPECT_EQ(splitWords("echo \"two words\" x\"y z\""), (Words{"echo", "two words", "xy z"}));
+    EXPECT_EQ(splitWords("echo \"\""), (Words{"echo", ""}));
+    EXPECT_TRUE(splitWords("").empty());
+}
+
+TEST(SplitWords, ACommentEndsTheLineButNotAWord) {
+    EXPECT_EQ(splitWords("show ports # all of them"), (Words{"show", "ports"}));
+    EXPECT_EQ(splitWords("echo a#b"), (Words{"echo", "a#b"}));
+}
+
+TEST(SplitWords, AnOpenQuoteIsAnError) {
+    EXPECT_THROW(splitWords("echo \"abc"), CommandError);
+}
+
+class VerbsTest : public testing::Test {
+protected:
+    VerbsTest() {
+        const auto nothing = [](Call&) {};
+        verbs.action("port <port> <action:enable|disable|restart>", "", nothing);
+        verbs.action(
+            "port <port> autoneg <state:on|off> [speed <speed:10|100>] [duplex <d:full|half>]", "",
+            nothing);
+        verbs.action("vlan create <vlan>", "", nothing);
+        verbs.action("route add <prefix> [via <gateway:address> vlan <vlan>]* [vr <vr:0-255>]", "",
+                     nothing);
+        verbs.action("echo <text:rest>", "", nothing);
+    }
+
+    std::string problem(const std::string& line) {
+        try {
+            verbs.find(splitWords(line));
+        } catch (const CommandError& error) {
+            return error.what();
+        }
+        return "";
+    }
+
+    Values values(const std::string& line) { return verbs.find(splitWords(line)).values; }
+
+    Verbs verbs;
+};
+
+TEST_F(VerbsTest, FixedWordsAndValues) {
+    const Values found = values("port 1:2 enable");
+    EXPECT_EQ(found.at("port"), (Words{"1:2"}));
+    EXPECT_EQ(found.at("action"), (Words{"enable"}));
+}
+
+TEST_F(VerbsTest, GroupsComeInAnyOrder) {
+    const Values found = values("port 1:2 autoneg on duplex half speed 10");
+    EXPECT_EQ(found.at("speed"), (Words{"10"}));
+    EXPECT_EQ(found.at("d"), (Words{"half"}));
+    EXPECT_TRUE(found.contains("[speed]"));
+}
+
+TEST_F(VerbsTest, ARepeatedGroupHasSeveralValues) {
+    const Values found =
+        values("route add 10.0.0.0/8 via 10.0.0.1 vlan 5 vr 2 via 10.0.0.2 vlan 6");
+    EXPECT_EQ(found.at("gateway"), (Words{"10.0.0.1", "10.0.0.2"}));
+    EXPECT_EQ(found.at("vlan"), (Words{"5", "6"}));
+    EXPECT_EQ(found.at("vr"), (Words{"2"}));
+}
+
+TEST_F(VerbsTest, RestTakesEverything) {
+    EXPECT_EQ(values("echo a b c").at("text"), (Words{"a", "b", "c"}));
+}
+
+TEST_F(VerbsTest, ProblemsSayWhatWouldBeRight) {
+    const std::pair<const char*, const char*> kRows[] = {
+        {"frobnicate", "'frobnicate' is not a verb; 'help' lists them all"},
+        {"port 1:2", "'port 1:2' is not complete; expected enable|disable|restart, autoneg"},
+        {"port 1:2 explode",
+         "'explode' is not known after 'port 1:2'; expected enable|disable|restart, autoneg"},
+        {"port 12 enable", "'12' is not a port; expected SLOT:PORT, for example 1:2"},
+        {"vlan create 4095", "VLAN '4095' is not a number from 1 to 4094"},
+        {"vlan create ten", "VLAN 'ten' is not a number from 1 to 4094"},
+        {"port 1:2 autoneg on speed 10 speed 100",
+         "'speed' is not known after 'port 1:2 autoneg on speed 10'; expected duplex"},
+        {"vlan create 5 6", "'vlan create 5' ends before '6'"},
+        {"route add 10.0.0.0/33",
+         "'10.0.0.0/33' is not a prefix; expected 10.1.0.0/16, 10.1.0.0/255.255.0.0 or "
+         "fd00:1::/32"},
+    };
+    for (const auto& [line, expected] : kRows) EXPECT_EQ(problem(line), expected) << line;
+}
+
+TEST_F(VerbsTest, CompletionOffersWhatComesNext) {
+    EXPECT_EQ(verbs.next({}), (std::vector<std::string>{"port", "vlan", "route", "echo"}));
+    EXPECT_EQ(verbs.next({"port", "1:1"}),
+              (std::vector<std::string>{"enable", "disable", "restart", "autoneg"}));
+    EXPECT_EQ(verbs.next({"port", "1:1", "autoneg", "on"}),
+              (std::vector<std::string>{"speed", "duplex"}));
+    EXPECT_EQ(verbs.next({"port"}), (std::vector<std::string>{"<port>"}));
+}
+
+}  // namespace
+}  // namespace pcsim::host

@@ -1,0 +1,103 @@
+// The clock: order, exact times when stopped, cancelling.
+#include "host/core/scheduler.h"
+
+#include <gtest/gtest.h>
+
+#include "host/core/loop.h"
+
+namespace pcsim::host {
+namespace {
+
+class SchedulerTest : public testing::Test {
+protected:
+    SchedulerTest() {
+        scheduler.stop();
+        start = scheduler.nowMs();
+    }
+    uint64_t sinceStart() const { return scheduler.nowMs() - start; }
+
+    Scheduler scheduler;
+    uint64_t start = 0;
+    std::vector<std::string> ran;
+    void note(const char* what) {
+        ran.push_back(std::string(what) + "@" + std::to_string(sinceStart()));
+    }
+};
+
+TEST_F(SchedulerTest, AClockStoppedAtZeroForgetsWhatPassedBefore) {
+    Scheduler late;
+    while (late.nowMs() < 3) {
+    }
+    late.stopAtZero();
+    EXPECT_EQ(late.nowMs(), 0u);
+    late.warp(5);
+    EXPECT_EQ(late.nowMs(), 5u);
+    late.resume();
+    EXPECT_GE(late.nowMs(), 5u);
+    EXPECT_LT(late.nowMs(), 5000u);
+}
+
+TEST_F(SchedulerTest, AStoppedClockStandsStill) {
+    scheduler.after(0, "now", [this] { note("now"); });
+    scheduler.runDue();
+    EXPECT_TRUE(ran.empty());
+    scheduler.warp(0);
+    EXPECT_EQ(ran, (std::vector<std::string>{"now@0"}));
+}
+
+TEST_F(SchedulerTest, ActionsRunAtTheirTimesInOrder) {
+    scheduler.every(1000, "tick", [this] { note("tick"); });
+    scheduler.after(2000, "task", [this] { note("task"); });
+    scheduler.after(500, "early", [this] { note("early"); });
+    scheduler.warp(2500);
+    EXPECT_EQ(ran, (std::vector<std::string>{"early@500", "tick@1000", "tick@2000", "task@2000"}));
+    EXPECT_EQ(sinceStart(), 2500u);
+}
+
+TEST_F(SchedulerTest, WhatAnActionSchedulesRunsInTheSameWarp) {
+    scheduler.after(100, "first", [this] {
+        note("first");
+        scheduler.after(50, "second", [this] { note("second"); });
+    });
+    scheduler.warp(200);
+    EXPECT_EQ(ran, (std::vector<std::string>{"first@100", "second@150"}));
+}
+
+TEST_F(SchedulerTest, CancelledActionsDoNotRun) {
+    const auto id = scheduler.every(10, "tick", [this] { note("tick"); });
+    scheduler.warp(10);
+    scheduler.cancel(id);
+    scheduler.cancel(id);
+    scheduler.warp(100);
+    EXPECT_EQ(ran, (std::vector<std::string>{"tick@10"}));
+    EXPECT_TRUE(scheduler.entries().empty());
+}
+
+TEST_F(SchedulerTest, APeriodicActionMayCancelItself) {
+    Scheduler::Id id = 0;
+    id = scheduler.every(10, "tick", [&] {
+        note("tick");
+        scheduler.cancel(id);
+    });
+    scheduler.warp(100);
+    EXPECT_EQ(ran, (std::vector<std::string>{"tick@10"}));
+}
+
+TEST_F(SchedulerTest, WaitingInStoppedTimeWarpsFromOneActionToTheNext) {
+    Loop loop(scheduler);
+    scheduler.every(1000, "tick", [this] { note("tick"); });
+    EXPECT_TRUE(loop.waitUntil([this] { return ran.size() == 3; }, 10000));
+    EXPECT_EQ(sinceStart(), 3000u);
+    EXPECT_FALSE(loop.waitUntil([] { return false; }, 1500));
+    EXPECT_EQ(sinceStart(), 4500u);
+}
+
+TEST_F(SchedulerTest, ResumingGoesOnFromWhereTheClockStood) {
+    scheduler.warp(5000);
+    scheduler.resume();
+    EXPECT_GE(sinceStart(), 5000u);
+    EXPECT_LT(sinceStart(), 60000u);
+}
+
+}  // namespace
+}  // namespace pcsim::host

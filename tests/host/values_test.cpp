@@ -1,0 +1,56 @@
+// Values that people type.
+#include "host/console/values.h"
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+
+#include "host/core/error.h"
+
+namespace pcsim::host {
+namespace {
+
+TEST(Values, NumbersKeepToTheirRange) {
+    EXPECT_EQ(parseNumber("n", "7", 1, 9), 7u);
+    for (const char* bad : {"0", "10", "", "7x", "-1", "0x7", " 7", "99999999999999999999999"})
+        EXPECT_THROW(parseNumber("n", bad, 1, 9), CommandError) << bad;
+}
+
+TEST(Values, WordsAreDecimalOrHexadecimal) {
+    EXPECT_EQ(parseU32("mask", "4294967295"), 0xFFFFFFFFu);
+    EXPECT_EQ(parseU32("mask", "0xFFFF06FF"), 0xFFFF06FFu);
+    for (const char* bad : {"4294967296", "0x100000000", "0x", "F", ""})
+        EXPECT_THROW(parseU32("mask", bad), CommandError) << bad;
+}
+
+TEST(Values, Ports) {
+    const SlotPort port = parseSlotPort("10:256");
+    EXPECT_EQ(port.slot, 10u);
+    EXPECT_EQ(port.port, 256u);
+    for (const char* bad : {"1", "1:", ":1", "1:2:3", "a:b", "1:70000", ""})
+        EXPECT_THROW(parseSlotPort(bad), CommandError) << bad;
+}
+
+TEST(Values, MacAddresses) {
+    EXPECT_EQ(parseMac("00:1a:2B:3c:4d:ff"), (MacAddress{0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0xFF}));
+    EXPECT_EQ(parseMac("0-1-2-3-4-5"), (MacAddress{0, 1, 2, 3, 4, 5}));
+    for (const char* bad : {"", "00:11:22:33:44", "00:11:22:33:44:55:66", "00:11:22:33:44:5g",
+                            "001122334455", "00:11:22:33:44:555", "00::22:33:44:55", "1:2:3:4:5:"})
+        EXPECT_THROW(parseMac(bad), CommandError) << bad;
+}
+
+TEST(Values, Prefixes) {
+    const IpPrefix plain = parsePrefix("10.1.0.0/16");
+    EXPECT_EQ(plain.mask, htonl(0xFFFF0000));
+    EXPECT_EQ(plain.length, 16u);
+    EXPECT_EQ(parsePrefix("0.0.0.0/0").mask, 0u);
+    EXPECT_EQ(parsePrefix("10.0.0.0/255.0.255.0").mask, htonl(0xFF00FF00));
+    EXPECT_EQ(parsePrefix("10.0.0.0/255.0.255.0").length, 8u);
+    const IpPrefix six = parsePrefix("fd00:1::/32");
+    EXPECT_TRUE(six.address.v6);
+    EXPECT_EQ(six.text(), "fd00:1::/32");
+    for (const char* bad : {"10.0.0.0", "10.0.0.0/33", "fd00::/129", "10.0.0/8", "/8", "10.0.0.0/"})
+        EXPECT_THROW(parsePrefix(bad), CommandError) << bad;
+}
+
+}  // namespace
+}  // namespace pcsim::host
