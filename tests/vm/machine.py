@@ -13,6 +13,7 @@ import shutil
 import socket
 import subprocess
 import tarfile
+import tempfile
 import threading
 import time
 from pathlib import Path
@@ -145,8 +146,14 @@ class FileSystem:
         self.add(name, Path(path).read_bytes())
 
     def add_program(self, path, name=None):
-        """A program with the libraries and the loader it needs."""
-        self.add_file(name or f"bin/{os.path.basename(path)}", path)
+        """A program with the libraries and the loader it needs. It goes without its debug
+        information: that is most of a file, and the machine keeps all of them in its memory."""
+        with tempfile.NamedTemporaryFile() as stripped:
+            stripping = run([require_program("strip", "binutils"), "--strip-debug", "-o",
+                             stripped.name, path])
+            if stripping.returncode != 0:
+                raise RuntimeError(f"{path} can't be stripped: {last_line(stripping.stderr)}")
+            self.add_file(name or f"bin/{os.path.basename(path)}", stripped.name)
         for line in run(["ldd", path]).stdout.splitlines():
             found = re.search(r"(/\S+) \(0x", line)
             if found is None:

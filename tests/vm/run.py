@@ -25,6 +25,7 @@ from machine import FileSystem, Kernel, Machine, Skip, require_program
 HERE = Path(__file__).resolve().parent
 LIMIT_S = 150
 SKIPPED = 77  # to the test driver
+UNPACKED_IN_PART = "Initramfs unpacking failed"  # the kernel's words when memory runs out
 # eth1 and eth2 are cabled to each other, eth3 and eth4, too. The last two change their names in
 # the machine: the spare card becomes eth8, the one without MII eth5.
 CARDS = [("e1000", 0), ("e1000", 1), ("e1000", 1), ("e1000", 2), ("e1000", 2), ("e1000", 3),
@@ -139,6 +140,8 @@ class Protocol:
             text = f"{step}: {shortened(measured)}" if step == "switch.ports" else line
             self._check(at_s, ok, text, expected[2] if ok else
                         f"expected {expected[1] or 'something else'}: {expected[2]}")
+        elif UNPACKED_IN_PART in line:
+            self.fail("the machine's memory doesn't hold its file system: " + line)
         elif line.startswith("-- "):
             self._say(at_s, "      ", line[3:])
         else:
@@ -149,8 +152,11 @@ class Protocol:
         print(f"          FAILED  {text}", flush=True)
 
     def finish(self):
-        for step, _, meaning in self._steps[self._next:]:
-            self.fail(f"{step}: not measured ({meaning})")
+        missing = self._steps[self._next:]
+        if missing:
+            step, _, meaning = missing[0]
+            self.fail(f"{step}: not measured ({meaning})"
+                      + (f", nor the {len(missing) - 1} steps after it" if missing[1:] else ""))
         if self._awaited is not None:
             self.fail(f"never: {self._awaited[0]}")
         if self.failures:
@@ -213,7 +219,7 @@ def make_file_system(build, kernel):
     files.add_program(require_program("busybox", "busybox-static"), "bin/busybox")
     for program in ("phy", "frames", "pcsim"):
         files.add_program(build / program)
-    files.add_file("bin/libpcsimulation.so.0", build / "libpcsimulation.so.0")
+    files.add_program(build / "libpcsimulation.so.0")
     for script in ("phy.sh", "switch.sh", "switch.pcsim"):
         files.add_file(f"tests/{script}", HERE / script)
     files.add_file("tests/kind.pcsim", HERE / "real" / "kind.pcsim")
