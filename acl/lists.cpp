@@ -70,6 +70,13 @@ AclList* findList(const char* requestName) noexcept {
     return reinterpret_cast<AclList*>(findNode(&wanted.tree, aclTree, compareNames));
 }
 
+// Frees the rules of a request that stores nothing. A HAL that names the same array once more than
+// it has given it away must not take it from the list that owns it.
+void freeUnlessStored(const HalAclListRequest* request) noexcept {
+    const AclList* const list = findList(request->name);
+    if (list == nullptr || list->rules != request->rules) std::free(request->rules);
+}
+
 void printRules(const char* heading, const char* total, const HalAclRule* rules,
                 uint16_t ruleCount) noexcept {
     // The heading has no line end of its own: the first rule follows it on the line.
@@ -95,19 +102,22 @@ extern "C" {
 
 int32_t pcSimIPv4AclAdd(const HalAclListRequest* request) noexcept {
     ACL_ASSERT(request != nullptr);
-    auto* const list =
-        isDynamic(request->name) ? nullptr : static_cast<AclList*>(std::calloc(1, sizeof(AclList)));
-    if (list == nullptr) {
-        // The dynamic rules are never stored, and the rules are the platform's in any case.
+    // The rules are the platform's in any case, also those that it doesn't store.
+    if (isDynamic(request->name)) {
         std::free(request->rules);
+        return 0;
+    }
+    auto* const list = static_cast<AclList*>(std::calloc(1, sizeof(AclList)));
+    if (list == nullptr) {
+        freeUnlessStored(request);
         return 0;
     }
     std::memcpy(list->name, AclName(request->name).text, sizeof list->name);
     takeOver(list, request);
     for (ListLink& head : list->members) listInit(&head);
     if (p2BtreeInsert(&list->tree, &aclTree, compareNames) == -1) {
-        std::free(list->rules);
         std::free(list);
+        freeUnlessStored(request);
     }
     return 0;
 }
@@ -134,10 +144,9 @@ int32_t pcSimIPv4AclRefreshDiff(const HalAclListRequest* request) noexcept {
     ACL_ASSERT(request != nullptr);
     printRules("\nHAL diffAction name  ruleIndex nextIndex", "HAL diffAction", request->rules,
                request->ruleCount);
-    std::free(request->rules);
+    freeUnlessStored(request);
     return 0;
 }
-
 int32_t pcSimIPv4AclRefresh(const HalAclListRequest* request) noexcept {
     ACL_ASSERT(request != nullptr);
     AclList* const list = findList(request->name);

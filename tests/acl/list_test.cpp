@@ -77,6 +77,20 @@ TEST(AclList, ADuplicateNameKeepsTheFirstListAndFreesTheSecond) {
     deleteList("web");
 }
 
+// A HAL that gives the same array away twice: the list that has it keeps it.
+TEST(AclList, AnArrayThatIsStoredIsNotFreedByTheNextRequest) {
+    const HalAclListRequest request = listRequest("web", 1, {{"first"}});
+    EXPECT_EQ(pcSimIPv4AclAdd(&request), 0);
+    EXPECT_EQ(pcSimIPv4AclAdd(&request), 0);
+    libc().failNext();
+    EXPECT_EQ(pcSimIPv4AclAdd(&request), 0);
+    printed([&] { EXPECT_EQ(pcSimIPv4AclRefreshDiff(&request), 0); });
+    EXPECT_EQ(blocks(), 2);
+    EXPECT_STREQ(storedList("web")->rules->name, "first");
+    deleteList("web");
+    EXPECT_EQ(blocks(), 0);
+}
+
 TEST(AclList, TheDynamicListIsNeverStoredAndItsRulesAreFreed) {
     EXPECT_EQ(printed([] { EXPECT_EQ(addList(kDynamic, 3, {{"a"}}), 0); }), "");
     EXPECT_EQ(listNames(), Lines{});
