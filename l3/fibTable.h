@@ -112,7 +112,7 @@ private:
     static Route* routeOf(HalTreeNode* node) noexcept { return reinterpret_cast<Route*>(node); }
 
     static bool insert(Route* route) noexcept {
-        return p2BtreeInsert(&route->node, &Family::root(), Family::compare) == 0;
+        return p2BtreeInsert(&route->node, &Family::root(), Family::compare) != -1;
     }
 
     // Gives 'route', or a new one when it is null, the next hops of the request that it lacks;

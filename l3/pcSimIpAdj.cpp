@@ -67,7 +67,7 @@ pcSimIpAdjEntry* create(uint32_t vrId, uint32_t ip, uint32_t vlan) noexcept {
     if (entry == nullptr) return nullptr;
     entry->nextHops = {&entry->nextHops, &entry->nextHops};
     setKey(*entry, vrId, ip, vlan);
-    if (p2BtreeInsert(&entry->node, &pcSimIpAdjTree, pcSimIpAdjComp) == 0) return entry;
+    if (p2BtreeInsert(&entry->node, &pcSimIpAdjTree, pcSimIpAdjComp) != -1) return entry;
     free(entry);
     return nullptr;
 }

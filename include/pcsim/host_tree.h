@@ -21,8 +21,8 @@ typedef HalTreeNode* HalTreeRoot;
 /* Negative, 0 or positive as 'a' orders before, with or after 'b'. */
 typedef int32_t HalTreeCompareFn(const HalTreeNode* a, const HalTreeNode* b);
 
-/* Links 'node' into the tree. 0; -1 when the tree refuses it, as for a key that is already there,
- * and then nothing has changed. */
+/* Links 'node' into the tree. -1 when the tree refuses it, as for a key that is already there, and
+ * then nothing has changed; any other result, 0 by custom, when it is linked. */
 int32_t p2BtreeInsert(HalTreeNode* node, HalTreeRoot* root, HalTreeCompareFn* compare);
 
 /* Unlinks 'node', which must be in the tree of '*root'. The result is ignored. */

@@ -75,4 +75,20 @@ TEST(Refusal, NextHopWithoutAdjacencyTraps) {
                 KilledBySignal(SIGILL), "");
 }
 
+// A host's tree may answer whatever it likes when it has linked a node, but -1.
+TEST(Refusal, OnlyMinusOneIsOne) {
+    for (const int32_t success : {1, 77, -2}) {
+        tree().success = success;
+        const pcSimIpAdjRec added = record(0, "10.0.0.1", 5);
+        EXPECT_EQ(pcSimIpAdjAdd(&added), 0);
+        EXPECT_EQ(pcSimPCFamIPv4FibAddEntry(Request4(0, "10.1.0.0", "255.255.0.0", {kA})), 0);
+        EXPECT_EQ(pcSimPCFamIPv6FibAddEntry(Request6(0, "fd00::", 16, {{"fe80::1", 5}})), 0);
+        EXPECT_NE(pcSimIPv4FibFind(0, ip("10.1.0.0"), ip("255.255.0.0")), nullptr);
+        EXPECT_EQ(pcSimPCFamIPv4FibDeleteEntry(Request4(0, "10.1.0.0", "255.255.0.0", {})), 0u);
+        EXPECT_EQ(pcSimPCFamIPv6FibDeleteEntry(Request6(0, "fd00::", 16, {})), 0u);
+        pcSimIpAdjRemove(&added);
+        EXPECT_EQ(libc().blocksInUse, 0);
+    }
+}
+
 }  // namespace

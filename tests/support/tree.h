@@ -9,6 +9,7 @@ namespace pcsim::test {
 struct TreeState {
     uint32_t refuseInsert = 0;  // the n-th insertion from now is refused, once; 0: none is
     uint32_t insertions = 0;    // asked for so far
+    int32_t success = 0;        // what a successful insertion answers: anything but -1
 };
 
 TreeState& tree();
