@@ -107,12 +107,15 @@ bool openProcNetDev() noexcept {
 }
 
 void closeProcNetDev() noexcept {
-    close(table);
+    if (table >= 0) close(table);
     table = -1;
 }
 
 uint32_t readProcNetDev(uint32_t interfaceNumber,
                         uint64_t (&columns)[kProcNetDevColumns]) noexcept {
+    // Between opening and reading the host was asked for the interface; a host that took another
+    // port's statistics meanwhile has had the table closed.
+    if (!openProcNetDev()) return 0;
     const InterfaceName wanted(interfaceNumber);
     size_t* lineEnd = interfaceNumber < kKnownInterfaces ? &lineEnds[interfaceNumber] : nullptr;
     Lines lines(lineEnd != nullptr ? *lineEnd : 0);

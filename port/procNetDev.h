@@ -28,9 +28,9 @@ bool openProcNetDev() noexcept;
 // Closes the table. A caller that leaves it open leaves it to the next one, which opens none.
 void closeProcNetDev() noexcept;
 
-// Reads the counters of "eth<interfaceNumber>" from the open table. Returns how many numbers its
-// line holds, at most kProcNetDevColumns, 0 when there is no such line. The rest of 'columns' is
-// left alone.
+// Reads the counters of "eth<interfaceNumber>" from the table, opened if need be. Returns how many
+// numbers its line holds, at most kProcNetDevColumns, 0 when there is no such line. The rest of
+// 'columns' is left alone.
 uint32_t readProcNetDev(uint32_t interfaceNumber, uint64_t (&columns)[kProcNetDevColumns]) noexcept;
 
 }  // namespace pcsim

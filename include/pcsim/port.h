@@ -6,9 +6,10 @@
  * "eth0". Link, speed and duplex are read from the interface's PHY, counters from "/proc/net/dev".
  *
  * The per-port tables cover slots 0 to 10 and ports 0 to 256. An instance outside them is never an
- * error of the process: a query answers as for an absent or not disabled port, a change does
- * nothing. All operations run on the calling thread and take no lock: the HAL serialises its calls
- * into the port tables. Pointers must be valid unless said otherwise; nothing is kept. */
+ * error of the process: a query of a table answers as for an absent or not disabled port, a change
+ * of one does nothing. Restart and shutdown look at no table and act on whatever interface the host
+ * maps the port to. All operations run on the calling thread and take no lock: the HAL serialises
+ * its calls into the port tables. Pointers must be valid unless said otherwise; nothing is kept. */
 #ifndef PCSIM_PORT_H
 #define PCSIM_PORT_H
 
@@ -130,7 +131,7 @@ typedef int32_t HalCardPortEnableRcvFn(uint32_t portInstance, uint32_t enable);
 typedef int32_t HalCardPortSetLinkLEDFn(uint32_t portInstance, uint32_t color);
 
 /* The HAL sets the spanning-tree state of a port in a group; the state is not stored. With a
- * 'callback', completion is reported by a task, 50 ms later, as callback(argument1, argument2, 0,
+ * 'callback', completion is reported by a task, with delay 50, as callback(argument1, argument2, 0,
  * 0), and the result is 1. The first callback ever given is the one that runs; another one is
  * refused with a printed line. Without a callback the result is 0. */
 typedef int32_t HalCardPortSetForwardingStateFn(uint32_t portInstance, uint32_t group,
@@ -166,7 +167,7 @@ typedef int32_t HalCardPortGetMediaTypeFn(uint32_t portInstance, HalPortMediaTyp
  * an interface is down, the outputs 0. -1 for other port types, without a socket, when the PHY
  * can't be read and when both ends share no 10 or 100 Mbps ability; outputs not yet known stay as
  * they were ('*link' is 0 from the start and 1 once the PHY has said so).
- * Called once a second for every port. */
+ * The library's own poll asks once a second for the own slot's management port alone. */
 typedef int32_t HalCardPortLinkInfoFn(uint32_t portInstance, uint32_t* link, uint32_t* duplex,
                                       uint32_t* speed, uint32_t* flowControl, uint32_t* extra);
 

@@ -21,7 +21,7 @@ typedef int32_t HalTrunkDeleteFn(const HalPif* trunk, HalHwHandle** handle);
 typedef int32_t HalTrunkAddPortsFn(const HalPif* trunk, uint32_t portCount,
                                    const uint32_t* portInstances, uint32_t flag);
 
-/* Chooses the address algorithm. -1 for the algorithms 1 and 2, which the hardware hasn't got. */
+/* Chooses the address algorithm. -1 for the algorithms 1 and 2, which are refused. */
 typedef int32_t HalTrunkConfigAddrAlgoFn(uint32_t algorithm);
 
 /* The same for a slot that has just come up. */

@@ -1,4 +1,6 @@
 // The PHY of a port: restart, shutdown and the link query, request by request.
+#include <sys/socket.h>
+
 #include "system/pcSimSystem.h"
 #include "tests/port/port_fixture.h"
 
@@ -103,6 +105,9 @@ TEST_F(PortTest, OneSocketServesAllRequestsAndStaysOpen) {
     EXPECT_EQ(skfd, opened);
     EXPECT_EQ(libc().socketsOpened, 1u);
     EXPECT_EQ(libc().descriptorsClosed, 0u);
+    EXPECT_EQ(libc().socketArguments[0], AF_INET);
+    EXPECT_EQ(libc().socketArguments[1], SOCK_DGRAM);
+    EXPECT_EQ(libc().socketArguments[2], 0);
 }
 
 TEST_F(PortTest, ASocketOfTheHostIsUsedAsItIs) {

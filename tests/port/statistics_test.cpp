@@ -338,6 +338,24 @@ TEST_F(StatisticsTest, ZeroingOutsideTheTablesIsReported) {
     }
 }
 
+// The interface is asked for while the table is open, and the host is free to call.
+TEST_F(StatisticsTest, AHostMayTakeAnotherPortsStatisticsOnTheWay) {
+    linkUp("eth6");
+    counterTable(tableWith("eth5", Columns(16, 5)));
+    int32_t depth = 0;
+    host().hwPortMapping = [&depth](uint32_t, uint32_t number) {
+        PortStatsRecord record{};
+        if (++depth == 2) pcSimCardPortGetStats(frontPanel(1, 6), &record);
+        return number;
+    };
+    PortStatsRecord record = filled();
+    EXPECT_EQ(pcSimCardPortGetStats(kPort, &record), 0);
+    EXPECT_GE(depth, 4) << "the other port's was taken while the table was open";
+    EXPECT_EQ(counterAt(record, 4), 5u);
+    EXPECT_EQ(openTables(), 0);
+    EXPECT_EQ(libc().descriptorsClosed, 2u);
+}
+
 // --- Port 0 and the management port --------------------------------------------------------------
 
 TEST_F(StatisticsTest, Port0OfASlotHasARowOfItsOwn) {

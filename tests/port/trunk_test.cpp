@@ -107,9 +107,17 @@ TEST_F(TrunkTest, ASlotWithoutMembersIsWalkedInSilence) {
     member(257, 1, kTrunk);
     EXPECT_EQ(printed([] { EXPECT_EQ(pcSimTrunkSyncSlot(1), 0); }), "");
     EXPECT_EQ(lookUps(), Texts{});
+    Texts walk = {"getFirstPif()"};
+    for (const HalPif* pif : host().pifs) {
+        char step[40];
+        std::snprintf(step, sizeof step, "getNextPif(%08x)", pif->instance);
+        walk.push_back(step);
+    }
+    EXPECT_EQ(host().queries, walk) << "every pif is visited, once and in order";
 }
 
 TEST_F(TrunkTest, EachMemberOfTheSlotIsAddedToItsTrunk) {
+    member(1, 3, 0);  // in no trunk, and not the end of the walk
     member(1, 1, kTrunk);
     member(2, 1, kTrunk);
     member(1, 2, ofType(1, 0, 8));

@@ -90,6 +90,10 @@ int __wrap_socket(int domain, int type, int protocol) {
         return -1;
     }
     ++libc().socketsOpened;
+    int(&arguments)[3] = libc().socketArguments;
+    arguments[0] = domain;
+    arguments[1] = type;
+    arguments[2] = protocol;
     return socket(domain, type, protocol);
 }
 
@@ -136,6 +140,11 @@ time_t __wrap_time(time_t* out) {
     const time_t now = libc().now.value_or(time(nullptr));
     if (out != nullptr) *out = now;
     return now;
+}
+
+char* __wrap_getenv(const char* name) {
+    libc().variablesRead.push_back(name);
+    return getenv(name);
 }
 
 int __wrap_rand(void) {

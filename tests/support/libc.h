@@ -25,6 +25,7 @@ struct LibcState {
     // Sockets and interface requests. Without handlers they reach the kernel.
     bool failSocket = false;
     uint32_t socketsOpened = 0;
+    int socketArguments[3] = {};  // family, type and protocol of the last one
     uint32_t descriptorsClosed = 0;
     std::function<int(int descriptor, unsigned long request, void* argument)> ioctl;
 
@@ -33,6 +34,8 @@ struct LibcState {
     std::optional<std::string> redirectTo;
     uint32_t filesOpened = 0;
     uint32_t filesClosed = 0;
+
+    std::vector<std::string> variablesRead;  // names given to getenv()
 
     // Time and chance. 'randoms' are handed out in order, then rand() is real again.
     std::optional<time_t> now;
