@@ -10,8 +10,8 @@
 #include "system/trace.h"
 
 // An irregular default that the HAL relies on: slots 0 to 7, 9, 10 and 16 to 31 are occupied.
-uint32_t pcSimCardPresentMask = 0xFFFF06FFu;
-int32_t simulateRemoteIO = 0;
+PCSIM_EXPORT uint32_t pcSimCardPresentMask = 0xFFFF06FFu;
+PCSIM_EXPORT int32_t simulateRemoteIO = 0;
 
 namespace pcsim {
 namespace {
@@ -45,12 +45,32 @@ int32_t reportLater(int32_t slot, const DelayedReport& report) noexcept {
     return 1;
 }
 
-// A copy of a slot's name, for messages that show two: the host's text lives until its next call.
-struct SlotName {
-    explicit SlotName(int32_t slot) noexcept {
-        snprintf(text, sizeof text, "%s", getSlotName(slot));
+// The two names of a backplane link, asked for when the first of them is needed: a silent trace
+// asks for none. The host's text lives until its next call, so the one that is asked for first is
+// a copy.
+class LinkEnds {
+public:
+    LinkEnds(int32_t fromSlot, int32_t toSlot) noexcept : fromSlot_(fromSlot), toSlot_(toSlot) {}
+    const char* from() noexcept {
+        ask();
+        return from_;
     }
-    char text[128];
+    const char* to() noexcept {
+        ask();
+        return to_;
+    }
+
+private:
+    void ask() noexcept {
+        if (to_ != nullptr) return;
+        snprintf(from_, sizeof from_, "%s", getSlotName(fromSlot_));
+        to_ = getSlotName(toSlot_);
+    }
+
+    int32_t fromSlot_;
+    int32_t toSlot_;
+    const char* to_ = nullptr;
+    char from_[512];
 };
 
 const char* enableText(int32_t enable) noexcept {
@@ -128,15 +148,16 @@ int32_t pcSimCardPowerOnCheck(int32_t slot) noexcept {
 }
 
 int32_t pcSimCardInternalLinkEnable(int32_t fromSlot, int32_t toSlot, int32_t enable) noexcept {
-    TRACE_CARD("%s backplane link from %s to %s.", enableText(enable), SlotName(fromSlot).text,
-               SlotName(toSlot).text);
+    LinkEnds ends(fromSlot, toSlot);
+    TRACE_CARD("%s backplane link from %s to %s.", enableText(enable), ends.from(), ends.to());
     return 0;
 }
 
 int32_t pcSimCardInternalLinkConfigLoadSharing(int32_t fromSlot, int32_t toSlot,
                                                int32_t mode) noexcept {
-    TRACE_CARD("Config loadshare mode %d on backplane link from %s to %s.", mode,
-               SlotName(fromSlot).text, SlotName(toSlot).text);
+    LinkEnds ends(fromSlot, toSlot);
+    TRACE_CARD("Config loadshare mode %d on backplane link from %s to %s.", mode, ends.from(),
+               ends.to());
     return 0;
 }
 

@@ -11,12 +11,6 @@
 
 extern "C" {
 
-// Bit n: a card sits in slot n. Slot 8 and slots 11 to 15 are empty at load.
-PCSIM_EXPORT extern uint32_t pcSimCardPresentMask;
-
-// 1 when the delayed reports of card states are wanted; never cleared.
-PCSIM_EXPORT extern int32_t simulateRemoteIO;
-
 // Prepares the module; the card-database setup calls it. Always 0.
 PCSIM_EXPORT int32_t pcSimInit() noexcept;
 

@@ -15,6 +15,14 @@ PCSIM_BEGIN_DECLS
 struct HalFamilyOps;
 struct HalCardSlotDb;
 
+/* Bit n set: a card sits in slot n, of the low five bits of a slot's number. Set by module control,
+ * at any time. At load slot 8 and slots 11 to 15 are empty. */
+extern uint32_t pcSimCardPresentMask;
+
+/* 1 when the delayed reports of card states are wanted: set by the chassis card-database setup from
+ * the environment (HAL_SIM_REMOTE_IO), never cleared. */
+extern int32_t simulateRemoteIO;
+
 /* Card types. */
 #define HAL_CARD_UNKNOWN 0u
 #define HAL_CARD_C256 403u       /* "PCSimC256": 256 ports */

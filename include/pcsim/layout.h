@@ -240,6 +240,9 @@ CHECK_OFFSET(HalCardDiagnosticsResult, byte52, 52);
 CHECK_OFFSET(HalCardDiagnosticsResult, byte116, 116);
 CHECK_OFFSET(HalCardDiagnosticsResult, message, 2366);
 
+CHECK_SIZE(pcSimCardPresentMask, 4);
+CHECK_SIZE(simulateRemoteIO, 4);
+
 /* --- Card slot operations --------------------------------------------------------------------- */
 CHECK_OFFSET(HalCardSlotDb, word0, 0);
 CHECK_OFFSET(HalCardSlotDb, word4, 4);

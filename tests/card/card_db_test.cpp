@@ -92,6 +92,19 @@ TEST(CardType, OfEachChassisSlot) {
     }
 }
 
+TEST(CardType, TheVariableIsLookedAtForSlotsWithoutACardOfTheirOwnAlone) {
+    for (const int32_t slot : {0, -1, INT_MIN}) {
+        libc().variablesRead.clear();
+        pcSimChassisCardGetId(slot);
+        EXPECT_EQ(libc().variablesRead, std::vector<std::string>{"VORN_TEST_UNKNOWN_CARD"}) << slot;
+    }
+    for (const int32_t slot : {1, 7, 8, 9, INT_MAX}) {
+        libc().variablesRead.clear();
+        pcSimChassisCardGetId(slot);
+        EXPECT_TRUE(libc().variablesRead.empty()) << slot;
+    }
+}
+
 // The header of a slot record as it should be, with the operations as they are.
 Image slotImage(Filled<HalCardSlotDb>& db, uint32_t word4, uint32_t word8, uint32_t ports) {
     Image image(1068);

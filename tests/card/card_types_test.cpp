@@ -108,6 +108,14 @@ TEST(CardTypes, MapsOfDifferentSlotsAndTypesAreApart) {
             rows.push_back({type, slot, 0, 0, db->portCount, db->portMap[0]});
         }
     }
+    // Slots below 0 have no row of their own, and move nobody else's.
+    for (const uint32_t type : {404u, 407u, 403u}) {
+        for (const int32_t slot : {-1, -11, INT32_MIN}) {
+            cardType = type;
+            Filled<HalCardSlotDb> db;
+            pcSimChassisCardSlotDBSetup(slot, db.get());
+        }
+    }
     for (size_t i = 0; i < maps.size(); ++i)
         for (uint32_t port = 0; port < rows[i].ports; ++port)
             ASSERT_EQ(maps[i][port], rows[i].firstPort + port)

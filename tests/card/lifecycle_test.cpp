@@ -89,6 +89,26 @@ TEST_F(Lifecycle, RequestsReportLaterOnThePrimaryWithRemoteIo) {
     }
 }
 
+TEST_F(Lifecycle, TheMessageComesBeforeTheHostIsAskedAndAfterItIsTold) {
+    Lines sequence;
+    host().sequence = &sequence;
+    simulateRemoteIO = 1;
+    pcSimCardStartBooting(3);
+    EXPECT_EQ(sequence, (Lines{"getSlotName(3)", "Start booting Slot-3", "halAmIPrimary()",
+                               "halScheduleTask(pcSimDelayRelyCallback, 196621, 0, 5000, "
+                               "\"pcSimDelayRelyCallback\")"}));
+    sequence.clear();
+    pcSimDelayRelyCallback(0x3000D, 5);
+    ASSERT_EQ(sequence.size(), 4u);
+    EXPECT_EQ(sequence.front(), "halCardStatusUpdate(3, 13, 5)");
+    EXPECT_EQ(sequence.back(), "Slot-3 state State13");
+    sequence.clear();
+    pcSimCardInternalLinkEnable(4, 9, 1);
+    EXPECT_EQ(sequence, (Lines{"getSlotName(4)", "getSlotName(9)",
+                               "Enable backplane link from Slot-4 to Slot-9."}));
+    host().sequence = nullptr;
+}
+
 TEST_F(Lifecycle, ABackupTracesAndReportsNothing) {
     simulateRemoteIO = 1;
     host().primary = 0;
@@ -112,7 +132,8 @@ TEST_F(Lifecycle, SlotsAboveEightReportNothing) {
         for (const int32_t slot : {-1, 0, 1, 8}) {
             forget();
             EXPECT_EQ(request.run(slot), 1) << slot;
-            EXPECT_EQ(host().tasks.size(), 1u);
+            ASSERT_EQ(host().tasks.size(), 1u);
+            EXPECT_EQ(host().tasks[0].argument1, static_cast<uint32_t>(slot) << 16 | request.state);
         }
     }
 }
@@ -200,6 +221,7 @@ TEST_F(Lifecycle, LinkInterruptsAreTracedByTheCardDatabase) {
     for (const Incident& incident : host().incidents) {
         EXPECT_EQ(incident.file, "pcSimCardDB.c");
         EXPECT_EQ(incident.function, "pcSimCardLinkIntrEnable");
+        EXPECT_EQ(incident.component, &host().card.record);
         EXPECT_EQ(incident.id, 0x540005u);
     }
     EXPECT_EQ(host().card.counters[5], 2u);

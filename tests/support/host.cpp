@@ -84,17 +84,22 @@ __attribute__((format(printf, 1, 2))) std::string text(const char* format, ...) 
     return result;
 }
 
+std::string inSequence(std::string line) {
+    if (host().sequence != nullptr) host().sequence->push_back(line);
+    return line;
+}
+
 __attribute__((format(printf, 1, 2))) void note(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    host().calls.push_back(vformat(format, arguments));
+    host().calls.push_back(inSequence(vformat(format, arguments)));
     va_end(arguments);
 }
 
 __attribute__((format(printf, 1, 2))) void noteQuery(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    host().queries.push_back(vformat(format, arguments));
+    host().queries.push_back(inSequence(vformat(format, arguments)));
     va_end(arguments);
 }
 
@@ -122,7 +127,7 @@ uint32_t poeHandle = 0x50E;
 int emsNotifyIncident(const char* file, int line, const char* function, HalEmsComponent* component,
                       uint32_t incidentId, const char* format, va_list arguments) {
     host().incidents.push_back(
-        {file, line, function, component, incidentId, vformat(format, arguments)});
+        {file, line, function, component, incidentId, inSequence(vformat(format, arguments))});
     return 42;
 }
 
@@ -197,10 +202,8 @@ int32_t halIsCardOperational(uint32_t slot) {
 }
 
 const char* getSlotName(int32_t slot) {
-    static std::string names[4];
-    static unsigned next;
+    static std::string name;  // valid until the next call, and no longer
     noteQuery("getSlotName(%d)", slot);
-    std::string& name = names[next++ % 4];
     name = text("Slot-%d", slot);
     return name.c_str();
 }
@@ -292,10 +295,12 @@ void getPifBySlotPort(uint32_t slot, uint32_t port, HalPif** record) {
 }
 
 HalPif* getFirstPif(void) {
+    noteQuery("getFirstPif()");
     return host().pifs.empty() ? nullptr : host().pifs.front();
 }
 
 HalPif* getNextPif(uint32_t portInstance) {
+    noteQuery("getNextPif(%08x)", portInstance);
     const auto& pifs = host().pifs;
     for (size_t i = 0; i + 1 < pifs.size(); ++i)
         if (pifs[i]->instance == portInstance) return pifs[i + 1];

@@ -71,6 +71,8 @@ struct HostState {
     // mappings), e.g. "halScheduleTask(pcSimFlushCallback, 1, 2, 100)".
     std::vector<std::string> calls;
     std::vector<std::string> queries;  // the same for the pure queries
+    // Calls, queries and texts of incidents in one order, for tests of that order.
+    std::vector<std::string>* sequence = nullptr;
     std::vector<Incident> incidents;
     std::vector<Task> tasks;
     std::vector<Timer> timers;
