@@ -1,10 +1,10 @@
 // The identity of each card type: hardware information and the part information inside it.
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 
 #include "card/pcSimCardDB.h"
 #include "pcsim/host.h"
+#include "system/record.h"
 #include "system/trace.h"
 
 namespace pcsim {
@@ -37,17 +37,11 @@ const CardIdentity* identityOf(const CardIdentity (&identities)[count],
     return nullptr;
 }
 
-// Writes 'text' with its NUL; the bytes behind it stay as they are.
-template <size_t size>
-void setText(char (&field)[size], const char* text) noexcept {
-    snprintf(field, size, "%s", text);
-}
-
 // Writes 'text' and zeroes the rest of the field.
 template <size_t size>
 void setPaddedText(char (&field)[size], const char* text) noexcept {
     memset(field, 0, size);
-    setText(field, text);
+    putText(field, text);
 }
 
 void fillVersions(HalCardHwInfo* info) noexcept {
@@ -69,20 +63,18 @@ void fillTypeAndTail(HalCardHwInfo* info, uint32_t cardType) noexcept {
 }
 
 void fillIdentity(HalCardHwInfo* info, const CardIdentity& identity) noexcept {
-    setText(info->name, identity.name);
+    putText(info->name, identity.name);
     info->byte2520 = 0;
     info->word2528 = identity.word2528;
     if (identity.hasVersions) fillVersions(info);
 }
 
+constexpr PartConstants kPartConstants = {
+    .serialNumber = "SN:123456", .partNumber = "PN:1N2039", .byte64 = 0, .byte65 = 1};
+
 // Everything of a part but its description.
 int32_t fillPart(HalPartInfo* part) noexcept {
-    setText(part->serialNumber, "SN:123456");
-    setText(part->partNumber, "PN:1N2039");
-    part->byte64 = 0;
-    part->byte65 = 1;
-    part->timeStamp = static_cast<uint32_t>(time(nullptr));
-    part->word76 = 0;
+    putPart(part, kPartConstants, epochSeconds());
     return 0;
 }
 
@@ -138,7 +130,7 @@ int32_t pcSimChassisCardGetHwInfo(int32_t slot, HalCardHwInfo* info) noexcept {
 }
 
 int32_t pcSimStackCardGetPartInfo(int32_t, HalPartInfo* part) noexcept {
-    setText(part->description, "PC Stackable");
+    putText(part->description, "PC Stackable");
     return fillPart(part);
 }
 

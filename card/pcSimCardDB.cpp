@@ -22,7 +22,7 @@ constexpr int32_t kFirstIoSlot = 1;
 constexpr int32_t kLastIoSlot = 8;
 constexpr uint32_t kSlotRowCount = 11;
 
-// The first port number from which on a card's interfaces can't exist: more are never counted.
+// The highest interface number that is ever counted.
 constexpr uint32_t kLastInterface = 100;
 
 constexpr char kInterfacePattern[] = "eth%d";
@@ -124,8 +124,8 @@ uint32_t pcSimChassisCardGetId(int32_t slot) noexcept {
     if (slot > kLastIoSlot) return HAL_CARD_MANAGEMENT;
     if (slot >= kFirstIoSlot) return HAL_CARD_C2;
     if (getenv("VORN_TEST_UNKNOWN_CARD") == nullptr) return HAL_CARD_C256;
-    // The HAL's tests expect the variable to be looked at here, after the tests above; slot 7
-    // never gets this far, so it changes nothing.
+    // The order of these tests is fixed: slot 7 never gets this far, so the variable changes
+    // nothing.
     return slot == 7 ? HAL_CARD_UNKNOWN : HAL_CARD_C256;
 }
 
@@ -144,7 +144,7 @@ int32_t pcSimChassisCardSlotDBSetup(int32_t slot, HalCardSlotDb* db) noexcept {
     const SlotLayout& layout = layoutOf(pcSimChassisCardGetId(slot), slot);
     const uint32_t firstPort =
         firstPortOf(std::min(slot, static_cast<int32_t>(kSlotRowCount)), layout.portCount);
-    // A card whose interfaces can't exist reports as one that is not there to be waited for.
+    // The words 4 and 8 of a card whose interfaces can't exist are 0.
     const bool reachable = slot == kFirstIoSlot || firstPort <= kLastInterface;
     uint32_t* row = layout.portMap;
     if (row != nullptr) {

@@ -6,7 +6,7 @@
 // fills the same records again. The state table is set from the command line; the poll, in the
 // HAL's timer context, reports where it differs from what the HAL was last told. Everything else
 // runs on the HAL's own thread, and there are no locks. Until the devices are registered, commands
-// answer -1 and neither they nor the poll touch anything.
+// but the one that registers them answer -1, and neither they nor the poll touch anything.
 #ifndef PCSIM_DEVICE_PCSIMDEVICE_H
 #define PCSIM_DEVICE_PCSIMDEVICE_H
 

@@ -23,7 +23,7 @@ uint64_t extended(int32_t counter) noexcept {
 }  // namespace
 }  // namespace pcsim
 
-// The blank behind the newline of three of the texts is what operators' scripts expect.
+// The blank behind the newline of the texts is what operators' scripts expect.
 
 int32_t pcSimAllocSampleBin() noexcept {
     printf("Called %s \n ", "pcSimAllocSampleBin");

@@ -24,8 +24,7 @@ namespace {
 constexpr uint32_t kInterfaceLimit = 100;
 constexpr uint32_t kMgmtLinkPollPeriodMs = 1000;
 
-// Own slot where the environment names none.
-constexpr int32_t kChassisOwnSlot = 9;
+// Own slot where the environment names none; a chassis has kChassisOwnSlot.
 constexpr int32_t kStackOwnSlot = 1;
 
 int32_t pcSimIsChassis;

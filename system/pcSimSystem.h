@@ -14,6 +14,13 @@ struct HalSystemOps;
 struct HalChassisInfo;
 struct HalChassisCapability;
 
+namespace pcsim {
+
+// The slot that a chassis occupies when nobody has told it.
+constexpr int32_t kChassisOwnSlot = 9;
+
+}  // namespace pcsim
+
 extern "C" {
 
 // Number of the PC's usable interfaces, eth1 upwards without a gap; 0 until initialised.

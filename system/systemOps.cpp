@@ -1,9 +1,7 @@
 // The system-operations table and the operations in it: chassis information and capability, module
 // control, checkpoints.
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 
 #include "card/pcSimCard.h"
 #include "card/pcSimCardDB.h"
@@ -13,6 +11,7 @@
 #include "pcsim/host.h"
 #include "pcsim/system.h"
 #include "system/pcSimSystem.h"
+#include "system/record.h"
 #include "system/trace.h"
 
 namespace pcsim {
@@ -22,7 +21,6 @@ extern const HalSystemOps kStackSystemOps;
 extern const HalSystemOps kChassisSystemOps;
 
 constexpr int32_t kUnsupportedRequest = -2;
-constexpr int32_t kChassisOwnSlot = 9;  // where a chassis doesn't know its own
 
 // --- Chassis information -------------------------------------------------------------------------
 
@@ -74,12 +72,6 @@ constexpr ChassisIdentity kChassisIdentity = {
     .word392 = 0,
 };
 
-// Writes 'text' with its NUL; the bytes behind it stay as they are.
-template <size_t size>
-void setText(char (&field)[size], const char* text) noexcept {
-    snprintf(field, size, "%s", text);
-}
-
 // True when the system has an address. When it has none every entry becomes a placeholder whose
 // last byte is the entry's number; when it has one only the first entry is written.
 bool fillMacTable(HalChassisInfo* info) noexcept {
@@ -90,15 +82,15 @@ bool fillMacTable(HalChassisInfo* info) noexcept {
 }
 
 void fillIdentity(HalChassisInfo* info, const ChassisIdentity& identity, int32_t ownSlot) noexcept {
-    setText(info->modelName, identity.modelName);
+    putText(info->modelName, identity.modelName);
     info->word228 = identity.word228;
     info->word232 = identity.word232;
-    setText(info->description, identity.description);
-    setText(info->serialNumber, "SN:1234");
-    setText(info->partNumber, identity.partNumber);
+    putText(info->description, identity.description);
+    putText(info->serialNumber, "SN:1234");
+    putText(info->partNumber, identity.partNumber);
     info->byte300 = 0;
     info->byte301 = 1;
-    info->timeStamp = static_cast<uint32_t>(time(nullptr));
+    info->timeStamp = epochSeconds();
     info->word348 = identity.word348;
     info->word352 = identity.word352;
     info->word356 = identity.word356;

@@ -15,6 +15,9 @@ std::string slotName(std::string operation) {
         if (operation.starts_with(prefix) && operation.size() > std::strlen(prefix))
             operation.erase(0, std::strlen(prefix));
     operation[0] = static_cast<char>(std::tolower(operation[0]));
+    // Initials are one word: ipv4..., sflow...
+    for (const auto& [written, name] : {std::pair{"iPv", "ipv"}, {"sFLOW", "sflow"}})
+        if (operation.starts_with(written)) operation.replace(0, std::strlen(written), name);
     return operation;
 }
 

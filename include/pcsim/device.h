@@ -105,8 +105,9 @@ typedef HalDeviceCapability* HalGetDeviceCapabilityFn(const char* typeName);
  * for whatever device, and returns 0. HAL_DEVICE_GET_INFO and HAL_DEVICE_GET_STATUS return what
  * halUpdateDeviceInfo and halUpdateDeviceStatus return. The others write a status text, print it
  * and return 0. What a device can't do returns HAL_DEVICE_UNSUPPORTED, what doesn't exist
- * HAL_DEVICE_INVALID, both after halDeviceCmdError. -1 before the devices are registered, and then
- * nothing else happens. */
+ * HAL_DEVICE_INVALID, both after halDeviceCmdError. Before the devices are registered,
+ * HAL_DEVICE_REGISTER registers them and returns what that returns (0, or -1 to -5 when memory runs
+ * out); every other code returns -1, and then nothing else happens. */
 typedef int32_t HalDeviceCommandFn(const HalDeviceCommand* command);
 
 PCSIM_END_DECLS

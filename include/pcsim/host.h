@@ -49,7 +49,8 @@ int32_t halStartTimer(HalTimerFn* callback, uint32_t argument, uint32_t zero1, u
 /* Called with the two arguments given to halScheduleTask. */
 typedef int32_t HalTaskFn(uint32_t argument1, uint32_t argument2);
 
-/* Runs 'task(argument1, argument2)' once, 'delay' milliseconds later, on the HAL's task context.
+/* Runs 'task(argument1, argument2)' once, 'delay' later, on the HAL's task context. The unit is the
+ * host's: the reports of cards (2000, 5000, 10000) are meant as milliseconds.
  * 'name' is a constant text for the host's listings. The result is ignored. */
 int32_t halScheduleTask(HalTaskFn* task, uint32_t argument1, uint32_t argument2, uint32_t delay,
                         const char* name);
@@ -117,7 +118,8 @@ int32_t halUpdateDeviceInfo(struct HalDeviceInfo* info, uint32_t reply);
 /* A device's status, asked for with 'reply'. The record stays the library's. */
 int32_t halUpdateDeviceStatus(struct HalDeviceStatus* status, uint32_t reply);
 
-/* A command that can't be carried out, with the code that it answers. The result is ignored. */
+/* A command that can't be carried out, with the code that it answers. 'command' and 'text' are
+ * valid during the call alone. The result is ignored. */
 int32_t halDeviceCmdError(const struct HalDeviceCommand* command, int32_t errorCode,
                           const char* text);
 

@@ -266,8 +266,9 @@ TEST_F(FdbTable, NoByteBehindAKeyOrAnAddressIsRead) {
     EXPECT_EQ(handle, 3u);
     HalFdbEntry* slot = nullptr;
     const HalFdbKey key = keyOf(kVlan, mac);
-    std::memcpy(end - sizeof key, &key, sizeof key);
-    const auto* atEnd = reinterpret_cast<const HalFdbKey*>(end - sizeof key);
+    constexpr size_t kKeySize = 10;  // two bytes less than the record: nothing follows the address
+    std::memcpy(end - kKeySize, &key, kKeySize);
+    const auto* atEnd = reinterpret_cast<const HalFdbKey*>(end - kKeySize);
     EXPECT_EQ(pcSimPCFamFdbAllocEntry(&handle, &slot, atEnd), 0);
     EXPECT_EQ(handle, 3u);
 }

@@ -46,13 +46,41 @@ TEST(McastNodes, HaveTheirDocumentedSizes) {
     EXPECT_EQ(sizeof(GroupNode), 24u);
     EXPECT_EQ(sizeof(CacheNode), 56u);
     EXPECT_EQ(sizeof(CachePort), 48u);
+    EXPECT_EQ(sizeof(CacheIf), 44u);
+    EXPECT_EQ(sizeof(VlanNode), 32u);
+    EXPECT_EQ(sizeof(PortNode), 28u);
+    EXPECT_EQ(sizeof(VpifNode), 36u);
+    EXPECT_EQ(offsetof(GroupNode, group), 16u);
+    EXPECT_EQ(offsetof(GroupNode, caches), 20u);
     EXPECT_EQ(offsetof(CacheNode, source), 16u);
     EXPECT_EQ(offsetof(CacheNode, group), 20u);
     EXPECT_EQ(offsetof(CacheNode, virtualRouter), 24u);
     EXPECT_EQ(offsetof(CacheNode, incomingVlan), 28u);
     EXPECT_EQ(offsetof(CacheNode, statsFirst), 32u);
     EXPECT_EQ(offsetof(CacheNode, groupNode), 48u);
+    EXPECT_EQ(offsetof(CacheNode, statsSecond), 40u);
     EXPECT_EQ(offsetof(CacheNode, vlans), 52u);
+    EXPECT_EQ(offsetof(CacheIf, vlanInstance), 16u);
+    EXPECT_EQ(offsetof(CacheIf, vlan), 20u);
+    EXPECT_EQ(offsetof(CacheIf, link), 24u);
+    EXPECT_EQ(offsetof(CacheIf, cache), 32u);
+    EXPECT_EQ(offsetof(CacheIf, ports), 36u);
+    EXPECT_EQ(offsetof(CacheIf, word), 40u);
+    EXPECT_EQ(offsetof(CachePort, portKey), 16u);
+    EXPECT_EQ(offsetof(CachePort, cacheIf), 20u);
+    EXPECT_EQ(offsetof(CachePort, vpif), 24u);
+    EXPECT_EQ(offsetof(CachePort, link), 28u);
+    EXPECT_EQ(offsetof(CachePort, word), 36u);
+    EXPECT_EQ(offsetof(VlanNode, vlanInstance), 16u);
+    EXPECT_EQ(offsetof(VlanNode, vlanIf), 20u);
+    EXPECT_EQ(offsetof(VlanNode, users), 24u);
+    EXPECT_EQ(offsetof(PortNode, portKey), 16u);
+    EXPECT_EQ(offsetof(PortNode, pif), 20u);
+    EXPECT_EQ(offsetof(PortNode, vpifs), 24u);
+    EXPECT_EQ(offsetof(VpifNode, vlanInstance), 16u);
+    EXPECT_EQ(offsetof(VpifNode, vlan), 20u);
+    EXPECT_EQ(offsetof(VpifNode, port), 24u);
+    EXPECT_EQ(offsetof(VpifNode, cachePorts), 28u);
 }
 
 TEST_F(Mcast, ASecondSetUpDeletesEverything) {
