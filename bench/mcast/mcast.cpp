@@ -4,7 +4,10 @@
 // platform and a peer of nested std::maps with the same cross references take turns. The times are
 // per cache, or for the cascades per member that they touch; medians over the rounds.
 //
-//   bench_mcast [rounds] [sources per group]
+//   bench_mcast [rounds] [sources per group] [cold]
+//
+// With 'cold' the processor's caches are filled with something else before each step, as other work
+// between two requests does.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -57,6 +60,7 @@ constexpr uint32_t kFewVlan = 299;  // an outgoing VLAN of exactly kFew caches
 constexpr uint32_t kFew = 100;
 
 uint32_t sourcesPerGroup = 100;
+bool cold = false;
 
 struct Request {
     HalMcastKey key;
@@ -228,6 +232,11 @@ struct Times {
     double ns[kStepCount];
 };
 
+void evictCaches() {
+    static std::vector<uint8_t> other(128u << 20);
+    for (size_t i = 0; i < other.size(); i += 64) ++other[i];
+}
+
 // Processor time: other work on the machine does not count.
 class Watch {
 public:
@@ -237,6 +246,11 @@ public:
         return passed / count;
     }
     void restart() { start_ = now(); }
+    // Begins a step whose predecessor has been timed.
+    void begin() {
+        if (cold) evictCaches();
+        restart();
+    }
 
 private:
     static double now() {
@@ -272,11 +286,13 @@ Times run(uint32_t caches, uint32_t ports) {
     }
     times.ns[step++] = watch.ns(caches);
     uint32_t found = 0;
+    watch.begin();
     for (uint32_t i = 0; i < caches; ++i) {
         fillKey(request, i);
         found += peer.find(request);
     }
     times.ns[step++] = watch.ns(caches);
+    watch.begin();
     for (uint32_t i : shuffled) {
         fillKey(request, i);
         found += peer.find(request);
@@ -285,7 +301,7 @@ Times run(uint32_t caches, uint32_t ports) {
     if (found != 2 * caches) std::abort();
     // One more VLAN and port for each, and away again.
     for (bool adding : {true, false}) {
-        watch.restart();
+        watch.begin();
         for (uint32_t i = 0; i < caches; ++i) {
             fillKey(request, i);
             addEntry(request, 250, i % kPorts);
@@ -293,6 +309,7 @@ Times run(uint32_t caches, uint32_t ports) {
         }
         times.ns[step++] = watch.ns(caches);
     }
+    watch.begin();
     peer.dump();
     times.ns[step++] = watch.ns(caches);
     for (uint32_t i = 0; i < kFew; ++i) {
@@ -300,15 +317,17 @@ Times run(uint32_t caches, uint32_t ports) {
         addEntry(request, kFewVlan, i);
         peer.addPort(request);
     }
-    watch.restart();
+    watch.begin();
     peer.vlan(kFewVlan);
     times.ns[step++] = watch.ns(kFew);
     const double members = portMembers(caches, ports, kPorts / 4);
-    watch.restart();
+    watch.begin();
     for (uint32_t port = 0; port < kPorts / 4; ++port) peer.port(portKey(port));
     times.ns[step++] = watch.ns(members);
+    watch.begin();
     for (uint32_t vlan = 200; vlan < 200 + kOutgoingVlans; ++vlan) peer.vlan(vlan);
     times.ns[step++] = watch.ns(1.0 * caches * std::min(ports, kOutgoingVlans));
+    watch.begin();
     for (uint32_t i = 0; i < kIncomingVlans; ++i) peer.vlan(100 + i);
     times.ns[step++] = watch.ns(caches);
     return times;
@@ -352,8 +371,8 @@ void measure(uint32_t ports, int rounds) {
         }
         std::fprintf(stderr, "%u ports: round %d of %d\n", ports, round + 1, rounds);
     }
-    std::printf("\n%u outgoing ports, %u sources per group, ns each, %d rounds\n\n", ports,
-                sourcesPerGroup, rounds);
+    std::printf("\n%u outgoing ports, %u sources per group, ns each, %d rounds%s\n\n", ports,
+                sourcesPerGroup, rounds, cold ? ", cold caches" : "");
     std::printf(
         "| step | 10,000 | 100,000 | growth | maps 10,000 | maps 100,000 | growth | "
         "platform / maps |\n|---|---|---|---|---|---|---|---|\n");
@@ -371,6 +390,7 @@ void measure(uint32_t ports, int rounds) {
 int main(int argc, char** argv) {
     const int rounds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 5;
     if (argc > 2) sourcesPerGroup = static_cast<uint32_t>(std::max(1, std::atoi(argv[2])));
+    cold = argc > 3 && std::strcmp(argv[3], "cold") == 0;
     for (uint32_t i = 0; i < kVlans; ++i) vlanRecords[i].instance = i;
     for (uint32_t ports : {1u, 8u, 64u}) measure(ports, rounds);
     return 0;

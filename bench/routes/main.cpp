@@ -35,15 +35,26 @@ enum Measure {
     kDump,
     kFlushAll,
     kFormattedDump,
+    kColdFlush,
+    kColdFlushAll,
+    kColdDump,
     kBytes,
     kPeak,
     kMeasures
 };
 // The rows of the first tables, in the order of the measures.
 constexpr int kRows = 6;
-const char* const kMeasureNames[] = {
-    "add",  "find and delete", "find",           "replace", "flush of 1 gateway of 250",
-    "dump", "flush of all",    "dump, formatted"};
+const char* const kMeasureNames[] = {"add",
+                                     "find and delete",
+                                     "find",
+                                     "replace",
+                                     "flush of 1 gateway of 250",
+                                     "dump",
+                                     "flush of all",
+                                     "dump, formatted",
+                                     "cold flush of 1 gateway",
+                                     "cold flush of all",
+                                     "cold dump"};
 
 struct Result {
     double values[kMeasures];  // ns per route; bytes per route; peak in kB
@@ -216,6 +227,18 @@ struct Shape {
     uint32_t gateways;
 };
 
+// Fills the processor's caches with something else, as other work between two walks does.
+void evictCaches() {
+    static std::vector<uint8_t> other(128u << 20);
+    for (size_t i = 0; i < other.size(); i += 64) ++other[i];
+}
+
+template <typename Action>
+double coldNsPer(size_t count, Action action) {
+    evictCaches();
+    return nsPer(count, action);
+}
+
 // The library's IPv4 table in that shape.
 Result measureShape(const std::vector<Prefix>& prefixes, const Order& order, Shape shape) {
     static LibraryIPv4 table;
@@ -229,6 +252,7 @@ Result measureShape(const std::vector<Prefix>& prefixes, const Order& order, Sha
     values[kAdd] = nsPer(count, addAll);
     require(table.size() == count, "a table has not stored every route");
     values[kDump] = nsPer(count, [] { table.dump(); });
+    values[kColdDump] = coldNsPer(count, [] { table.dump(); });
     values[kFormattedDump] = nsPer(count, [] { table.dumpFormatted(); });
     values[kRemove] = nsPer(count, [&] {
         for (size_t i = 0; i < count; ++i) table.remove(prefixes[order[i]]);
@@ -237,6 +261,9 @@ Result measureShape(const std::vector<Prefix>& prefixes, const Order& order, Sha
     // With one gateway for all, one that nobody uses: the walk alone.
     values[kFlush] = nsPer(count, [] { table.flush(1); });
     values[kFlushAll] = nsPer(table.size(), [] { table.flushAll(); });
+    addAll();
+    values[kColdFlush] = coldNsPer(count, [] { table.flush(1); });
+    values[kColdFlushAll] = coldNsPer(table.size(), [] { table.flushAll(); });
     require(table.size() == 0, "a flush has left routes");
     return result;
 }
@@ -252,7 +279,8 @@ void compareShapes(const char* title, const std::vector<Prefix>& prefixes, const
     const Result one = median(a), two = median(b);
     std::printf("\n%s, ns per route\n%-26s%9zu/%-5u%9zu/%-5u%8s\n", title, "routes/gateways",
                 first.routes, first.gateways, second.routes, second.gateways, "ratio");
-    for (const Measure measured : {kAdd, kRemove, kFlush, kFlushAll, kDump, kFormattedDump})
+    for (const Measure measured : {kAdd, kRemove, kFlush, kFlushAll, kDump, kFormattedDump,
+                                   kColdFlush, kColdFlushAll, kColdDump})
         std::printf("%-26s%15.0f%15.0f%8.2f\n", kMeasureNames[measured], one.values[measured],
                     two.values[measured], two.values[measured] / one.values[measured]);
 }
