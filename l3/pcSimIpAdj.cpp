@@ -42,8 +42,25 @@ bool assertionsAreOn() noexcept {
 }
 
 const uint32_t* keyOf(const HalTreeNode* node) noexcept {
-    if (node == nullptr) return kNoKey;
     return &reinterpret_cast<const pcSimIpAdjEntry*>(node)->record.vrId;
+}
+
+// The order is that of the bytes in memory, so VR 256 comes before VR 1: the first word that
+// differs decides, by its first byte that differs.
+int32_t compareKeys(const uint32_t* a, const uint32_t* b) noexcept {
+    for (size_t i = 0; i < kKeyWords; ++i)
+        if (a[i] != b[i]) return htonl(a[i]) > htonl(b[i]) ? 1 : -1;
+    return 0;
+}
+
+// Apart from the comparison of nodes, which runs for every step down the tree.
+[[gnu::noinline, gnu::cold]] int32_t compareNullNodes(const HalTreeNode* a,
+                                                      const HalTreeNode* b) noexcept {
+    if (assertionsAreOn()) __builtin_trap();
+    printf("%s-%d invalid ipiAdjComp args:  n1  %08x  n2 %08x !!!\n\n", "pcSimIpAdjComp", 75,
+           static_cast<uint32_t>(reinterpret_cast<uintptr_t>(a)),
+           static_cast<uint32_t>(reinterpret_cast<uintptr_t>(b)));
+    return compareKeys(a != nullptr ? keyOf(a) : kNoKey, b != nullptr ? keyOf(b) : kNoKey);
 }
 
 // Look-ups know IPv4 addresses alone, so every entry is kept under such a key, whatever else the
@@ -179,19 +196,9 @@ void rtDeattachIpAdjEntry(pcSimFibNextHop* nextHop) noexcept {
 }
 
 int32_t pcSimIpAdjComp(const HalTreeNode* a, const HalTreeNode* b) noexcept {
-    if (a == nullptr || b == nullptr) {
-        if (assertionsAreOn()) __builtin_trap();
-        printf("%s-%d invalid ipiAdjComp args:  n1  %08x  n2 %08x !!!\n\n", "pcSimIpAdjComp", 75,
-               static_cast<uint32_t>(reinterpret_cast<uintptr_t>(a)),
-               static_cast<uint32_t>(reinterpret_cast<uintptr_t>(b)));
-    }
-    // The order is that of the bytes in memory, so VR 256 comes before VR 1: the first word that
-    // differs decides, by its first byte that differs.
-    const uint32_t* const keyA = keyOf(a);
-    const uint32_t* const keyB = keyOf(b);
-    for (size_t i = 0; i < kKeyWords; ++i)
-        if (keyA[i] != keyB[i]) return htonl(keyA[i]) > htonl(keyB[i]) ? 1 : -1;
-    return 0;
+    if (a == nullptr || b == nullptr) [[unlikely]]
+        return compareNullNodes(a, b);
+    return compareKeys(keyOf(a), keyOf(b));
 }
 
 pcSimIPv4FibRoute* directRtLookup(uint32_t vrId, uint32_t address) noexcept {

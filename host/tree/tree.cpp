@@ -6,7 +6,6 @@
 //
 // A user looks a key up before it inserts it. The place where a look-up has ended is remembered, so
 // that the insert which follows need not descend a second time; see Miss.
-#include <atomic>
 #include <cstdint>
 
 #include "pcsim/host_tree.h"
@@ -111,30 +110,26 @@ HalTreeNode* neighbour(HalTreeNode* node, int side) {
     return parent;
 }
 
-// Where this thread's last look-up that found nothing has ended. It may be used only while no tree
-// has changed since, of whichever thread: then its nodes are still in the tree of 'top'. The key
-// that is to be inserted need not be the one that was looked up, it is compared with what lies to
-// the left and the right of the place.
+// Where the last look-up that found nothing has ended. It may be used only while no tree has
+// changed since: then its nodes are still in the tree of 'top'. The key that is to be inserted need
+// not be the one that was looked up, it is compared with what lies to the left and the right of the
+// place.
 struct Miss {
     const HalTreeNode* top = nullptr;
     HalTreeCompareFn* compare = nullptr;
     HalTreeNode* parent = nullptr;
     int side = kLeft;
-    uint32_t changes = 0;
 };
 
-thread_local Miss lastMiss;
-std::atomic<uint32_t> changes{1};  // inserts and removals in all trees
+Miss lastMiss;
 
 void noteChange() {
     lastMiss.compare = nullptr;
-    changes.fetch_add(1, std::memory_order_relaxed);
 }
 
 // Whether 'node' belongs where the last look-up has ended.
 bool belongsAtLastMiss(const HalTreeNode* node, HalTreeRoot root, HalTreeCompareFn* compare) {
     const Miss& miss = lastMiss;
-    if (miss.changes != changes.load(std::memory_order_relaxed)) return false;
     if (root == nullptr || miss.top != root || miss.compare != compare) return false;
     const int32_t order = compare(node, miss.parent);
     if (miss.side == kLeft ? order >= 0 : order <= 0) return false;
@@ -263,8 +258,7 @@ HalTreeNode* findNode(const HalTreeNode* key, HalTreeRoot root, HalTreeCompareFn
         else
             return at;
     }
-    lastMiss = {root, compare, parent, order < 0 ? kLeft : kRight,
-                changes.load(std::memory_order_relaxed)};
+    lastMiss = {root, compare, parent, order < 0 ? kLeft : kRight};
     return nullptr;
 }
 }
