@@ -22,7 +22,6 @@ namespace {
 constexpr uint16_t kEtherType = 0x88B5;  // set aside for local experiments: no protocol listens
 constexpr uint32_t kBurst = 200;         // frames between two looks at the counter
 constexpr int kFruitlessBursts = 20;     // then the network is given up on
-constexpr unsigned kMostPorts = 2816;    // 11 slots of 256 ports
 
 std::string portName(unsigned n) {
     return "eth" + std::to_string(n);

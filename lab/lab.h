@@ -28,6 +28,9 @@ Problem enterNamespace();
 // one there is. A switch counts the 4 bytes of the frame check sequence in addition.
 inline constexpr uint32_t kFrameBytes = 60;
 
+// The most front-panel ports of a lab: 11 slots of 256.
+inline constexpr unsigned kMostPorts = 2816;
+
 // One interface of the lab.
 struct End {
     std::string name;

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "lab/lab.h"
+#include "lab/options.h"
 
 namespace {
 
@@ -23,13 +24,28 @@ int complain(const std::string& what, int status) {
 }
 
 int run(int argc, char** argv) {
-    CLI::App options("Runs a command in a private network with the interfaces eth0 to ethN.");
+    CLI::App options("Runs a command in a private network with the interfaces eth0 to ethN.",
+                     "pcsim-lab");
     unsigned ports = 4;
     std::vector<std::string> command;
-    options.add_option("--ports,-p", ports, "Front-panel ports: N")->capture_default_str();
+    options.add_option("--ports,-p", ports, "Front-panel ports: N")
+        ->check(CLI::Range(1U, pcsim::lab::kMostPorts))
+        ->capture_default_str();
     options.add_option("command", command, "The command and its arguments, after --")->required();
     options.positionals_at_end();
-    CLI11_PARSE(options, argc, argv);
+    try {
+        options.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == 0) return options.exit(error);
+        const std::string range = "a number from 1 to " + std::to_string(pcsim::lab::kMostPorts);
+        const std::string example = "a command, for example: pcsim-lab --ports 4 -- ip link";
+        if (options.remaining().empty() &&
+            dynamic_cast<const CLI::RequiredError*>(&error) != nullptr)
+            return complain("expected " + example, pcsim::kBadOptions);
+        return complain(
+            pcsim::optionProblem(options, error, {{"--ports", range}}, "expected " + example),
+            pcsim::kBadOptions);
+    }
 
     if (auto problem = pcsim::lab::enterNamespace()) return complain(*problem, kNoLab);
     pcsim::lab::Lab lab;
