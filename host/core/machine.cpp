@@ -87,7 +87,9 @@ void Machine::boot() {
 // The first steps of a HAL: the system table, what the chassis is, which cards it may hold.
 void Machine::bootSystem() {
     platform.load(options_.library);
-    events.note("boot", "Platform {} initialised as a {}", platform.path(),
+    // 'show chassis' has the library's folder, too.
+    events.note("boot", "Platform {} initialised as a {}",
+                platform.path().substr(platform.path().rfind('/') + 1),
                 options_.chassis ? "chassis" : "stackable");
     auto& system = platform.system;
     platform.call(system, &HalSystemOps::chassisGetInfo, &chassisInfo);

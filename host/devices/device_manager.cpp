@@ -69,8 +69,7 @@ void DeviceManager::registered(const HalDeviceRegistration& registration) {
         device.number = entry.device;
         device.typeName = textOf(entry.typeName);
         device.label = textOf(entry.label);
-        list += fmt::format("{}{} {} {}", list.empty() ? "" : ", ", device.number, device.typeName,
-                            device.label);
+        list += fmt::format("{}{}", list.empty() ? "" : ", ", device.number);
     }
     machine_.events.note("device", "{} devices registered: {}", registration.deviceCount, list);
 }
