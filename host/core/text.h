@@ -1,9 +1,10 @@
-// Texts of the interface's records.
+// Texts of the interface's records, and texts on their way to a terminal.
 #ifndef PCSIM_HOST_CORE_TEXT_H
 #define PCSIM_HOST_CORE_TEXT_H
 
 #include <cstring>
 #include <string>
+#include <string_view>
 
 namespace pcsim::host {
 
@@ -12,6 +13,10 @@ template <size_t size>
 std::string textOf(const char (&field)[size]) {
     return {field, strnlen(field, size)};
 }
+
+// The text with '?' for every byte that a terminal would take for more than a character: control
+// characters but tabs, and what is not UTF-8. Whatever came out of a file goes through this.
+std::string printable(std::string_view text);
 
 }  // namespace pcsim::host
 

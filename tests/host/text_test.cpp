@@ -1,0 +1,33 @@
+// Texts on their way to a terminal.
+#include "host/core/text.h"
+
+#include <gtest/gtest.h>
+
+namespace pcsim::host {
+namespace {
+
+TEST(Printable, CharactersStay) {
+    for (const char* text :
+         {"", "port 1:2\tup", "gr\xC3\xBC\xC3\x9F", "\xE2\x82\xAC", "\xF0\x9F\x98\x80", "\xC2\xA0"})
+        EXPECT_EQ(printable(text), text);
+}
+
+TEST(Printable, ControlCharactersAndWhatIsNoUtf8AreQuestionMarks) {
+    EXPECT_EQ(printable(std::string("a\0b", 3)), "a?b");
+    const std::pair<const char*, const char*> kRows[] = {
+        {"\x1B[31mred\r\n", "?[31mred??"},
+        {"\x7F", "?"},
+        {"\xC2\x9B"
+         "31m",
+         "??31m"},
+        {"\xFF\xFE", "??"},
+        {"cut \xE2\x82", "cut ??"},
+        {"\xC3x", "?x"},
+        {"\x80", "?"},
+        {"\xC0\xAF", "??"},
+    };
+    for (const auto& [text, expected] : kRows) EXPECT_EQ(printable(text), expected) << text;
+}
+
+}  // namespace
+}  // namespace pcsim::host
