@@ -34,6 +34,14 @@ uint64_t parseNumber(const std::string& what, const std::string& word, uint64_t 
     return *value;
 }
 
+int64_t parseSigned(const std::string& what, const std::string& word, int64_t high) {
+    const bool negative = word.starts_with("-");
+    const auto value = number(std::string_view(word).substr(negative ? 1 : 0), 10);
+    if (!value || *value > static_cast<uint64_t>(high))
+        fail("{} '{}' is not a number from {} to {}", what, word, -high, high);
+    return negative ? -static_cast<int64_t>(*value) : static_cast<int64_t>(*value);
+}
+
 uint32_t parseU32(const std::string& what, const std::string& word) {
     const bool hex = word.starts_with("0x") || word.starts_with("0X");
     const auto value = hex ? number(std::string_view(word).substr(2), 16) : number(word, 10);

@@ -35,6 +35,8 @@ struct IpPrefix {
 };
 
 uint64_t parseNumber(const std::string& what, const std::string& word, uint64_t low, uint64_t high);
+// The same with a sign: from -high to high.
+int64_t parseSigned(const std::string& what, const std::string& word, int64_t high);
 uint32_t parseU32(const std::string& what, const std::string& word);
 SlotPort parseSlotPort(const std::string& word);
 MacAddress parseMac(const std::string& word);

@@ -111,13 +111,6 @@ std::vector<WordStats*> wordsOfOperation(Platform& platform, const std::string& 
     return found;
 }
 
-int64_t signedNumber(const std::string& text) {
-    const bool negative = text.starts_with("-");
-    const auto value = static_cast<int64_t>(
-        parseNumber("returns", negative ? text.substr(1) : text, 0, 0x7FFFFFFF));
-    return negative ? -value : value;
-}
-
 void setFault(Call& call) {
     const std::string& name = call.text("operation");
     const auto words = wordsOfOperation(call.machine.platform, name);
@@ -126,7 +119,8 @@ void setFault(Call& call) {
     FaultRule rule;
     rule.after = call.numberOr("after", 0);
     rule.count = call.numberOr("count", 1);
-    if (call.has("returns")) rule.returns = signedNumber(call.text("returns"));
+    if (call.has("returns"))
+        rule.returns = parseSigned("returns", call.text("returns"), 0x7FFFFFFF);
     for (WordStats* word : words) word->fault = rule;
 }
 
@@ -166,7 +160,9 @@ void addPlatformVerbs(Verbs& verbs) {
     verbs.action(
         "fault <operation> [after <after:0-1000000000>] [count <count:1-1000000000>] "
         "[returns <returns>]",
-        "let an operation answer -1 (or a value) in the platform's stead", setFault);
+        "let an operation answer -1, or another number (negative ones, too), in the platform's "
+        "stead",
+        setFault);
     verbs.action("fault-clear", "no more faults", clearFaults);
 }
 

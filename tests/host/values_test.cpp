@@ -15,6 +15,14 @@ TEST(Values, NumbersKeepToTheirRange) {
         EXPECT_THROW(parseNumber("n", bad, 1, 9), CommandError) << bad;
 }
 
+TEST(Values, SignedNumbersKeepToTheirRange) {
+    EXPECT_EQ(parseSigned("n", "-9", 9), -9);
+    EXPECT_EQ(parseSigned("n", "9", 9), 9);
+    EXPECT_EQ(parseSigned("n", "-0", 9), 0);
+    for (const char* bad : {"10", "-10", "", "-", "--1", "+1", "1-", "- 1"})
+        EXPECT_THROW(parseSigned("n", bad, 9), CommandError) << bad;
+}
+
 TEST(Values, WordsAreDecimalOrHexadecimal) {
     EXPECT_EQ(parseU32("mask", "4294967295"), 0xFFFFFFFFu);
     EXPECT_EQ(parseU32("mask", "0xFFFF06FF"), 0xFFFF06FFu);
