@@ -34,6 +34,12 @@ Words splitWords(std::string_view line) {
     return words;
 }
 
+std::string joinWords(const Words& words, size_t count, const char* separator) {
+    std::string text;
+    for (size_t i = 0; i < count; ++i) text += (i == 0 ? "" : separator) + words[i];
+    return text;
+}
+
 std::string Element::text() const {
     if (!word.empty()) return word;
     if (type.find('|') != std::string::npos) return type;
@@ -100,6 +106,13 @@ void matchOptions(const Pattern& pattern, const Words& words, size_t at, Match& 
 }
 
 }  // namespace
+
+std::string Pattern::usage() const {
+    Words words;
+    for (const Element& element : elements) words.push_back(element.text());
+    for (const OptionGroup& group : options) words.push_back(group.text());
+    return joinWords(words);
+}
 
 Pattern Pattern::parse(const std::string& text) {
     Pattern pattern;

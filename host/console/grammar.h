@@ -23,6 +23,12 @@ using Words = std::vector<std::string>;
 // quote is left open.
 Words splitWords(std::string_view line);
 
+// The first 'count' words with a separator between them.
+std::string joinWords(const Words& words, size_t count, const char* separator = " ");
+inline std::string joinWords(const Words& words) {
+    return joinWords(words, words.size());
+}
+
 struct Element {
     std::string word;  // stands for itself, or empty
     std::string name;  // of a value
@@ -41,6 +47,7 @@ struct Pattern {
     std::vector<OptionGroup> options;
     std::string text;
 
+    std::string usage() const;  // as in help
     static Pattern parse(const std::string& text);
 };
 

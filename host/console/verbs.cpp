@@ -19,6 +19,10 @@ const std::vector<std::string>& Call::all(const std::string& name) const {
     return found == values_.end() ? kNone : found->second;
 }
 
+std::string Call::joined(const std::string& name) const {
+    return joinWords(all(name));
+}
+
 uint64_t Call::number(const std::string& name) const {
     return parseNumber(name, text(name), 0, ~uint64_t{0});
 }
@@ -36,16 +40,6 @@ void Verbs::action(const std::string& pattern, const std::string& help,
                    std::function<void(Call&)> action) {
     verbs_.push_back({Pattern::parse(pattern), help, nullptr, std::move(action)});
 }
-
-namespace {
-
-std::string joined(const Words& words, size_t count, const char* separator) {
-    std::string text;
-    for (size_t i = 0; i < count; ++i) text += (i == 0 ? "" : separator) + words[i];
-    return text;
-}
-
-}  // namespace
 
 Verbs::Found Verbs::find(const Words& words) const {
     std::vector<Match> misses;
@@ -65,12 +59,12 @@ Verbs::Found Verbs::find(const Words& words) const {
             if (std::find(expected.begin(), expected.end(), word) == expected.end())
                 expected.push_back(word);
     }
-    const std::string all = joined(expected, expected.size(), ", ");
+    const std::string all = joinWords(expected, expected.size(), ", ");
     if (farthest == words.size())
-        fail("'{}' is not complete; expected {}", joined(words, farthest, " "), all);
+        fail("'{}' is not complete; expected {}", joinWords(words, farthest), all);
     if (expected.empty())
-        fail("'{}' ends before '{}'", joined(words, farthest, " "), words[farthest]);
-    fail("'{}' is not known after '{}'; expected {}", words[farthest], joined(words, farthest, " "),
+        fail("'{}' takes nothing more; got '{}'", joinWords(words, farthest), words[farthest]);
+    fail("'{}' is not known after '{}'; expected {}", words[farthest], joinWords(words, farthest),
          all);
 }
 

@@ -30,6 +30,8 @@ public:
     const std::string& text(const std::string& name) const;
     std::string textOr(const std::string& name, std::string otherwise) const;
     const std::vector<std::string>& all(const std::string& name) const;
+    // All values of a name with a blank between them.
+    std::string joined(const std::string& name) const;
 
     uint64_t number(const std::string& name) const;
     uint64_t numberOr(const std::string& name, uint64_t otherwise) const;

@@ -88,7 +88,7 @@ TEST_F(VerbsTest, ProblemsSayWhatWouldBeRight) {
         {"vlan create ten", "VLAN 'ten' is not a number from 1 to 4094"},
         {"port 1:2 autoneg on speed 10 speed 100",
          "'speed' is not known after 'port 1:2 autoneg on speed 10'; expected duplex"},
-        {"vlan create 5 6", "'vlan create 5' ends before '6'"},
+        {"vlan create 5 6", "'vlan create 5' takes nothing more; got '6'"},
         {"route add 10.0.0.0/33",
          "'10.0.0.0/33' is not a prefix; expected 10.1.0.0/16, 10.1.0.0/255.255.0.0 or "
          "fd00:1::/32"},
