@@ -4,6 +4,7 @@
 //     wait show port 1:2 -- link is up within 3000
 //     expect show counters 1:1 -- rxPackets is 1000
 #include <algorithm>
+#include <charconv>
 
 #include "host/console/session.h"
 
@@ -13,29 +14,56 @@ namespace {
 
 constexpr uint64_t kDefaultWithinMs = 5000;
 
+constexpr uint64_t kLongestWithinMs = 86400000;
+
 // Takes a trailing "within MS" off the words.
 uint64_t takeWithin(Words& words) {
+    if (!words.empty() && words.back() == "within")
+        fail("'within' is not complete; expected a number of ms from 0 to {}", kLongestWithinMs);
     if (words.size() < 2 || words[words.size() - 2] != "within") return kDefaultWithinMs;
-    const uint64_t ms = parseNumber("within", words.back(), 0, 86400000);
+    const uint64_t ms = parseNumber("within", words.back(), 0, kLongestWithinMs);
     words.resize(words.size() - 2);
     return ms;
 }
 
 std::string joined(Words::const_iterator from, Words::const_iterator to) {
-    std::string text;
-    for (; from != to; ++from) text += (text.empty() ? "" : " ") + *from;
-    return text;
+    return joinWords({from, to});
 }
+
+constexpr const char* kRelations[] = {"is", "not", "contains", "at-least", "at-most"};
+
+void checkRelation(const std::string& relation) {
+    if (std::ranges::find(kRelations, relation) == std::end(kRelations))
+        fail("'{}' is no relation; expected is, not, contains, at-least or at-most", relation);
+}
+
+// Values are 64-bit numbers with a sign or without: both fit only in a sign and a magnitude.
+struct Number {
+    bool negative;
+    uint64_t magnitude;
+
+    explicit Number(const std::string& text) : negative(text.starts_with("-")) {
+        const std::string_view value = std::string_view(text).substr(negative ? 1 : 0);
+        magnitude = 0;
+        const auto [end, error] =
+            std::from_chars(value.data(), value.data() + value.size(), magnitude);
+        if (error != std::errc() || end != value.data() + value.size() || value.empty())
+            fail("'{}' is not a number; at-least and at-most compare numbers", text);
+        negative = negative && magnitude != 0;
+    }
+
+    bool operator<=(const Number& other) const {
+        if (negative != other.negative) return negative;
+        return negative ? magnitude >= other.magnitude : magnitude <= other.magnitude;
+    }
+};
 
 bool compare(const std::string& relation, const std::string& is, const std::string& wanted) {
     if (relation == "is") return is == wanted;
     if (relation == "not") return is != wanted;
     if (relation == "contains") return is.find(wanted) != std::string::npos;
-    const uint64_t a = parseNumber("value", is, 0, ~uint64_t{0});
-    const uint64_t b = parseNumber("value", wanted, 0, ~uint64_t{0});
-    if (relation == "at-least") return a >= b;
-    if (relation == "at-most") return a <= b;
-    fail("'{}' is no relation; expected is, not, contains, at-least or at-most", relation);
+    const Number a(is), b(wanted);
+    return relation == "at-least" ? b <= a : a <= b;
 }
 
 }  // namespace
@@ -63,6 +91,7 @@ bool Session::holds(const Words& words, std::string& found) {
             "'{}' is not complete; expected event TEXT, no event TEXT, or SHOW... -- VALUE "
             "is|not|contains|at-least|at-most TEXT",
             joined(words.begin(), words.end()));
+    checkRelation(*(dashes + 2));
     const Report report = evaluate({words.begin(), dashes});
     const std::string& path = *(dashes + 1);
     const auto cell = report.at(path);
@@ -86,7 +115,8 @@ void Session::addWaitVerbs() {
                       if (!holds(words, found))
                           fail("expected {}, but {}", joined(words.begin(), words.end()), found);
                   });
-    verbs_.action("wait <what:rest>", "the same, but give it time: ... within MS",
+    verbs_.action("wait <what:rest>",
+                  "the same, but give it time: ... within MS (5000 if not said)",
                   [this](Call& call) {
                       std::string found;
                       Words words = call.all("what");
