@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "host/console/session.h"
+#include "host/core/text.h"
 #include "host/ports/port_manager.h"
 
 namespace pcsim::host {
@@ -76,7 +77,6 @@ void Session::lineEntered(char* text) {
     if (text == nullptr) {
         print("\n");
         ended_ = true;
-        loop_.stop();
         return;
     }
     const std::string line = text;
@@ -86,9 +86,27 @@ void Session::lineEntered(char* text) {
     try {
         run(line);
     } catch (const CommandError& error) {
-        print(std::string("error: ") + error.what() + "\n");
+        loop_.forgetInterrupt();  // it has ended the command
+        print("error: " + printable(error.what()) + "\n");
+    } catch (const OutputError&) {
+        // The prompt ends with it.
     }
     prompting_ = true;
+}
+
+// Ctrl-C while nothing runs drops the line that is being typed.
+void Session::interruptedAtPrompt() {
+    loop_.forgetInterrupt();
+    const bool typing = rl_end != 0;
+    rl_free_line_state();
+    rl_callback_sigcleanup();
+    rl_point = rl_end;
+    rl_redisplay();
+    rl_crlf();
+    rl_replace_line("", 1);
+    if (!typing) print("'quit' or Ctrl-D ends\n");
+    rl_on_new_line();
+    rl_redisplay();
 }
 
 // An event that happens while somebody types goes above the line being typed.
@@ -101,6 +119,7 @@ void Session::printEvent(const Event& event) {
 void Session::prompt() {
     Prompt::session = this;
     rl_readline_name = "pcsim";
+    rl_catch_signals = 0;  // they are the loop's
     rl_outstream = out_;
     rl_attempted_completion_function = Prompt::complete;
     rl_completer_word_break_characters = const_cast<char*>(" \t");
@@ -109,13 +128,20 @@ void Session::prompt() {
     if (!history.empty()) read_history(history.c_str());
     rl_callback_handler_install("pcsim> ", Prompt::line);
     prompting_ = true;
-    loop_.run(STDIN_FILENO, [] { rl_callback_read_char(); });
+    loop_.forgetInterrupt();
+    while (!ended_ && outputError_ == 0 && !loop_.terminated()) {
+        if (loop_.waitReadable(STDIN_FILENO))
+            rl_callback_read_char();
+        else if (!loop_.terminated())
+            interruptedAtPrompt();
+    }
     prompting_ = false;
     rl_callback_handler_remove();
     constexpr int kHistoryLines = 1000;
     stifle_history(kHistoryLines);
     if (!history.empty()) write_history(history.c_str());
     Prompt::session = nullptr;
+    loop_.checkInterrupt();
 }
 
 }  // namespace pcsim::host

@@ -1,11 +1,19 @@
 // Running lines and scripts.
 #include "host/console/session.h"
 
+#include <poll.h>
 #include <unistd.h>
 
-#include <fstream>
+#include <cerrno>
+#include <cstring>
+
+#include "host/core/text.h"
 
 namespace pcsim::host {
+
+OutputError::OutputError(int error)
+    : std::runtime_error(fmt::format("standard output can't be written: {}", std::strerror(error))),
+      readerGone_(error == EPIPE) {}
 
 Session::Session(Machine& machine, Look look)
     : machine_(machine), look_(look), loop_(machine.scheduler) {
@@ -27,8 +35,27 @@ Session::~Session() {
 }
 
 void Session::print(const std::string& text) {
-    std::fputs(text.c_str(), out_);
-    std::fflush(out_);
+    std::fflush(out_);  // readline's
+    const int descriptor = fileno(out_);
+    for (size_t at = 0; at < text.size() && outputError_ == 0;) {
+        const ssize_t size = write(descriptor, text.data() + at, text.size() - at);
+        if (size >= 0) {
+            at += static_cast<size_t>(size);
+        } else if (errno == EAGAIN) {
+            // Another program has left a shared terminal or pipe non-blocking.
+            pollfd writable{descriptor, POLLOUT, 0};
+            poll(&writable, 1, -1);
+            if (loop_.interrupted()) return;
+        } else if (errno != EINTR) {
+            outputError_ = errno;
+        } else if (loop_.interrupted()) {
+            return;
+        }
+    }
+}
+
+void Session::checkOutput() const {
+    if (outputError_ != 0) throw OutputError(outputError_);
 }
 
 void Session::run(const std::string& line) {
@@ -39,6 +66,7 @@ void Session::run(const std::string& line) {
         words.pop_back();
     }
     if (words.empty()) return;
+    loop_.checkInterrupt();
     Verbs::Found found = verbs_.find(words);
     Call call(machine_, std::move(found.values));
     call.print = [this](const std::string& text) { print(text); };
@@ -48,6 +76,8 @@ void Session::run(const std::string& line) {
     } else {
         found.verb->action(call);
     }
+    checkOutput();
+    loop_.checkInterrupt();
 }
 
 Report Session::evaluate(const Words& words) {
@@ -58,43 +88,50 @@ Report Session::evaluate(const Words& words) {
     return found.verb->show(call);
 }
 
-void Session::runScript(const std::string& path) {
-    std::ifstream file(path);
-    if (!file) fail("script {} can't be read; name a file that exists", path);
-    std::string line;
-    for (unsigned number = 1; std::getline(file, line); ++number) {
-        try {
-            const Words words = splitWords(line);
-            if (look_.echo && !words.empty() && words[0] != "echo") print("pcsim> " + line + "\n");
-            run(line);
-        } catch (const CommandError& error) {
-            fail("{}:{}: {}", path, number, error.what());
+void Session::runScript(Script& script) {
+    struct Running {
+        std::vector<const Script*>& all;
+        Running(std::vector<const Script*>& scripts, const Script& one) : all(scripts) {
+            all.push_back(&one);
         }
-        if (loop_.interrupted()) fail("{}:{}: interrupted", path, number);
-        if (ended_) return;
+        ~Running() { all.pop_back(); }
+        Running(const Running&) = delete;
+        Running& operator=(const Running&) = delete;
+    } const running(running_, script);
+    while (!ended_) {
+        try {
+            const auto line = script.nextLine(loop_);
+            if (!line) return;
+            const Words words = splitWords(*line);
+            if (look_.echo && !words.empty() && words[0] != "echo")
+                print("pcsim> " + printable(*line) + "\n");
+            run(*line);
+        } catch (const CommandError& error) {
+            fail("{}:{}: {}", script.name(), script.lineNumber(), error.what());
+        }
     }
 }
 
 void Session::include(const std::string& path) {
-    constexpr int kDeepest = 16;
-    if (includeDepth_ >= kDeepest) fail("scripts include each other more than {} deep", kDeepest);
-    ++includeDepth_;
-    try {
-        runScript(path);
-    } catch (...) {
-        --includeDepth_;
-        throw;
+    constexpr size_t kDeepest = 16;
+    Script script(running_.empty() ? path : running_.back()->beside(path));
+    for (const Script* outer : running_) {
+        if (!outer->sameFile(script)) continue;
+        if (outer == running_.back()) fail("the script includes itself");
+        fail("{} includes itself by way of {}", outer->name(), running_.back()->name());
     }
-    --includeDepth_;
+    if (running_.size() > kDeepest) fail("scripts include each other more than {} deep", kDeepest);
+    runScript(script);
 }
 
 void Session::addConsoleVerbs() {
-    verbs_.action("help [about <topic:text>]", "list the verbs, or those with a word in them",
-                  [this](Call& call) { print(helpText(verbs_, call.textOr("topic", ""))); });
-    verbs_.action("quit", "end the session", [this](Call&) {
-        ended_ = true;
-        loop_.stop();
-    });
+    verbs_.action("help", "list the verbs", [this](Call&) { print(helpText(verbs_)); });
+    verbs_.action("help about <word>", "those with a word in them",
+                  [this](Call& call) { print(helpAbout(verbs_, call.text("word"))); });
+    verbs_.action("help <verb:rest>", "those that begin so",
+                  [this](Call& call) { print(helpOf(verbs_, call.joined("verb"))); });
+    for (const char* name : {"quit", "exit"})
+        verbs_.action(name, "end the session", [this](Call&) { ended_ = true; });
     verbs_.action("time stop", "stop the clock; it moves by 'time warp' alone",
                   [this](Call&) { machine_.scheduler.stop(); });
     verbs_.action("time run", "let the clock follow the PC's again",
@@ -103,17 +140,15 @@ void Session::addConsoleVerbs() {
                   [this](Call& call) {
                       if (!machine_.scheduler.stopped())
                           fail("the clock is running; 'time stop' comes first");
-                      machine_.scheduler.warp(call.number("ms"));
+                      machine_.scheduler.warp(0);
+                      loop_.sleep(call.number("ms"));  // a long way can be interrupted
                   });
     verbs_.action("sleep <ms:0-86400000>", "let simulated time pass",
                   [this](Call& call) { loop_.sleep(call.number("ms")); });
-    verbs_.action("echo <text:rest>", "print a line", [this](Call& call) {
-        std::string line;
-        for (const std::string& word : call.all("text")) line += (line.empty() ? "" : " ") + word;
-        print(line + "\n");
-    });
+    verbs_.action("echo <text:rest>", "print a line",
+                  [this](Call& call) { print(printable(call.joined("text")) + "\n"); });
     verbs_.action("echo", "print an empty line", [this](Call&) { print("\n"); });
-    verbs_.action("include <file>", "run the lines of another file",
+    verbs_.action("include <file>", "run the lines of a file; its folder is the including script's",
                   [this](Call& call) { include(call.text("file")); });
     verbs_.action("events <state:on|off>", "print events as they happen, or not",
                   [this](Call& call) { look_.liveEvents = call.text("state") == "on"; });

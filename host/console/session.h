@@ -4,13 +4,27 @@
 #define PCSIM_HOST_CONSOLE_SESSION_H
 
 #include <cstdio>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
+#include "host/console/script.h"
 #include "host/console/verbs.h"
 #include "host/core/loop.h"
 #include "host/core/machine.h"
 
 namespace pcsim::host {
+
+// Standard output can't be written: the session has no more use. Nobody needs to be told of a
+// reader that has gone.
+class OutputError : public std::runtime_error {
+public:
+    explicit OutputError(int error);
+    bool readerGone() const { return readerGone_; }
+
+private:
+    bool readerGone_;
+};
 
 class Session {
 public:
@@ -25,17 +39,21 @@ public:
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    // Runs one line; a trailing --json asks for JSON whatever the look is. Throws a CommandError.
+    // Runs one line; a trailing --json asks for JSON whatever the look is. Throws a CommandError,
+    // and an OutputError when what it printed did not arrive.
     void run(const std::string& line);
 
-    // Runs a file of lines. A CommandError gets the file and line in front of it.
-    void runScript(const std::string& path);
+    // Runs the lines of a script. A CommandError gets the file and line in front of it.
+    void runScript(Script& script);
 
     // The prompt with history and completion, until 'quit' or the end of input. Problems are
     // printed and the prompt goes on.
     void prompt();
 
+    // Prints all of the text. It is called from within the platform's calls, so it never throws:
+    // checkOutput() does, for what has failed until then.
     void print(const std::string& text);
+    void checkOutput() const;
     void printEvent(const Event& event);
 
     bool ended() const { return ended_; }
@@ -47,6 +65,7 @@ private:
     void addWaitVerbs();
     void include(const std::string& path);
     void lineEntered(char* line);
+    void interruptedAtPrompt();
     // Whether the words of an 'expect' or 'wait' hold now; otherwise 'found' says what is so.
     bool holds(const Words& words, std::string& found);
     Report evaluate(const Words& words);
@@ -58,7 +77,8 @@ private:
     FILE* out_;
     bool ended_ = false;
     bool prompting_ = false;
-    int includeDepth_ = 0;
+    int outputError_ = 0;                 // why standard output failed
+    std::vector<const Script*> running_;  // the scripts that include each other
 
     friend struct Prompt;
 };
@@ -66,8 +86,10 @@ private:
 // All verbs of the managers, registered in the order of help.
 void addAllVerbs(Verbs& verbs);
 
-// 'help', for a topic or all.
-std::string helpText(const Verbs& verbs, const std::string& topic);
+// 'help': all verbs, those with a word in them, or those that begin with some words.
+std::string helpText(const Verbs& verbs);
+std::string helpAbout(const Verbs& verbs, const std::string& word);
+std::string helpOf(const Verbs& verbs, const std::string& beginning);
 
 }  // namespace pcsim::host
 

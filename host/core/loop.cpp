@@ -1,29 +1,64 @@
-// The event loop on Boost.Asio.
+// The event loop on poll().
 #include "host/core/loop.h"
 
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
 #include <algorithm>
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/posix/stream_descriptor.hpp>
-#include <boost/asio/signal_set.hpp>
-#include <boost/asio/steady_timer.hpp>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+#include "host/core/error.h"
 
 namespace pcsim::host {
 
-namespace asio = boost::asio;
+namespace {
 
+constexpr uint64_t kLongestSliceMs = 60000;
+constexpr std::array kSignals{SIGINT, SIGTERM};
+
+// What a signal handler may touch.
+volatile std::sig_atomic_t signalSeen = 0;
+volatile std::sig_atomic_t terminationSeen = 0;
+volatile int wakeDescriptor = -1;
+
+extern "C" void noteSignal(int signal) {
+    const int error = errno;
+    signalSeen = 1;
+    if (signal == SIGTERM) terminationSeen = 1;
+    // A full pipe wakes the loop as well.
+    [[maybe_unused]] const ssize_t written = write(wakeDescriptor, "", 1);
+    errno = error;
+}
+
+}  // namespace
+
+// A pipe wakes poll() for a signal that comes just before it; the handlers are given back.
 struct Loop::State {
-    asio::io_context context;
-    asio::signal_set signals{context, SIGINT, SIGTERM};
-    bool interrupted = false;
-    bool stopped = false;
+    int wake[2] = {-1, -1};
+    struct sigaction before[kSignals.size()] = {};
 
     State() {
-        signals.async_wait([this](const boost::system::error_code& error, int) {
-            if (error) return;
-            interrupted = true;
-            context.stop();
-        });
+        if (pipe2(wake, O_CLOEXEC | O_NONBLOCK) != 0)
+            fail("no pipe for the event loop: {}", std::strerror(errno));
+        wakeDescriptor = wake[1];
+        struct sigaction action = {};
+        action.sa_handler = noteSignal;  // interrupts system calls: output may be blocked for ever
+        for (size_t i = 0; i < kSignals.size(); ++i) sigaction(kSignals[i], &action, &before[i]);
     }
+
+    ~State() {
+        for (size_t i = 0; i < kSignals.size(); ++i) sigaction(kSignals[i], &before[i], nullptr);
+        wakeDescriptor = -1;
+        close(wake[0]);
+        close(wake[1]);
+    }
+
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
 };
 
 Loop::Loop(Scheduler& scheduler) : scheduler_(scheduler), state_(std::make_unique<State>()) {}
@@ -31,29 +66,38 @@ Loop::Loop(Scheduler& scheduler) : scheduler_(scheduler), state_(std::make_uniqu
 Loop::~Loop() = default;
 
 bool Loop::interrupted() const {
-    return state_->interrupted;
+    return signalSeen != 0;
 }
 
-void Loop::stop() {
-    state_->stopped = true;
-    state_->context.stop();
+bool Loop::terminated() const {
+    return terminationSeen != 0;
+}
+
+void Loop::forgetInterrupt() {
+    signalSeen = terminationSeen;
+}
+
+void Loop::checkInterrupt() const {
+    if (interrupted()) fail("interrupted");
 }
 
 // Waits at most 'ms' of real time, at most until the next action is due, and runs what is due.
-void Loop::runSlice(uint64_t ms) {
+// Returns whether 'descriptor' (-1: none) can be read.
+bool Loop::runSlice(uint64_t ms, int descriptor) {
+    ms = std::min(ms, kLongestSliceMs);
     if (!scheduler_.stopped()) {
         if (const auto due = scheduler_.nextDueMs()) {
             const uint64_t now = scheduler_.nowMs();
             ms = std::min(ms, *due > now ? *due - now : 0);
         }
     }
-    asio::steady_timer timer(state_->context, std::chrono::milliseconds(ms));
-    timer.async_wait([this](const boost::system::error_code& error) {
-        if (!error) state_->context.stop();
-    });
-    state_->context.restart();
-    state_->context.run();
+    pollfd watched[] = {{state_->wake[0], POLLIN, 0}, {descriptor, POLLIN, 0}};
+    if (poll(watched, 2, static_cast<int>(ms)) < 0) watched[1].revents = 0;
+    char bytes[16];
+    while (read(state_->wake[0], bytes, sizeof bytes) > 0) {
+    }
     scheduler_.runDue();
+    return watched[1].revents != 0;  // an end or an error is for whoever reads
 }
 
 void Loop::sleep(uint64_t ms) {
@@ -63,33 +107,24 @@ void Loop::sleep(uint64_t ms) {
 bool Loop::waitUntil(const std::function<bool()>& done, uint64_t timeoutMs) {
     const uint64_t deadline = scheduler_.nowMs() + timeoutMs;
     for (;;) {
+        checkInterrupt();
         if (done()) return true;
         const uint64_t now = scheduler_.nowMs();
-        if (now >= deadline || state_->interrupted) return false;
+        if (now >= deadline) return false;
         if (scheduler_.stopped()) {
             const auto due = scheduler_.nextDueMs();
             const uint64_t next = due ? std::clamp(*due, now, deadline) : deadline;
             scheduler_.warp(next - now);
         } else {
-            runSlice(deadline - now);
+            runSlice(deadline - now, -1);
         }
     }
 }
 
-void Loop::run(int descriptor, std::function<void()> readable) {
-    asio::posix::stream_descriptor input(state_->context, dup(descriptor));
-    std::function<void()> watch = [&] {
-        input.async_wait(asio::posix::stream_descriptor::wait_read,
-                         [&](const boost::system::error_code& error) {
-                             if (error) return;
-                             readable();
-                             if (!state_->stopped) watch();
-                         });
-    };
-    watch();
-    constexpr uint64_t kIdleMs = 60000;
-    while (!state_->stopped && !state_->interrupted) runSlice(kIdleMs);
-    input.cancel();
+bool Loop::waitReadable(int descriptor) {
+    while (!interrupted())
+        if (runSlice(kLongestSliceMs, descriptor)) return true;
+    return false;
 }
 
 }  // namespace pcsim::host

@@ -59,10 +59,7 @@ inStep() {
         "expect show mcast -- totals.ports is $ports"
         "expect show mcast -- totals.chipCaches is $chip"
         "expect show mcast -- totals.inStep is yes")
-    printf '%s\n' "${vlans[@]}" "$@" >"$scratch/commands"
-    # At the prompt an error does not end the session.
-    { cat "$scratch/commands"; printf '%s\n' "${checks[@]}"; } |
-        "$pcsim" --lab 2 --stopped >"$scratch/out" 2>&1
+    types "${vlans[@]}" "$@" "${checks[@]}"
     grep -qE 'but totals|is not known|in none of the tables' "$scratch/out" &&
         problem "after '$*': $(cat "$scratch/out")"
     [ "$(grep -c 'expect show' "$scratch/out")" -ge 4 ] || problem "'$*' ended early"

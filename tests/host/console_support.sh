@@ -17,6 +17,12 @@ run() {
     "$pcsim" "${arguments[@]}" >"$scratch/out" 2>"$scratch/err"
 }
 
+# types COMMAND...: the same at the prompt, on a terminal, where an error does not end the session.
+types() {
+    printf '%s\n' "$@" quit |
+        HOME=$scratch TERM=dumb script -qec "$pcsim --lab 2 --stopped" /dev/null >"$scratch/out" 2>&1
+}
+
 # refuses LINE COMMAND...: the last command ends pcsim with 1 and says LINE, those before succeed.
 refuses() {
     local line=$1

@@ -1,0 +1,151 @@
+#!/usr/bin/env bash
+# The doors of pcsim: options, -x and -f in their order, standard input, signals, output that fails.
+# usage: commands_doors.sh PCSIM
+set -u
+. "$(dirname "${BASH_SOURCE[0]}")/console_support.sh"
+
+# ends STATUS LINE ARGUMENT...: pcsim ends with STATUS, and standard error is LINE.
+ends() {
+    local status=$1 line=$2
+    shift 2
+    timeout 20 "$pcsim" "$@" >"$scratch/out" 2>"$scratch/err"
+    said $? "$status" "$line" "$*"
+}
+
+# said GOT STATUS LINE WHAT: of the last run.
+said() {
+    [ "$1" -eq "$2" ] || problem "'$4' ended with $1, not $2"
+    [ "$(cat "$scratch/err")" = "$3" ] ||
+        problem "'$4' said: $(cat "$scratch/err")"$'\n'"  instead of: $3"
+}
+
+# printed TEXT WHAT: standard output of the last run.
+printed() {
+    [ "$(cat "$scratch/out")" = "$1" ] ||
+        problem "$2 printed: $(cat "$scratch/out")"$'\n'"  instead of: $1"
+}
+
+# Options.
+for value in 0 101 four ""; do
+    ends 2 "pcsim: --lab needs a number of ports from 1 to 100" --lab "$value"
+done
+ends 2 "pcsim: --lab needs a number of ports from 1 to 100" --lab
+ends 2 "pcsim: --lab may be given once" --lab 1 --lab 2
+ends 2 "pcsim: --shape needs 'stack' or 'chassis'" --shape round
+ends 2 "pcsim: --virtual-routers needs a number from 1 to 4096" --virtual-routers 0
+ends 2 "pcsim: --execute needs a command, for example -x 'show ports'" -x
+ends 2 "pcsim: --json takes no value" --json=5
+ends 2 "pcsim: there is no option --frobnicate; 'pcsim --help' lists them" --lab 1 --frobnicate
+example="pcsim --lab 4 -x 'show ports'"
+ends 2 "pcsim: 'show' is not an option; commands go behind -x, for example: $example" show ports
+no_script="pcsim: --file needs the name of a script, or - for standard input"
+ends 2 "$no_script" -f
+ends 2 "$no_script" -f ''
+
+labs() {
+    local line=$1
+    shift
+    "$lab" "$@" >"$scratch/out" 2>"$scratch/err"
+    said $? 2 "pcsim-lab: $line" "pcsim-lab $*"
+}
+example="expected a command, for example: pcsim-lab --ports 4 -- ip link"
+labs "--ports needs a number from 1 to 2816" --ports 0 -- true
+labs "--ports needs a number from 1 to 2816" --ports many -- true
+labs "$example" --ports 2
+labs "there is no option --frobnicate; 'pcsim-lab --help' lists them" --frobnicate
+
+# Scripts that can't be read are told before anything boots.
+ends 1 "pcsim: file /tmp can't be read: Is a directory" --lab 1 -x 'echo booted' -f /tmp
+printed "" "a script that is a directory"
+ends 1 "pcsim: file $scratch/none can't be read: No such file or directory" \
+    --lab 1 -x 'echo booted' -f "$scratch/none"
+printed "" "a missing script"
+echo "include /tmp" >"$scratch/folder"
+ends 1 "pcsim: $scratch/folder:1: file /tmp can't be read: Is a directory" \
+    --lab 1 -f "$scratch/folder"
+
+# -x and -f run in their order.
+echo "echo one" >"$scratch/one"
+echo "echo two" >"$scratch/two"
+ends 0 "" --lab 1 --quiet -f "$scratch/one" -x 'echo between' -f "$scratch/two" -x 'echo end'
+printed $'one\n\nbetween\ntwo\n\nend' "-f -x -f -x"
+
+# Standard input: a file, nothing, a pipe.
+printf 'echo from a file\necho the end' >"$scratch/in"
+ends 0 "" --lab 1 --quiet <"$scratch/in"
+printed $'from a file\nthe end' "standard input from a file"
+ends 0 "" --lab 1 --quiet </dev/null
+printed "" "no input"
+ends 0 "" --lab 1 --quiet <&-
+export HOME=$scratch
+printf 'echo 1\nsleep 1\nfrobnicate\necho 2\n' | ends 1 \
+    "pcsim: standard input:3: 'frobnicate' is not a verb; 'help' lists them all" --lab 1 --quiet
+printed "1" "a pipe with a problem"
+[ ! -e "$scratch/.pcsim_history" ] || problem "commands of a pipe got into the history"
+echo "echo piped" | ends 0 "" --lab 1 --quiet -f - -x 'echo end'
+printed $'piped\n\nend' "-f -"
+ends 1 "pcsim: standard input can't be read: Is a directory" --lab 1 --quiet </tmp
+echo "show ports" | "$pcsim" --lab 2 --json | python3 -c '
+import json, sys
+assert len(json.load(sys.stdin)["ports"]) == 2' || problem "JSON through a pipe is no JSON"
+# Time goes on while a line is waited for: a link that goes down is seen meanwhile.
+{ printf 'cable 1 pull\n'; sleep 3; echo 'expect event "Port 1:1 link down"'; } |
+    ends 0 "" --lab 1 --quiet
+
+# A signal ends what waits, and nothing runs after it.
+for name in INT TERM; do
+    for command in 'sleep 60000' 'wait event "never" within 60000'; do
+        "$pcsim" --lab 1 -x 'echo started' -x "$command" -x 'echo too far' \
+            >"$scratch/out" 2>"$scratch/err" &
+        process=$!
+        for _ in $(seq 100); do
+            grep -q started "$scratch/out" && break
+            sleep 0.1
+        done
+        kill -$name $process
+        wait $process
+        said $? 1 "pcsim: interrupted" "SIG$name during $command"
+        grep -q 'too far' "$scratch/out" && problem "a command ran after SIG$name"
+    done
+done
+
+# Output that can't be written, and a reader that has gone.
+full="pcsim: standard output can't be written: No space left on device"
+"$pcsim" --lab 1 -x 'show family' -x 'show ports' >/dev/full 2>"$scratch/err"
+said $? 1 "$full" "a full disk"
+"$pcsim" --help >/dev/full 2>"$scratch/err"
+said $? 1 "$full" "help on a full disk"
+"$pcsim" --lab 1 -x 'show family' 2>"$scratch/err" | head -1 >/dev/null
+said 0 0 "" "a reader that has gone"
+(
+    trap '' PIPE
+    "$pcsim" --lab 1 -x 'show family' -x 'show family' 2>"$scratch/err"
+) | head -1 >/dev/null
+said 0 0 "" "a reader that has gone while SIGPIPE is ignored"
+
+# Includes.
+mkdir "$scratch/a" "$scratch/a/b"
+echo "include b/inner" >"$scratch/a/outer"
+printf 'include ../last\n' >"$scratch/a/b/inner"
+echo "echo found" >"$scratch/a/last"
+ends 0 "" --lab 1 --quiet -f "$scratch/a/outer"
+printed "found" "includes beside their scripts"
+printf '\ninclude self\n' >"$scratch/self"
+ends 1 "pcsim: $scratch/self:2: the script includes itself" --lab 1 --quiet -f "$scratch/self"
+echo "include pong" >"$scratch/ping"
+echo "include ping" >"$scratch/pong"
+ends 1 "pcsim: $scratch/ping:1: $scratch/pong:1: $scratch/ping includes itself by way of $scratch/pong" \
+    --lab 1 --quiet -f "$scratch/ping"
+
+# What a terminal would take for more than characters.
+printf 'frob\033[31m\001\302\233\377n\303\244h\n' >"$scratch/wild"
+ends 1 "pcsim: $scratch/wild:1: 'frob?[31m????näh' is not a verb; 'help' lists them all" \
+    --lab 1 --quiet -f "$scratch/wild"
+printf 'echo a\033[31m\tb\n' >"$scratch/wild"
+ends 0 "" --lab 1 --quiet --echo -f "$scratch/wild"
+printed "a?[31m b" "echo of control characters"
+head -c 100000 /dev/zero >"$scratch/zeros"
+ends 1 "pcsim: $scratch/zeros:1: the line is longer than 65536 bytes; is this a script?" \
+    --lab 1 --quiet -f "$scratch/zeros"
+
+finish

@@ -1,0 +1,123 @@
+#!/usr/bin/env python3
+"""pcsim at a terminal: everything printed arrives, Ctrl-C, signals. usage: terminal.py PCSIM"""
+import fcntl
+import os
+import pty
+import re
+import select
+import signal
+import subprocess
+import sys
+import tempfile
+import termios
+import time
+
+PROMPT = "pcsim> "
+TIMEOUT = 20
+failures = []
+
+
+def check(good, what):
+    if not good:
+        failures.append(what)
+
+
+class Terminal:
+    """pcsim on a terminal of its own, which it shares with this program."""
+
+    def __init__(self, home):
+        self.screen, self.terminal = pty.openpty()
+        self.pending = ""  # printed, not yet looked at
+
+        def take():
+            os.setsid()
+            fcntl.ioctl(0, termios.TIOCSCTTY, 0)
+
+        environment = dict(os.environ, HOME=home, TERM="dumb", COLUMNS="80", LINES="24")
+        self.pcsim = subprocess.Popen(
+            [sys.argv[1], "--lab", "4", "--quiet"], stdin=self.terminal, stdout=self.terminal,
+            stderr=self.terminal, preexec_fn=take, env=environment)
+        self.until(PROMPT)
+
+    def send(self, text):
+        os.write(self.screen, text.encode())
+
+    def until(self, wanted):
+        """What is printed up to 'wanted'."""
+        end = time.monotonic() + TIMEOUT
+        while wanted not in self.pending:
+            if not select.select([self.screen], [], [], max(0, end - time.monotonic()))[0]:
+                failures.append(
+                    f"waited in vain for {wanted!r}; the last was {self.pending[-300:]!r}")
+                return ""
+            self.pending += os.read(self.screen, 512).decode(errors="replace")
+        text, found, self.pending = self.pending.partition(wanted)
+        return text + found
+
+    def status(self):
+        try:
+            return self.pcsim.wait(TIMEOUT)
+        except subprocess.TimeoutExpired:
+            self.pcsim.kill()
+            return "none: it hangs"
+
+
+def everything_arrives(terminal):
+    terminal.send("show family\n")
+    time.sleep(0.5)  # the terminal's buffer is full by now
+    text = terminal.until("words are filled")
+    last = re.search(r"of (\d+) words", text)
+    terminal.until(PROMPT)
+    rows = re.findall(r"^ +\d+  \S+ +\S+ +(?:null|filled)\r?$", text, re.MULTILINE)
+    check(last and len(rows) == int(last[1]), f"{len(rows)} rows arrived of {last and last[1]}")
+    for descriptor in (terminal.terminal, terminal.screen):
+        check(os.get_blocking(descriptor), "the terminal was left non-blocking")
+
+
+def typed_line_is_dropped(terminal):
+    terminal.send("frobnicate now")
+    terminal.until("frobnicate now")
+    terminal.send("\x03")
+    terminal.until(PROMPT)
+    terminal.send("echo and so on\n")
+    text = terminal.until("\nand so on") + terminal.until(PROMPT)
+    check("not a verb" not in text, "Ctrl-C left the typed line")
+
+
+def empty_line_gives_a_hint(terminal):
+    terminal.send("\x03")
+    terminal.until("'quit' or Ctrl-D ends")
+    terminal.until(PROMPT)
+
+
+def command_is_interrupted(terminal):
+    for command in ("sleep 60000", 'wait event "never" within 60000'):
+        terminal.send(command + "\n")
+        terminal.until(command)
+        time.sleep(0.5)
+        terminal.send("\x03")
+        terminal.until("error: interrupted")
+        terminal.until(PROMPT)
+    terminal.send("echo still here\n")
+    terminal.until("\nstill here")
+    terminal.until(PROMPT)
+
+
+with tempfile.TemporaryDirectory() as folder:
+    session = Terminal(folder)
+    everything_arrives(session)
+    typed_line_is_dropped(session)
+    empty_line_gives_a_hint(session)
+    command_is_interrupted(session)
+    session.send("exit\n")
+    check(session.status() == 0, "'exit' did not end the session with 0")
+
+    session = Terminal(folder)
+    session.pcsim.send_signal(signal.SIGTERM)
+    session.until("pcsim: interrupted")
+    status = session.status()
+    check(status == 1, f"SIGTERM at the prompt: status {status}, not 1")
+
+for failure in failures:
+    print("FAILED:", failure)
+sys.exit(1 if failures else 0)
