@@ -128,6 +128,12 @@ void Session::prompt() {
     if (!history.empty()) read_history(history.c_str());
     rl_callback_handler_install("pcsim> ", Prompt::line);
     prompting_ = true;
+    loop_.onContinue = [this] {
+        if (!prompting_) return;
+        rl_deprep_terminal();
+        rl_prep_terminal(1);
+        rl_forced_update_display();
+    };
     loop_.forgetInterrupt();
     while (!ended_ && outputError_ == 0 && !loop_.terminated()) {
         if (loop_.waitReadable(STDIN_FILENO))
@@ -135,6 +141,7 @@ void Session::prompt() {
         else if (!loop_.terminated())
             interruptedAtPrompt();
     }
+    loop_.onContinue = nullptr;
     prompting_ = false;
     rl_callback_handler_remove();
     constexpr int kHistoryLines = 1000;

@@ -18,16 +18,20 @@ namespace pcsim::host {
 namespace {
 
 constexpr uint64_t kLongestSliceMs = 60000;
-constexpr std::array kSignals{SIGINT, SIGTERM};
+constexpr std::array kSignals{SIGINT, SIGTERM, SIGCONT};
 
 // What a signal handler may touch.
 volatile std::sig_atomic_t signalSeen = 0;
 volatile std::sig_atomic_t terminationSeen = 0;
+volatile std::sig_atomic_t continuationSeen = 0;
 volatile int wakeDescriptor = -1;
 
 extern "C" void noteSignal(int signal) {
     const int error = errno;
-    signalSeen = 1;
+    if (signal == SIGCONT)
+        continuationSeen = 1;
+    else
+        signalSeen = 1;
     if (signal == SIGTERM) terminationSeen = 1;
     // A full pipe wakes the loop as well.
     [[maybe_unused]] const ssize_t written = write(wakeDescriptor, "", 1);
@@ -95,6 +99,10 @@ bool Loop::runSlice(uint64_t ms, int descriptor) {
     if (poll(watched, 2, static_cast<int>(ms)) < 0) watched[1].revents = 0;
     char bytes[16];
     while (read(state_->wake[0], bytes, sizeof bytes) > 0) {
+    }
+    if (continuationSeen != 0) {
+        continuationSeen = 0;
+        if (onContinue) onContinue();
     }
     scheduler_.runDue();
     return watched[1].revents != 0;  // an end or an error is for whoever reads

@@ -14,7 +14,7 @@
 
 namespace pcsim::host {
 
-// There is one in a process: it takes SIGINT and SIGTERM while it lives.
+// There is one in a process: it takes SIGINT, SIGTERM and SIGCONT while it lives.
 class Loop {
 public:
     explicit Loop(Scheduler& scheduler);
@@ -38,6 +38,9 @@ public:
     void forgetInterrupt();
     // Throws the CommandError when interrupted.
     void checkInterrupt() const;
+
+    // Called when the process goes on after a stop (Ctrl-Z): the terminal is as the shell left it.
+    std::function<void()> onContinue;
 
 private:
     struct State;

@@ -103,12 +103,25 @@ def command_is_interrupted(terminal):
     terminal.until(PROMPT)
 
 
+def prompt_comes_back_after_a_stop(terminal):
+    terminal.pcsim.send_signal(signal.SIGSTOP)
+    os.waitpid(terminal.pcsim.pid, os.WUNTRACED)
+    modes = termios.tcgetattr(terminal.terminal)
+    modes[3] |= termios.ICANON | termios.ECHO  # as a shell leaves it
+    termios.tcsetattr(terminal.terminal, termios.TCSANOW, modes)
+    terminal.pcsim.send_signal(signal.SIGCONT)
+    terminal.until(PROMPT)
+    modes = termios.tcgetattr(terminal.terminal)
+    check(not modes[3] & termios.ICANON, "after a stop the prompt has no line editing")
+
+
 with tempfile.TemporaryDirectory() as folder:
     session = Terminal(folder)
     everything_arrives(session)
     typed_line_is_dropped(session)
     empty_line_gives_a_hint(session)
     command_is_interrupted(session)
+    prompt_comes_back_after_a_stop(session)
     session.send("exit\n")
     check(session.status() == 0, "'exit' did not end the session with 0")
 
