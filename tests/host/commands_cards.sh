@@ -2,43 +2,10 @@
 # Cards, environment, devices, PoE and sampling from the outside: the one clear line of each problem.
 # usage: commands_cards.sh PCSIM
 set -u
-pcsim=$1
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
-failures=0
+. "$(dirname "$0")/console_support.sh"
 
-problem() {
-    printf 'FAILED: %s\n' "$*"
-    failures=$((failures + 1))
-}
-
-# run ARGUMENT...: a chassis with delayed reports whose clock stands still.
-run() {
-    "$pcsim" --shape chassis --remote-io --stopped --lab 4 --quiet "$@"
-}
-
-# refuses LINE COMMAND...: the last command fails with LINE on standard error and nothing else.
-refuses() {
-    local line=$1 arguments=()
-    shift
-    for command in "$@"; do arguments+=(-x "$command"); done
-    run "${arguments[@]}" >/dev/null 2>"$scratch/err"
-    local got=$?
-    [ $got -eq 1 ] || problem "'$*' ended with $got, not 1"
-    [ "$(cat "$scratch/err")" = "pcsim: $line" ] ||
-        problem "'$*' said: $(cat "$scratch/err")"$'\n'"  instead of: pcsim: $line"
-}
-
-# answers PATTERN COMMAND...: all commands succeed and print a line that matches.
-answers() {
-    local pattern=$1 arguments=()
-    shift
-    for command in "$@"; do arguments+=(-x "$command"); done
-    run "${arguments[@]}" >"$scratch/out" 2>"$scratch/err" || problem "'$*' failed: $(cat "$scratch/err")"
-    grep -qE -- "$pattern" "$scratch/out" || problem "'$*' printed no '$pattern': $(cat "$scratch/out")"
-}
-
-. "$(dirname "${BASH_SOURCE[0]}")/need_lab.sh"
+# A chassis with delayed reports whose clock stands still.
+options=(--shape chassis --remote-io --stopped --lab 4 --quiet)
 
 # Cards
 for command in 'show card 8' 'card 8 power on' 'card 8 power off' 'card 8 diag' 'card 8 reset' \
@@ -100,5 +67,4 @@ refuses "PoE: the platform sent no reply of type 3" 'fault pcSimCardPoeGetVersio
 answers '"word36": 300' 'show poe slot 3 --json'
 answers '"frames": 100' 'time warp 22000' 'show sflow 3:1 --json'
 
-[ $failures -eq 0 ] || exit 1
-echo "all commands answered as they should"
+finish

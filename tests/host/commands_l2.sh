@@ -2,41 +2,7 @@
 # The lines that layer 2 answers to what can't be done: one clear line each, and nothing changed.
 # usage: commands_l2.sh PCSIM
 set -u
-pcsim=$1
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
-failures=0
-
-problem() {
-    printf 'FAILED: %s\n' "$*"
-    failures=$((failures + 1))
-}
-
-# refuses LINE COMMAND...: the last command ends pcsim with 1 and says LINE, those before succeed.
-refuses() {
-    local line=$1
-    shift
-    local arguments=(--lab 2 --stopped)
-    for command in "$@"; do arguments+=(-x "$command"); done
-    "$pcsim" "${arguments[@]}" >"$scratch/out" 2>"$scratch/err"
-    local got=$?
-    [ $got -eq 1 ] || problem "'$*' ended with $got, not 1"
-    [ "$(cat "$scratch/err")" = "pcsim: $line" ] ||
-        problem "'$*' said: $(cat "$scratch/err")"$'\n'"  instead of: pcsim: $line"
-}
-
-# answers PATTERN COMMAND...: all commands succeed, and a line that matches is printed.
-answers() {
-    local pattern=$1
-    shift
-    local arguments=(--lab 2 --stopped)
-    for command in "$@"; do arguments+=(-x "$command"); done
-    "$pcsim" "${arguments[@]}" >"$scratch/out" 2>"$scratch/err" ||
-        problem "'$*' failed: $(cat "$scratch/err")"
-    grep -qE -- "$pattern" "$scratch/out" || problem "'$*' printed no '$pattern': $(cat "$scratch/out")"
-}
-
-. "$(dirname "${BASH_SOURCE[0]}")/need_lab.sh"
+. "$(dirname "$0")/console_support.sh"
 
 member=('vlan create 10' 'vlan 10 add 1:1')
 refuses "VLAN '0' is not a number from 1 to 4094" 'vlan create 0'
@@ -151,5 +117,4 @@ answers 'VLANs made +1$' "${member[@]}" "fdb load $scratch/macs create-vlans"
 answers '"bad": 10' "${member[@]}" "fdb load $scratch/macs --json"
 [ -s "$scratch/err" ] && problem "loading without a terminal wrote to standard error"
 
-[ $failures -eq 0 ] || exit 1
-echo "all commands answered as they should"
+finish

@@ -2,37 +2,16 @@
 # Neighbours and routes from the outside: the one clear line of each problem, and route files.
 # usage: commands_l3.sh PCSIM
 set -u
-pcsim=$1
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
-failures=0
+. "$(dirname "$0")/console_support.sh"
 
-problem() {
-    printf 'FAILED: %s\n' "$*"
-    failures=$((failures + 1))
-}
-
-# refuses LINE COMMAND: the command fails and says LINE, nothing else.
-refuses() {
-    "$pcsim" --lab 2 -x "$2" >"$scratch/out" 2>"$scratch/err"
-    local got=$?
-    [ $got -eq 1 ] || problem "'$2' ended with $got"
-    [ "$(cat "$scratch/err")" = "pcsim: $1" ] ||
-        problem "'$2' said: $(cat "$scratch/err")"$'\n'"  instead of: pcsim: $1"
-}
-
-# prints TEXT COMMAND...: the commands succeed and print TEXT, with times replaced.
-prints() {
-    local text=$1 arguments=()
+# printsExactly TEXT COMMAND...: the commands succeed and print TEXT, with times replaced.
+printsExactly() {
+    local text=$1
     shift
-    for command in "$@"; do arguments+=(-x "$command"); done
-    "$pcsim" --lab 2 "${arguments[@]}" >"$scratch/out" 2>"$scratch/err" ||
-        problem "'$*' failed: $(cat "$scratch/err")"
+    run "$@" || problem "'$*' failed: $(cat "$scratch/err")"
     sed -i -E "s/(Seconds +)[0-9.]+/\1T/; s/(Routes per second +)[0-9]+/\1R/; s|$scratch/||" "$scratch/out"
     diff -u <(printf '%s\n' "$text") "$scratch/out" || problem "'$*' printed something else"
 }
-
-. "$(dirname "${BASH_SOURCE[0]}")/need_lab.sh"
 
 mac='mac 00:11:22:33:44:55 port 1:1'
 refuses "neighbor fe80::1 is an IPv6 address; the platform has adjacencies for IPv4 alone" \
@@ -126,7 +105,7 @@ IPv6 routes
   ---------------  --  -------  ----
   2001:db8:1::/48   3  fe80::9     9
   2001:db8::/32     3  fe80::1     5'
-prints "$expected" "route load $scratch/routes via 10.0.0.1 vlan 5 via fe80::1 vlan 5 vr 3" 'show route'
+printsExactly "$expected" "route load $scratch/routes via 10.0.0.1 vlan 5 via fe80::1 vlan 5 vr 3" 'show route'
 
 # Without next hops to give, a route has none.
 printf '10.1.0.0/16\n' >"$scratch/bare"
@@ -155,5 +134,4 @@ fi
     -x 'expect show route -- 10.2.0.0/16.vr is 0' >/dev/null 2>"$scratch/err" ||
     problem "a wild file stopped the load: $(head -c 300 "$scratch/err")"
 
-[ $failures -eq 0 ] || exit 1
-echo "all commands answered as they should"
+finish

@@ -9,10 +9,12 @@ problem() {
     failures=$((failures + 1))
 }
 
-# run COMMAND...: runs the commands on a stack with two ports and a stopped clock.
+# What pcsim is started as: a stack with two ports and a stopped clock, unless a test says otherwise.
+options=(--lab 2 --stopped)
+
+# run COMMAND...: runs the commands on a pcsim of its own.
 run() {
-    local arguments=(--lab 2 --stopped)
-    local command
+    local arguments=("${options[@]}") command
     for command in "$@"; do arguments+=(-x "$command"); done
     "$pcsim" "${arguments[@]}" >"$scratch/out" 2>"$scratch/err"
 }
