@@ -1,12 +1,13 @@
 // Verbs of access lists.
 #include <algorithm>
 #include <cstring>
-#include <fstream>
+#include <sstream>
 
 #include "host/acl/acl_manager.h"
 #include "host/console/all_verbs.h"
 #include "host/console/verbs.h"
 #include "host/l2/l2_manager.h"
+#include "host/misc/text_file.h"
 #include "host/ports/port_manager.h"
 
 namespace pcsim::host {
@@ -22,9 +23,12 @@ const char* actionName(AclAction action) {
 // Reports each bad line; a list with one is not used at all.
 AclProgram programOf(Call& call) {
     const std::string& path = call.text("file");
-    std::ifstream file(path);
-    if (!file) fail("{} can't be read: {}", path, std::strerror(errno));
-    AclProgram program = compileAcl(file, path);
+    TextFile file(path);
+    std::string all;
+    for (std::string_view line; file.next(line);) all.append(line).append("\n");
+    if (!file.problem().empty()) fail("{}; nothing is loaded", file.problem());
+    std::istringstream text(all);
+    AclProgram program = compileAcl(text, path);
     for (const std::string& problem : program.problems) call.print(problem + "\n");
     if (!program.problems.empty())
         fail("{} has {}; nothing is loaded", path,

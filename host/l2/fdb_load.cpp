@@ -1,33 +1,14 @@
 // Loading of MAC tables.
 #include "host/l2/fdb_load.h"
 
-#include <array>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <memory>
-
 #include "host/console/progress.h"
 #include "host/l2/l2_manager.h"
 #include "host/l2/mac_line.h"
+#include "host/misc/text_file.h"
 
 namespace pcsim::host {
 
 namespace {
-
-std::string readFile(const std::string& path) {
-    const auto closing = [](FILE* file) { std::fclose(file); };
-    const std::unique_ptr<FILE, decltype(closing)> file(std::fopen(path.c_str(), "rbe"), closing);
-    std::string text;
-    std::array<char, 65536> piece;
-    size_t size = 0;
-    if (file != nullptr)
-        while ((size = std::fread(piece.data(), 1, piece.size(), file.get())) != 0)
-            text.append(piece.data(), size);
-    if (file == nullptr || std::ferror(file.get()) != 0)
-        fail("file {} can't be read: {}", path, std::strerror(errno));
-    return text;
-}
 
 class Loader {
 public:
@@ -39,7 +20,7 @@ public:
         std::string problem;
         const LineKind kind = parseMacLine(text, entry, problem);
         if (kind == LineKind::kNothing) return;
-        ++result.lines;
+        if (entry.hasAddress) ++result.lines;
         try {
             if (kind == LineKind::kEntry) load(entry);
         } catch (const CommandError& error) {
@@ -99,17 +80,15 @@ private:
 }  // namespace
 
 FdbLoadResult loadMacTable(Machine& machine, const std::string& path, bool makeVlans) {
-    const std::string text = readFile(path);
+    TextFile file(path);
     Loader loader(machine, makeVlans);
-    Progress progress("Loading " + path, text.size());
-    const std::string_view all = text;
-    uint64_t number = 0;
-    for (size_t start = 0; start < all.size();) {
-        const size_t end = std::min(all.find('\n', start), all.size());
-        loader.line(++number, all.substr(start, end - start));
-        start = end + 1;
-        progress.at(start);
+    Progress progress("Loading " + path, file.size());
+    std::string_view line;
+    for (uint64_t number = 1; file.next(line); ++number) {
+        loader.line(number, line);
+        progress.at(file.position());
     }
+    loader.result.fileProblem = file.problem();
     return std::move(loader.result);
 }
 

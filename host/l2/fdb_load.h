@@ -16,10 +16,13 @@ struct FdbLoadResult {
         uint64_t number;
         std::string problem;
     };
-    uint64_t lines = 0;  // with an entry, good or bad
+    uint64_t lines = 0;  // with an address, good or bad
     uint64_t added = 0, refreshed = 0, moved = 0, staticKept = 0, evicted = 0;
     uint64_t vlansMade = 0, membersMade = 0;
     std::vector<BadLine> bad;
+    std::string fileProblem;  // why its rest was not read
+
+    uint64_t used() const { return added + refreshed + moved + staticKept; }
 };
 
 // Loads 'path'; with 'makeVlans' VLANs and memberships that are missing are made on the way.

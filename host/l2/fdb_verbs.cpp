@@ -7,6 +7,7 @@
 #include "host/console/verbs.h"
 #include "host/l2/fdb_load.h"
 #include "host/l2/l2_manager.h"
+#include "host/misc/load_answer.h"
 #include "host/ports/port_manager.h"
 
 namespace pcsim::host {
@@ -102,17 +103,19 @@ Report load(Call& call) {
             table.rows.push_back({fmt::format("{}:{}", path, bad.number), bad.problem});
         report.add(std::move(table));
     }
-    return report.add(Fields{"load",
-                             "",
-                             {{"lines", "Lines with an address", result.lines},
-                              {"added", "Added", result.added},
-                              {"refreshed", "Refreshed", result.refreshed},
-                              {"moved", "Moved to another port", result.moved},
-                              {"staticKept", "Static, kept", result.staticKept},
-                              {"evicted", "Evicted on the way", result.evicted},
-                              {"bad", "Not loaded", result.bad.size()},
-                              {"vlansMade", "VLANs made", result.vlansMade},
-                              {"membersMade", "Memberships made", result.membersMade}}});
+    report.add(Fields{"load",
+                      "",
+                      {{"lines", "Lines with an address", result.lines},
+                       {"added", "Added", result.added},
+                       {"refreshed", "Refreshed", result.refreshed},
+                       {"moved", "Moved to another port", result.moved},
+                       {"staticKept", "Static, kept", result.staticKept},
+                       {"evicted", "Evicted on the way", result.evicted},
+                       {"bad", "Not loaded", result.bad.size()},
+                       {"vlansMade", "VLANs made", result.vlansMade},
+                       {"membersMade", "Memberships made", result.membersMade}}});
+    return loadAnswer(call, std::move(report),
+                      {path, result.used(), result.bad.size(), result.fileProblem});
 }
 
 Report stats(Call& call) {

@@ -88,7 +88,8 @@ LineKind parseMacLine(std::string_view line, MacLine& result, std::string& probl
     const std::string_view vlan = nextWord(rest), port = nextWord(rest), type = nextWord(rest),
                            more = nextWord(rest);
     uint32_t vlanId = 0;
-    if (!readMac(mac, result.mac))
+    result.hasAddress = readMac(mac, result.mac);
+    if (!result.hasAddress)
         problem = fmt::format("'{}' is not a MAC address", shown(mac));
     else if (port.empty())
         problem = "the line is not complete; expected MAC VLAN SLOT:PORT [static]";

@@ -17,6 +17,7 @@ struct MacLine {
     uint16_t vlanId = 0;
     SlotPort port{};
     bool isStatic = false;
+    bool hasAddress = false;  // it begins with a MAC address, whatever follows
 };
 
 enum class LineKind { kEntry, kNothing, kBad };

@@ -7,7 +7,7 @@
 #include <chrono>
 #include <cstdio>
 
-#include "host/l3/route_file.h"
+#include "host/misc/text_file.h"
 
 namespace pcsim::host {
 
@@ -48,7 +48,7 @@ using Clock = std::chrono::steady_clock;
 // The line that tells how far a load is, on a terminal alone.
 class Progress {
 public:
-    explicit Progress(const RouteFile& file) : file_(file), shown_(isatty(STDERR_FILENO) != 0) {}
+    explicit Progress(const TextFile& file) : file_(file), shown_(isatty(STDERR_FILENO) != 0) {}
     ~Progress() {
         if (drawn_) std::fputs("\r\033[K", stderr);
     }
@@ -63,16 +63,17 @@ public:
         if (now - last_ < kPeriod) return;
         last_ = now;
         drawn_ = true;
-        const int percent = file_.percent();
+        const uint64_t percent =
+            file_.size() == 0 ? 0 : std::min<uint64_t>(file_.position() * 100 / file_.size(), 100);
         const double seconds = std::chrono::duration<double>(now - start_).count();
-        const std::string bar(static_cast<size_t>(percent) / 4, '#');
+        const std::string bar(static_cast<size_t>(percent / 4), '#');
         fmt::print(stderr, "\r[{:<25}] {:3}%  {} routes, {:.0f} per second\033[K", bar, percent,
                    lines, static_cast<double>(lines) / seconds);
         std::fflush(stderr);
     }
 
 private:
-    const RouteFile& file_;
+    const TextFile& file_;
     bool shown_;
     bool drawn_ = false;
     Clock::time_point start_ = Clock::now();
@@ -200,7 +201,7 @@ LoadResult loadRoutes(L3Manager& manager, const std::string& path, uint32_t vr,
     manager.checkVr(vr);
     LoadResult result;
     const auto start = Clock::now();
-    RouteFile file(path);
+    TextFile file(path);
     Progress progress(file);
     Loader loader(manager, vr, otherwise);
     std::string_view line;
@@ -214,7 +215,7 @@ LoadResult loadRoutes(L3Manager& manager, const std::string& path, uint32_t vr,
         }
         progress.at(number);
     }
-    if (!file.problem().empty()) noteBadLine(result, number + 1, file.problem());
+    result.fileProblem = file.problem();
     result.seconds = std::chrono::duration<double>(Clock::now() - start).count();
     return result;
 }

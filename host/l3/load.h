@@ -38,6 +38,7 @@ struct LoadResult {
     uint64_t ipv6Lines = 0;
     uint64_t badLineCount = 0;
     std::vector<BadLine> badLines;
+    std::string fileProblem;  // why its rest was not read
     double seconds = 0;
 
     uint64_t lines() const { return ipv4Lines + ipv6Lines; }

@@ -4,6 +4,7 @@
 #include "host/console/all_verbs.h"
 #include "host/l2/l2_manager.h"
 #include "host/l3/show.h"
+#include "host/misc/load_answer.h"
 #include "host/platform/dump_text.h"
 #include "host/ports/port_manager.h"
 
@@ -100,7 +101,8 @@ Report loadFile(Call& call) {
     const LoadResult result = loadRoutes(call.machine.l3(), path, vr, typedHops(call));
     call.machine.events.note("l3", "Virtual router {}: {} lines of {} loaded, {} bad", vr,
                              result.lines(), path, result.badLineCount);
-    return loadReport(path, result);
+    return loadAnswer(call, loadReport(path, result),
+                      {path, result.lines(), result.badLineCount, result.fileProblem});
 }
 
 Report showRoutes(Call& call, std::optional<IpPrefix> prefix) {

@@ -4,13 +4,12 @@
 #include <arpa/inet.h>
 
 #include <charconv>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
+#include <unordered_set>
 
 #include "host/console/progress.h"
 #include "host/console/values.h"
 #include "host/mcast/mcast_manager.h"
+#include "host/misc/text_file.h"
 
 namespace pcsim::host {
 
@@ -61,42 +60,94 @@ McastLine parseMcastLine(std::string_view line) {
     return result;
 }
 
+namespace {
+
+// The lines of a file with a group, and what is wrong with the others.
+class GroupFile {
+public:
+    using Print = std::function<void(const std::string&)>;
+
+    struct Line {
+        uint64_t number;
+        McastLine content;
+    };
+
+    GroupFile(const McastLoad& load, const Print& print) : load_(load), print_(print) {}
+
+    // 'mayAsk' is called with the number of caches that the lines so far ask for.
+    void read(McastLoaded& loaded, const std::function<void(uint64_t caches)>& mayAsk) {
+        TextFile file(load_.file);
+        uint64_t caches = 0;
+        std::string_view text;
+        for (uint64_t number = 1; file.next(text); ++number) {
+            McastLine line;
+            try {
+                line = parseMcastLine(text);
+            } catch (const CommandError& error) {
+                bad(loaded, number, error.what());
+                continue;
+            }
+            if (line.group == 0) continue;
+            mayAsk(caches += line.source ? 1 : load_.sources);
+            lines.push_back({number, line});
+        }
+        loaded.fileProblem = file.problem();
+    }
+
+    void bad(McastLoaded& loaded, uint64_t number, const std::string& problem) {
+        ++loaded.badLines;
+        print_(fmt::format("{}:{}: {}\n", load_.file, number, problem));
+    }
+
+    std::vector<Line> lines;
+
+private:
+    const McastLoad& load_;
+    const Print& print_;
+};
+
+}  // namespace
+
 McastLoaded loadMcast(McastManager& manager, const McastLoad& load,
                       const std::function<void(const std::string&)>& print) {
-    std::ifstream file(load.file);
-    if (!file) fail("{} can't be read: {}", load.file, std::strerror(errno));
     McastLoaded loaded;
     const size_t each = load.each == 0 ? load.outgoing.size() : load.each;
+    const McastCopy& copy = manager.copy();
+    GroupFile file(load, print);
+    file.read(loaded, [&](uint64_t caches) {
+        if (copy.caches().size() + caches > kMostMcastCaches)
+            fail("{} asks for too many caches; {} fit in all, {} are there", load.file,
+                 kMostMcastCaches, copy.caches().size());
+        if (copy.portCount() + caches * each > kMostMcastPorts)
+            fail("{} asks for too many outgoing ports; {} fit in all, {} are there", load.file,
+                 kMostMcastPorts, copy.portCount());
+    });
     size_t turn = 0;
     uint32_t nextSource = kFirstSource;
+    std::unordered_set<uint32_t> groups;
     std::vector<McastOutgoing> outgoing;
     const auto add = [&](uint32_t group, uint32_t source) {
         outgoing.clear();
         for (size_t i = 0; i < each; ++i)
             outgoing.push_back(load.outgoing[turn++ % load.outgoing.size()]);
-        manager.add({group, source, load.vr, load.incomingVlan}, outgoing);
-        ++loaded.caches;
+        const bool isNew = manager.add({group, source, load.vr, load.incomingVlan}, outgoing);
+        ++(isNew ? loaded.caches : loaded.known);
+        groups.insert(group);
     };
-    std::error_code unknown;
-    const auto size = std::filesystem::file_size(load.file, unknown);
-    Progress progress("Loading " + load.file, unknown ? 0 : size);
-    size_t number = 0, bytes = 0;
-    for (std::string text; std::getline(file, text);) {
-        ++number;
-        progress.at(bytes += text.size() + 1);
+    Progress progress("Loading " + load.file, file.lines.size());
+    uint64_t done = 0;
+    for (const auto& [number, line] : file.lines) {
         try {
-            const McastLine line = parseMcastLine(text);
-            if (line.group == 0) continue;
             if (line.source)
                 add(line.group, *line.source);
             else
                 for (uint32_t i = 0; i < load.sources; ++i) add(line.group, nextSource++);
-            ++loaded.groups;
         } catch (const CommandError& error) {
-            ++loaded.badLines;
-            print(fmt::format("{}:{}: {}\n", load.file, number, error.what()));
+            file.bad(loaded, number, error.what());
         }
+        progress.at(++done);
     }
+    loaded.groups = groups.size();
     return loaded;
 }
 

@@ -41,13 +41,20 @@ struct McastLoad {
     size_t each = 0;  // outgoing ports per cache, 0: all
 };
 
+// A 32-bit process holds so many with a few outgoing ports each, and no more outgoing ports.
+constexpr uint64_t kMostMcastCaches = 2'000'000;
+constexpr uint64_t kMostMcastPorts = 4'000'000;
+
 struct McastLoaded {
-    size_t groups = 0;
-    size_t caches = 0;
+    size_t groups = 0;  // different ones
+    size_t caches = 0;  // that are new
+    size_t known = 0;   // that were there already
     size_t badLines = 0;
+    std::string fileProblem;  // why its rest was not read
 };
 
-// Goes on after a bad line, which is reported through 'print' as FILE:LINE: PROBLEM.
+// Goes on after a bad line, which is reported through 'print' as FILE:LINE: PROBLEM. A file that
+// asks for more caches than the process holds is refused before the first is made.
 McastLoaded loadMcast(McastManager& manager, const McastLoad& load,
                       const std::function<void(const std::string&)>& print);
 

@@ -76,7 +76,7 @@ void McastManager::noteAdded(const McastKey& key, const OutgoingList& outgoing, 
     }
 }
 
-void McastManager::add(const McastKey& key, const OutgoingList& outgoing) {
+bool McastManager::add(const McastKey& key, const OutgoingList& outgoing) {
     const Effect effect = run(&HalFamilyOps::ipv4McHwCacheAdd, key, outgoing);
     const bool known = copy_.find(key) != nullptr;
     if (effect.hooks.cachesMade != 0 && known) {
@@ -91,6 +91,7 @@ void McastManager::add(const McastKey& key, const OutgoingList& outgoing) {
     if (effect.result != 0)
         fail("the platform answered {} to the add of {}; {} of its ports are in", effect.result,
              describe(key), effect.hooks.portsAdded);
+    return effect.hooks.cachesMade != 0;
 }
 
 void McastManager::remove(const McastKey& key) {

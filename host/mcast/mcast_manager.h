@@ -30,8 +30,9 @@ public:
 
     using OutgoingList = std::vector<McastOutgoing>;
 
-    // Adds a cache or extends it. Throws a CommandError when the platform refuses.
-    void add(const McastKey& key, const OutgoingList& outgoing);
+    // Adds a cache or extends it; whether it is new. Throws a CommandError when the platform
+    // refuses.
+    bool add(const McastKey& key, const OutgoingList& outgoing);
     void remove(const McastKey& key);
     void addPorts(const McastKey& key, const OutgoingList& outgoing);
     // Of one cache, or for a source of 0 of all caches of the group on the incoming VLAN. How many.

@@ -6,6 +6,7 @@
 #include "host/l2/l2_manager.h"
 #include "host/mcast/loader.h"
 #include "host/mcast/mcast_manager.h"
+#include "host/misc/load_answer.h"
 #include "host/ports/port_manager.h"
 
 namespace pcsim::host {
@@ -205,13 +206,15 @@ void loadCaches(Call& call) {
     if (load.each > load.outgoing.size())
         fail("each cache can't take {} of {} outgoing ports", load.each, load.outgoing.size());
     const McastLoaded loaded = loadMcast(call.machine.mcast(), load, call.print);
-    const std::string summary = fmt::format("{}, {}", counted(loaded.groups, "group", "groups"),
-                                            counted(loaded.caches, "cache", "caches"));
+    std::string summary = fmt::format("{}, {}", counted(loaded.groups, "group", "groups"),
+                                      counted(loaded.caches, "new cache", "new caches"));
+    if (loaded.known != 0) summary += fmt::format(", {} already there", loaded.known);
     call.machine.events.note("mcast", "{} from {}", summary, load.file);
-    call.print(
-        summary +
-        (loaded.badLines == 0 ? "" : ", " + counted(loaded.badLines, "bad line", "bad lines")) +
-        "\n");
+    if (loaded.badLines != 0) summary += ", " + counted(loaded.badLines, "bad line", "bad lines");
+    call.print(summary + "\n");
+    const std::string problem =
+        loadProblem({load.file, loaded.caches + loaded.known, loaded.badLines, loaded.fileProblem});
+    if (!problem.empty()) fail("{}", problem);
 }
 
 }  // namespace

@@ -10,7 +10,11 @@ printf 'rule a permit\nrule b drop\n# fine\nrule c permit from 1.2.3\n' >"$scrat
 load=("vlan create 10" "acl load web $scratch/good")
 place="vlan 10 port 1:1 slot 0"
 
-refuses "$scratch/none can't be read: No such file or directory" "acl load web $scratch/none"
+refuses "file $scratch/none can't be read: No such file or directory" "acl load web $scratch/none"
+refuses "file $scratch can't be read: Is a directory" "acl load web $scratch"
+refuses "file $scratch can't be read: Is a directory" "${load[@]}" "acl bind web $place" \
+    "acl refresh web $scratch"
+refuses "file $scratch can't be read: Is a directory" "${load[@]}" "acl diff web $scratch"
 refuses "$scratch/bad has 2 bad lines; nothing is loaded" "acl load web $scratch/bad"
 prints "^$scratch/bad:2: 'drop' is not an action; expected permit or deny\$"
 prints "^$scratch/bad:4: '1.2.3' is not an IPv4 address"

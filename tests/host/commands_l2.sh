@@ -82,6 +82,13 @@ answers '^In-use count: 8$' "${member[@]}" "fdb load $scratch/nine" 'fdb dump'
 # Files: every bad line is named, the rest is loaded.
 refuses "file $scratch/none can't be read: No such file or directory" "fdb load $scratch/none"
 refuses "file $scratch can't be read: Is a directory" "fdb load $scratch"
+seq -f 'garbage %.0f' 1 29 >"$scratch/garbage"
+refuses "file $scratch/garbage has 29 bad lines and no good one; nothing is loaded" \
+    "fdb load $scratch/garbage"
+prints 'Lines with an address +0$'
+prints 'Not loaded +29$'
+refuses "file $scratch/garbage has 29 bad lines and no good one; nothing is loaded" \
+    "expect fdb load $scratch/garbage -- bad is 29"
 {
     printf '02:00:00:00:00:01 10 1:1\r\n'
     printf '\n# a comment\n'
@@ -108,6 +115,7 @@ bad=(
     "macs:11 +VLAN 11 does not exist; 'create-vlans' would make it"
     "macs:12 +'x{40}\.\.\.' is not a MAC address"
     "macs:13 +'\?\?\?' is not a MAC address"
+    'Lines with an address +9$'
     'Added +2$'
     'Not loaded +10$'
 )

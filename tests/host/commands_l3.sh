@@ -40,9 +40,9 @@ refuses "there is no route 10.1.0.0/16 in virtual router 0; 'show route' lists t
     "route del 10.1.0.0/16"
 refuses "virtual router 9 does not exist; expected 0 to 7" "route flush vr 9"
 refuses "virtual router 9 does not exist; expected 0 to 7" "show route vr 9"
-refuses "file $scratch/none can't be read: No such file or directory; name a file of routes" \
+refuses "file $scratch/none can't be read: No such file or directory" \
     "route load $scratch/none"
-refuses "file $scratch can't be read: Is a directory; name a file of routes" "route load $scratch"
+refuses "file $scratch can't be read: Is a directory" "route load $scratch"
 
 printf 'route add 10.1.0.0/16 via 10.0.0.1 vlan 5\nroute del 10.1.0.0/16 via 10.0.0.2 vlan 5\n' >"$scratch/script"
 "$pcsim" --lab 1 -f "$scratch/script" >/dev/null 2>"$scratch/err"
@@ -107,6 +107,11 @@ IPv6 routes
   2001:db8::/32     3  fe80::1     5'
 printsExactly "$expected" "route load $scratch/routes via 10.0.0.1 vlan 5 via fe80::1 vlan 5 vr 3" 'show route'
 
+seq -f 'garbage %.0f' 1 29 >"$scratch/garbage"
+refuses "file $scratch/garbage has 29 bad lines and no good one; nothing is loaded" \
+    "route load $scratch/garbage"
+prints 'Bad lines +29$'
+
 # Without next hops to give, a route has none.
 printf '10.1.0.0/16\n' >"$scratch/bare"
 "$pcsim" --lab 1 -x "route load $scratch/bare" -x 'expect show route -- 10.1.0.0/16.gateway is -' \
@@ -124,8 +129,18 @@ if command -v xz >/dev/null; then
     "$pcsim" --lab 1 -x "route load $scratch/routes.xz" | grep -q 'IPv4 lines  *6$' ||
         problem "a packed file is not read"
     head -c 60 "$scratch/routes.xz" >"$scratch/half.xz"
-    "$pcsim" --lab 1 -x "route load $scratch/half.xz" | grep -q "xz can't unpack the rest of the file" ||
-        problem "a damaged file is not told"
+    cut="file $scratch/half.xz can't be unpacked to its end: it is cut or no xz file"
+    refuses "$cut" "route load $scratch/half.xz"
+    # What can be unpacked is loaded, and reported before the failure.
+    for i in {0..99999}; do echo "10.$((i >> 8 & 255)).$((i & 255)).$((i >> 16))/32"; done |
+        xz >"$scratch/long.xz"
+    truncate -s -1000 "$scratch/long.xz"
+    refuses "file $scratch/long.xz can't be unpacked to its end: it is cut or no xz file" \
+        "route load $scratch/long.xz"
+    prints 'IPv4 lines +[1-9][0-9]+$'
+    cp "$scratch/routes" "$scratch/plain.xz"
+    refuses "file $scratch/plain.xz can't be unpacked to its end: it is cut or no xz file" \
+        "route load $scratch/plain.xz"
 fi
 
 # A line of a million characters, and bytes that are no text.

@@ -47,8 +47,32 @@ refuses "the platform finds no cache (10.0.0.1, 239.1.1.1) on VLAN 10" \
     "${vlans[@]}" 'mcast stats 239.1.1.1 10.0.0.1 iif 10'
 refuses "each cache can't take 2 of 1 outgoing ports" \
     "${vlans[@]}" 'mcast load none iif 10 oif 20 1:1 each 2'
-refuses "$scratch/none can't be read: No such file or directory" \
+refuses "file $scratch/none can't be read: No such file or directory" \
     "${vlans[@]}" "mcast load $scratch/none iif 10"
+refuses "file $scratch can't be read: Is a directory" "${vlans[@]}" "mcast load $scratch iif 10"
+
+# Files: groups count once, caches that are there are not made again, and a file without one good
+# line is no success.
+printf '239.1.1.1\n239.1.1.2 10.9.9.9\n239.1.1.1\n239.1.1.2 10.9.9.9\n' >"$scratch/groups"
+answers '^2 groups, 3 new caches, 1 already there$' "${vlans[@]}" "mcast load $scratch/groups iif 10"
+answers '^2 groups, 0 new caches, 4 already there$' "${vlans[@]}" \
+    "mcast load $scratch/groups iif 10" "mcast load $scratch/groups iif 10"
+printf 'x\n\n# nothing\ny 1\n' >"$scratch/garbage"
+refuses "file $scratch/garbage has 2 bad lines and no good one; nothing is loaded" \
+    "${vlans[@]}" "mcast load $scratch/garbage iif 10"
+prints '^0 groups, 0 new caches, 2 bad lines$'
+# More than a 32-bit process holds is refused before the first cache is made.
+seq -f '239.1.1.%.0f' 1 100 >"$scratch/many"
+refuses "$scratch/many asks for too many caches; 2000000 fit in all, 0 are there" \
+    "${vlans[@]}" "mcast load $scratch/many iif 10 sources 20001"
+refuses "$scratch/many asks for too many caches; 2000000 fit in all, 4 are there" \
+    "${vlans[@]}" 'mcast add 239.1.1.1 10.0.0.1 iif 20' 'mcast add 239.1.1.1 10.0.0.2 iif 20' \
+    'mcast add 239.1.1.1 10.0.0.3 iif 20' 'mcast add 239.1.1.1 10.0.0.4 iif 20' \
+    "mcast load $scratch/many iif 10 sources 20000"
+refuses "$scratch/many asks for too many outgoing ports; 4000000 fit in all, 1 are there" \
+    "${vlans[@]}" "$cache" \
+    "mcast load $scratch/many iif 10 oif 10 1:1 oif 20 1:1 oif 20 1:2 oif 10 1:2 sources 10000"
+grep -q 'new cache' "$scratch/out" && problem "a load that is too large was begun"
 
 # inStep CACHES PORTS CHIPCACHES COMMAND...: whatever the last command is answered, what the host
 # believes is what the chip was told.

@@ -1,5 +1,5 @@
 // Lines of a file, through xz when it is packed.
-#include "host/l3/route_file.h"
+#include "host/misc/text_file.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -14,14 +15,15 @@
 
 namespace pcsim::host {
 
-RouteFile::RouteFile(const std::string& path) : path_(path), buffer_(kChunkBytes) {
+TextFile::TextFile(const std::string& path) : path_(path), buffer_(kChunkBytes) {
     file_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     struct stat info {};
     if (file_ < 0 || fstat(file_, &info) != 0 || S_ISDIR(info.st_mode)) {
         const int reason = file_ < 0 ? errno : EISDIR;
         if (file_ >= 0) close(file_);
-        fail("file {} can't be read: {}; name a file of routes", path, std::strerror(reason));
+        fail("file {} can't be read: {}", path, std::strerror(reason));
     }
+    size_ = info.st_size > 0 ? static_cast<uint64_t>(info.st_size) : 0;
     source_ = file_;
     if (!path.ends_with(".xz")) return;
     try {
@@ -32,14 +34,14 @@ RouteFile::RouteFile(const std::string& path) : path_(path), buffer_(kChunkBytes
     }
 }
 
-RouteFile::~RouteFile() {
+TextFile::~TextFile() {
     if (source_ != file_ && source_ >= 0) close(source_);
     close(file_);
     if (unpacker_ > 0) waitpid(unpacker_, nullptr, 0);
 }
 
 // xz reads from the file that we have opened, so its position is ours too.
-void RouteFile::startUnpacking() {
+void TextFile::startUnpacking() {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) fail("no pipe for xz: {}", std::strerror(errno));
     posix_spawn_file_actions_t actions;
@@ -61,32 +63,35 @@ void RouteFile::startUnpacking() {
     source_ = ends[0];
 }
 
-void RouteFile::finish() {
+void TextFile::finish() {
     ended_ = true;
     if (unpacker_ <= 0) return;
     int status = 0;
     waitpid(unpacker_, &status, 0);
     unpacker_ = -1;
-    if (status != 0) problem_ = "xz can't unpack the rest of the file";
+    if (status != 0)
+        problem_ =
+            fmt::format("file {} can't be unpacked to its end: it is cut or no xz file", path_);
 }
 
-bool RouteFile::fill() {
+void TextFile::fill() {
     std::memmove(buffer_.data(), buffer_.data() + start_, end_ - start_);
     end_ -= start_;
     start_ = 0;
     ssize_t size;
     do size = read(source_, buffer_.data() + end_, buffer_.size() - end_);
     while (size < 0 && errno == EINTR);
-    if (size < 0) problem_ = std::strerror(errno);
+    if (size < 0)
+        problem_ = fmt::format("file {} can't be read to its end: {}", path_, std::strerror(errno));
     if (size <= 0) {
         finish();
-        return false;
+        return;
     }
     end_ += static_cast<size_t>(size);
-    return true;
+    position_ = static_cast<uint64_t>(std::max<off_t>(lseek(file_, 0, SEEK_CUR), 0));
 }
 
-bool RouteFile::next(std::string_view& line) {
+bool TextFile::next(std::string_view& line) {
     for (;;) {
         const char* const from = buffer_.data() + start_;
         const size_t size = end_ - start_;
@@ -110,13 +115,6 @@ bool RouteFile::next(std::string_view& line) {
         if (!skipping_) return true;
         skipping_ = false;
     }
-}
-
-int RouteFile::percent() const {
-    struct stat info {};
-    if (fstat(file_, &info) != 0 || info.st_size <= 0) return 0;
-    const off_t at = lseek(file_, 0, SEEK_CUR);
-    return at <= 0 ? 0 : static_cast<int>(static_cast<int64_t>(at) * 100 / info.st_size);
 }
 
 }  // namespace pcsim::host

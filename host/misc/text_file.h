@@ -1,29 +1,32 @@
-// Reading a text file line by line, plain or packed with xz (by its name), and how far one is.
-#ifndef PCSIM_HOST_L3_ROUTE_FILE_H
-#define PCSIM_HOST_L3_ROUTE_FILE_H
+// Reading a text file line by line, plain or packed with xz (by its name), and how far one is: the
+// one way in which loads of every kind open their files.
+#ifndef PCSIM_HOST_MISC_TEXT_FILE_H
+#define PCSIM_HOST_MISC_TEXT_FILE_H
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace pcsim::host {
 
-class RouteFile {
+class TextFile {
 public:
-    // Throws a CommandError when the file can't be read.
-    explicit RouteFile(const std::string& path);
-    ~RouteFile();
-    RouteFile(const RouteFile&) = delete;
-    RouteFile& operator=(const RouteFile&) = delete;
+    // Throws a CommandError when the file can't be read, as a directory can't.
+    explicit TextFile(const std::string& path);
+    ~TextFile();
+    TextFile(const TextFile&) = delete;
+    TextFile& operator=(const TextFile&) = delete;
 
     // The next line without its end, valid until the next call; false at the end of the file. Of a
     // line that is longer than any that makes sense, the beginning alone.
     bool next(std::string_view& line);
 
-    // Percent of the file that has been read; 0 when it has no size.
-    int percent() const;
+    // Bytes on the disk, 0 when that is not known, and how many of them have been read.
+    uint64_t size() const { return size_; }
+    uint64_t position() const { return position_; }
 
     // What was wrong with the rest of the file, empty when it was read to its end.
     const std::string& problem() const { return problem_; }
@@ -32,14 +35,15 @@ private:
     static constexpr size_t kChunkBytes = 1 << 18;
 
     void startUnpacking();
-    // Reads on behind what is left of the buffer; false at the end of the file.
-    bool fill();
+    // Reads on behind what is left of the buffer; at the end of the file it finishes.
+    void fill();
     void finish();
 
     std::string path_;
     int file_ = -1;    // what is on the disk: its position tells how far the reader is
     int source_ = -1;  // where lines come from
     pid_t unpacker_ = -1;
+    uint64_t size_ = 0, position_ = 0;
     std::vector<char> buffer_;
     size_t start_ = 0, end_ = 0;
     bool ended_ = false;
