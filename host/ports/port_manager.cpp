@@ -22,11 +22,14 @@ void PortManager::cardUp(int slot) {
         enable(port, true);
         pollPort(port);
     }
+    if (slot == machine_.ownSlot())
+        managementLink_ = askLink(portInstance(slotNumber, 1, HAL_PORT_TYPE_MANAGEMENT));
     if (table.portCount != 0)
         machine_.events.note("port", "Slot {}: {} ports enabled", slot, table.portCount);
 }
 
 void PortManager::cardDown(int slot) {
+    if (slot == machine_.ownSlot()) managementLink_.reset();
     unsigned count = 0;
     for (auto entry = ports_.begin(); entry != ports_.end();) {
         if (entry->second.slot() != static_cast<uint32_t>(slot)) {
@@ -92,14 +95,19 @@ void PortManager::pollAll() {
     for (auto& [instance, port] : ports_) pollPort(port);
 }
 
-void PortManager::pollPort(Port& port) {
+std::optional<Link> PortManager::askLink(uint32_t instance) {
     uint32_t link = 0, duplex = 0, speed = 0, flowControl = 0, extra = 0;
+    auto& table = machine_.platform.slot(static_cast<int>(slotOf(instance)));
     const int32_t result =
-        machine_.platform.call(slotTable(port), &HalCardSlotOps::cardPortLinkInfo, port.instance,
-                               &link, &duplex, &speed, &flowControl, &extra);
+        machine_.platform.call(table, &HalCardSlotOps::cardPortLinkInfo, instance, &link, &duplex,
+                               &speed, &flowControl, &extra);
+    if (result != 0) return std::nullopt;
+    return link != 0 ? Link{true, duplex, speed, flowControl} : Link{};
+}
+
+void PortManager::pollPort(Port& port) {
     // A query that fails leaves nothing to believe in: the port counts as down.
-    Link now;
-    if (result == 0 && link != 0) now = {true, duplex, speed, flowControl};
+    const Link now = askLink(port.instance).value_or(Link{});
     const bool changed = now.up != port.link.up;
     port.link = now;
     if (!changed) return;

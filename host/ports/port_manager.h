@@ -2,11 +2,13 @@
 //
 // It makes the ports of a card that comes up, enables them, polls the link of each once a second
 // through the platform and logs every change once, and reads counters when asked. The management
-// port is listed beside the front panel but its link is the platform's own poll's business.
+// port is listed beside the front panel: its link is asked for when its card comes up, and from
+// then on the platform's own poll reports what changes.
 #ifndef PCSIM_HOST_PORTS_PORT_MANAGER_H
 #define PCSIM_HOST_PORTS_PORT_MANAGER_H
 
 #include <map>
+#include <optional>
 #include <string>
 
 #include "host/core/machine.h"
@@ -67,7 +69,8 @@ public:
 
     // The management link, as the platform reports it.
     void managementLinkChanged(uint32_t instance, const Link& link);
-    const Link& managementLink() const { return managementLink_; }
+    // Nothing before its card is up.
+    const std::optional<Link>& managementLink() const { return managementLink_; }
 
     static std::string describe(const Link& link);
 
@@ -76,9 +79,12 @@ private:
         return machine_.platform.slot(static_cast<int>(port.slot()));
     }
 
+    // Nothing when the platform can't say.
+    std::optional<Link> askLink(uint32_t instance);
+
     Machine& machine_;
     std::map<uint32_t, Port> ports_;  // by instance
-    Link managementLink_;
+    std::optional<Link> managementLink_;
 };
 
 }  // namespace pcsim::host

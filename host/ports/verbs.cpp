@@ -51,10 +51,11 @@ Report showPorts(Call& call) {
                               port.enabled ? "enabled" : "disabled", port.link.up ? "up" : "down",
                               speedCell(port.link), duplexCell(port.link), flowCell(port.link),
                               port.changes});
-    const Link& management = call.machine.ports().managementLink();
+    const std::optional<Link>& known = call.machine.ports().managementLink();
+    const Link management = known.value_or(Link{});
     Fields fields{"management",
                   "Management port (eth0)",
-                  {{"link", "Link", management.up ? "up" : "down"},
+                  {{"link", "Link", known ? Cell(known->up ? "up" : "down") : Cell()},
                    {"speed", "Mbps", speedCell(management)},
                    {"duplex", "Duplex", duplexCell(management)}}};
     return Report(table).add(fields);

@@ -33,6 +33,13 @@ answers '  8  PCSimC2 +powering on' 'card 8 insert' 'show cards'
 answers '"downloadMs": 5000' 'time warp 22000' 'show cards --json'
 answers ' 10  PCSimMGT  powered off' 'card 10 power off' 'show cards'
 
+# The management port is known from when its card is up, and no more when that is gone.
+answers 'Link +up$' 'show ports'
+answers 'Link +-$' 'card 9 remove' 'show ports'
+answers '"link": null' 'card 9 remove' 'show ports --json'
+answers 'Link +up$' 'card 9 remove' 'card 9 insert' 'show ports'
+answers 'Link +down$' 'cable 0 pull' 'card 9 remove' 'card 9 insert' 'show ports'
+
 # Fans, supplies, odometers
 refuses "fan 4 is not present; present are 0, 1, 2, 3" 'fan 4 speed 50'
 refuses "fan '300' is not a number from 0 to 255" 'fan 300 speed 50'
