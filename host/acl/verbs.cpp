@@ -7,6 +7,7 @@
 #include "host/console/all_verbs.h"
 #include "host/console/verbs.h"
 #include "host/l2/l2_manager.h"
+#include "host/misc/present.h"
 #include "host/misc/text_file.h"
 #include "host/ports/port_manager.h"
 
@@ -107,6 +108,7 @@ Report showList(Call& call) {
     if (list.rules.size() > limit)
         rules.footer =
             fmt::format("the first {} of {}; 'limit' shows more", limit, list.rules.size());
+    fitTable(rules, {{0, Cut::kMiddle}, {3, Cut::kEnd}});
     return Report(rules).add(bindingTable(call, list.name, limit));
 }
 

@@ -3,6 +3,7 @@
 #include "host/console/all_verbs.h"
 #include "host/l2/fdb_verbs.h"
 #include "host/l2/l2_manager.h"
+#include "host/misc/present.h"
 #include "host/ports/port_manager.h"
 
 namespace pcsim::host {
@@ -80,6 +81,7 @@ Report showVlans(Call& call) {
         table.rows.push_back(
             {id, vlan->record.instance, untagged.cell(), tagged.cell(), addresses[id]});
     }
+    fitTable(table, {{2, Cut::kEnd}, {3, Cut::kEnd}});
     return table;
 }
 
@@ -110,6 +112,7 @@ Report showTrunks(Call& call) {
         table.rows.push_back(
             {number, hexCell(instance), list.cell(), linksUp, addresses[instance]});
     }
+    fitTable(table, {{2, Cut::kEnd}});
     return Report(table).add(
         Fields{"loadSharing", "", {{"algorithm", "Address algorithm", l2.trunks().algorithm()}}});
 }

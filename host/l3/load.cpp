@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstdio>
 
+#include "host/misc/present.h"
 #include "host/misc/text_file.h"
 
 namespace pcsim::host {
@@ -91,6 +92,12 @@ std::string_view takeWord(std::string_view& line) {
     return word;
 }
 
+// No word of a line is longer: a message would quote it.
+void checkWord(std::string_view word, const char* what) {
+    constexpr size_t kLongest = 100;
+    if (word.size() > kLongest) fail("'{}' is not {}", shown(word), what);
+}
+
 // A number of at most 'most' at the start of 'text', which is taken off.
 bool takeNumber(std::string_view& text, uint32_t most, uint32_t& value) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -134,6 +141,7 @@ public:
         const std::string_view word = takeWord(line);
         if (word.empty()) return;
         IpPrefix prefix;
+        checkWord(word, "a prefix");
         if (!parseUsualPrefix(word, prefix)) prefix = parsePrefix(std::string(word));
         takeHops(line);
         if (prefix.address.v6) {
@@ -152,6 +160,8 @@ private:
             const std::string_view gateway = takeWord(line);
             if (gateway.empty()) return;
             const std::string_view vlan = takeWord(line);
+            checkWord(gateway, "an IP address");
+            checkWord(vlan, "a VLAN");
             if (vlan.empty())
                 fail("gateway {} has no VLAN; expected PREFIX [ADDRESS VLAN]...", gateway);
             typed_.push_back(
@@ -175,18 +185,6 @@ private:
     std::vector<IPv6Family::Hop> otherwise6_;
     std::vector<TypedHop> typed_;
 };
-
-// What was wrong may quote a line of any length and any bytes.
-std::string presentable(std::string text) {
-    constexpr size_t kLongest = 160;
-    if (text.size() > kLongest) {
-        text.resize(kLongest);
-        text.append("...");
-    }
-    for (char& c : text)
-        if (c < ' ' || c > '~') c = '?';
-    return text;
-}
 
 void noteBadLine(LoadResult& result, uint64_t number, const std::string& problem) {
     ++result.badLineCount;

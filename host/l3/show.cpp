@@ -2,6 +2,7 @@
 #include "host/l3/show.h"
 
 #include "host/l2/l2_manager.h"
+#include "host/misc/present.h"
 
 namespace pcsim::host {
 
@@ -129,6 +130,7 @@ Table routeTable(const L3Manager& manager, const RouteQuery& query) {
     }
     if (total > shown)
         table.footer = fmt::format("the first {} of {} routes; 'limit' shows more", shown, total);
+    fitTable(table, {{0, Cut::kMiddle}, {2, Cut::kMiddle}});
     return table;
 }
 
@@ -232,6 +234,7 @@ Report loadReport(const std::string& path, const LoadResult& result) {
     for (const auto& line : result.badLines) bad.rows.push_back({line.number, line.problem});
     if (result.badLineCount > result.badLines.size())
         bad.footer = fmt::format("the first {} of {}", result.badLines.size(), result.badLineCount);
+    fitTable(bad, {{1, Cut::kEnd}});
     Report report(fields);
     if (!bad.rows.empty()) report.add(bad);
     return report;
