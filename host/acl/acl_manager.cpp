@@ -86,6 +86,7 @@ void AclManager::refresh(const std::string& name, AclProgram program, const Prin
 }
 
 void AclManager::diff(const std::string& name, const AclProgram& program, const Print& print) {
+    find(name);
     int32_t result = 0;
     printing(print, [&] { result = sendRules(&HalFamilyOps::ipv4AclRefreshDiff, name, program); });
     if (result != 0) fail("the platform answered {} to the difference pass", result);

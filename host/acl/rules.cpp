@@ -12,6 +12,8 @@
 #include "host/console/grammar.h"
 #include "host/console/values.h"
 #include "host/core/error.h"
+#include "host/l3/load.h"
+#include "host/misc/present.h"
 
 namespace pcsim::host {
 
@@ -40,7 +42,8 @@ AclMatch parseAddresses(AclMatchKind kind, const std::string& word) {
     if (word.find('/') == std::string::npos) return {kind, parseIpv4(word).v4(), 0xFFFFFFFF};
     const IpPrefix prefix = parsePrefix(word);
     if (prefix.address.v6) fail("'{}' is an IPv6 prefix; an access list has IPv4 alone", word);
-    return {kind, prefix.address.v4() & prefix.mask, prefix.mask};
+    const IPv4Family::Key key = keyOf<IPv4Family>(prefix);
+    return {kind, key.prefix, key.mask};
 }
 
 AclMatch parsePorts(AclMatchKind kind, const std::string& word) {
@@ -190,7 +193,8 @@ AclProgram compileAcl(std::istream& text, const std::string& file) {
             program.counterCount = std::max(program.counterCount, rule.counter);
             program.rules.push_back(std::move(rule));
         } catch (const CommandError& error) {
-            program.problems.push_back(fmt::format("{}:{}: {}", file, number, error.what()));
+            program.problems.push_back(
+                fmt::format("{}:{}: {}", file, number, presentable(error.what())));
         }
     }
     return program;

@@ -7,6 +7,7 @@
 #include "host/console/verbs.h"
 #include "host/l2/fdb_load.h"
 #include "host/l2/l2_manager.h"
+#include "host/l2/mac_line.h"
 #include "host/misc/load_answer.h"
 #include "host/ports/port_manager.h"
 
@@ -35,18 +36,19 @@ std::string nameOf(const MacEntry& entry) {
 
 // The port that 'port S:P' or 'trunk N' names, as entries hold it; 0 when neither is given.
 uint32_t filterPort(Call& call) {
-    if (call.has("trunk")) return Trunks::instanceOf(static_cast<uint32_t>(call.number("trunk")));
+    if (call.has("trunk"))
+        return call.machine.l2().trunks().existing(static_cast<uint32_t>(call.number("trunk")));
     if (!call.has("port")) return 0;
     const SlotPort at = call.port();
     return call.machine.ports().port(at.slot, at.port).instance;
 }
 
 void add(Call& call) {
+    const MacAddress mac = stationMacOf(call.text("mac"));
     L2Manager& l2 = call.machine.l2();
     VlanIf& vlan = l2.vlan(call.vlan());
     const SlotPort at = call.port();
     const uint32_t port = l2.learningPort(vlan, at.slot, at.port);
-    const MacAddress mac = parseMac(call.text("mac"));
     const Fdb::Added added = l2.fdb().add(mac, vlan, port, call.given("static"));
     if (added.outcome == Fdb::Outcome::kStaticKept)
         fail("{} is static; 'fdb del' it first", nameOf(l2.fdb().entry(added.handle)));
@@ -57,9 +59,9 @@ void add(Call& call) {
 
 // The entry of the call's address and VLAN, as the platform finds it.
 uint32_t handleOf(Call& call) {
+    const MacAddress mac = macOf(call.text("mac"));
     L2Manager& l2 = call.machine.l2();
     VlanIf& vlan = l2.vlan(call.vlan());
-    const MacAddress mac = parseMac(call.text("mac"));
     const uint32_t handle = l2.fdb().find(mac, vlan);
     const bool elsewhere =
         handle != 0 && call.has("port") && l2.fdb().entry(handle).port != filterPort(call);
@@ -162,6 +164,11 @@ Report stats(Call& call) {
     return Report(fields).add(std::move(table));
 }
 
+// The VLAN that 'vlan ID' names; 0 when it is not given.
+uint16_t filterVlan(Call& call) {
+    return call.has("vlan") ? call.machine.l2().vlan(call.vlan()).record.vlanId : uint16_t{0};
+}
+
 // The start of an address, as its text begins.
 std::string macPrefix(Call& call) {
     std::string prefix = call.textOr("prefix", "");
@@ -179,7 +186,7 @@ std::string macPrefix(Call& call) {
 
 Report showFdb(Call& call) {
     Fdb& fdb = fdbOf(call);
-    const uint16_t vlanId = call.has("vlan") ? call.vlan() : 0;
+    const uint16_t vlanId = filterVlan(call);
     const uint32_t port = filterPort(call);
     const std::string prefix = macPrefix(call);
     std::vector<std::pair<const MacEntry*, uint32_t>> found;
@@ -226,18 +233,16 @@ void addFdbVerbs(Verbs& verbs) {
         "addresses of the MAC table", showFdb);
     verbs.show("show fdb stats", "how full the MAC table is, and what became of entries", stats);
     verbs.show("fdb stats", "the same", stats);
-    verbs.show("fdb find <mac> vlan <vlan> [port <port>]", "one address, looked up by the platform",
-               find);
-    verbs.action("fdb add <mac> vlan <vlan> port <port> [static]",
+    verbs.show("fdb find <mac:text> vlan <vlan> [port <port>]",
+               "one address, looked up by the platform", find);
+    verbs.action("fdb add <mac:text> vlan <vlan> port <port> [static]",
                  "learn an address on a port, or configure it", add);
-    verbs.action("fdb del <mac> vlan <vlan> [port <port>]", "delete an address",
+    verbs.action("fdb del <mac:text> vlan <vlan> [port <port>]", "delete an address",
                  [](Call& call) { fdbOf(call).remove(handleOf(call)); });
     verbs.show("fdb load <file> [create-vlans]", "load lines of MAC VLAN SLOT:PORT [static]", load);
-    verbs.action(
-        "fdb flush [vlan <vlan>] [port <port>] [trunk <trunk:1-128>]",
-        "flush the dynamic addresses; they go when the platform has completed it", [](Call& call) {
-            fdbOf(call).flush(call.has("vlan") ? call.vlan() : uint16_t{0}, filterPort(call));
-        });
+    verbs.action("fdb flush [vlan <vlan>] [port <port>] [trunk <trunk:1-128>]",
+                 "flush the dynamic addresses; they go when the platform has completed it",
+                 [](Call& call) { fdbOf(call).flush(filterVlan(call), filterPort(call)); });
     verbs.action(
         "fdb age <seconds:0-1000000>", "when dynamic addresses go, 0 is never",
         [](Call& call) { fdbOf(call).setAge(static_cast<uint32_t>(call.number("seconds"))); });

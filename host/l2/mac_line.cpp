@@ -1,9 +1,10 @@
 // Reading a line of a MAC table, without a copy of its words.
 #include "host/l2/mac_line.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
+
+#include "host/core/error.h"
+#include "host/misc/present.h"
 
 namespace pcsim::host {
 
@@ -25,41 +26,11 @@ std::string_view nextWord(std::string_view& rest) {
     return word;
 }
 
-// A word of a file as a message shows it: short, and nothing that a terminal would act on.
-std::string shown(std::string_view word) {
-    constexpr size_t kLongest = 40;
-    std::string text(word.substr(0, kLongest));
-    for (char& c : text)
-        if (c < ' ' || c == '\x7f' || (static_cast<unsigned char>(c) & 0x80) != 0) c = '?';
-    return word.size() > kLongest ? text + "..." : text;
-}
-
 int hexDigit(char c) {
     if (c >= '0' && c <= '9') return c - '0';
     if (c >= 'a' && c <= 'f') return c - 'a' + 10;
     if (c >= 'A' && c <= 'F') return c - 'A' + 10;
     return -1;
-}
-
-// 00:11:22:aa:bb:cc, 00-11-22-aa-bb-cc, 0011.22aa.bbcc
-bool readMac(std::string_view word, MacAddress& mac) {
-    const bool dotted = word.size() == 14 && word[4] == '.' && word[9] == '.';
-    if (!dotted && word.size() != 17) return false;
-    const size_t group = dotted ? 4 : 2;
-    const char separator = dotted ? '.' : word[2];
-    if (!dotted && separator != ':' && separator != '-') return false;
-    size_t digits = 0;
-    for (size_t i = 0; i < word.size(); ++i) {
-        if (i % (group + 1) == group) {
-            if (word[i] != separator) return false;
-            continue;
-        }
-        const int digit = hexDigit(word[i]);
-        if (digit < 0) return false;
-        uint8_t& byte = mac[digits++ / 2];
-        byte = static_cast<uint8_t>(byte << 4 | digit);
-    }
-    return digits == 12;
 }
 
 bool readNumber(std::string_view word, uint32_t highest, uint32_t& value) {
@@ -80,6 +51,47 @@ bool readPort(std::string_view word, SlotPort& port) {
 }
 
 }  // namespace
+
+bool readMac(std::string_view word, MacAddress& mac) {
+    const bool dotted = word.size() == 14 && word[4] == '.' && word[9] == '.';
+    if (!dotted && word.size() != 17) return false;
+    const size_t group = dotted ? 4 : 2;
+    const char separator = dotted ? '.' : word[2];
+    if (!dotted && separator != ':' && separator != '-') return false;
+    size_t digits = 0;
+    for (size_t i = 0; i < word.size(); ++i) {
+        if (i % (group + 1) == group) {
+            if (word[i] != separator) return false;
+            continue;
+        }
+        const int digit = hexDigit(word[i]);
+        if (digit < 0) return false;
+        uint8_t& byte = mac[digits++ / 2];
+        byte = static_cast<uint8_t>(byte << 4 | digit);
+    }
+    return digits == 12;
+}
+
+MacAddress macOf(const std::string& word) {
+    MacAddress mac{};
+    if (!readMac(word, mac))
+        fail("'{}' is not a MAC address; expected six bytes as 00:11:22:aa:bb:cc", shown(word));
+    return mac;
+}
+
+MacAddress stationMacOf(const std::string& word) {
+    const MacAddress mac = macOf(word);
+    const auto all = [&](uint8_t value) {
+        return std::all_of(mac.begin(), mac.end(), [=](uint8_t byte) { return byte == value; });
+    };
+    const char* const kind = all(0)              ? "all zeros"
+                             : all(0xFF)         ? "the broadcast address"
+                             : (mac[0] & 1) != 0 ? "a multicast address"
+                                                 : nullptr;
+    if (kind != nullptr)
+        fail("{} is {}; expected the address of one station", macText(mac.data()), kind);
+    return mac;
+}
 
 LineKind parseMacLine(std::string_view line, MacLine& result, std::string& problem) {
     std::string_view rest = line.substr(0, line.find('#'));

@@ -1,4 +1,5 @@
-// A line of a MAC table file: MAC VLAN SLOT:PORT [static|dynamic]
+// MAC addresses as they are written, and a line of a MAC table file:
+//     MAC VLAN SLOT:PORT [static|dynamic]
 //
 // The MAC address is written 00:11:22:aa:bb:cc, 00-11-22-aa-bb-cc or 0011.22aa.bbcc. Blank lines
 // and what follows a # do not count.
@@ -21,6 +22,13 @@ struct MacLine {
 };
 
 enum class LineKind { kEntry, kNothing, kBad };
+
+// The one parser of MAC addresses, in each of these notations. False when 'word' is none.
+bool readMac(std::string_view word, MacAddress& mac);
+// The address that a word names, or a CommandError.
+MacAddress macOf(const std::string& word);
+// The same of what is behind a port: neither multicast nor broadcast, nor all zeros.
+MacAddress stationMacOf(const std::string& word);
 
 // Reads one line without its end. 'problem' is set for a bad one.
 LineKind parseMacLine(std::string_view line, MacLine& result, std::string& problem);

@@ -41,6 +41,12 @@ public:
     using Leaving = std::function<bool(const HalPif&)>;
     Fdb::Predicate unreachable(Leaving leaving) const;
 
+    // The port instance of a trunk, or a CommandError that says which trunks there are.
+    uint32_t existing(uint32_t number) {
+        membersOf(number);
+        return instanceOf(number);
+    }
+
     static uint32_t instanceOf(uint32_t number) {
         return portInstance(0, number, HAL_PORT_TYPE_TRUNK);
     }

@@ -3,6 +3,7 @@
 
 #include "host/console/all_verbs.h"
 #include "host/l2/l2_manager.h"
+#include "host/l2/mac_line.h"
 #include "host/l3/show.h"
 #include "host/misc/load_answer.h"
 #include "host/platform/dump_text.h"
@@ -27,10 +28,11 @@ NeighborKey neighborOf(Call& call) {
 }
 
 void addNeighbor(Call& call) {
+    const MacAddress mac = macOf(call.text("mac"));
     const NeighborKey key = neighborOf(call);
     const SlotPort at = call.port();
     const Port& port = call.machine.ports().port(at.slot, at.port);
-    call.machine.l3().addNeighbor(key, {parseMac(call.text("mac")), port.instance});
+    call.machine.l3().addNeighbor(key, {mac, port.instance});
 }
 
 std::vector<TypedHop> typedHops(Call& call) {
@@ -128,7 +130,7 @@ void dumpWord(Call& call, HalIpAdjDumpFn* HalFamilyOps::*word) {
 void addL3Verbs(Verbs& verbs) {
     verbs.show("show neighbors", "neighbors, and gateways that are none",
                [](Call& call) { return neighborReport(call.machine.l3()); });
-    verbs.action("neighbor add <address> vlan <vlan> mac <mac> port <port> [vr <vr:u32>]",
+    verbs.action("neighbor add <address> vlan <vlan> mac <mac:text> port <port> [vr <vr:u32>]",
                  "a neighbor that was resolved, or has moved", addNeighbor);
     verbs.action("neighbor del <address> vlan <vlan> [vr <vr:u32>]", "a neighbor that was lost",
                  [](Call& call) { call.machine.l3().removeNeighbor(neighborOf(call)); });

@@ -9,6 +9,7 @@
 #include "host/console/progress.h"
 #include "host/console/values.h"
 #include "host/mcast/mcast_manager.h"
+#include "host/misc/present.h"
 #include "host/misc/text_file.h"
 
 namespace pcsim::host {
@@ -16,6 +17,7 @@ namespace pcsim::host {
 namespace {
 
 constexpr uint32_t kFirstGroup = 0xE0000000, kLastGroup = 0xEFFFFFFF;
+constexpr uint32_t kBroadcast = 0xFFFFFFFF;
 constexpr uint32_t kFirstSource = 0x0A000001;  // 10.0.0.1
 
 // Takes the next word off 'line'.
@@ -40,7 +42,9 @@ uint32_t parseMcastGroup(const std::string& word) {
 uint32_t parseMcastSource(const std::string& word) {
     if (word == "*") return 0;
     const uint32_t source = ntohl(parseIpv4(word).v4());
-    if (source == 0) fail("'{}' is not a source; expected an address, or * for any", word);
+    const bool multicast = source >= kFirstGroup && source <= kLastGroup;
+    if (source == 0 || source == kBroadcast || multicast)
+        fail("'{}' is not a source; expected the address of one sender, or * for any", word);
     return source;
 }
 
@@ -96,7 +100,7 @@ public:
 
     void bad(McastLoaded& loaded, uint64_t number, const std::string& problem) {
         ++loaded.badLines;
-        print_(fmt::format("{}:{}: {}\n", load_.file, number, problem));
+        print_(fmt::format("{}:{}: {}\n", load_.file, number, presentable(problem)));
     }
 
     std::vector<Line> lines;

@@ -161,6 +161,8 @@ Report findCache(Call& call) {
     bool held = mcast.copy().find(key) != nullptr;
     for (const McastKey& candidate : mcast.copy().keysOf(key.group, key.vr))
         held = held || (key.incomingVlan == 0 && candidate.source == key.source);
+    const bool found = mcast.platformFinds(key);
+    if (!held && !found) fail("there is no cache {}", mcast.describe(key));
     return Fields{"cache",
                   "Cache",
                   {{"group", "Group", addressText(key.group)},
@@ -169,7 +171,7 @@ Report findCache(Call& call) {
                    {"iif", "Incoming VLAN",
                     key.incomingVlan == 0 ? Cell() : vlanCell(call, key.incomingVlan)},
                    {"held", "Added by this host", held},
-                   {"found", "Found by the platform", mcast.platformFinds(key)}}};
+                   {"found", "Found by the platform", found}}};
 }
 
 Report showStats(Call& call) {

@@ -66,4 +66,20 @@ answers 'VLAN 10 on port 1:1 gone: 1 access list binding undone' "${load[@]}" 'v
 answers 'web +2 +2 +0' "${load[@]}" "acl load other $scratch/good" "acl bind web $place" \
     "acl bind other $place" 'show acl'
 
+refuses "there is no access list nope; 'acl load nope FILE' makes it" "acl diff nope $scratch/good"
+printf 'rule a permit from 10.0.0.1/24\nrule b permit to 10.0.0.0/24\nrule c \033[31m\n' >"$scratch/bits"
+refuses "$scratch/bits has 2 bad lines; nothing is loaded" "acl load bits $scratch/bits"
+prints ':1: prefix 10\.0\.0\.1/24 has bits outside of its mask; expected 10\.0\.0\.0/24$'
+prints ":3: '\?\[31m' is not an action"
+grep -q $'\033' "$scratch/out" && problem "an escape sequence of the file reached the terminal"
+
+# A rule that is wider than a terminal is cut for people, not for programs.
+printf 'rule wide permit proto tcp from 192.168.100.0/24 to 192.168.200.0/24 sport 10000-20000 %s\n' \
+    'dport 10000-20000 count 4096' >"$scratch/wide"
+answers 'wide +1 +permit +proto tcp from 192\.168\.100\.0/24 to .* \.\.\.$' \
+    "acl load wide $scratch/wide" 'show acl wide'
+prints '^  \.\.\.: cut to fit, --json has it all$'
+grep -qE '^.{81}' "$scratch/out" && problem "a rule is wider than 80 columns"
+answers 'dport 10000-20000 count 4096"' "acl load wide $scratch/wide" 'show acl wide --json'
+
 finish

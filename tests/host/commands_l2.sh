@@ -18,6 +18,34 @@ refuses "VLAN 10 can't be made: the platform gave no hardware handle" \
 
 refuses "'02:zz' is not a MAC address; expected six bytes as 00:11:22:aa:bb:cc" \
     'fdb find 02:zz vlan 10'
+# Every notation of an address is as good as another, in every verb.
+for mac in 02:00:00:00:ab:01 02-00-00-00-AB-01 0200.0000.ab01; do
+    answers '02:00:00:00:ab:01' "${member[@]}" "fdb add $mac vlan 10 port 1:1" "fdb find $mac vlan 10" \
+        "fdb del $mac vlan 10"
+    answers '10\.0\.0\.1 +0 +10 +02:00:00:00:ab:01' \
+        "neighbor add 10.0.0.1 vlan 10 mac $mac port 1:1" 'show neighbors'
+done
+refuses "'0200.0000:ab01' is not a MAC address; expected six bytes as 00:11:22:aa:bb:cc" \
+    'neighbor add 10.0.0.1 vlan 10 mac 0200.0000:ab01 port 1:1'
+while read -r mac kind; do
+    refuses "$mac is $kind; expected the address of one station" \
+        "${member[@]}" "fdb add $mac vlan 10 port 1:1"
+done <<'KINDS'
+00:00:00:00:00:00 all zeros
+ff:ff:ff:ff:ff:ff the broadcast address
+01:00:5e:01:01:01 a multicast address
+03:00:00:00:00:00 a multicast address
+KINDS
+
+# What does not exist is not flushed or listed.
+for command in 'fdb flush vlan 99' 'show fdb vlan 99'; do
+    refuses "VLAN 99 does not exist; 'vlan create 99' makes it" "$command"
+done
+for command in 'fdb flush trunk 99' 'show fdb trunk 99'; do
+    refuses "trunk 99 does not exist; 'trunk create 99' makes it" "$command"
+    refuses "trunk 99 does not exist; trunks are 5" 'trunk create 5' "$command"
+done
+
 refuses "port 1:2 is not in VLAN 10; 'vlan 10 add 1:2' puts it there" \
     "${member[@]}" 'fdb add 02:00:00:00:00:01 vlan 10 port 1:2'
 refuses "02:00:00:00:00:01 is not in VLAN 10" "${member[@]}" 'fdb find 02:00:00:00:00:01 vlan 10'
@@ -78,6 +106,15 @@ answers 'Entries +8$' "${member[@]}" "fdb load $scratch/nine" 'fdb stats'
 answers 'Entries in it +8$' "${member[@]}" "fdb load $scratch/nine" 'fdb stats'
 answers "Fullest bucket +8906$" "${member[@]}" "fdb load $scratch/nine" 'fdb stats'
 answers '^In-use count: 8$' "${member[@]}" "fdb load $scratch/nine" 'fdb dump'
+
+# A VLAN of many ports is cut for people, not for programs.
+many=('vlan create 10')
+for i in {1..12}; do many+=("vlan 10 add 1:$i$([ $((i % 2)) = 0 ] && echo ' tagged')"); done
+options=(--lab 12 --stopped)
+answers '4096  1:1, 1:3, 1:5, 1:7, \.\.\. +1:2, 1:4, 1:6, 1:8, \.\.\. +0$' "${many[@]}" 'show vlans'
+grep -qE '^.{81}' "$scratch/out" && problem "the VLANs are wider than 80 columns"
+answers '"tagged": "1:2, 1:4, 1:6, 1:8, 1:10, 1:12"' "${many[@]}" 'show vlans --json'
+options=(--lab 2 --stopped)
 
 # Files: every bad line is named, the rest is loaded.
 refuses "file $scratch/none can't be read: No such file or directory" "fdb load $scratch/none"

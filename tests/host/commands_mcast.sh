@@ -15,8 +15,16 @@ refuses "'239.1.1' is not an IPv4 address; expected four numbers as 10.0.0.1" \
     'mcast add 239.1.1 10.0.0.1 iif 10'
 refuses "'x' is not an IPv4 address; expected four numbers as 10.0.0.1" \
     "${vlans[@]}" 'mcast add 239.1.1.1 x iif 10'
-refuses "'0.0.0.0' is not a source; expected an address, or * for any" \
-    "${vlans[@]}" 'mcast add 239.1.1.1 0.0.0.0 iif 10'
+for source in 0.0.0.0 224.0.0.0 239.255.255.255 255.255.255.255; do
+    refuses "'$source' is not a source; expected the address of one sender, or * for any" \
+        "${vlans[@]}" "mcast add 239.1.1.1 $source iif 10"
+done
+answers 'Caches +2$' "${vlans[@]}" 'mcast add 239.1.1.1 223.255.255.255 iif 10' \
+    'mcast add 239.1.1.1 240.0.0.1 iif 10' 'show mcast'
+refuses "there is no cache (10.0.0.1, 239.1.1.1) on VLAN 10" \
+    "${vlans[@]}" 'mcast find 239.1.1.1 10.0.0.1 iif 10'
+refuses "there is no cache (10.0.0.2, 239.1.1.1)" \
+    "${vlans[@]}" "$cache" 'mcast find 239.1.1.1 10.0.0.2'
 refuses "VLAN 30 does not exist; 'vlan create 30' makes it" \
     "${vlans[@]}" 'mcast add 239.1.1.1 10.0.0.1 iif 30'
 refuses "VLAN 30 does not exist; 'vlan create 30' makes it" \
@@ -61,6 +69,9 @@ printf 'x\n\n# nothing\ny 1\n' >"$scratch/garbage"
 refuses "file $scratch/garbage has 2 bad lines and no good one; nothing is loaded" \
     "${vlans[@]}" "mcast load $scratch/garbage iif 10"
 prints '^0 groups, 0 new caches, 2 bad lines$'
+printf '\033[31mred\n239.1.1.1\n' >"$scratch/coloured"
+answers "coloured:1: '\?\[31mred' is not an IPv4 address" \
+    "${vlans[@]}" "mcast load $scratch/coloured iif 10"
 # More than a 32-bit process holds is refused before the first cache is made.
 seq -f '239.1.1.%.0f' 1 100 >"$scratch/many"
 refuses "$scratch/many asks for too many caches; 2000000 fit in all, 0 are there" \

@@ -218,7 +218,9 @@ INSTANTIATE_TEST_SUITE_P(
         BadLine{"239.1.1.1:0", "UDP port '0' is not a number from 1 to 65535"},
         BadLine{"239.1.1.1:", "UDP port '' is not a number from 1 to 65535"},
         BadLine{"239.1.1.1 0.0.0.0",
-                "'0.0.0.0' is not a source; expected an address, or * for any"},
+                "'0.0.0.0' is not a source; expected the address of one sender, or * for any"},
+        BadLine{"239.1.1.1 239.1.1.1",
+                "'239.1.1.1' is not a source; expected the address of one sender, or * for any"},
         BadLine{"239.1.1.1 10.0.0.1 x", "'x' is too much; expected GROUP[:UDPPORT] [SOURCE]"}));
 
 }  // namespace
