@@ -76,6 +76,15 @@ bool McastCopy::removePort(const McastKey& key, const McastOutgoing& outgoing) {
     return true;
 }
 
+bool McastCopy::removeVlan(const McastKey& key, uint32_t vlanInstance) {
+    const auto entry = caches_.find(key);
+    if (entry == caches_.end()) return false;
+    const auto vlan = entry->second.vlans.find(vlanInstance);
+    if (vlan == entry->second.vlans.end()) return false;
+    removePorts(entry->second, vlan);
+    return true;
+}
+
 size_t McastCopy::portsOf(const McastCache& cache) const {
     size_t count = 0;
     for (const auto& [vlan, ports] : cache.vlans) count += ports.size();

@@ -65,6 +65,8 @@ public:
     bool addPort(const McastKey& key, const McastOutgoing& outgoing);
     // False when it was not there.
     bool removePort(const McastKey& key, const McastOutgoing& outgoing);
+    // An outgoing VLAN with its ports. False when it was not there.
+    bool removeVlan(const McastKey& key, uint32_t vlanInstance);
 
     struct Lost {
         size_t caches = 0;    // deleted

@@ -117,21 +117,46 @@ void McastManager::addPorts(const McastKey& key, const OutgoingList& outgoing) {
     fail("the platform answered {} to more ports of {}", effect.result, describe(key));
 }
 
+std::vector<McastKey> McastManager::meantBy(const McastKey& key) const {
+    std::vector<McastKey> keys = copy_.keysOf(key.group, key.vr);
+    std::erase_if(keys, [&](const McastKey& candidate) {
+        return key.source == 0 ? candidate.incomingVlan != key.incomingVlan : candidate != key;
+    });
+    return keys;
+}
+
+void McastManager::checkRemoval(const McastKey& key, int32_t result) const {
+    if (result == 0) return;
+    if (copy_.find(key) == nullptr) fail("there is no cache {}", describe(key));
+    fail("the platform answered {} to fewer ports of {}", result, describe(key));
+}
+
 size_t McastManager::removePorts(const McastKey& key, const OutgoingList& outgoing) {
     const Effect effect = run(&HalFamilyOps::ipv4McHwCacheOifPortDel, key, outgoing);
-    if (effect.hooks.portsRemoved != 0) {
-        for (const McastKey& candidate : copy_.keysOf(key.group, key.vr)) {
-            const bool meant =
-                key.source == 0 ? candidate.incomingVlan == key.incomingVlan : candidate == key;
-            if (!meant) continue;
+    if (effect.hooks.portsRemoved != 0)
+        for (const McastKey& candidate : meantBy(key))
             for (const McastOutgoing& entry : outgoing) copy_.removePort(candidate, entry);
-        }
-    }
-    if (effect.result != 0 && copy_.find(key) == nullptr)
-        fail("there is no cache {}", describe(key));
-    if (effect.result != 0)
-        fail("the platform answered {} to fewer ports of {}", effect.result, describe(key));
+    checkRemoval(key, effect.result);
     return effect.hooks.portsRemoved;
+}
+
+// An entry with a port of 0 is the whole VLAN. One without ports goes without a word of the chip.
+McastManager::VlanRemoved McastManager::removeVlan(const McastKey& key, uint32_t vlanInstance) {
+    const Effect effect = run(&HalFamilyOps::ipv4McHwCacheOifPortDel, key, {{vlanInstance, 0}});
+    checkRemoval(key, effect.result);
+    std::vector<McastKey> users;
+    size_t ports = 0;
+    for (const McastKey& candidate : meantBy(key)) {
+        const auto& vlans = copy_.find(candidate)->vlans;
+        const auto vlan = vlans.find(vlanInstance);
+        if (vlan == vlans.end()) continue;
+        users.push_back(candidate);
+        ports += vlan->second.size();
+    }
+    if (effect.hooks.portsRemoved != ports)
+        fail("the platform removed {} of {} outgoing ports", effect.hooks.portsRemoved, ports);
+    for (const McastKey& user : users) copy_.removeVlan(user, vlanInstance);
+    return {users.size(), ports};
 }
 
 bool McastManager::stats(const McastKey& key, HalMcastStats& stats) {

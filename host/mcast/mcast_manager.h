@@ -37,6 +37,11 @@ public:
     void addPorts(const McastKey& key, const OutgoingList& outgoing);
     // Of one cache, or for a source of 0 of all caches of the group on the incoming VLAN. How many.
     size_t removePorts(const McastKey& key, const OutgoingList& outgoing);
+    // An outgoing VLAN with its ports, of the same caches.
+    struct VlanRemoved {
+        size_t caches = 0, ports = 0;
+    };
+    VlanRemoved removeVlan(const McastKey& key, uint32_t vlanInstance);
     // 0 in 'key' stands for any; how many caches went.
     size_t flush(const McastKey& key);
 
@@ -61,6 +66,9 @@ private:
     HalMcastRequest* request(const McastKey& key, const OutgoingList& outgoing);
     Effect run(int32_t (*HalFamilyOps::*word)(const HalMcastRequest*), const McastKey& key,
                const OutgoingList& outgoing);
+    // The caches that a removal of ports by 'key' is for.
+    std::vector<McastKey> meantBy(const McastKey& key) const;
+    void checkRemoval(const McastKey& key, int32_t result) const;
     void noteAdded(const McastKey& key, const OutgoingList& outgoing, uint64_t count);
     size_t dropMissing(const McastKey& key, uint64_t released);
     size_t flushCopy(const McastKey& key, uint64_t released);

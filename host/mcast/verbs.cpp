@@ -7,13 +7,14 @@
 #include "host/mcast/loader.h"
 #include "host/mcast/mcast_manager.h"
 #include "host/misc/load_answer.h"
+#include "host/misc/present.h"
 #include "host/ports/port_manager.h"
 
 namespace pcsim::host {
 
 namespace {
 
-constexpr uint64_t kDefaultRows = 100;
+constexpr uint64_t kDefaultRows = 100, kHighestLimit = 1000000;
 
 uint32_t vlanInstanceOf(Call& call, const std::string& word) {
     const auto id = static_cast<uint16_t>(parseNumber("VLAN", word, 1, 4094));
@@ -112,9 +113,7 @@ Table cacheTable(Call& call, uint64_t limit, const std::string& group) {
                 addRow(vlanCell(call, vlan), ports.empty() ? Cell() : mcastPortsText(ports));
         if (table.rows.size() == rowsBefore) addRow(Cell(), Cell());
     }
-    if (shown < matching)
-        table.footer =
-            fmt::format("the first {} of {} caches; 'limit' shows more", shown, matching);
+    if (shown < matching) table.footer = firstRows(shown, matching, "caches", kHighestLimit);
     return table;
 }
 
@@ -153,6 +152,22 @@ void changePorts(Call& call) {
     const size_t removed = mcast.removePorts(key, outgoing);
     if (removed == 0) fail("none of these ports is in {}", mcast.describe(key));
     call.print(counted(removed, "outgoing port", "outgoing ports") + " removed\n");
+}
+
+// A VLAN with all of its ports. Without its incoming VLAN a cache would be another one.
+void removeVlan(Call& call) {
+    const McastKey key = keyOf(call);
+    const uint32_t vlanInstance = vlanInstanceOf(call, call.text("vlan"));
+    McastManager& mcast = call.machine.mcast();
+    if (vlanInstance == key.incomingVlan)
+        fail("VLAN {} is the incoming one of {}; 'mcast del' deletes the cache", call.text("vlan"),
+             mcast.describe(key));
+    const McastManager::VlanRemoved removed = mcast.removeVlan(key, vlanInstance);
+    if (removed.caches == 0)
+        fail("VLAN {} is no outgoing one of {}", call.text("vlan"), mcast.describe(key));
+    call.print(fmt::format("VLAN {} removed from {}, with {}\n", call.text("vlan"),
+                           counted(removed.caches, "cache", "caches"),
+                           counted(removed.ports, "outgoing port", "outgoing ports")));
 }
 
 Report findCache(Call& call) {
@@ -235,6 +250,9 @@ void addMcastVerbs(Verbs& verbs) {
         "mcast oif <action:add|del> <group:ipv4> <source> iif <iif:vlan> [oif <vlan> <port>]* "
         "[vr <vr:0-65535>]",
         "outgoing ports of a cache; del with a source of * is for all of the group", changePorts);
+    verbs.action("mcast oif del <group:ipv4> <source> iif <iif:vlan> vlan <vlan> [vr <vr:0-65535>]",
+                 "a whole outgoing VLAN of a cache; with a source of * of all of the group",
+                 removeVlan);
     verbs.action(
         "mcast flush [group <group:ipv4>] [source <source>] [iif <iif:vlan>] "
         "[vr <vr:0-65535>]",

@@ -49,6 +49,11 @@ std::string presentable(std::string text) {
     return text;
 }
 
+std::string firstRows(uint64_t shown, uint64_t total, const char* noun, uint64_t highestLimit) {
+    return fmt::format("the first {} of {} {}{}", shown, total, noun,
+                       shown < highestLimit ? "; 'limit' shows more" : "");
+}
+
 void fitTable(Table& table, std::initializer_list<Flexible> columns) {
     // Each column has a blank on both sides, the first one more, and the last needs none behind it.
     size_t total = 2 * table.columns.size();
@@ -73,8 +78,8 @@ void fitTable(Table& table, std::initializer_list<Flexible> columns) {
         }
     }
     if (cut)
-        table.footer += std::string(table.footer.empty() ? "" : "; ") +
-                        "...: cut to fit, --json has it all";
+        table.footer +=
+            std::string(table.footer.empty() ? "" : "; ") + "...: cut to fit, --json has it all";
 }
 
 }  // namespace pcsim::host

@@ -3,6 +3,7 @@
 #ifndef PCSIM_HOST_MISC_PRESENT_H
 #define PCSIM_HOST_MISC_PRESENT_H
 
+#include <cstdint>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -23,6 +24,9 @@ struct Flexible {
     size_t column;
     Cut cut;
 };
+
+// The line below the first 'shown' of 'total' rows; 'limit' is told of unless it ends there.
+std::string firstRows(uint64_t shown, uint64_t total, const char* noun, uint64_t highestLimit);
 
 // Shortens the texts in these columns, the widest first, until the table is 80 columns wide, and
 // says so below it. The values, which JSON has, stay as they are.

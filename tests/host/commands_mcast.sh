@@ -85,6 +85,26 @@ refuses "$scratch/many asks for too many outgoing ports; 4000000 fit in all, 1 a
     "mcast load $scratch/many iif 10 oif 10 1:1 oif 20 1:1 oif 20 1:2 oif 10 1:2 sources 10000"
 grep -q 'new cache' "$scratch/out" && problem "a load that is too large was begun"
 
+# A whole outgoing VLAN of a cache, or of all caches of a group.
+wide=("${vlans[@]}" 'vlan create 30' 'mcast add 239.1.1.1 10.0.0.1 iif 10 oif 20 1:1 oif 20 1:2 oif 30 1:1'
+    'mcast add 239.1.1.1 10.0.0.2 iif 10 oif 20 1:1')
+answers '^VLAN 20 removed from 1 cache, with 2 outgoing ports$' \
+    "${wide[@]}" 'mcast oif del 239.1.1.1 10.0.0.1 iif 10 vlan 20'
+answers '^VLAN 20 removed from 2 caches, with 3 outgoing ports$' \
+    "${wide[@]}" 'mcast oif del 239.1.1.1 * iif 10 vlan 20'
+answers '^VLAN 30 removed from 1 cache, with 0 outgoing ports$' "${wide[@]}" \
+    'mcast oif del 239.1.1.1 10.0.0.1 iif 10 oif 30 1:1' \
+    'mcast oif del 239.1.1.1 10.0.0.1 iif 10 vlan 30'
+refuses "VLAN 30 is no outgoing one of (10.0.0.2, 239.1.1.1) on VLAN 10" \
+    "${wide[@]}" 'mcast oif del 239.1.1.1 10.0.0.2 iif 10 vlan 30'
+refuses "VLAN 10 is the incoming one of (10.0.0.1, 239.1.1.1) on VLAN 10; 'mcast del' deletes the cache" \
+    "${wide[@]}" 'mcast oif del 239.1.1.1 10.0.0.1 iif 10 vlan 10'
+refuses "there is no cache (10.0.0.3, 239.1.1.1) on VLAN 10" \
+    "${wide[@]}" 'mcast oif del 239.1.1.1 10.0.0.3 iif 10 vlan 20'
+refuses "the platform removed 0 of 2 outgoing ports" \
+    "${wide[@]}" 'fault pcSimHalIpv4McHwCacheOifPortDel returns 0' \
+    'mcast oif del 239.1.1.1 10.0.0.1 iif 10 vlan 20'
+
 # inStep CACHES PORTS CHIPCACHES COMMAND...: whatever the last command is answered, what the host
 # believes is what the chip was told.
 inStep() {
@@ -106,6 +126,8 @@ inStep 1 1 2 "$any" "$any"
 inStep 0 0 1 "$any" "$any" 'mcast flush group 239.1.1.1 iif 10'
 inStep 0 0 0 "$any" "$any" 'vlan delete 10'
 inStep 0 0 0 "$any" "$any" 'mcast flush'
+# The VLAN that went is not counted again when it is deleted.
+inStep 1 0 1 "$cache" 'mcast oif del 239.1.1.1 10.0.0.1 iif 10 vlan 20' 'vlan delete 20'
 # Calls that the platform is made to refuse.
 inStep 0 0 0 'fault pcSimHalIpv4McHwCacheAdd returns -1' "$cache"
 inStep 1 1 1 "$cache" 'fault pcSimHalIpv4McHwCacheDel returns -1' 'mcast del 239.1.1.1 10.0.0.1 iif 10'
