@@ -99,10 +99,12 @@ void AclManager::remove(const std::string& name, bool force, uint32_t index) {
     if (name == kDynamic) {
         request.flags = HAL_ACL_DELETE_DYNAMIC;
     } else {
-        const auto list = find(name);
-        if (list->boundCount != 0 && !force)
-            fail("access list {} is bound {} times; unbind it first, or delete it with 'force'",
-                 name, list->boundCount);
+        const auto list = lists_.find(name);
+        if (list == lists_.end()) fail("there is no access list {}; 'show acl' lists them", name);
+        const size_t bound = list->second->boundCount;
+        if (bound != 0 && !force)
+            fail("access list {} is bound {}; unbind it first, or delete it with 'force'", name,
+                 counted(bound, "time", "times"));
     }
     const int32_t result =
         machine_.platform.call(machine_.platform.family, &HalFamilyOps::ipv4AclDel, &request);

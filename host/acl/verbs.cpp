@@ -15,7 +15,7 @@ namespace pcsim::host {
 
 namespace {
 
-constexpr uint64_t kDefaultRows = 100;
+constexpr uint64_t kDefaultRows = 100, kHighestLimit = 1000000;
 
 const char* actionName(AclAction action) {
     return action == AclAction::kPermit ? "permit" : "deny";
@@ -80,8 +80,7 @@ Table bindingTable(Call& call, const std::string& name, uint64_t limit) {
         table.rows.push_back({place.vlanId, portName(place.port), place.slot, list->name,
                               list->deleted ? "deleted" : "stored"});
     }
-    if (matching > limit)
-        table.footer = fmt::format("the first {} of {}; 'limit' shows more", limit, matching);
+    if (matching > limit) table.footer = firstRows(limit, matching, "bindings", kHighestLimit);
     return table;
 }
 
@@ -106,8 +105,7 @@ Report showList(Call& call) {
         rules.rows.push_back({list.rules[i].name, i + 1, actionName(list.rules[i].action),
                               list.rules[i].conditions()});
     if (list.rules.size() > limit)
-        rules.footer =
-            fmt::format("the first {} of {}; 'limit' shows more", limit, list.rules.size());
+        rules.footer = firstRows(limit, list.rules.size(), "rules", kHighestLimit);
     fitTable(rules, {{0, Cut::kMiddle}, {3, Cut::kEnd}});
     return Report(rules).add(bindingTable(call, list.name, limit));
 }

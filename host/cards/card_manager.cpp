@@ -100,6 +100,17 @@ Card& CardManager::presentCard(int slot) {
     return found;
 }
 
+int CardManager::slotNumber(const std::string& word) const {
+    const int first = cards_.begin()->first, last = cards_.rbegin()->first;
+    const bool digits = !word.empty() && word.find_first_not_of("0123456789") == std::string::npos;
+    if (!digits) fail("slot '{}' is not a number; slots are {} to {}", word, first, last);
+    // A number that is no slot is refused where the slot is looked for; this one fits none.
+    constexpr size_t kMostDigits = 9;
+    if (word.size() > kMostDigits)
+        fail("slot {} does not exist; slots are {} to {}", word, first, last);
+    return std::stoi(word);
+}
+
 uint32_t CardManager::interfaceNumber(uint32_t slot, uint32_t port) const {
     if (slot >= static_cast<uint32_t>(Platform::kSlots)) return kNoInterface;
     const HalCardSlotDb& record = machine_.platform.slotRecord(static_cast<int>(slot));

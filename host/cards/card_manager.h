@@ -77,6 +77,8 @@ public:
     Card& card(int slot);
     // The same, but a slot without a card is an error too.
     Card& presentCard(int slot);
+    // The number that a word is, or a CommandError with the slots that there are.
+    int slotNumber(const std::string& word) const;
 
     // N of the interface "ethN" that backs a port, from the slot's port map; kNoInterface when the
     // slot has no such port.

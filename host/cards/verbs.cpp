@@ -8,6 +8,10 @@ namespace pcsim::host {
 
 namespace {
 
+int slotOf(Call& call) {
+    return call.machine.cards().slotNumber(call.text("slot"));
+}
+
 Report showSlots(Call& call) {
     Table table{"slots",
                 "Slots",
@@ -80,7 +84,8 @@ Report showCards(Call& call) {
              seconds(card.durationMs(CardState::kDownloading, now)),
              seconds(card.durationMs(CardState::kBooting, now))});
     }
-    table.footer = fmt::format("{} of {} cards are operational", operational, present);
+    table.footer = fmt::format("{} of {} operational", operational,
+                               present == 1 ? "1 card is" : fmt::format("{} cards are", present));
     return table;
 }
 
@@ -105,7 +110,7 @@ Table timeline(const Card& card, uint64_t nowMs) {
 
 Report showCard(Call& call) {
     Machine& machine = call.machine;
-    const Card& card = machine.cards().presentCard(call.slot());
+    const Card& card = machine.cards().presentCard(slotOf(call));
     int32_t temperature = 0, odometer = 0;
     auto& slot = machine.platform.slot(card.slot);
     machine.platform.call(slot, &HalCardSlotOps::cardReadTemperature, card.slot, &temperature);
@@ -140,7 +145,7 @@ Report showCard(Call& call) {
 
 void commandCard(Call& call) {
     CardManager& cards = call.machine.cards();
-    Card& card = cards.presentCard(call.slot());
+    Card& card = cards.presentCard(slotOf(call));
     if (call.has("power"))
         call.text("power") == "on" ? cards.powerOn(card) : cards.powerOff(card);
     else if (call.text("action") == "diag")
@@ -156,12 +161,12 @@ void commandCard(Call& call) {
 void addCardVerbs(Verbs& verbs) {
     verbs.show("show slots", "slots and the cards in them", showSlots);
     verbs.show("show cards", "state of every card, and how long each of its steps took", showCards);
-    verbs.show("show card <slot>", "identity, readings and time line of one card", showCard);
-    verbs.action("card <slot> power <power:on|off>", "switch a card on or off", commandCard);
-    verbs.action("card <slot> <action:diag|reset|remove>",
+    verbs.show("show card <slot:text>", "identity, readings and time line of one card", showCard);
+    verbs.action("card <slot:text> power <power:on|off>", "switch a card on or off", commandCard);
+    verbs.action("card <slot:text> <action:diag|reset|remove>",
                  "run diagnostics, switch off and on again, pull the card out", commandCard);
-    verbs.action("card <slot> insert", "put a card into an empty slot",
-                 [](Call& call) { call.machine.cards().insert(call.slot()); });
+    verbs.action("card <slot:text> insert", "put a card into an empty slot",
+                 [](Call& call) { call.machine.cards().insert(slotOf(call)); });
 }
 
 }  // namespace pcsim::host

@@ -49,14 +49,14 @@ void DeviceManager::boot() {
     }
 }
 
-Device& DeviceManager::device(uint32_t number) {
-    const auto found = devices_.find(number);
-    if (found != devices_.end()) return found->second;
+Device& DeviceManager::device(const std::string& word) {
     std::string list;
-    for (const auto& [known, device] : devices_)
-        list += fmt::format("{}{} ({} {})", list.empty() ? "" : ", ", known, device.typeName,
+    for (auto& [number, device] : devices_) {
+        if (word == std::to_string(number)) return device;
+        list += fmt::format("{}{} ({} {})", list.empty() ? "" : ", ", number, device.typeName,
                             device.label);
-    fail("device {} does not exist; devices are {}", number, list.empty() ? "none" : list);
+    }
+    fail("device {} does not exist; devices are {}", word, list.empty() ? "none" : list);
 }
 
 // A record may come again; what is known of its devices stays.

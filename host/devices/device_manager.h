@@ -47,7 +47,7 @@ public:
 
     const std::map<uint32_t, Device>& devices() const { return devices_; }
     // A CommandError that says which devices there are when there is no such one.
-    Device& device(uint32_t number);
+    Device& device(const std::string& word);
 
     // Sends a command (HAL_DEVICE_...).
     DeviceAnswer command(Device& device, uint32_t code);

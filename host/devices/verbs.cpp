@@ -9,7 +9,7 @@ namespace pcsim::host {
 namespace {
 
 Device& deviceOf(Call& call) {
-    return call.machine.devices().device(call.u32("device"));
+    return call.machine.devices().device(call.text("device"));
 }
 
 Cell stateCell(const Device& device) {
@@ -140,12 +140,12 @@ Report command(Call& call) {
 
 void addDeviceVerbs(Verbs& verbs) {
     verbs.show("show devices", "platform devices: state, last command", showDevices);
-    verbs.show("show device <device:0-4294967295>", "what is known of one device", showDevice);
-    verbs.show("device <device:0-4294967295> info", "ask a device who it is", askInfo);
-    verbs.show("device <device:0-4294967295> status", "ask a device how it is", askStatus);
-    verbs.show("device <device:0-4294967295> <action:enable|disable|restart>",
+    verbs.show("show device <device:text>", "what is known of one device", showDevice);
+    verbs.show("device <device:text> info", "ask a device who it is", askInfo);
+    verbs.show("device <device:text> status", "ask a device how it is", askStatus);
+    verbs.show("device <device:text> <action:enable|disable|restart>",
                "command a device and tell its answer", command);
-    verbs.action("device <device:0-4294967295> state <state:0-4294967295>",
+    verbs.action("device <device:text> state <state:0-4294967295>",
                  "set a device's state, which the next poll reports", [](Call& call) {
                      call.machine.devices().setState(deviceOf(call), call.u32("state"));
                  });

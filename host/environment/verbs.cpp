@@ -178,12 +178,14 @@ void setOdometer(Call& call) {
     const uint32_t value = initialise ? 0 : call.u32("value");
     const std::string& kind = call.text("kind");
     if (kind == "card") {
-        setCardOdometer(call.machine, call.slot(), initialise, value);
+        const int slot = call.machine.cards().slotNumber(call.text("number"));
+        setCardOdometer(call.machine, slot, initialise, value);
         return;
     }
     EnvironmentMonitor& environment = call.machine.environment();
     UnitMonitor& monitor = kind == "fan" ? environment.fans() : environment.supplies();
-    Unit& unit = monitor.presentUnit(static_cast<uint32_t>(call.slot()));
+    Unit& unit = monitor.presentUnit(static_cast<uint32_t>(
+        parseNumber(monitor.kind().noun, call.text("number"), 0, UnitMonitor::kUnits - 1)));
     if (initialise)
         monitor.initOdometer(unit);
     else
@@ -197,11 +199,11 @@ void addEnvironmentVerbs(Verbs& verbs) {
                showEnvironment);
     verbs.show("show fans", "fans: speed, temperature, identity", showFans);
     verbs.show("show power", "power supplies: input and output lines, identity", showPower);
-    verbs.action("fan <fan:0-255> speed <percent:0-100>", "speed in percent of the maximum",
+    verbs.action("fan <fan:0-7> speed <percent:0-100>", "speed in percent of the maximum",
                  setSpeed);
-    verbs.action("odometer <kind:fan|power|card> <slot> init", "let an odometer start from 0",
-                 setOdometer);
-    verbs.action("odometer <kind:fan|power|card> <slot> <value:0-2147483647>",
+    verbs.action("odometer <kind:fan|power|card> <number:text> init",
+                 "let an odometer start from 0", setOdometer);
+    verbs.action("odometer <kind:fan|power|card> <number:text> <value:0-2147483647>",
                  "set an odometer (accepted by the platform, not kept)", setOdometer);
 }
 

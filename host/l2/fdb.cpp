@@ -146,14 +146,18 @@ void Fdb::remove(uint32_t handle) {
     ++counts_.removed;
 }
 
-size_t Fdb::removeIf(const Predicate& goes) {
-    const size_t before = used_;
-    for (uint32_t handle = 1; handle <= entries_.size(); ++handle)
-        if (at(handle).slot != nullptr && goes(at(handle))) remove(handle);
-    return before - used_;
+Fdb::Removed Fdb::removeIf(const Predicate& goes) {
+    Removed removed;
+    for (uint32_t handle = 1; handle <= entries_.size(); ++handle) {
+        if (at(handle).slot == nullptr || !goes(at(handle))) continue;
+        ++removed.count;
+        removed.statics += at(handle).isStatic ? 1 : 0;
+        remove(handle);
+    }
+    return removed;
 }
 
-size_t Fdb::removeOf(uint32_t vlanInstance, uint32_t port) {
+Fdb::Removed Fdb::removeOf(uint32_t vlanInstance, uint32_t port) {
     return removeIf([=](const MacEntry& entry) {
         return (vlanInstance == 0 || entry.vlanInstance == vlanInstance) &&
                (port == 0 || entry.port == port);
@@ -176,9 +180,9 @@ int32_t Fdb::flushDone(uint32_t vlanId, uint32_t port, uint32_t, uint32_t) {
 // The platform has acknowledged: now the HAL deletes the entries, one by one.
 void Fdb::flushed(uint16_t vlanId, uint32_t port) {
     const size_t count = removeIf([=](const MacEntry& entry) {
-        return !entry.isStatic && (vlanId == 0 || entry.vlanId == vlanId) &&
-               (port == 0 || entry.port == port);
-    });
+                             return !entry.isStatic && (vlanId == 0 || entry.vlanId == vlanId) &&
+                                    (port == 0 || entry.port == port);
+                         }).count;
     counts_.flushed += count;
     machine_.events.note("l2", "MAC table flushed: {} removed",
                          counted(count, "address", "addresses"));

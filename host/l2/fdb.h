@@ -57,11 +57,14 @@ public:
     }
     void remove(uint32_t handle);
 
-    // Removes the entries that 'goes' is true for; their number.
+    // Removes the entries that 'goes' is true for.
     using Predicate = std::function<bool(const MacEntry&)>;
-    size_t removeIf(const Predicate& goes);
+    struct Removed {
+        size_t count = 0, statics = 0;
+    };
+    Removed removeIf(const Predicate& goes);
     // Removes the entries of a port, of a VLAN, or of a port in a VLAN; 0 stands for any.
-    size_t removeOf(uint32_t vlanInstance, uint32_t port);
+    Removed removeOf(uint32_t vlanInstance, uint32_t port);
 
     // Asks the platform for a flush of dynamic entries; they go when it reports the completion.
     void flush(uint16_t vlanId, uint32_t port);

@@ -61,7 +61,7 @@ void add(Call& call) {
 uint32_t handleOf(Call& call) {
     const MacAddress mac = macOf(call.text("mac"));
     L2Manager& l2 = call.machine.l2();
-    VlanIf& vlan = l2.vlan(call.vlan());
+    VlanIf& vlan = l2.existingVlan(call.vlan());
     const uint32_t handle = l2.fdb().find(mac, vlan);
     const bool elsewhere =
         handle != 0 && call.has("port") && l2.fdb().entry(handle).port != filterPort(call);
@@ -166,7 +166,8 @@ Report stats(Call& call) {
 
 // The VLAN that 'vlan ID' names; 0 when it is not given.
 uint16_t filterVlan(Call& call) {
-    return call.has("vlan") ? call.machine.l2().vlan(call.vlan()).record.vlanId : uint16_t{0};
+    return call.has("vlan") ? call.machine.l2().existingVlan(call.vlan()).record.vlanId
+                            : uint16_t{0};
 }
 
 // The start of an address, as its text begins.

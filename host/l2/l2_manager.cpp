@@ -28,6 +28,12 @@ std::string counted(size_t count, const char* one, const char* many) {
     return fmt::format("{} {}", count, count == 1 ? one : many);
 }
 
+std::string goneText(const Fdb::Removed& removed) {
+    const std::string text = counted(removed.count, "MAC address", "MAC addresses") + " gone";
+    return removed.statics == 0 ? text
+                                : fmt::format("{}, {} of them static", text, removed.statics);
+}
+
 void L2Manager::cardUp(int slot) {
     Platform& platform = machine_.platform;
     slotsUp_.insert(slot);
@@ -67,15 +73,13 @@ void L2Manager::cardDown(int slot) {
     if (slotsUp_.erase(slot) == 0) return;
     const auto ofSlot = [slot](const HalPif& pif) { return pif.slot == slot; };
     const auto trunkLost = trunks_.unreachable(ofSlot);
-    const size_t addresses = fdb_.removeIf([&](const MacEntry& entry) {
+    const Fdb::Removed addresses = fdb_.removeIf([&](const MacEntry& entry) {
         return typeOf(entry.port) == HAL_PORT_TYPE_FRONT_PANEL
                    ? slotOf(entry.port) == static_cast<uint32_t>(slot)
                    : trunkLost(entry);
     });
     trunks_.cardDown(slot);
-    if (addresses != 0)
-        machine_.events.note("l2", "Slot {}: {} gone", slot,
-                             counted(addresses, "MAC address", "MAC addresses"));
+    if (addresses.count != 0) machine_.events.note("l2", "Slot {}: {}", slot, goneText(addresses));
     size_t memberships = 0;
     for (const auto& [id, vlan] : machine_.records.vlans()) {
         for (const auto& [instance, member] : vlan->members) {
@@ -131,10 +135,8 @@ VlanIf& L2Manager::createVlan(uint16_t id) {
 
 void L2Manager::deleteVlan(VlanIf& vlan) {
     const uint16_t id = vlan.record.vlanId;
-    const size_t addresses = fdb_.removeOf(vlan.record.instance, 0);
-    if (addresses != 0)
-        machine_.events.note("l2", "VLAN {}: {} gone", id,
-                             counted(addresses, "MAC address", "MAC addresses"));
+    const Fdb::Removed addresses = fdb_.removeOf(vlan.record.instance, 0);
+    if (addresses.count != 0) machine_.events.note("l2", "VLAN {}: {}", id, goneText(addresses));
     const Members members = members_[id];
     for (const auto& [instance, tagged] : members) removeMember(vlan, instance);
     members_.erase(id);
@@ -153,6 +155,12 @@ void L2Manager::releaseVlan(VlanIf& vlan) {
 VlanIf& L2Manager::vlan(uint16_t id) {
     VlanIf* vlan = machine_.records.vlan(id);
     if (vlan == nullptr) fail("VLAN {} does not exist; 'vlan create {}' makes it", id, id);
+    return *vlan;
+}
+
+VlanIf& L2Manager::existingVlan(uint16_t id) {
+    VlanIf* vlan = machine_.records.vlan(id);
+    if (vlan == nullptr) fail("VLAN {} does not exist; 'show vlans' lists them", id);
     return *vlan;
 }
 
@@ -218,13 +226,13 @@ void L2Manager::removeMember(VlanIf& vlan, uint32_t instance) {
 void L2Manager::forgetAddressesOf(VlanIf& vlan, const HalPif& leaving) {
     const auto trunkLost =
         trunks_.unreachable([&](const HalPif& pif) { return pif.instance == leaving.instance; });
-    const size_t count = fdb_.removeIf([&](const MacEntry& entry) {
+    const Fdb::Removed removed = fdb_.removeIf([&](const MacEntry& entry) {
         return entry.vlanInstance == vlan.record.instance &&
                (entry.port == leaving.instance || trunkLost(entry));
     });
-    if (count != 0)
-        machine_.events.note("l2", "Port {} left VLAN {}: {} gone", portName(leaving.instance),
-                             vlan.record.vlanId, counted(count, "MAC address", "MAC addresses"));
+    if (removed.count != 0)
+        machine_.events.note("l2", "Port {} left VLAN {}: {}", portName(leaving.instance),
+                             vlan.record.vlanId, goneText(removed));
 }
 
 uint32_t L2Manager::learningPort(VlanIf& vlan, uint32_t slot, uint32_t port) {

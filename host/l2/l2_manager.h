@@ -22,6 +22,8 @@ std::string portName(uint32_t instance);
 
 // "1 MAC address", "2 MAC addresses".
 std::string counted(size_t count, const char* one, const char* many);
+// "2 MAC addresses gone, 1 of them static".
+std::string goneText(const Fdb::Removed& removed);
 
 class L2Manager : public Manager {
 public:
@@ -40,6 +42,8 @@ public:
     void deleteVlan(VlanIf& vlan);
     // The VLAN, or a CommandError that says how to get it.
     VlanIf& vlan(uint16_t id);
+    // The same for what only makes sense with a VLAN that is there, as its deletion.
+    VlanIf& existingVlan(uint16_t id);
 
     // Adds a port that is there, or changes its tag.
     void addMember(VlanIf& vlan, uint32_t instance, bool tagged);

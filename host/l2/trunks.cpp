@@ -11,7 +11,7 @@ Trunks::Members& Trunks::membersOf(uint32_t number) {
     std::string known;
     for (const auto& [other, members] : members_)
         known += fmt::format("{}{}", known.empty() ? "" : ", ", other);
-    if (known.empty()) fail("trunk {} does not exist; 'trunk create {}' makes it", number, number);
+    if (known.empty()) fail("trunk {} does not exist; there are no trunks yet", number);
     fail("trunk {} does not exist; trunks are {}", number, known);
 }
 
@@ -55,10 +55,10 @@ void Trunks::addMember(uint32_t number, Pif& pif) {
     members.insert(instance);
     record.trunkInstance = instanceOf(number);
     // From now on what is behind the port is learned on the trunk.
-    const size_t count = fdb_.removeOf(0, instance);
-    if (count != 0)
-        machine_.events.note("l2", "Port {} joined trunk {}: {} gone", portName(instance), number,
-                             counted(count, "MAC address", "MAC addresses"));
+    const Fdb::Removed removed = fdb_.removeOf(0, instance);
+    if (removed.count != 0)
+        machine_.events.note("l2", "Port {} joined trunk {}: {}", portName(instance), number,
+                             goneText(removed));
 }
 
 void Trunks::removeMember(uint32_t number, uint32_t instance) {
@@ -68,10 +68,10 @@ void Trunks::removeMember(uint32_t number, uint32_t instance) {
     if (pif == nullptr) return;  // its card is absent
     machine_.platform.call(machine_.platform.family, &HalFamilyOps::trunkDelPorts);
     pif->record.trunkInstance = 0;
-    const size_t count = fdb_.removeIf(unreachable([](const HalPif&) { return false; }));
-    if (count != 0)
-        machine_.events.note("l2", "Port {} left trunk {}: {} gone", portName(instance), number,
-                             counted(count, "MAC address", "MAC addresses"));
+    const Fdb::Removed removed = fdb_.removeIf(unreachable([](const HalPif&) { return false; }));
+    if (removed.count != 0)
+        machine_.events.note("l2", "Port {} left trunk {}: {}", portName(instance), number,
+                             goneText(removed));
 }
 
 bool Trunks::leadsTo(uint32_t trunkInstance, uint32_t vlanInstance, const Leaving& leaving) const {

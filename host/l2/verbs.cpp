@@ -1,5 +1,6 @@
 // Verbs of VLANs and trunks.
 #include "host/console/verbs.h"
+#include "host/cards/card_manager.h"
 #include "host/console/all_verbs.h"
 #include "host/l2/fdb_verbs.h"
 #include "host/l2/l2_manager.h"
@@ -125,7 +126,7 @@ void changeMember(Call& call) {
 
 void syncTrunks(Call& call) {
     L2Manager& l2 = call.machine.l2();
-    const int slot = call.slot();
+    const int slot = call.machine.cards().slotNumber(call.text("slot"));
     if (!l2.slotsUp().contains(slot)) fail("slot {} has no operational card to synchronise", slot);
     l2.trunks().sync(slot);
 }
@@ -143,13 +144,13 @@ void addL2Verbs(Verbs& verbs) {
     verbs.action("vlan delete <vlan>", "delete a VLAN with its memberships and addresses",
                  [](Call& call) {
                      L2Manager& l2 = call.machine.l2();
-                     l2.deleteVlan(l2.vlan(call.vlan()));
+                     l2.deleteVlan(l2.existingVlan(call.vlan()));
                  });
     verbs.action("vlan <vlan> add <port> [tagged]", "add a port to a VLAN, or change its tag",
                  changeMember);
     verbs.action("vlan <vlan> remove <port>", "remove a port from a VLAN", [](Call& call) {
         L2Manager& l2 = call.machine.l2();
-        VlanIf& vlan = l2.vlan(call.vlan());
+        VlanIf& vlan = l2.existingVlan(call.vlan());
         l2.removeMember(vlan, configuredInstance(call));
     });
     addFdbVerbs(verbs);
@@ -165,7 +166,7 @@ void addL2Verbs(Verbs& verbs) {
     verbs.action("trunk remove <trunk:1-128> <port>", "remove a port from a trunk", [](Call& call) {
         call.machine.l2().trunks().removeMember(trunkOf(call), configuredInstance(call));
     });
-    verbs.action("trunk sync <slot>", "have the platform add the trunk ports of a slot again",
+    verbs.action("trunk sync <slot:text>", "have the platform add the trunk ports of a slot again",
                  syncTrunks);
     verbs.action(
         "trunk algorithm <algorithm:u32>", "address algorithm of all trunks",

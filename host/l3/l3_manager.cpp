@@ -1,4 +1,4 @@
-// Programming neighbours and routes.
+// Programming neighbors and routes.
 #include "host/l3/l3_manager.h"
 
 #include <cstring>
@@ -59,9 +59,9 @@ void L3Manager::addNeighbor(const NeighborKey& key, const Neighbor& neighbor) {
     if (!copy.has(host)) copy.add(host, {&own, 1});
 }
 
-// The platform takes whatever host route the address has for the neighbour's own, and frees it with
+// The platform takes whatever host route the address has for the neighbor's own, and frees it with
 // the first next hop alone; it stops the process when there is no next hop. So a host route that
-// has become anything else is set aside while the neighbour goes.
+// has become anything else is set aside while the neighbor goes.
 void L3Manager::removeNeighbor(const NeighborKey& key) {
     const auto found = neighbors_.find(key);
     if (found == neighbors_.end())

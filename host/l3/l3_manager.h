@@ -1,12 +1,12 @@
-// The layer-3 manager: neighbours and routes, programmed into the platform as a HAL does.
+// The layer-3 manager: neighbors and routes, programmed into the platform as a HAL does.
 //
 // The platform keeps adjacencies, a host route for each, and two route tables that can't be asked
-// what they hold, so the manager keeps the neighbours and a compact copy of the routes. Adding a
-// neighbour adds its host route to the copy too, since the platform adds one; a gateway that is no
-// neighbour is a placeholder there until it becomes one.
+// what they hold, so the manager keeps the neighbors and a compact copy of the routes. Adding a
+// neighbor adds its host route to the copy too, since the platform adds one; a gateway that is no
+// neighbor is a placeholder there until it becomes one.
 //
-// A card that goes away takes the neighbours on its ports with it. Their gateways stay in the
-// routes, unresolved, until the routes go or the neighbours come back.
+// A card that goes away takes the neighbors on its ports with it. Their gateways stay in the
+// routes, unresolved, until the routes go or the neighbors come back.
 #ifndef PCSIM_HOST_L3_L3_MANAGER_H
 #define PCSIM_HOST_L3_L3_MANAGER_H
 
@@ -24,7 +24,7 @@ namespace pcsim::host {
 
 struct NeighborKey {
     uint32_t vr;
-    uint32_t address;  // host byte order: neighbours are listed by number
+    uint32_t address;  // host byte order: neighbors are listed by number
     uint32_t vlan;
     auto operator<=>(const NeighborKey&) const = default;
 };
@@ -48,7 +48,7 @@ public:
     // Fails unless there is such a virtual router.
     void checkVr(uint32_t vr) const;
 
-    // A neighbour that is there already gets the new MAC address and port.
+    // A neighbor that is there already gets the new MAC address and port.
     void addNeighbor(const NeighborKey& key, const Neighbor& neighbor);
     void removeNeighbor(const NeighborKey& key);
     const std::map<NeighborKey, Neighbor>& neighbors() const { return neighbors_; }

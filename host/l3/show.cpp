@@ -1,4 +1,4 @@
-// Reports of neighbours and routes.
+// Reports of neighbors and routes.
 #include "host/l3/show.h"
 
 #include "host/l2/l2_manager.h"
@@ -128,8 +128,7 @@ Table routeTable(const L3Manager& manager, const RouteQuery& query) {
         for (size_t i = 0; i < take; ++i) addRows(table, manager, vr, copy, keys[i]);
         shown += take;
     }
-    if (total > shown)
-        table.footer = fmt::format("the first {} of {} routes; 'limit' shows more", shown, total);
+    if (total > shown) table.footer = firstRows(shown, total, "routes", RouteQuery::kHighestLimit);
     fitTable(table, {{0, Cut::kMiddle}, {2, Cut::kMiddle}});
     return table;
 }

@@ -15,7 +15,8 @@ Report neighborReport(const L3Manager& manager);
 struct RouteQuery {
     std::optional<IpPrefix> prefix;  // it and what covers it, else all
     std::optional<uint32_t> vr;      // else all
-    size_t limit = 20;               // routes of a family
+    static constexpr size_t kHighestLimit = 100000;
+    size_t limit = 20;  // routes of a family
 };
 Report routeReport(const L3Manager& manager, const RouteQuery& query);
 

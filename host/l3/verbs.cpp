@@ -1,4 +1,4 @@
-// Verbs of neighbours and routes.
+// Verbs of neighbors and routes.
 #include "host/console/verbs.h"
 
 #include "host/console/all_verbs.h"

@@ -9,8 +9,12 @@ namespace pcsim::host {
 
 namespace {
 
+int slotOf(Call& call) {
+    return call.machine.cards().slotNumber(call.text("slot"));
+}
+
 Report showPoeSlot(Call& call) {
-    const Card& card = call.machine.cards().presentCard(call.slot());
+    const Card& card = call.machine.cards().presentCard(slotOf(call));
     const PoeSlot poe = call.machine.poe().slot(card.slot);
     Fields version{"version",
                    "PoE version of slot " + std::to_string(card.slot),
@@ -61,13 +65,13 @@ Report showPoePort(Call& call) {
 }  // namespace
 
 void addPoeVerbs(Verbs& verbs) {
-    verbs.show("show poe slot <slot>", "what a card answers about power over Ethernet",
+    verbs.show("show poe slot <slot:text>", "what a card answers about power over Ethernet",
                showPoeSlot);
     verbs.show("show poe port <port>", "what a port answers about power over Ethernet",
                showPoePort);
-    verbs.action("poe slot <slot> <action:enable|disable>",
+    verbs.action("poe slot <slot:text> <action:enable|disable>",
                  "accepted by the platform, without effect", [](Call& call) {
-                     const Card& card = call.machine.cards().presentCard(call.slot());
+                     const Card& card = call.machine.cards().presentCard(slotOf(call));
                      call.machine.poe().enableSlot(card.slot, call.text("action") == "enable");
                  });
     verbs.action("poe port <port> <action:enable|disable>",

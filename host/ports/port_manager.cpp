@@ -2,6 +2,7 @@
 #include "host/ports/port_manager.h"
 
 #include "host/cards/card_manager.h"
+#include "host/l2/l2_manager.h"
 #include "host/ports/counters.h"
 
 namespace pcsim::host {
@@ -25,7 +26,8 @@ void PortManager::cardUp(int slot) {
     if (slot == machine_.ownSlot())
         managementLink_ = askLink(portInstance(slotNumber, 1, HAL_PORT_TYPE_MANAGEMENT));
     if (table.portCount != 0)
-        machine_.events.note("port", "Slot {}: {} ports enabled", slot, table.portCount);
+        machine_.events.note("port", "Slot {}: {} enabled", slot,
+                             counted(table.portCount, "port", "ports"));
 }
 
 void PortManager::cardDown(int slot) {
@@ -39,7 +41,8 @@ void PortManager::cardDown(int slot) {
         entry = ports_.erase(entry);
         ++count;
     }
-    if (count != 0) machine_.events.note("port", "Slot {}: {} ports gone", slot, count);
+    if (count != 0)
+        machine_.events.note("port", "Slot {}: {} gone", slot, counted(count, "port", "ports"));
 }
 
 std::string PortManager::existing() const {

@@ -1,5 +1,6 @@
 // Verbs of ports and counters.
 #include "host/console/verbs.h"
+#include "host/cards/card_manager.h"
 #include "host/console/all_verbs.h"
 #include "host/ports/counters.h"
 #include "host/ports/port_manager.h"
@@ -155,10 +156,11 @@ void addPortVerbs(Verbs& verbs) {
         call.machine.ports().zeroCounters(port.slot(), port.number());
     });
     const auto zeroSlot = [](Call& call) {
-        call.machine.ports().zeroSlotCounters(static_cast<uint32_t>(call.slot()));
+        call.machine.ports().zeroSlotCounters(
+            static_cast<uint32_t>(call.machine.cards().slotNumber(call.text("slot"))));
     };
-    verbs.action("counters zero slot <slot>", "the same for all ports of a slot", zeroSlot);
-    verbs.action("counters slot <slot>", "short for that", zeroSlot);
+    verbs.action("counters zero slot <slot:text>", "the same for all ports of a slot", zeroSlot);
+    verbs.action("counters slot <slot:text>", "short for that", zeroSlot);
     verbs.show("counters read-clear <port>", "read the counters and count from now on", readClear);
 }
 

@@ -25,7 +25,7 @@ refuses "dynamic rules are never stored; choose another name" "acl load dynamic 
 refuses "name 'abcdefghijklmnopqrstuvwxyz012345' is too long; expected 31 characters at most" \
     "acl load abcdefghijklmnopqrstuvwxyz012345 $scratch/good"
 refuses "there is no access list web; 'acl load web FILE' makes it" "acl refresh web $scratch/good"
-refuses "there is no access list web; 'acl load web FILE' makes it" "acl delete web"
+refuses "there is no access list web; 'show acl' lists them" "acl delete web"
 refuses "there is no access list web; 'acl load web FILE' makes it" "show acl web"
 refuses "there is no access list other; 'acl load other FILE' makes it" \
     "${load[@]}" "acl bind other $place"
@@ -40,7 +40,7 @@ refuses "web is bound to VLAN 10 port 1:1 slot 0 already" \
 refuses "no access list is bound to VLAN 10 port 1:1 slot 0" "${load[@]}" "acl unbind web $place"
 refuses "web is bound to VLAN 10 port 1:1 slot 0, not other" \
     "${load[@]}" "acl bind web $place" "acl unbind other $place"
-refuses "access list web is bound 1 times; unbind it first, or delete it with 'force'" \
+refuses "access list web is bound 1 time; unbind it first, or delete it with 'force'" \
     "${load[@]}" "acl bind web $place" "acl delete web"
 refuses "no access list is bound to VLAN 10 port 1:1 slot 1" \
     "${load[@]}" "acl bind web $place" "acl counters web vlan 10 port 1:1 slot 1"

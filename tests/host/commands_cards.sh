@@ -13,7 +13,13 @@ for command in 'show card 8' 'card 8 power on' 'card 8 power off' 'card 8 diag' 
     refuses "slot 8 is empty; insert a card first" "$command"
 done
 refuses "slot 11 does not exist; slots are 1 to 10" 'card 11 insert'
-refuses "slot '300' is not a number from 0 to 255" 'card 300 diag'
+refuses "slot 300 does not exist; slots are 1 to 10" 'card 300 diag'
+refuses "slot 99999999999 does not exist; slots are 1 to 10" 'card 99999999999 diag'
+for command in 'show card abc' 'card abc diag' 'card abc insert' 'card abc power on' \
+    'show poe slot abc' 'poe slot abc enable' 'counters slot abc' 'counters zero slot abc' \
+    'odometer card abc 5'; do
+    refuses "slot 'abc' is not a number; slots are 1 to 10" "$command"
+done
 refuses "slot 3 holds a card already; remove it first" 'card 3 insert'
 refuses "slot 3 is powering on; diagnostics need an operational card" 'card 3 diag'
 refuses "slot 3 is powering on; only a card that is powered off or failed can be powered on" \
@@ -40,11 +46,19 @@ answers '"link": null' 'card 9 remove' 'show ports --json'
 answers 'Link +up$' 'card 9 remove' 'card 9 insert' 'show ports'
 answers 'Link +down$' 'cable 0 pull' 'card 9 remove' 'card 9 insert' 'show ports'
 
+# One of a kind is told as one.
+options=(--lab 1 --stopped --quiet)
+answers '  1 of 1 card is operational$' 'show cards'
+answers 'Slot 1: 1 port enabled$' 'show events'
+options=(--shape chassis --remote-io --stopped --lab 4 --quiet)
+
 # Fans, supplies, odometers
 refuses "fan 4 is not present; present are 0, 1, 2, 3" 'fan 4 speed 50'
-refuses "fan '300' is not a number from 0 to 255" 'fan 300 speed 50'
+refuses "fan '300' is not a number from 0 to 7" 'fan 300 speed 50'
 refuses "percent '101' is not a number from 0 to 100" 'fan 1 speed 101'
-refuses "fan 9 is not present; present are 0, 1, 2, 3" 'odometer fan 9 1'
+refuses "fan '9' is not a number from 0 to 7" 'odometer fan 9 1'
+refuses "fan 7 is not present; present are 0, 1, 2, 3" 'odometer fan 7 1'
+refuses "power supply 'x' is not a number from 0 to 7" 'odometer power x init'
 refuses "power supply 0 is not present; present are 1, 2, 3, 4" 'odometer power 0 init'
 refuses "fan 1 is not present; present are none" 'module fans 0' 'time warp 1000' 'fan 1 speed 50'
 answers 'fan 0 +present +25.00' 'show environment'
@@ -58,7 +72,10 @@ for command in 'show device 2' 'device 2 info' 'device 2 status' 'device 2 enabl
         "$command"
 done
 refuses "state 8 is out of range; device states are 0 to 7" 'device 1 state 8'
-refuses "device '-1' is not a number from 0 to 4294967295" 'device -1 info'
+for number in -1 abc 4294967296; do
+    refuses "device $number does not exist; devices are 0 (PSUCTRL 1), 1 (PSUCTRL 2), 3 (mouse usb), 5 (floppy A)" \
+        "device $number info"
+done
 refuses "device 0: the platform answered -32" 'fault pcSimDeviceCommand returns -32' 'device 0 info'
 answers 'Answer +Command not supported' 'device 3 enable'
 answers '"result": 0' 'device 5 disable --json'

@@ -8,7 +8,9 @@ member=('vlan create 10' 'vlan 10 add 1:1')
 refuses "VLAN '0' is not a number from 1 to 4094" 'vlan create 0'
 refuses "VLAN '4095' is not a number from 1 to 4094" 'vlan create 4095'
 refuses "VLAN 10 exists already" 'vlan create 10' 'vlan create 10'
-refuses "VLAN 10 does not exist; 'vlan create 10' makes it" 'vlan delete 10'
+for command in 'vlan delete 10' 'vlan 10 remove 1:1' 'fdb find 02:00:00:00:00:01 vlan 10'; do
+    refuses "VLAN 10 does not exist; 'show vlans' lists them" "$command"
+done
 refuses "VLAN 10 does not exist; 'vlan create 10' makes it" 'vlan 10 add 1:1'
 refuses "port 1:9 does not exist; ports are 1:1 to 1:2" 'vlan create 10' 'vlan 10 add 1:9'
 refuses "port 1:1 is in VLAN 10 already, untagged" "${member[@]}" 'vlan 10 add 1:1'
@@ -39,10 +41,10 @@ KINDS
 
 # What does not exist is not flushed or listed.
 for command in 'fdb flush vlan 99' 'show fdb vlan 99'; do
-    refuses "VLAN 99 does not exist; 'vlan create 99' makes it" "$command"
+    refuses "VLAN 99 does not exist; 'show vlans' lists them" "$command"
 done
 for command in 'fdb flush trunk 99' 'show fdb trunk 99'; do
-    refuses "trunk 99 does not exist; 'trunk create 99' makes it" "$command"
+    refuses "trunk 99 does not exist; there are no trunks yet" "$command"
     refuses "trunk 99 does not exist; trunks are 5" 'trunk create 5' "$command"
 done
 
@@ -66,13 +68,17 @@ refuses "the platform did not take the flush: it answered -1" \
 
 refuses "trunk '129' is not a number from 1 to 128" 'trunk create 129'
 refuses "trunk 1 exists already" 'trunk create 1' 'trunk create 1'
-refuses "trunk 1 does not exist; 'trunk create 1' makes it" 'trunk delete 1'
+refuses "trunk 1 does not exist; there are no trunks yet" 'trunk delete 1'
 refuses "trunk 2 does not exist; trunks are 1, 3" 'trunk create 1' 'trunk create 3' \
     'trunk add 2 1:1'
 refuses "port 1:1 is in trunk 1 already" 'trunk create 1' 'trunk create 2' 'trunk add 1 1:1' \
     'trunk add 2 1:1'
 refuses "port 1:2 is not in trunk 1" 'trunk create 1' 'trunk remove 1 1:2'
 refuses "slot 4 has no operational card to synchronise" 'trunk sync 4'
+refuses "slot 'x' is not a number; slots are 1 to 1" 'trunk sync x'
+answers 'Port 1:1 joined trunk 1: 2 MAC addresses gone, 1 of them static$' "${member[@]}" 'trunk create 1' \
+    'fdb add 02:00:00:00:00:01 vlan 10 port 1:1' 'fdb add 02:00:00:00:00:02 vlan 10 port 1:1 static' \
+    'trunk add 1 1:1' 'show events'
 for algorithm in 1 2; do
     refuses "the platform has no address algorithm $algorithm; it takes any number but 1 and 2" \
         "trunk algorithm $algorithm"

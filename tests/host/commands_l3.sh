@@ -157,6 +157,12 @@ prints "^ +2  'y{40}\.\.\.' is not an IP address$"
 prints "^ +3  '0{40}\.\.\.' is not a prefix$"
 grep -qE '^.{81}' "$scratch/out" && problem "the bad lines are wider than 80 columns"
 
+# A table that is cut says how to see more, as long as there is a way.
+seq -f '%.0f' 0 100000 | awk '{ print "10." int($1 / 65536) "." int($1 / 256) % 256 "." $1 % 256 "/32" }' >"$scratch/all"
+answers "the first 99999 of 100001 routes; 'limit' shows more$" "route load $scratch/all" \
+    'show route limit 99999'
+answers 'the first 100000 of 100001 routes$' "route load $scratch/all" 'show route limit 100000'
+
 # Long addresses lose their middle for people, not for programs.
 long=2001:db8:1111:2222:3333:4444:5555:6666/128
 via='via fe80:1111:2222:3333:4444:5555:6666:7777 vlan 4094'

@@ -1,5 +1,5 @@
 // The layer-3 manager over the real platform library: after any sequence of operations its copy of
-// neighbours and routes is what the platform lists.
+// neighbors and routes is what the platform lists.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -47,7 +47,7 @@ protected:
         EXPECT_EQ(withoutOldMacs(dump(&HalFamilyOps::ipAdjDump)), adjacencyListing());
     }
 
-    // The MAC address that the platform remembers of a lost neighbour is its own affair.
+    // The MAC address that the platform remembers of a lost neighbor is its own affair.
     static std::string withoutOldMacs(std::string text) {
         static const std::string kNoPort = " 00000000\n", kNoMac = "00:00:00:00:00:00";
         for (size_t at = text.find(kNoPort); at != std::string::npos;
