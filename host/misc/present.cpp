@@ -59,21 +59,30 @@ void fitTable(Table& table, std::initializer_list<Flexible> columns) {
     size_t total = 2 * table.columns.size();
     for (size_t i = 0; i < table.columns.size(); ++i) total += widthOf(table, i);
     if (table.rows.empty() || total <= kTerminalWidth) return;
-    std::vector<size_t> widths;
-    for (const Flexible& flexible : columns) widths.push_back(widthOf(table, flexible.column));
+    struct Width {
+        size_t now, least;
+        size_t spare() const { return now > least ? now - least : 0; }
+    };
+    std::vector<Width> widths;
+    for (const Flexible& flexible : columns)
+        widths.push_back({widthOf(table, flexible.column),
+                          std::max(kLeast, table.columns[flexible.column].title.size())});
     for (; total > kTerminalWidth; --total) {
-        const auto widest = std::max_element(widths.begin(), widths.end());
-        if (*widest <= kLeast) break;
-        --*widest;
+        const auto widest = std::max_element(widths.begin(), widths.end(), [](auto& a, auto& b) {
+            return std::pair(a.spare() != 0, a.now) < std::pair(b.spare() != 0, b.now);
+        });
+        if (widest->spare() == 0) break;
+        --widest->now;
     }
     bool cut = false;
     for (size_t i = 0; i < widths.size(); ++i) {
         const Flexible& flexible = columns.begin()[i];
         for (auto& row : table.rows) {
             Cell& cell = row[flexible.column];
-            if (cell.text().size() <= widths[i]) continue;
-            cell = Cell(cell, flexible.cut == Cut::kEnd ? withoutEnd(cell.text(), widths[i])
-                                                        : withoutMiddle(cell.text(), widths[i]));
+            if (cell.text().size() <= widths[i].now) continue;
+            cell =
+                Cell(cell, flexible.cut == Cut::kEnd ? withoutEnd(cell.text(), widths[i].now)
+                                                     : withoutMiddle(cell.text(), widths[i].now));
             cut = true;
         }
     }
