@@ -30,7 +30,9 @@ Session::Session(Machine& machine, Look look)
 }
 
 Session::~Session() {
+    // The machine goes on calling and telling while it shuts down.
     machine_.events.listener = nullptr;
+    machine_.platform.onCall = nullptr;
     std::fclose(out_);
 }
 

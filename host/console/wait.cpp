@@ -86,7 +86,7 @@ bool Session::holds(const Words& words, std::string& found) {
         return false;
     }
     const auto dashes = std::find(words.begin(), words.end(), "--");
-    if (words.end() - dashes < 4)
+    if (dashes == words.begin() || words.end() - dashes < 4)
         fail(
             "'{}' is not complete; expected event TEXT, no event TEXT, or SHOW... -- VALUE "
             "is|not|contains|at-least|at-most TEXT",

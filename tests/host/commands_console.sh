@@ -11,6 +11,8 @@ succeeds() {
 relations="is no relation; expected is, not, contains, at-least or at-most"
 refuses "'equals' $relations" 'expect show ports -- 1:1.link equals down'
 refuses "'equals' $relations" 'expect show ports -- 9:9.link equals down'
+refuses "'-- 1:1.link is up' is not complete; expected event TEXT, no event TEXT, or SHOW... -- VALUE is|not|contains|at-least|at-most TEXT" \
+    'expect -- 1:1.link is up'
 refuses "'equals' $relations" 'wait show ports -- count equals 2 within 10'
 refuses "'up' is not a number; at-least and at-most compare numbers" \
     'expect show ports -- 1:1.link at-most 5'

@@ -1,0 +1,150 @@
+#!/usr/bin/env python3
+"""Types random commands at pcsim's prompt: right ones, wrong ones, and bytes that are neither.
+
+    random_commands.py PCSIM FILES [--seed N] [--commands N]
+
+FILES is a folder of files for the verbs that load some. The forms come from pcsim's own help, so a
+new verb is tried as soon as it is there. Whatever is typed, pcsim must answer and go on; it must
+take 'quit' at the end. Under sanitizers every error of memory fails the run. The seed is printed;
+with it the same commands are typed again."""
+
+import argparse
+import os
+import pty
+import random
+import re
+import subprocess
+import sys
+import tempfile
+import threading
+from pathlib import Path
+
+# They end the run, take real time, or read what this test does not give them.
+LEFT_OUT = ("quit", "exit", "time run", "include")
+NUMBERS = ["0", "1", "2", "3", "7", "9", "10", "11", "32", "99", "256", "4094", "4095", "65535",
+           "-1", "4294967295", "4294967296", "99999999999999999999", "x", "0x10", "0xffffffff"]
+FEW = ["1", "2", "3", "4", "10", "20"]
+ADDRESSES = ["10.0.0.1", "10.0.0.2", "10.1.2.3", "0.0.0.0", "255.255.255.255", "fe80::1", "::",
+             "2001:db8::1", "*", "1.2.3", "300.1.1.1"]
+GROUPS = ["225.0.0.1", "225.0.0.2", "239.1.1.1", "10.0.0.1", "*", "224.0.0.0"]
+ARGUMENTS = {
+    "port": ["1:1", "1:2", "1:3", "2:1", "2:2", "3:1", "9:1", "0:1", "1:0", "1:99", "11:1",
+             "1:257", "1", "a:b", "1:1:1"],
+    "mac": ["00:11:22:33:44:55", "00:11:22:33:44:56", "0011.2233.4457", "ff:ff:ff:ff:ff:ff",
+            "00:11:22:33:44", "zz"],
+    "address": ADDRESSES, "gateway": ADDRESSES, "group": GROUPS, "source": ADDRESSES,
+    "prefix": ["10.0.0.0/8", "0.0.0.0/0", "10.0.0.1/32", "1.2.3.0/24", "2001:db8::/32", "::/0",
+               "10.0.0.1/8", "10.0.0.0/255.0.255.0", "1/40", "x"],
+    "ms": ["0", "1", "100", "1000", "20000"],
+    "name": ["web", "a", "b", "dynamic", "x" * 40],
+    "text...": ["hi", '"a b"', "'"],
+    "what...": ['event "x"', "show ports -- 1:1.link is up", "fdb stats -- used at-least 0",
+                "show ports -- bogus is 1", "show ports"],
+    "type": ["PCSimC2", "PCSimC256", "PCSimMGT", "PCSimStack", "nope", "x" * 16],
+    "component": ["Sys", "Card", "Port", "VLAN", "FDB", "trace", "x"],
+    "count": ["0", "1", "10", "x"], "sources": ["0", "1", "2", "3"], "each": ["0", "1", "2"],
+    "vr": ["0", "1", "2", "3", "4", "99"],
+    "operation": ["fdb.add", "pcSimPCFamFdbAddEntry", "pcSimIPv4AclAdd", "pcSimCardPowerEnable",
+                  "pcSimHalIpv4McHwCacheAdd", "pcSimPCFamIPv4FibAddEntry", "nope"],
+}
+
+
+def forms_of(pcsim):
+    listed = subprocess.run([pcsim, "-x", "help"], capture_output=True, text=True, check=True)
+    forms = re.findall(r"^  (\S.*?)(?:   +\S.*)?$", listed.stdout, re.MULTILINE)
+    return [form for form in forms if not form.startswith(LEFT_OUT)]
+
+
+def argument(chance, name, files):
+    if name == "file":
+        return str(chance.choice(files))
+    return chance.choice(ARGUMENTS.get(name) or chance.choice([FEW, NUMBERS]))
+
+
+def filled(chance, form, files):
+    """A command of that form, now and then spoilt."""
+    text = re.sub(r"\[([^\[\]]*)\]\.\.\.",
+                  lambda found: " ".join([found[1]] * chance.randint(0, 3)), form)
+    text = re.sub(r"\[([^\[\]]*)\]", lambda found: chance.choice([found[1], ""]), text)
+    text = re.sub(r"\S+\|\S+", lambda found: chance.choice(found[0].split("|")), text)
+    text = re.sub(r"<([^>]*)>", lambda found: argument(chance, found[1], files), text)
+    spoil = chance.random()
+    if spoil < 0.05:
+        words = text.split()
+        chance.shuffle(words)
+        text = " ".join(words)
+    elif spoil < 0.08:
+        text = text[:chance.randint(0, len(text))]
+    elif spoil < 0.10:
+        text += chance.choice([' "', " --json", " \u00ff\u0101", " x" * 200])
+    return text
+
+
+def commands(chance, pcsim, files, count):
+    forms = forms_of(pcsim)
+    for _ in range(count):
+        yield filled(chance, chance.choice(forms), files)
+        if chance.random() < 0.05:
+            yield "time warp 3000"
+
+
+def typed(pcsim, options, lines, work):
+    """Types the lines; returns the exit status and all that was said."""
+    terminal, inside = pty.openpty()
+    home = dict(os.environ, HOME=work, TERM="dumb")
+    with open(Path(work) / "said", "w+b") as said:
+        with subprocess.Popen([pcsim, *options], stdin=inside, stdout=said,
+                              stderr=subprocess.STDOUT, env=home) as process:
+            os.close(inside)
+
+            def type_all():
+                try:
+                    for line in [*lines, "quit"]:
+                        os.write(terminal, line.encode() + b"\n")
+                except OSError:
+                    pass  # it has ended before; the exit status tells
+
+            threading.Thread(target=type_all, daemon=True).start()
+            # What the terminal echoes has to be taken from it.
+            threading.Thread(target=lambda: drained(terminal), daemon=True).start()
+            try:
+                status = process.wait(timeout=100)
+            except subprocess.TimeoutExpired:
+                process.kill()
+                status = "no end within 100 s"
+        said.seek(0)
+        return status, said.read().decode(errors="replace")
+
+
+def drained(terminal):
+    try:
+        while os.read(terminal, 4096):
+            pass
+    except OSError:
+        pass
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n", maxsplit=1)[0])
+    parser.add_argument("pcsim")
+    parser.add_argument("files", type=Path)
+    parser.add_argument("--seed", type=int, default=random.SystemRandom().randrange(1 << 32))
+    parser.add_argument("--commands", type=int, default=400)
+    arguments = parser.parse_args()
+    chance = random.Random(arguments.seed)
+    files = [*sorted(arguments.files.iterdir()), Path("/nope"), Path("/"), Path("/dev/null")]
+    for shape in ("stack", "chassis"):
+        options = ["--shape", shape, "--stopped", "--quiet", *chance.choice([[], ["--remote-io"]])]
+        lines = list(commands(chance, arguments.pcsim, files, arguments.commands))
+        with tempfile.TemporaryDirectory() as work:
+            status, said = typed(arguments.pcsim, options, lines, work)
+        print(f"seed {arguments.seed}, {' '.join(options)}: {len(lines)} commands, "
+              f"{len(said)} characters, exit status {status}")
+        if status != 0 or "runtime error" in said:
+            print(said[-4000:])
+            return 1
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
