@@ -10,10 +10,10 @@
 #include <optional>
 
 #include "host/console/grammar.h"
+#include "host/console/present.h"
 #include "host/console/values.h"
 #include "host/core/error.h"
 #include "host/l3/load.h"
-#include "host/misc/present.h"
 
 namespace pcsim::host {
 

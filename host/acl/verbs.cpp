@@ -5,10 +5,10 @@
 
 #include "host/acl/acl_manager.h"
 #include "host/console/all_verbs.h"
+#include "host/console/present.h"
 #include "host/console/verbs.h"
+#include "host/core/text_file.h"
 #include "host/l2/l2_manager.h"
-#include "host/misc/present.h"
-#include "host/misc/text_file.h"
 #include "host/ports/port_manager.h"
 
 namespace pcsim::host {

@@ -62,22 +62,6 @@ SlotPort parseSlotPort(const std::string& word) {
     fail("'{}' is not a port; expected SLOT:PORT, for example 1:2", word);
 }
 
-MacAddress parseMac(const std::string& word) {
-    MacAddress mac{};
-    size_t at = 0;
-    bool good = true;
-    for (size_t i = 0; i < mac.size() && good; ++i) {
-        size_t end = std::min(word.find_first_of(":-", at), word.size());
-        const auto byte =
-            number(std::string_view(word).substr(std::min(at, word.size()), end - at), 16);
-        good = byte && end - at <= 2 && (i == 5) == (end == word.size());
-        if (good) mac[i] = static_cast<uint8_t>(*byte);
-        at = end + 1;
-    }
-    if (!good) fail("'{}' is not a MAC address; expected six bytes as 00:11:22:aa:bb:cc", word);
-    return mac;
-}
-
 std::string macText(const uint8_t* mac) {
     return fmt::format("{:02x}:{:02x}:{:02x}:{:02x}:{:02x}:{:02x}", mac[0], mac[1], mac[2], mac[3],
                        mac[4], mac[5]);
@@ -165,8 +149,6 @@ std::optional<std::string> valueProblem(const std::string& type, const std::stri
             parseNumber("VLAN", word, 1, 4094);
         else if (type == "u32")
             parseU32(name, word);
-        else if (type == "mac")
-            parseMac(word);
         else if (type == "ipv4")
             parseIpv4(word);
         else if (type == "address")

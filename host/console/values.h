@@ -39,7 +39,6 @@ uint64_t parseNumber(const std::string& what, const std::string& word, uint64_t 
 int64_t parseSigned(const std::string& what, const std::string& word, int64_t high);
 uint32_t parseU32(const std::string& what, const std::string& word);
 SlotPort parseSlotPort(const std::string& word);
-MacAddress parseMac(const std::string& word);
 std::string macText(const uint8_t* mac);
 IpAddress parseIpv4(const std::string& word);
 IpAddress parseAddress(const std::string& word);

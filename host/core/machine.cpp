@@ -100,9 +100,9 @@ void Machine::bootSystem() {
     std::free(capability);
     platform.setUpCards();
     setUpFamily();
-    events.note("boot", "Chassis {}, own slot {}, {} card types",
+    events.note("boot", "Chassis {}, own slot {}, {} card type{}",
                 std::string(chassisInfo.modelName, strnlen(chassisInfo.modelName, 8)), ownSlot_,
-                chassisCapability.size());
+                chassisCapability.size(), chassisCapability.size() == 1 ? "" : "s");
 }
 
 // All simulated cards are of one family, so its table is filled once.

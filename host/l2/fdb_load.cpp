@@ -2,9 +2,9 @@
 #include "host/l2/fdb_load.h"
 
 #include "host/console/progress.h"
+#include "host/core/text_file.h"
 #include "host/l2/l2_manager.h"
 #include "host/l2/mac_line.h"
-#include "host/misc/text_file.h"
 
 namespace pcsim::host {
 

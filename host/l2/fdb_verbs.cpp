@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <tuple>
 
+#include "host/console/load_answer.h"
 #include "host/console/verbs.h"
 #include "host/l2/fdb_load.h"
 #include "host/l2/l2_manager.h"
 #include "host/l2/mac_line.h"
-#include "host/misc/load_answer.h"
 #include "host/ports/port_manager.h"
 
 namespace pcsim::host {

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
+#include "host/console/present.h"
 #include "host/core/error.h"
-#include "host/misc/present.h"
 
 namespace pcsim::host {
 

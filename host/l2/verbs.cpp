@@ -2,9 +2,9 @@
 #include "host/console/verbs.h"
 #include "host/cards/card_manager.h"
 #include "host/console/all_verbs.h"
+#include "host/console/present.h"
 #include "host/l2/fdb_verbs.h"
 #include "host/l2/l2_manager.h"
-#include "host/misc/present.h"
 #include "host/ports/port_manager.h"
 
 namespace pcsim::host {

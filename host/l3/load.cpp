@@ -7,8 +7,8 @@
 #include <chrono>
 #include <cstdio>
 
-#include "host/misc/present.h"
-#include "host/misc/text_file.h"
+#include "host/console/present.h"
+#include "host/core/text_file.h"
 
 namespace pcsim::host {
 

@@ -1,8 +1,8 @@
 // Reports of neighbors and routes.
 #include "host/l3/show.h"
 
+#include "host/console/present.h"
 #include "host/l2/l2_manager.h"
-#include "host/misc/present.h"
 
 namespace pcsim::host {
 

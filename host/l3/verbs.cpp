@@ -2,10 +2,10 @@
 #include "host/console/verbs.h"
 
 #include "host/console/all_verbs.h"
+#include "host/console/load_answer.h"
 #include "host/l2/l2_manager.h"
 #include "host/l2/mac_line.h"
 #include "host/l3/show.h"
-#include "host/misc/load_answer.h"
 #include "host/platform/dump_text.h"
 #include "host/ports/port_manager.h"
 

@@ -6,11 +6,11 @@
 #include <charconv>
 #include <unordered_set>
 
+#include "host/console/present.h"
 #include "host/console/progress.h"
 #include "host/console/values.h"
+#include "host/core/text_file.h"
 #include "host/mcast/mcast_manager.h"
-#include "host/misc/present.h"
-#include "host/misc/text_file.h"
 
 namespace pcsim::host {
 

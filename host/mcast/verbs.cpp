@@ -2,12 +2,12 @@
 #include <arpa/inet.h>
 
 #include "host/console/all_verbs.h"
+#include "host/console/load_answer.h"
+#include "host/console/present.h"
 #include "host/console/verbs.h"
 #include "host/l2/l2_manager.h"
 #include "host/mcast/loader.h"
 #include "host/mcast/mcast_manager.h"
-#include "host/misc/load_answer.h"
-#include "host/misc/present.h"
 #include "host/ports/port_manager.h"
 
 namespace pcsim::host {

@@ -38,14 +38,6 @@ TEST(Values, Ports) {
         EXPECT_THROW(parseSlotPort(bad), CommandError) << bad;
 }
 
-TEST(Values, MacAddresses) {
-    EXPECT_EQ(parseMac("00:1a:2B:3c:4d:ff"), (MacAddress{0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0xFF}));
-    EXPECT_EQ(parseMac("0-1-2-3-4-5"), (MacAddress{0, 1, 2, 3, 4, 5}));
-    for (const char* bad : {"", "00:11:22:33:44", "00:11:22:33:44:55:66", "00:11:22:33:44:5g",
-                            "001122334455", "00:11:22:33:44:555", "00::22:33:44:55", "1:2:3:4:5:"})
-        EXPECT_THROW(parseMac(bad), CommandError) << bad;
-}
-
 TEST(Values, Prefixes) {
     const IpPrefix plain = parsePrefix("10.1.0.0/16");
     EXPECT_EQ(plain.mask, htonl(0xFFFF0000));

@@ -1,5 +1,5 @@
 // Lines of a file, through xz when it is packed.
-#include "host/misc/text_file.h"
+#include "host/core/text_file.h"
 
 #include <fcntl.h>
 #include <spawn.h>

@@ -1,7 +1,9 @@
 // Shortening and cleaning of texts.
-#include "host/misc/present.h"
+#include "host/console/present.h"
 
 #include <algorithm>
+
+#include "host/core/text.h"
 
 namespace pcsim::host {
 
@@ -44,9 +46,7 @@ std::string presentable(std::string text) {
         text.resize(kLongest);
         text.append(kLeftOut);
     }
-    for (char& c : text)
-        if (c < ' ' || c > '~') c = '?';
-    return text;
+    return printable(text);
 }
 
 std::string firstRows(uint64_t shown, uint64_t total, const char* noun, uint64_t highestLimit) {

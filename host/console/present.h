@@ -1,7 +1,7 @@
 // Making what is shown fit to be shown: text from files without what a terminal would act on, and
 // tables of values of any length on a line of 80 columns.
-#ifndef PCSIM_HOST_MISC_PRESENT_H
-#define PCSIM_HOST_MISC_PRESENT_H
+#ifndef PCSIM_HOST_CONSOLE_PRESENT_H
+#define PCSIM_HOST_CONSOLE_PRESENT_H
 
 #include <cstdint>
 #include <initializer_list>
@@ -12,10 +12,10 @@
 
 namespace pcsim::host {
 
-// A word of a file as a message quotes it: short, and '?' for what is not printable ASCII.
+// A word of a file as a message quotes it: short and printable.
 std::string shown(std::string_view word);
 
-// A message that may quote bytes of a file.
+// A message that may quote bytes of a file: printable, and not longer than two lines.
 std::string presentable(std::string text);
 
 enum class Cut { kEnd, kMiddle };  // what of a long text is left out

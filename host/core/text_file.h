@@ -1,7 +1,7 @@
 // Reading a text file line by line, plain or packed with xz (by its name), and how far one is: the
 // one way in which loads of every kind open their files.
-#ifndef PCSIM_HOST_MISC_TEXT_FILE_H
-#define PCSIM_HOST_MISC_TEXT_FILE_H
+#ifndef PCSIM_HOST_CORE_TEXT_FILE_H
+#define PCSIM_HOST_CORE_TEXT_FILE_H
 
 #include <sys/types.h>
 

@@ -1,7 +1,7 @@
 // How a load of a file ends. Some bad lines are no failure: they are reported and the others are
 // loaded. A load that came to nothing, or to a part of its file, is one, after its report.
-#ifndef PCSIM_HOST_MISC_LOAD_ANSWER_H
-#define PCSIM_HOST_MISC_LOAD_ANSWER_H
+#ifndef PCSIM_HOST_CONSOLE_LOAD_ANSWER_H
+#define PCSIM_HOST_CONSOLE_LOAD_ANSWER_H
 
 #include <cstdint>
 #include <string>

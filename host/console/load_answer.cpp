@@ -1,5 +1,5 @@
 // The end of loads.
-#include "host/misc/load_answer.h"
+#include "host/console/load_answer.h"
 
 #include "host/l2/l2_manager.h"
 
