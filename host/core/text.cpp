@@ -2,6 +2,7 @@
 #include "host/core/text.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace pcsim::host {
 
@@ -14,8 +15,9 @@ size_t characterAt(std::string_view text) {
     if (first < 0xC2 || first > 0xF4) return 0;
     const size_t size = first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
     if (text.size() < size) return 0;
-    const bool goesOn = std::all_of(text.begin() + 1, text.begin() + static_cast<ptrdiff_t>(size),
-                                    [](char byte) { return (byte & 0xC0) == 0x80; });
+    const bool goesOn =
+        std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(size),
+                    [](char byte) { return (byte & 0xC0) == 0x80; });
     // U+0080 to U+009F are control characters as well.
     const bool control = first == 0xC2 && static_cast<unsigned char>(text[1]) < 0xA0;
     return goesOn && !control ? size : 0;
