@@ -5,6 +5,7 @@
 
 #include "acl/internal.h"
 #include "system/order.h"
+#include "system/stub.h"
 
 extern "C" {
 HalTreeRoot aclInstanceTree;
@@ -194,15 +195,7 @@ int32_t pcSimIPv4AclClearCounter(const HalAclCounterRequest* request) noexcept {
     return 0;
 }
 
-int32_t pcSimIPv4AclModify() noexcept {
-    return 0;
-}
-
-int32_t pcSimCardIPv4AclSyncBegin() noexcept {
-    return 0;
-}
-
-int32_t pcSimCardIPv4AclSyncEnd() noexcept {
-    return 0;
-}
+PCSIM_DEFINE_STUB(pcSimIPv4AclModify)
+PCSIM_DEFINE_STUB(pcSimCardIPv4AclSyncBegin)
+PCSIM_DEFINE_STUB(pcSimCardIPv4AclSyncEnd)
 }

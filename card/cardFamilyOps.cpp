@@ -11,6 +11,7 @@
 #include "pcsim/family.h"
 #include "port/pcSimPort.h"
 #include "port/pcSimTrunk.h"
+#include "system/stub.h"
 
 namespace pcsim {
 namespace {
@@ -30,15 +31,10 @@ int32_t pcSimFamilyDBSetup(uint32_t, HalFamilyOps* table) noexcept {
 }
 
 // Accepted and ignored.
-#define DEFINE_STUB(name)     \
-    int32_t name() noexcept { \
-        return 0;             \
-    }
-DEFINE_STUB(pcSimMirEnable)
-DEFINE_STUB(pcSimMirCfgPort)
-DEFINE_STUB(pcSimMirVlanCfgPort)
-DEFINE_STUB(pcSimMirTrunkCfgPort)
-#undef DEFINE_STUB
+PCSIM_DEFINE_STUB(pcSimMirEnable)
+PCSIM_DEFINE_STUB(pcSimMirCfgPort)
+PCSIM_DEFINE_STUB(pcSimMirVlanCfgPort)
+PCSIM_DEFINE_STUB(pcSimMirTrunkCfgPort)
 }
 
 // --- The table -----------------------------------------------------------------------------------

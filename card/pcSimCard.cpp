@@ -7,6 +7,7 @@
 
 #include "pcsim/host.h"
 #include "port/pcSimPort.h"
+#include "system/stub.h"
 #include "system/trace.h"
 
 // An irregular default that the HAL relies on: slots 0 to 7, 9, 10 and 16 to 31 are occupied.
@@ -201,14 +202,9 @@ int32_t pcSimCardDiagnosticsGetResult(int32_t, HalCardDiagnosticsResult* result)
 }
 
 // Accepted and ignored.
-#define DEFINE_STUB(name)     \
-    int32_t name() noexcept { \
-        return 0;             \
-    }
-DEFINE_STUB(pcSimCardOffline)
-DEFINE_STUB(pcSimCardOptionEnable)
-DEFINE_STUB(pcSimCardLEDSet)
-DEFINE_STUB(pcSimCardSetOdometer)
-DEFINE_STUB(pcSimCardInitOdometer)
-#undef DEFINE_STUB
+PCSIM_DEFINE_STUB(pcSimCardOffline)
+PCSIM_DEFINE_STUB(pcSimCardOptionEnable)
+PCSIM_DEFINE_STUB(pcSimCardLEDSet)
+PCSIM_DEFINE_STUB(pcSimCardSetOdometer)
+PCSIM_DEFINE_STUB(pcSimCardInitOdometer)
 }

@@ -212,10 +212,5 @@ int32_t pcSimCardFdbSyncHw(int32_t slot) noexcept {
     return 0;
 }
 
-#define PCSIM_DEFINE_STUB(name) \
-    int32_t name() noexcept {   \
-        return 0;               \
-    }
 PCSIM_FDB_STUBS(PCSIM_DEFINE_STUB)
-#undef PCSIM_DEFINE_STUB
 }

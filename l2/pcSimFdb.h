@@ -8,6 +8,7 @@
 
 #include "pcsim/l2.h"
 #include "system/export.h"
+#include "system/stub.h"
 
 extern "C" {
 
@@ -55,9 +56,7 @@ PCSIM_EXPORT int32_t pcSimCardFdbSyncHw(int32_t slot) noexcept;
     STUB(pcSimPCFamFdbFilterDump)
 // clang-format on
 
-#define PCSIM_DECLARE_STUB(name) PCSIM_EXPORT int32_t name() noexcept;
 PCSIM_FDB_STUBS(PCSIM_DECLARE_STUB)
-#undef PCSIM_DECLARE_STUB
 }
 
 #endif

@@ -122,10 +122,5 @@ int32_t pcSimCardVpifCfgProtocol(const HalPif* pif, const HalProtocolFilter* fil
     return 0;
 }
 
-#define PCSIM_DEFINE_STUB(name) \
-    int32_t name() noexcept {   \
-        return 0;               \
-    }
 PCSIM_VLAN_STUBS(PCSIM_DEFINE_STUB)
-#undef PCSIM_DEFINE_STUB
 }

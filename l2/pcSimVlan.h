@@ -7,6 +7,7 @@
 
 #include "pcsim/l2.h"
 #include "system/export.h"
+#include "system/stub.h"
 
 extern "C" {
 
@@ -58,9 +59,7 @@ PCSIM_EXPORT int32_t pcSimCardVpifCfgProtocol(const HalPif* pif, const HalProtoc
     STUB(pcSimCfgVrAndVlan)
 // clang-format on
 
-#define PCSIM_DECLARE_STUB(name) PCSIM_EXPORT int32_t name() noexcept;
 PCSIM_VLAN_STUBS(PCSIM_DECLARE_STUB)
-#undef PCSIM_DECLARE_STUB
 }
 
 #endif

@@ -7,6 +7,7 @@
 #include <bit>
 
 #include "l3/fibTable.h"
+#include "system/stub.h"
 
 namespace {
 
@@ -99,27 +100,13 @@ uint32_t pcSimPCFamIPv4FibDump(const pcSimDumpSink* sink) noexcept {
     return Table::dump(sink);
 }
 
-int32_t pcSimPCFamIPv4FibInit() noexcept {
-    return 0;
-}
-int32_t pcSimPCFamIPv4FibCleanup() noexcept {
-    return 0;
-}
-int32_t pcSimPCFamIPv4FibLookup() noexcept {
-    return 0;
-}
-int32_t pcSimPCFamIPv4FibTransEnd() noexcept {
-    return 0;
-}
-int32_t pcSimCardIPv4SyncBeginHw() noexcept {
-    return 0;
-}
-int32_t pcSimCardIPv4SyncEndHw() noexcept {
-    return 0;
-}
-int32_t pcSimPCFamIPv4DirBcast() noexcept {
-    return 0;
-}
+PCSIM_DEFINE_STUB(pcSimPCFamIPv4FibInit)
+PCSIM_DEFINE_STUB(pcSimPCFamIPv4FibCleanup)
+PCSIM_DEFINE_STUB(pcSimPCFamIPv4FibLookup)
+PCSIM_DEFINE_STUB(pcSimPCFamIPv4FibTransEnd)
+PCSIM_DEFINE_STUB(pcSimCardIPv4SyncBeginHw)
+PCSIM_DEFINE_STUB(pcSimCardIPv4SyncEndHw)
+PCSIM_DEFINE_STUB(pcSimPCFamIPv4DirBcast)
 
 int32_t pcSimPCFamIPv4FibEntryCmpFunc(const HalTreeNode* a, const HalTreeNode* b) noexcept {
     const auto& routeA = *reinterpret_cast<const pcSimIPv4FibRoute*>(a);

@@ -5,6 +5,7 @@
 #include <string.h>
 
 #include "l3/fibTable.h"
+#include "system/stub.h"
 
 namespace {
 
@@ -109,21 +110,11 @@ uint32_t pcSimPCFamIPv6FibDump(const pcSimDumpSink* sink) noexcept {
     return Table::dump(sink);
 }
 
-int32_t pcSimPCFamIPv6FibInit() noexcept {
-    return 0;
-}
-int32_t pcSimPCFamIPv6FibCleanup() noexcept {
-    return 0;
-}
-int32_t pcSimPCFamIPv6FibLookup() noexcept {
-    return 0;
-}
-int32_t pcSimCardIPv6SyncBeginHw() noexcept {
-    return 0;
-}
-int32_t pcSimCardIPv6SyncEndHw() noexcept {
-    return 0;
-}
+PCSIM_DEFINE_STUB(pcSimPCFamIPv6FibInit)
+PCSIM_DEFINE_STUB(pcSimPCFamIPv6FibCleanup)
+PCSIM_DEFINE_STUB(pcSimPCFamIPv6FibLookup)
+PCSIM_DEFINE_STUB(pcSimCardIPv6SyncBeginHw)
+PCSIM_DEFINE_STUB(pcSimCardIPv6SyncEndHw)
 
 int32_t pcSimPCFamIPv6FibEntryCmpFunc(const HalTreeNode* a, const HalTreeNode* b) noexcept {
     const auto& routeA = *reinterpret_cast<const pcSimIPv6FibRoute*>(a);

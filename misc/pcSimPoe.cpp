@@ -64,9 +64,4 @@ int32_t pcSimCardPoeGetPortDetails(uint32_t port, uint32_t value) noexcept {
                                   .byte45 = 3});
 }
 
-#define DEFINE_STUB(name)     \
-    int32_t name() noexcept { \
-        return 0;             \
-    }
-PCSIM_POE_STUBS(DEFINE_STUB)
-#undef DEFINE_STUB
+PCSIM_POE_STUBS(PCSIM_DEFINE_STUB)

@@ -4,6 +4,7 @@
 
 #include "pcsim/misc.h"
 #include "system/export.h"
+#include "system/stub.h"
 
 // clang-format off
 extern "C" {
@@ -26,9 +27,7 @@ PCSIM_EXPORT int32_t pcSimCardPoeGetPortDetails(uint32_t port, uint32_t value) n
     STUB(pcSimCardPoePortDisable)        \
     STUB(pcSimCardPoeGetPortState)       \
     STUB(pcSimCardPoeSetPortValue)
-#define PCSIM_DECLARE_STUB(name) PCSIM_EXPORT int32_t name() noexcept;
 PCSIM_POE_STUBS(PCSIM_DECLARE_STUB)
-#undef PCSIM_DECLARE_STUB
 }
 // clang-format on
 

@@ -246,10 +246,5 @@ int32_t pcSimCardPortSyncSetForwardingState(uint32_t portInstance) noexcept {
 
 // --- Accepted and ignored ------------------------------------------------------------------------
 
-#define DEFINE_STUB(name)     \
-    int32_t name() noexcept { \
-        return 0;             \
-    }
-PCSIM_PORT_STUBS(DEFINE_STUB)
-#undef DEFINE_STUB
+PCSIM_PORT_STUBS(PCSIM_DEFINE_STUB)
 }

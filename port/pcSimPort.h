@@ -11,6 +11,7 @@
 #include "pcsim/host_records.h"
 #include "pcsim/port.h"
 #include "system/export.h"
+#include "system/stub.h"
 
 // clang-format off
 extern "C" {
@@ -69,9 +70,7 @@ PCSIM_EXPORT int32_t pcSimCardPortZeroStats(uint32_t portInstance) noexcept;
     STUB(pcSimPortCfgHighPriCosVal)         \
     STUB(pcSimAddDelVlanToVr)               \
     STUB(pcSimAddDelPortToVr)
-#define PCSIM_DECLARE_STUB(name) PCSIM_EXPORT int32_t name() noexcept;
 PCSIM_PORT_STUBS(PCSIM_DECLARE_STUB)
-#undef PCSIM_DECLARE_STUB
 }
 // clang-format on
 

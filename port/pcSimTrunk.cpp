@@ -63,10 +63,5 @@ int32_t pcSimTrunkSyncSlot(uint32_t slot) noexcept {
     return 0;
 }
 
-#define DEFINE_STUB(name)     \
-    int32_t name() noexcept { \
-        return 0;             \
-    }
-PCSIM_TRUNK_STUBS(DEFINE_STUB)
-#undef DEFINE_STUB
+PCSIM_TRUNK_STUBS(PCSIM_DEFINE_STUB)
 }

@@ -6,6 +6,7 @@
 
 #include "pcsim/trunk.h"
 #include "system/export.h"
+#include "system/stub.h"
 
 // clang-format off
 extern "C" {
@@ -27,9 +28,7 @@ PCSIM_EXPORT int32_t pcSimTrunkSyncSlot(uint32_t slot) noexcept;
     STUB(pcSimTrunkSetForwardingState) \
     STUB(pcSimSyncVlanAddTrunk)       \
     STUB(pcSimCfgInterfacePortStateControl)
-#define PCSIM_DECLARE_STUB(name) PCSIM_EXPORT int32_t name() noexcept;
 PCSIM_TRUNK_STUBS(PCSIM_DECLARE_STUB)
-#undef PCSIM_DECLARE_STUB
 }
 // clang-format on
 

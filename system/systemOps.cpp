@@ -12,6 +12,7 @@
 #include "pcsim/system.h"
 #include "system/pcSimSystem.h"
 #include "system/record.h"
+#include "system/stub.h"
 #include "system/trace.h"
 
 namespace pcsim {
@@ -198,15 +199,10 @@ int32_t pcSimCheckpointStart() noexcept {
 }
 
 // Accepted and ignored.
-#define DEFINE_STUB(name)     \
-    int32_t name() noexcept { \
-        return 0;             \
-    }
-DEFINE_STUB(pcSimSystemNop)
-DEFINE_STUB(pcSimSystemShutdown)
-DEFINE_STUB(pcSimCheckpointMsgHandler)
-DEFINE_STUB(pcSimCheckpointStop)
-#undef DEFINE_STUB
+PCSIM_DEFINE_STUB(pcSimSystemNop)
+PCSIM_DEFINE_STUB(pcSimSystemShutdown)
+PCSIM_DEFINE_STUB(pcSimCheckpointMsgHandler)
+PCSIM_DEFINE_STUB(pcSimCheckpointStop)
 }
 
 // --- The table -----------------------------------------------------------------------------------
