@@ -5,7 +5,6 @@
 
 #include "acl/internal.h"
 #include "system/order.h"
-#include "system/stub.h"
 
 extern "C" {
 HalTreeRoot aclInstanceTree;
@@ -195,7 +194,5 @@ int32_t pcSimIPv4AclClearCounter(const HalAclCounterRequest* request) noexcept {
     return 0;
 }
 
-PCSIM_DEFINE_STUB(pcSimIPv4AclModify)
-PCSIM_DEFINE_STUB(pcSimCardIPv4AclSyncBegin)
-PCSIM_DEFINE_STUB(pcSimCardIPv4AclSyncEnd)
+PCSIM_ACL_STUBS(PCSIM_DEFINE_STUB)
 }

@@ -23,8 +23,8 @@
 
 #include "pcsim/acl.h"
 #include "pcsim/host_tree.h"
-#include "system/export.h"
 #include "system/list.h"
+#include "system/stub.h"
 
 namespace pcsim {
 
@@ -93,9 +93,11 @@ PCSIM_EXPORT int32_t pcSimIPv4AclGetCounter(HalAclCounterRequest* request) noexc
 PCSIM_EXPORT int32_t pcSimIPv4AclClearCounter(const HalAclCounterRequest* request) noexcept;
 
 // Accepted and ignored; 0.
-PCSIM_EXPORT int32_t pcSimIPv4AclModify() noexcept;
-PCSIM_EXPORT int32_t pcSimCardIPv4AclSyncBegin() noexcept;
-PCSIM_EXPORT int32_t pcSimCardIPv4AclSyncEnd() noexcept;
+#define PCSIM_ACL_STUBS(STUB)       \
+    STUB(pcSimIPv4AclModify)        \
+    STUB(pcSimCardIPv4AclSyncBegin) \
+    STUB(pcSimCardIPv4AclSyncEnd)
+PCSIM_ACL_STUBS(PCSIM_DECLARE_STUB)
 
 // State, for debuggers.
 extern PCSIM_EXPORT HalTreeRoot aclTree;

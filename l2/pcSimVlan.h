@@ -6,7 +6,6 @@
 #define PCSIM_L2_PCSIMVLAN_H
 
 #include "pcsim/l2.h"
-#include "system/export.h"
 #include "system/stub.h"
 
 extern "C" {

@@ -7,7 +7,6 @@
 #include <bit>
 
 #include "l3/fibTable.h"
-#include "system/stub.h"
 
 namespace {
 
@@ -100,13 +99,7 @@ uint32_t pcSimPCFamIPv4FibDump(const pcSimDumpSink* sink) noexcept {
     return Table::dump(sink);
 }
 
-PCSIM_DEFINE_STUB(pcSimPCFamIPv4FibInit)
-PCSIM_DEFINE_STUB(pcSimPCFamIPv4FibCleanup)
-PCSIM_DEFINE_STUB(pcSimPCFamIPv4FibLookup)
-PCSIM_DEFINE_STUB(pcSimPCFamIPv4FibTransEnd)
-PCSIM_DEFINE_STUB(pcSimCardIPv4SyncBeginHw)
-PCSIM_DEFINE_STUB(pcSimCardIPv4SyncEndHw)
-PCSIM_DEFINE_STUB(pcSimPCFamIPv4DirBcast)
+PCSIM_IPV4_FIB_STUBS(PCSIM_DEFINE_STUB)
 
 int32_t pcSimPCFamIPv4FibEntryCmpFunc(const HalTreeNode* a, const HalTreeNode* b) noexcept {
     const auto& routeA = *reinterpret_cast<const pcSimIPv4FibRoute*>(a);

@@ -7,6 +7,7 @@
 #define PCSIM_L3_PCSIMIPV4FIB_H
 
 #include "l3/adjacencyRoutes.h"
+#include "system/stub.h"
 
 extern "C" {
 
@@ -21,13 +22,15 @@ PCSIM_EXPORT uint32_t pcSimPCFamIPv4FibFlush(const pcSimIPv4FibReq* filter) noex
 PCSIM_EXPORT uint32_t pcSimPCFamIPv4FibDump(const pcSimDumpSink* sink) noexcept;
 
 // Accepted and ignored.
-PCSIM_EXPORT int32_t pcSimPCFamIPv4FibInit(void) noexcept;
-PCSIM_EXPORT int32_t pcSimPCFamIPv4FibCleanup(void) noexcept;
-PCSIM_EXPORT int32_t pcSimPCFamIPv4FibLookup(void) noexcept;
-PCSIM_EXPORT int32_t pcSimPCFamIPv4FibTransEnd(void) noexcept;
-PCSIM_EXPORT int32_t pcSimCardIPv4SyncBeginHw(void) noexcept;
-PCSIM_EXPORT int32_t pcSimCardIPv4SyncEndHw(void) noexcept;
-PCSIM_EXPORT int32_t pcSimPCFamIPv4DirBcast(void) noexcept;
+#define PCSIM_IPV4_FIB_STUBS(STUB)  \
+    STUB(pcSimPCFamIPv4FibInit)     \
+    STUB(pcSimPCFamIPv4FibCleanup)  \
+    STUB(pcSimPCFamIPv4FibLookup)   \
+    STUB(pcSimPCFamIPv4FibTransEnd) \
+    STUB(pcSimCardIPv4SyncBeginHw)  \
+    STUB(pcSimCardIPv4SyncEndHw)    \
+    STUB(pcSimPCFamIPv4DirBcast)
+PCSIM_IPV4_FIB_STUBS(PCSIM_DECLARE_STUB)
 
 // The table's order: VR ascending, mask descending, prefix ascending, as numbers.
 PCSIM_EXPORT int32_t pcSimPCFamIPv4FibEntryCmpFunc(const HalTreeNode* a,

@@ -5,7 +5,6 @@
 #include <string.h>
 
 #include "l3/fibTable.h"
-#include "system/stub.h"
 
 namespace {
 
@@ -110,11 +109,7 @@ uint32_t pcSimPCFamIPv6FibDump(const pcSimDumpSink* sink) noexcept {
     return Table::dump(sink);
 }
 
-PCSIM_DEFINE_STUB(pcSimPCFamIPv6FibInit)
-PCSIM_DEFINE_STUB(pcSimPCFamIPv6FibCleanup)
-PCSIM_DEFINE_STUB(pcSimPCFamIPv6FibLookup)
-PCSIM_DEFINE_STUB(pcSimCardIPv6SyncBeginHw)
-PCSIM_DEFINE_STUB(pcSimCardIPv6SyncEndHw)
+PCSIM_IPV6_FIB_STUBS(PCSIM_DEFINE_STUB)
 
 int32_t pcSimPCFamIPv6FibEntryCmpFunc(const HalTreeNode* a, const HalTreeNode* b) noexcept {
     const auto& routeA = *reinterpret_cast<const pcSimIPv6FibRoute*>(a);

@@ -7,7 +7,7 @@
 #define PCSIM_L3_PCSIMIPV6FIB_H
 
 #include "pcsim/l3.h"
-#include "system/export.h"
+#include "system/stub.h"
 
 extern "C" {
 
@@ -22,11 +22,13 @@ PCSIM_EXPORT uint32_t pcSimPCFamIPv6FibFlush(const pcSimIPv6FibReq* filter) noex
 PCSIM_EXPORT uint32_t pcSimPCFamIPv6FibDump(const pcSimDumpSink* sink) noexcept;
 
 // Accepted and ignored.
-PCSIM_EXPORT int32_t pcSimPCFamIPv6FibInit(void) noexcept;
-PCSIM_EXPORT int32_t pcSimPCFamIPv6FibCleanup(void) noexcept;
-PCSIM_EXPORT int32_t pcSimPCFamIPv6FibLookup(void) noexcept;
-PCSIM_EXPORT int32_t pcSimCardIPv6SyncBeginHw(void) noexcept;
-PCSIM_EXPORT int32_t pcSimCardIPv6SyncEndHw(void) noexcept;
+#define PCSIM_IPV6_FIB_STUBS(STUB) \
+    STUB(pcSimPCFamIPv6FibInit)    \
+    STUB(pcSimPCFamIPv6FibCleanup) \
+    STUB(pcSimPCFamIPv6FibLookup)  \
+    STUB(pcSimCardIPv6SyncBeginHw) \
+    STUB(pcSimCardIPv6SyncEndHw)
+PCSIM_IPV6_FIB_STUBS(PCSIM_DECLARE_STUB)
 
 // The table's order: VR ascending, prefix length descending, prefix bytes ascending.
 PCSIM_EXPORT int32_t pcSimPCFamIPv6FibEntryCmpFunc(const HalTreeNode* a,

@@ -3,7 +3,6 @@
 #define PCSIM_MISC_PCSIMPOE_H
 
 #include "pcsim/misc.h"
-#include "system/export.h"
 #include "system/stub.h"
 
 // clang-format off

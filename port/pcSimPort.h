@@ -10,7 +10,6 @@
 
 #include "pcsim/host_records.h"
 #include "pcsim/port.h"
-#include "system/export.h"
 #include "system/stub.h"
 
 // clang-format off

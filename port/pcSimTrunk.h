@@ -5,7 +5,6 @@
 #define PCSIM_PORT_PCSIMTRUNK_H
 
 #include "pcsim/trunk.h"
-#include "system/export.h"
 #include "system/stub.h"
 
 // clang-format off

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "tests/l3/support.h"
+#include "tests/support/stubs.h"
 
 namespace {
 
@@ -502,11 +503,7 @@ TEST(IPv4HostRoute, FreeOfARouteWithoutNextHops) {
 
 TEST(IPv4Fib, IgnoredOperationsReturnZero) {
     add({kA});
-    for (auto* operation :
-         {pcSimPCFamIPv4FibInit, pcSimPCFamIPv4FibCleanup, pcSimPCFamIPv4FibLookup,
-          pcSimPCFamIPv4FibTransEnd, pcSimCardIPv4SyncBeginHw, pcSimCardIPv4SyncEndHw,
-          pcSimPCFamIPv4DirBcast})
-        EXPECT_EQ(operation(), 0);
+    expectStubs({PCSIM_IPV4_FIB_STUBS(PCSIM_STUB_ROW)}, 7);
     EXPECT_EQ(hopsOf(theRoute()), (Hops{kA}));
 }
 

@@ -6,6 +6,7 @@
 #include "pcsim/host.h"
 #include "tests/support/host.h"
 #include "tests/support/record_image.h"
+#include "tests/support/stubs.h"
 
 namespace {
 
@@ -93,18 +94,7 @@ TEST(Poe, HandleIsReadAtEachCall) {
 }
 
 TEST(Poe, SettingsAreAcceptedAndIgnored) {
-    using Any = int32_t(uint32_t, uint32_t, uint32_t, uint32_t);
-    const void* const settings[] = {
-#define ADDRESS(name) reinterpret_cast<const void*>(name),
-        PCSIM_POE_STUBS(ADDRESS)
-#undef ADDRESS
-    };
-    EXPECT_EQ(sizeof settings / sizeof *settings, 11u);
-    for (const void* setting : settings)
-        EXPECT_EQ(reinterpret_cast<Any*>(const_cast<void*>(setting))(1, 2, 3, 4), 0);
-    EXPECT_TRUE(host().calls.empty());
-    EXPECT_TRUE(host().queries.empty());
-    EXPECT_TRUE(host().replies.empty());
+    expectStubs({PCSIM_POE_STUBS(PCSIM_STUB_ROW)}, 11);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "tests/port/port_fixture.h"
+#include "tests/support/stubs.h"
 
 namespace {
 
@@ -351,24 +352,8 @@ TEST_F(PortTest, LogicalPortsHaveNoMediaType) {
     EXPECT_TRUE(host().incidents.empty());
 }
 
-#define NAME_AND_STUB(name) {#name, name},
-const struct {
-    const char* name;
-    HalStubFn* operation;
-} kStubs[] = {PCSIM_PORT_STUBS(NAME_AND_STUB)};
-
 TEST_F(PortTest, StubsReturnZeroWhateverTheArguments) {
-    EXPECT_EQ(std::size(kStubs), 16u);
-    for (const auto& stub : kStubs) {
-        SCOPED_TRACE(stub.name);
-        EXPECT_EQ(stub.operation(), 0);
-        using Any = int32_t(uint32_t, void*, uint32_t, uint32_t);
-        EXPECT_EQ(reinterpret_cast<Any*>(reinterpret_cast<void*>(stub.operation))(
-                      0xFFFFFFFF, nullptr, 0xFFFFFFFF, 1),
-                  0);
-    }
-    EXPECT_TRUE(host().calls.empty());
-    EXPECT_TRUE(host().incidents.empty());
+    expectStubs({PCSIM_PORT_STUBS(PCSIM_STUB_ROW)}, 16);
     EXPECT_TRUE(requests.empty());
 }
 

@@ -3,6 +3,7 @@
 
 #include "l2/pcSimVlan.h"
 #include "tests/port/port_fixture.h"
+#include "tests/support/stubs.h"
 
 namespace {
 
@@ -159,24 +160,8 @@ TEST_F(TrunkTest, AMissingTrunkNoLongerHoldsAPortThatHasLeftIt) {
               "No lif found\nNo lif found\nNo lif found\n");
 }
 
-#define NAME_AND_STUB(name) {#name, name},
-const struct {
-    const char* name;
-    HalStubFn* operation;
-} kStubs[] = {PCSIM_TRUNK_STUBS(NAME_AND_STUB)};
-
 TEST_F(TrunkTest, StubsReturnZeroWhateverTheArguments) {
-    EXPECT_EQ(std::size(kStubs), 9u);
-    for (const auto& stub : kStubs) {
-        SCOPED_TRACE(stub.name);
-        EXPECT_EQ(stub.operation(), 0);
-        using Any = int32_t(uint32_t, void*, uint32_t, uint32_t);
-        EXPECT_EQ(reinterpret_cast<Any*>(reinterpret_cast<void*>(stub.operation))(
-                      0xFFFFFFFF, nullptr, 0xFFFFFFFF, 1),
-                  0);
-    }
-    EXPECT_TRUE(host().calls.empty());
-    EXPECT_TRUE(host().incidents.empty());
+    expectStubs({PCSIM_TRUNK_STUBS(PCSIM_STUB_ROW)}, 9);
 }
 
 }  // namespace
