@@ -73,10 +73,8 @@ void PortTest::linkUp(const std::string& name, uint16_t abilities) {
 
 void PortTest::counterTable(const std::string& text) {
     if (tablePath_.empty()) {
-        tablePath_ = testing::TempDir() + "pcsim-counters-XXXXXX";
-        const int descriptor = mkstemp(tablePath_.data());
-        ASSERT_GE(descriptor, 0);
-        close(descriptor);
+        // Each case has a process, and so a table, of its own.
+        tablePath_ = testing::TempDir() + "pcsim-counters-" + std::to_string(getpid());
     }
     std::ofstream(tablePath_, std::ios::binary | std::ios::trunc) << text;
     libc().redirectTo = tablePath_;
