@@ -25,6 +25,18 @@ std::vector<int> zeroed(Where where, uint16_t counters) {
     return numbers;
 }
 
+// A request about 'web' at 1:1 in slot 1, made in the memory that a test watches.
+HalAclCounterRequest* requestIn(std::vector<uint32_t>& words, uint16_t entryCount) {
+    auto* const request = reinterpret_cast<HalAclCounterRequest*>(words.data());
+    std::strcpy(request->name, "web");
+    request->vlan = 1;
+    request->port = 1;
+    request->key = 0;
+    request->slot = 1;
+    request->entryCount = entryCount;
+    return request;
+}
+
 class AclCounter : public testing::Test {
 protected:
     static constexpr Where kWhere{1, 1, 0, 1};
@@ -72,13 +84,7 @@ TEST_F(AclCounter, NumbersAboveTheCountAreIgnored) {
 
 TEST_F(AclCounter, ClearDoesNotWriteToTheRequest) {
     std::vector<uint32_t> words((56 + 52) / 4, 0xEEEEEEEE);
-    auto* const request = reinterpret_cast<HalAclCounterRequest*>(words.data());
-    std::strcpy(request->name, "web");
-    request->vlan = 1;
-    request->port = 1;
-    request->key = 0;
-    request->slot = 1;
-    request->entryCount = 1;
+    HalAclCounterRequest* const request = requestIn(words, 1);
     request->entries[0].counter = 1;
     const std::vector<uint32_t> before = words;
     EXPECT_EQ(pcSimIPv4AclClearCounter(request), 0);
@@ -87,13 +93,7 @@ TEST_F(AclCounter, ClearDoesNotWriteToTheRequest) {
 
 TEST_F(AclCounter, GetWritesNothingForAStoredList) {
     std::vector<uint32_t> words((56 + 2 * 52) / 4, 0xEEEEEEEE);
-    auto* const request = reinterpret_cast<HalAclCounterRequest*>(words.data());
-    std::strcpy(request->name, "web");
-    request->vlan = 1;
-    request->port = 1;
-    request->key = 0;
-    request->slot = 1;
-    request->entryCount = 2;
+    HalAclCounterRequest* const request = requestIn(words, 2);
     const std::vector<uint32_t> before = words;
     EXPECT_EQ(pcSimIPv4AclGetCounter(request), 0);
     EXPECT_EQ(words, before);

@@ -8,6 +8,7 @@
 #include <set>
 
 #include "tests/acl/fixture.h"
+#include "tests/support/seed.h"
 
 namespace {
 
@@ -165,10 +166,7 @@ protected:
 };
 
 TEST_F(AclModel, RandomOperationsMatchANaiveModel) {
-    const char* given = std::getenv("PCSIM_TEST_SEED");
-    const uint32_t seed = given != nullptr ? static_cast<uint32_t>(std::strtoul(given, nullptr, 0))
-                                           : std::random_device{}();
-    std::printf("PCSIM_TEST_SEED=%u\n", seed);
+    const uint32_t seed = modelSeed();
     random.seed(seed);
     for (int i = 0; i < 40000 && !HasFatalFailure(); ++i) {
         SCOPED_TRACE("seed " + std::to_string(seed) + ", step " + std::to_string(i));

@@ -1,30 +1,14 @@
 // Fans: presence, readings, records and traces of both shapes.
 #include "env/pcSimFan.h"
 
-#include <gtest/gtest.h>
-
-#include "tests/support/host.h"
-#include "tests/support/libc.h"
+#include "tests/env/fixture.h"
 #include "tests/support/record_image.h"
 
 namespace {
 
 using namespace pcsim::test;
 
-constexpr uint32_t kNow = 0x5F5E1234;
-
-class Fan : public testing::Test {
-protected:
-    void SetUp() override {
-        host().attachComponents();
-        libc().now = kNow;
-    }
-    // Nothing here but the traces may reach the host or the heap.
-    void TearDown() override {
-        EXPECT_TRUE(host().calls.empty());
-        EXPECT_EQ(libc().allocationCalls, 0u);
-    }
-};
+class Fan : public UnitTest {};
 
 void expectIncident(const char* function, const char* text) {
     ASSERT_EQ(host().incidents.size(), 1u);

@@ -1,29 +1,14 @@
 // Power supplies: presence, readings, records and traces of both shapes.
 #include "env/pcSimPowerSupply.h"
 
-#include <gtest/gtest.h>
-
-#include "tests/support/host.h"
-#include "tests/support/libc.h"
+#include "tests/env/fixture.h"
 #include "tests/support/record_image.h"
 
 namespace {
 
 using namespace pcsim::test;
 
-constexpr uint32_t kNow = 0x5F5E1234;
-
-class PowerSupply : public testing::Test {
-protected:
-    void SetUp() override {
-        host().attachComponents();
-        libc().now = kNow;
-    }
-    void TearDown() override {
-        EXPECT_TRUE(host().calls.empty());
-        EXPECT_EQ(libc().allocationCalls, 0u);
-    }
-};
+class PowerSupply : public UnitTest {};
 
 // --- Presence and readings ------------------------------------------------------------------
 

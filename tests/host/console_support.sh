@@ -36,6 +36,21 @@ refuses() {
         problem "'$*' said: $(cat "$scratch/err")"$'\n'"  instead of: pcsim: $line"
 }
 
+# ends STATUS LINE ARGUMENT...: pcsim ends with STATUS, and standard error is LINE.
+ends() {
+    local status=$1 line=$2
+    shift 2
+    timeout 20 "$pcsim" "$@" >"$scratch/out" 2>"$scratch/err"
+    said $? "$status" "$line" "$*"
+}
+
+# said GOT STATUS LINE WHAT: of the last run.
+said() {
+    [ "$1" -eq "$2" ] || problem "'$4' ended with $1, not $2"
+    [ "$(cat "$scratch/err")" = "$3" ] ||
+        problem "'$4' said: $(cat "$scratch/err")"$'\n'"  instead of: $3"
+}
+
 # answers PATTERN COMMAND...: all commands succeed, and a line that matches is printed.
 answers() {
     local pattern=$1

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "pcsim/host_tree.h"
+#include "tests/support/seed.h"
 
 namespace {
 
@@ -154,11 +155,7 @@ TEST_F(Tree, EveryOrderOfSevenKeysAndEveryRemoval) {
 }
 
 TEST_F(Tree, RandomInsertsAndRemovalsAgainstASet) {
-    const char* given = std::getenv("PCSIM_SEED");
-    const auto seed = given != nullptr ? static_cast<uint32_t>(std::strtoul(given, nullptr, 0))
-                                       : std::random_device{}();
-    std::printf("PCSIM_SEED=%u\n", seed);
-    std::mt19937 random(seed);
+    std::mt19937 random(pcsim::test::modelSeed());
     makeItems(3000);
     std::set<uint32_t> model;
     for (uint32_t step = 0; step < 300'000; ++step) {

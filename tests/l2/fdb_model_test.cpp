@@ -14,6 +14,7 @@
 #include "tests/l2/fdb_support.h"
 #include "tests/support/host.h"
 #include "tests/support/libc.h"
+#include "tests/support/seed.h"
 
 namespace {
 
@@ -199,8 +200,7 @@ private:
 };
 
 void runModel(int operations) {
-    const uint32_t seed = std::random_device{}();
-    std::printf("seed %u\n", seed);
+    const uint32_t seed = modelSeed();
     SCOPED_TRACE(testing::Message() << "seed " << seed);
     std::srand(seed);
     Model(seed).run(operations);

@@ -14,6 +14,7 @@
 #include <set>
 
 #include "tests/l3/support.h"
+#include "tests/support/seed.h"
 
 namespace {
 
@@ -30,13 +31,6 @@ constexpr int32_t kMaxSlots = 6;
 
 class Random {
 public:
-    Random() {
-        const char* given = std::getenv("PCSIM_SEED");
-        seed_ = given != nullptr ? static_cast<uint32_t>(std::strtoul(given, nullptr, 0))
-                                 : std::random_device{}();
-        std::printf("PCSIM_SEED=%u\n", seed_);
-        engine_.seed(seed_);
-    }
     uint32_t below(uint32_t limit) {
         return static_cast<uint32_t>(uint64_t{engine_() & 0xFFFFFFFFu} * limit >> 32);
     }
@@ -46,8 +40,7 @@ public:
     }
 
 private:
-    uint32_t seed_;
-    std::mt19937 engine_;
+    std::mt19937 engine_{modelSeed()};
 };
 
 template <typename Gateway>

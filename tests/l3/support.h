@@ -129,22 +129,22 @@ inline pcSimIPv6FibRoute* route6(uint32_t vrId, const char* prefix, uint32_t mas
                             address.words[3], maskLen);
 }
 
-inline Hops hopsOf(const pcSimIPv4FibRoute* route) {
+template <typename NextHop>
+Hops hopsFrom(const NextHop* hop, int family) {
     Hops hops;
-    for (const pcSimFibNextHop* hop = route->nextHops; hop != nullptr; hop = hop->next) {
-        char text[INET_ADDRSTRLEN];
-        hops.push_back({inet_ntop(AF_INET, &hop->gateway, text, sizeof text), hop->vlan});
+    for (; hop != nullptr; hop = hop->next) {
+        char text[INET6_ADDRSTRLEN];
+        hops.push_back({inet_ntop(family, &hop->gateway, text, sizeof text), hop->vlan});
     }
     return hops;
 }
 
+inline Hops hopsOf(const pcSimIPv4FibRoute* route) {
+    return hopsFrom(route->nextHops, AF_INET);
+}
+
 inline Hops hopsOf(const pcSimIPv6FibRoute* route) {
-    Hops hops;
-    for (const pcSimIPv6FibNextHop* hop = route->nextHops; hop != nullptr; hop = hop->next) {
-        char text[INET6_ADDRSTRLEN];
-        hops.push_back({inet_ntop(AF_INET6, &hop->gateway, text, sizeof text), hop->vlan});
-    }
-    return hops;
+    return hopsFrom(route->nextHops, AF_INET6);
 }
 
 // A sink that keeps each piece it is given.

@@ -9,6 +9,7 @@
 #include <set>
 
 #include "tests/mcast/fixture.h"
+#include "tests/support/seed.h"
 
 namespace {
 
@@ -289,10 +290,7 @@ protected:
 };
 
 TEST_F(McastModel, RandomOperationsMatchANaiveModel) {
-    const char* given = std::getenv("PCSIM_TEST_SEED");
-    const uint32_t seed = given != nullptr ? static_cast<uint32_t>(std::strtoul(given, nullptr, 0))
-                                           : std::random_device{}();
-    std::printf("PCSIM_TEST_SEED=%u\n", seed);
+    const uint32_t seed = modelSeed();
     random.seed(seed);
     for (int i = 0; i < 20000 && !HasFatalFailure(); ++i) {
         SCOPED_TRACE("seed " + std::to_string(seed) + ", step " + std::to_string(i));
