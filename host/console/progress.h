@@ -1,5 +1,5 @@
-// A progress bar for long steps: on standard error, only when that is a terminal, erased at the
-// end.
+// A progress bar with the rate, for long steps: on standard error, only when that is a terminal,
+// erased at the end.
 #ifndef PCSIM_HOST_CONSOLE_PROGRESS_H
 #define PCSIM_HOST_CONSOLE_PROGRESS_H
 
@@ -11,7 +11,9 @@ namespace pcsim::host {
 
 class Progress {
 public:
-    Progress(std::string what, uint64_t total);
+    // 'total' is what at() counts up to, 0 when nobody knows: then nothing is shown. 'noun' is what
+    // each call of at() stands for.
+    Progress(std::string what, uint64_t total, std::string noun);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
@@ -29,9 +31,11 @@ private:
 
     std::string what_;
     uint64_t total_;
+    std::string noun_;
     bool shown_;
     bool drawn_ = false;
-    uint32_t calls_ = 0;
+    uint64_t calls_ = 0;
+    Clock::time_point start_ = Clock::now();
     Clock::time_point nextDraw_;
 };
 

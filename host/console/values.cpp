@@ -143,8 +143,6 @@ std::optional<std::string> valueProblem(const std::string& type, const std::stri
                         std::stoull(type.substr(dash + 1)));
         else if (type == "port")
             parseSlotPort(word);
-        else if (type == "slot")
-            parseNumber("slot", word, 0, 255);
         else if (type == "vlan")
             parseNumber("VLAN", word, 1, 4094);
         else if (type == "u32")

@@ -39,7 +39,6 @@ public:
     uint16_t vlan(const std::string& name = "vlan") const {
         return static_cast<uint16_t>(number(name));
     }
-    int slot(const std::string& name = "slot") const { return static_cast<int>(number(name)); }
     SlotPort port(const std::string& name = "port") const { return parseSlotPort(text(name)); }
 
     // For verbs that report progress or several lines of their own.

@@ -38,7 +38,6 @@ public:
     }
 
     const std::deque<Event>& events() const { return events_; }
-    uint64_t nextPosition() const { return nextPosition_; }
 
     // The first event at or after 'from' whose "source text" contains 'part', or null.
     const Event* find(const std::string& part, uint64_t from) const;

@@ -81,7 +81,6 @@ void Machine::boot() {
     };
     bootSystem();
     for (Manager* manager : managers_) manager->boot();
-    booted_ = true;
 }
 
 // The first steps of a HAL: the system table, what the chassis is, which cards it may hold.

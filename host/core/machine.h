@@ -72,7 +72,6 @@ public:
 
     // Loads the library and brings the system up. Throws a CommandError.
     void boot();
-    bool booted() const { return booted_; }
 
     // Called by the card manager.
     void cardUp(int slot);
@@ -123,7 +122,6 @@ private:
 
     Options options_;
     int ownSlot_ = 0;
-    bool booted_ = false;
     std::unique_ptr<lab::Lab> lab_;
     std::unique_ptr<AclManager> acl_;
     std::unique_ptr<CardManager> cards_;

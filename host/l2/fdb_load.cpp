@@ -82,7 +82,7 @@ private:
 FdbLoadResult loadMacTable(Machine& machine, const std::string& path, bool makeVlans) {
     TextFile file(path);
     Loader loader(machine, makeVlans);
-    Progress progress("Loading " + path, file.size());
+    Progress progress("Loading " + path, file.size(), "lines");
     std::string_view line;
     for (uint64_t number = 1; file.next(line); ++number) {
         loader.line(number, line);

@@ -1,13 +1,11 @@
 // Lines of routes, as fast as the platform takes them.
 #include "host/l3/load.h"
 
-#include <unistd.h>
-
 #include <charconv>
 #include <chrono>
-#include <cstdio>
 
 #include "host/console/present.h"
+#include "host/console/progress.h"
 #include "host/core/text_file.h"
 
 namespace pcsim::host {
@@ -45,41 +43,6 @@ template IPv6Family::Key keyOf<IPv6Family>(const IpPrefix&);
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-// The line that tells how far a load is, on a terminal alone.
-class Progress {
-public:
-    explicit Progress(const TextFile& file) : file_(file), shown_(isatty(STDERR_FILENO) != 0) {}
-    ~Progress() {
-        if (drawn_) std::fputs("\r\033[K", stderr);
-    }
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
-
-    void at(uint64_t lines) {
-        constexpr uint64_t kLinesPerLook = 4096;
-        constexpr auto kPeriod = std::chrono::milliseconds(100);
-        if (!shown_ || lines % kLinesPerLook != 0) return;
-        const auto now = Clock::now();
-        if (now - last_ < kPeriod) return;
-        last_ = now;
-        drawn_ = true;
-        const uint64_t percent =
-            file_.size() == 0 ? 0 : std::min<uint64_t>(file_.position() * 100 / file_.size(), 100);
-        const double seconds = std::chrono::duration<double>(now - start_).count();
-        const std::string bar(static_cast<size_t>(percent / 4), '#');
-        fmt::print(stderr, "\r[{:<25}] {:3}%  {} routes, {:.0f} per second\033[K", bar, percent,
-                   lines, static_cast<double>(lines) / seconds);
-        std::fflush(stderr);
-    }
-
-private:
-    const TextFile& file_;
-    bool shown_;
-    bool drawn_ = false;
-    Clock::time_point start_ = Clock::now();
-    Clock::time_point last_ = start_;
-};
 
 // Takes the next word off a line; empty at its end.
 std::string_view takeWord(std::string_view& line) {
@@ -200,7 +163,7 @@ LoadResult loadRoutes(L3Manager& manager, const std::string& path, uint32_t vr,
     LoadResult result;
     const auto start = Clock::now();
     TextFile file(path);
-    Progress progress(file);
+    Progress progress("Loading " + path, file.size(), "routes");
     Loader loader(manager, vr, otherwise);
     std::string_view line;
     uint64_t number = 0;
@@ -211,7 +174,7 @@ LoadResult loadRoutes(L3Manager& manager, const std::string& path, uint32_t vr,
         } catch (const CommandError& error) {
             noteBadLine(result, number, error.what());
         }
-        progress.at(number);
+        progress.at(file.position());
     }
     result.fileProblem = file.problem();
     result.seconds = std::chrono::duration<double>(Clock::now() - start).count();

@@ -138,7 +138,7 @@ McastLoaded loadMcast(McastManager& manager, const McastLoad& load,
         ++(isNew ? loaded.caches : loaded.known);
         groups.insert(group);
     };
-    Progress progress("Loading " + load.file, file.lines.size());
+    Progress progress("Loading " + load.file, file.lines.size(), "lines");
     uint64_t done = 0;
     for (const auto& [number, line] : file.lines) {
         try {
