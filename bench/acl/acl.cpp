@@ -19,7 +19,7 @@
 #include <tuple>
 #include <vector>
 
-#include "acl/pcSimIPv4Acl.h"
+#include "platform/acl/pcSimIPv4Acl.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <unordered_set>
 
-#include "l2/pcSimFdb.h"
+#include "platform/l2/pcSimFdb.h"
 
 namespace pcsim::bench {
 namespace {

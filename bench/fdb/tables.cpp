@@ -4,8 +4,8 @@
 #include <array>
 #include <cstdio>
 
-#include "card/pcSimCardDB.h"
-#include "l2/pcSimFdb.h"
+#include "platform/card/pcSimCardDB.h"
+#include "platform/l2/pcSimFdb.h"
 
 namespace pcsim::bench {
 

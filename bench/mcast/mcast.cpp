@@ -23,8 +23,8 @@
 #include <set>
 #include <vector>
 
-#include "mcast/pcSimIPv4McDb.h"
 #include "pcsim/host.h"
+#include "platform/mcast/pcSimIPv4McDb.h"
 
 // --- The host -----------------------------------------------------------------------------------
 

@@ -4,10 +4,10 @@
 #include <cstdlib>
 
 #include "bench/routes/contenders.h"
-#include "card/pcSimCardDB.h"
-#include "l3/pcSimIPv4Fib.h"
-#include "l3/pcSimIPv6Fib.h"
 #include "pcsim/family.h"
+#include "platform/card/pcSimCardDB.h"
+#include "platform/l3/pcSimIPv4Fib.h"
+#include "platform/l3/pcSimIPv6Fib.h"
 
 namespace pcsim::bench {
 

@@ -24,8 +24,8 @@
 #include <string>
 #include <vector>
 
-#include "port/pcSimPort.h"
-#include "system/pcSimSystem.h"
+#include "platform/port/pcSimPort.h"
+#include "platform/system/pcSimSystem.h"
 
 // --- The host ------------------------------------------------------------------------------------
 

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "pcsim/ems.h"
-#include "port/pcSimPort.h"
+#include "platform/port/pcSimPort.h"
 
 namespace {
 uint64_t names;

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "acl/pcSimIPv4Acl.h"
+#include "platform/acl/pcSimIPv4Acl.h"
 #include "tests/support/host.h"
 #include "tests/support/libc.h"
 #include "tests/support/tree.h"

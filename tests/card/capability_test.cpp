@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "card/pcSimCardDB.h"
-#include "system/pcSimSystem.h"
+#include "platform/card/pcSimCardDB.h"
+#include "platform/system/pcSimSystem.h"
 #include "tests/support/host.h"
 #include "tests/support/image.h"
 #include "tests/support/libc.h"

@@ -1,5 +1,5 @@
 // The card database, the slot records and the identity of each card.
-#include "card/pcSimCardDB.h"
+#include "platform/card/pcSimCardDB.h"
 
 #include <gtest/gtest.h>
 
@@ -7,9 +7,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "card/pcSimCard.h"
 #include "pcsim/card_slot.h"
-#include "system/pcSimSystem.h"
+#include "platform/card/pcSimCard.h"
+#include "platform/system/pcSimSystem.h"
 #include "tests/support/host.h"
 #include "tests/support/image.h"
 #include "tests/support/libc.h"

@@ -4,8 +4,8 @@
 
 #include <cstring>
 
-#include "card/pcSimCardDB.h"
 #include "pcsim/card_slot.h"
+#include "platform/card/pcSimCardDB.h"
 #include "tests/support/host.h"
 #include "tests/support/image.h"
 #include "tests/support/libc.h"

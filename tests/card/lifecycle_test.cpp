@@ -4,9 +4,9 @@
 #include <climits>
 #include <cstring>
 
-#include "card/pcSimCard.h"
-#include "card/pcSimCardDB.h"
-#include "port/pcSimPort.h"
+#include "platform/card/pcSimCard.h"
+#include "platform/card/pcSimCardDB.h"
+#include "platform/port/pcSimPort.h"
 #include "tests/support/host.h"
 #include "tests/support/image.h"
 

@@ -3,9 +3,9 @@
 
 #include <cstring>
 
-#include "card/pcSimCardDB.h"
 #include "pcsim/card_slot.h"
 #include "pcsim/family.h"
+#include "platform/card/pcSimCardDB.h"
 #include "tests/support/host.h"
 #include "tests/support/words.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "device/pcSimDevice.h"
+#include "platform/device/pcSimDevice.h"
 #include "tests/support/host.h"
 #include "tests/support/libc.h"
 

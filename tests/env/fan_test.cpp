@@ -1,5 +1,5 @@
 // Fans: presence, readings, records and traces of both shapes.
-#include "env/pcSimFan.h"
+#include "platform/env/pcSimFan.h"
 
 #include "tests/env/fixture.h"
 #include "tests/support/record_image.h"

@@ -1,5 +1,5 @@
 // Power supplies: presence, readings, records and traces of both shapes.
-#include "env/pcSimPowerSupply.h"
+#include "platform/env/pcSimPowerSupply.h"
 
 #include "tests/env/fixture.h"
 #include "tests/support/record_image.h"

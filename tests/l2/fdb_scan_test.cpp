@@ -1,5 +1,5 @@
 // The bucket scans against a loop over the entries: each one alone, on buckets of every kind.
-#include "l2/fdbScan.h"
+#include "platform/l2/fdbScan.h"
 
 #include <gtest/gtest.h>
 

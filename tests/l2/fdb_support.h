@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "l2/pcSimFdb.h"
+#include "platform/l2/pcSimFdb.h"
 
 namespace pcsim::test {
 

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "l2/pcSimVlan.h"
+#include "platform/l2/pcSimVlan.h"
 #include "tests/support/host.h"
 #include "tests/support/libc.h"
 #include "tests/support/stubs.h"

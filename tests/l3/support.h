@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "l3/pcSimIPv4Fib.h"
-#include "l3/pcSimIPv6Fib.h"
-#include "l3/pcSimIpAdj.h"
+#include "platform/l3/pcSimIPv4Fib.h"
+#include "platform/l3/pcSimIPv6Fib.h"
+#include "platform/l3/pcSimIpAdj.h"
 #include "tests/support/host.h"
 #include "tests/support/libc.h"
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "mcast/pcSimIPv4McDb.h"
+#include "platform/mcast/pcSimIPv4McDb.h"
 #include "tests/support/host.h"
 #include "tests/support/libc.h"
 #include "tests/support/tree.h"

@@ -1,5 +1,5 @@
 // Power over Ethernet: reply messages byte by byte, and settings that are ignored.
-#include "misc/pcSimPoe.h"
+#include "platform/misc/pcSimPoe.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Packet sampling: prints and counters.
-#include "misc/pcSimSampling.h"
+#include "platform/misc/pcSimSampling.h"
 
 #include <gtest/gtest.h>
 

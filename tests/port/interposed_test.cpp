@@ -1,6 +1,6 @@
 // A host that defines operations of its own: the platform calls those, and copes with what they
 // answer.
-#include "port/pcSimTrunk.h"
+#include "platform/port/pcSimTrunk.h"
 #include "tests/port/port_fixture.h"
 
 using namespace pcsim::test;

@@ -11,7 +11,7 @@
 #include <cstring>
 #include <fstream>
 
-#include "system/pcSimSystem.h"
+#include "platform/system/pcSimSystem.h"
 
 namespace pcsim::test {
 

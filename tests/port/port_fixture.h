@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "port/pcSimPort.h"
+#include "platform/port/pcSimPort.h"
 #include "tests/support/host.h"
 #include "tests/support/libc.h"
 

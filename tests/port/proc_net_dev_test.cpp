@@ -1,5 +1,5 @@
 // The kernel's counter table as text: splitting lines, finding the one, reading its numbers.
-#include "port/procNetDev.h"
+#include "platform/port/procNetDev.h"
 
 #include <cstring>
 #include <random>

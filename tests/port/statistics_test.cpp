@@ -2,7 +2,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "system/pcSimSystem.h"
+#include "platform/system/pcSimSystem.h"
 #include "tests/port/port_fixture.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // Trunks: handles, the address algorithm, and the walk that brings a slot's members back.
-#include "port/pcSimTrunk.h"
+#include "platform/port/pcSimTrunk.h"
 
-#include "l2/pcSimVlan.h"
+#include "platform/l2/pcSimVlan.h"
 #include "tests/port/port_fixture.h"
 #include "tests/support/stubs.h"
 

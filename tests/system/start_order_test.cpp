@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "pcsim/system.h"
-#include "system/pcSimSystem.h"
+#include "platform/system/pcSimSystem.h"
 #include "tests/support/host.h"
 
 namespace {

@@ -6,11 +6,11 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "card/pcSimCard.h"
-#include "env/pcSimFan.h"
-#include "env/pcSimPowerSupply.h"
 #include "pcsim/system.h"
-#include "system/pcSimSystem.h"
+#include "platform/card/pcSimCard.h"
+#include "platform/env/pcSimFan.h"
+#include "platform/env/pcSimPowerSupply.h"
+#include "platform/system/pcSimSystem.h"
 #include "tests/support/host.h"
 #include "tests/support/image.h"
 #include "tests/support/libc.h"

@@ -1,5 +1,5 @@
 // Entry, interface count and own slot.
-#include "system/pcSimSystem.h"
+#include "platform/system/pcSimSystem.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@
 #include <set>
 
 #include "pcsim/system.h"
-#include "port/pcSimPort.h"
+#include "platform/port/pcSimPort.h"
 #include "tests/support/host.h"
 #include "tests/support/libc.h"
 

@@ -1,9 +1,9 @@
 // Trace sites and the ten trace operations.
-#include "system/trace.h"
+#include "platform/system/trace.h"
 
 #include <gtest/gtest.h>
 
-#include "l3/pcSimIpAdj.h"
+#include "platform/l3/pcSimIpAdj.h"
 #include "tests/support/host.h"
 #include "tests/support/libc.h"
 

@@ -1,0 +1,2 @@
+target_sources(platform_objects PRIVATE
+    ${PROJECT_SOURCE_DIR}/platform/device/pcSimDevice.cpp)
