@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "platform/acl/internal.h"
-#include "platform/system/order.h"
+#include "platform/base/order.h"
 
 extern "C" {
 HalTreeRoot aclInstanceTree;

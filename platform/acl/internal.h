@@ -5,7 +5,7 @@
 #include <cstddef>
 
 #include "platform/acl/pcSimIPv4Acl.h"
-#include "platform/system/assertion.h"
+#include "platform/base/assertion.h"
 
 // Stops the process unless 'condition' holds.
 #define ACL_ASSERT(condition) PCSIM_ASSERT_NAMED("pcSimIPv4Acl.c", condition, #condition)

@@ -23,8 +23,8 @@
 
 #include "pcsim/acl.h"
 #include "pcsim/host_tree.h"
-#include "platform/system/list.h"
-#include "platform/system/stub.h"
+#include "platform/base/list.h"
+#include "platform/base/stub.h"
 
 namespace pcsim {
 

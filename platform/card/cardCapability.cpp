@@ -3,9 +3,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/base/trace.h"
 #include "platform/card/pcSimCardDB.h"
 #include "platform/system/pcSimSystem.h"
-#include "platform/system/trace.h"
 
 namespace pcsim {
 namespace {

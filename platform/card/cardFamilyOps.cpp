@@ -1,6 +1,7 @@
 // The family's operations, and the mirroring operations, which the simulation does not model.
 #include "pcsim/family.h"
 #include "platform/acl/pcSimIPv4Acl.h"
+#include "platform/base/stub.h"
 #include "platform/card/pcSimCardDB.h"
 #include "platform/l2/pcSimFdb.h"
 #include "platform/l2/pcSimVlan.h"
@@ -11,7 +12,6 @@
 #include "platform/misc/pcSimSampling.h"
 #include "platform/port/pcSimPort.h"
 #include "platform/port/pcSimTrunk.h"
-#include "platform/system/stub.h"
 
 namespace pcsim {
 namespace {

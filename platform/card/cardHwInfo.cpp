@@ -3,9 +3,9 @@
 #include <cstring>
 
 #include "pcsim/host.h"
+#include "platform/base/record.h"
+#include "platform/base/trace.h"
 #include "platform/card/pcSimCardDB.h"
-#include "platform/system/record.h"
-#include "platform/system/trace.h"
 
 namespace pcsim {
 namespace {

@@ -6,9 +6,9 @@
 #include <cstring>
 
 #include "pcsim/host.h"
+#include "platform/base/stub.h"
+#include "platform/base/trace.h"
 #include "platform/port/pcSimPort.h"
-#include "platform/system/stub.h"
-#include "platform/system/trace.h"
 
 // An irregular default that the HAL relies on: slots 0 to 7, 9, 10 and 16 to 31 are occupied.
 PCSIM_EXPORT uint32_t pcSimCardPresentMask = 0xFFFF06FFu;

@@ -7,7 +7,7 @@
 #define PCSIM_CARD_PCSIMCARD_H
 
 #include "pcsim/card.h"
-#include "platform/system/export.h"
+#include "platform/base/export.h"
 
 extern "C" {
 

@@ -7,10 +7,10 @@
 #include <cstring>
 
 #include "pcsim/host.h"
+#include "platform/base/trace.h"
 #include "platform/card/cardSlotOps.h"
 #include "platform/card/pcSimCard.h"
 #include "platform/system/pcSimSystem.h"
-#include "platform/system/trace.h"
 
 namespace pcsim {
 namespace {

@@ -8,7 +8,7 @@
 #define PCSIM_CARD_PCSIMCARDDB_H
 
 #include "pcsim/card.h"
-#include "platform/system/export.h"
+#include "platform/base/export.h"
 
 extern "C" {
 

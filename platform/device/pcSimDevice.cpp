@@ -8,8 +8,8 @@
 #include <strings.h>
 
 #include "pcsim/host.h"
-#include "platform/system/record.h"
-#include "platform/system/trace.h"
+#include "platform/base/record.h"
+#include "platform/base/trace.h"
 
 PCSIM_EXPORT uint32_t pcSimDeviceState[HAL_DEVICE_NUMBERS] = {1, 2, 0, 6, 0, 0};
 

@@ -11,7 +11,7 @@
 #define PCSIM_DEVICE_PCSIMDEVICE_H
 
 #include "pcsim/device.h"
-#include "platform/system/export.h"
+#include "platform/base/export.h"
 
 // clang-format off
 extern "C" {

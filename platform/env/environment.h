@@ -4,7 +4,7 @@
 #define PCSIM_ENV_ENVIRONMENT_H
 
 #include "pcsim/env.h"
-#include "platform/system/record.h"
+#include "platform/base/record.h"
 
 namespace pcsim {
 

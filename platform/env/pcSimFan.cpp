@@ -2,8 +2,8 @@
 // operations to the HAL.
 #include "platform/env/pcSimFan.h"
 
+#include "platform/base/trace.h"
 #include "platform/env/environment.h"
-#include "platform/system/trace.h"
 
 PCSIM_EXPORT uint32_t pcSimFanPresentMask = 0x0000000F;
 

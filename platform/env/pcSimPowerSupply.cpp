@@ -2,8 +2,8 @@
 // operations to the HAL.
 #include "platform/env/pcSimPowerSupply.h"
 
+#include "platform/base/trace.h"
 #include "platform/env/environment.h"
-#include "platform/system/trace.h"
 
 PCSIM_EXPORT uint32_t pcSimPowerSupplyPresentMask = 0x0000001E;
 

@@ -6,7 +6,7 @@
 #define PCSIM_ENV_PCSIMPOWERSUPPLY_H
 
 #include "pcsim/env.h"
-#include "platform/system/export.h"
+#include "platform/base/export.h"
 
 // clang-format off
 extern "C" {

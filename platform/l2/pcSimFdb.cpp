@@ -7,9 +7,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/base/dump.h"
+#include "platform/base/trace.h"
 #include "platform/l2/fdbScan.h"
-#include "platform/system/dump.h"
-#include "platform/system/trace.h"
 
 namespace pcsim {
 namespace {

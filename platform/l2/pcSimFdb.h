@@ -7,7 +7,7 @@
 #define PCSIM_L2_PCSIMFDB_H
 
 #include "pcsim/l2.h"
-#include "platform/system/stub.h"
+#include "platform/base/stub.h"
 
 extern "C" {
 

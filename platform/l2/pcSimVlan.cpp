@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "platform/system/trace.h"
+#include "platform/base/trace.h"
 
 namespace pcsim {
 namespace {

@@ -6,7 +6,7 @@
 #define PCSIM_L2_PCSIMVLAN_H
 
 #include "pcsim/l2.h"
-#include "platform/system/stub.h"
+#include "platform/base/stub.h"
 
 extern "C" {
 

@@ -6,7 +6,7 @@
 #define PCSIM_L3_ADJACENCY_ROUTES_H
 
 #include "pcsim/l3.h"
-#include "platform/system/export.h"
+#include "platform/base/export.h"
 
 extern "C" {
 

@@ -24,7 +24,7 @@
 #include <stdlib.h>
 
 #include "pcsim/host_tree.h"
-#include "platform/system/dump.h"
+#include "platform/base/dump.h"
 
 namespace pcsim {
 

@@ -6,8 +6,8 @@
 #ifndef PCSIM_L3_PCSIMIPV4FIB_H
 #define PCSIM_L3_PCSIMIPV4FIB_H
 
+#include "platform/base/stub.h"
 #include "platform/l3/adjacencyRoutes.h"
-#include "platform/system/stub.h"
 
 extern "C" {
 

@@ -7,7 +7,7 @@
 #define PCSIM_L3_PCSIMIPV6FIB_H
 
 #include "pcsim/l3.h"
-#include "platform/system/stub.h"
+#include "platform/base/stub.h"
 
 extern "C" {
 

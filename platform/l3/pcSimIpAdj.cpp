@@ -7,8 +7,8 @@
 #include <stdlib.h>
 
 #include "pcsim/host.h"
-#include "platform/system/dump.h"
-#include "platform/system/trace.h"
+#include "platform/base/dump.h"
+#include "platform/base/trace.h"
 
 extern "C" {
 // A host without a global record has all its switches off.

@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "platform/base/assertion.h"
 #include "platform/mcast/pcSimIPv4McDb.h"
-#include "platform/system/assertion.h"
 
 // The name that the HAL's engineers know this module by.
 #define MCAST_SOURCE_FILE "pcSimIPv4McDb.c"

@@ -1,8 +1,8 @@
 // The listing of the database, and addresses as text.
 #include <cstring>
 
+#include "platform/base/dump.h"
 #include "platform/mcast/database.h"
-#include "platform/system/dump.h"
 
 #define BLANKS_37 "                                     "
 #define BLANKS_41 BLANKS_37 "    "

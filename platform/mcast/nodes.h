@@ -39,8 +39,8 @@
 
 #include "pcsim/host_records.h"
 #include "pcsim/host_tree.h"
-#include "platform/system/list.h"
-#include "platform/system/order.h"
+#include "platform/base/list.h"
+#include "platform/base/order.h"
 
 namespace pcsim {
 

@@ -11,8 +11,8 @@
 #define PCSIM_MCAST_PCSIMIPV4MCDB_H
 
 #include "pcsim/mcast.h"
+#include "platform/base/export.h"
 #include "platform/mcast/nodes.h"
-#include "platform/system/export.h"
 
 extern "C" {
 

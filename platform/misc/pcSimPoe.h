@@ -3,7 +3,7 @@
 #define PCSIM_MISC_PCSIMPOE_H
 
 #include "pcsim/misc.h"
-#include "platform/system/stub.h"
+#include "platform/base/stub.h"
 
 // clang-format off
 extern "C" {

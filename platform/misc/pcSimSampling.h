@@ -3,7 +3,7 @@
 #define PCSIM_MISC_PCSIMSAMPLING_H
 
 #include "pcsim/misc.h"
-#include "platform/system/export.h"
+#include "platform/base/export.h"
 
 // clang-format off
 extern "C" {

@@ -5,8 +5,8 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "platform/base/trace.h"
 #include "platform/port/mii.h"
-#include "platform/system/trace.h"
 
 using pcsim::portNumberOf;
 using pcsim::portRow;

@@ -10,7 +10,7 @@
 
 #include "pcsim/host_records.h"
 #include "pcsim/port.h"
-#include "platform/system/stub.h"
+#include "platform/base/stub.h"
 
 // clang-format off
 extern "C" {

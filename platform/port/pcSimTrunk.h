@@ -5,7 +5,7 @@
 #define PCSIM_PORT_PCSIMTRUNK_H
 
 #include "pcsim/trunk.h"
-#include "platform/system/stub.h"
+#include "platform/base/stub.h"
 
 // clang-format off
 extern "C" {

@@ -8,7 +8,7 @@
 
 #include <stdint.h>
 
-#include "platform/system/export.h"
+#include "platform/base/export.h"
 
 extern "C" {
 // Splits a line of the table: copies the interface's name, which may be an alias such as "eth0:1",

@@ -11,10 +11,10 @@
 
 #include "pcsim/host.h"
 #include "pcsim/host_records.h"
+#include "platform/base/trace.h"
 #include "platform/device/pcSimDevice.h"
 #include "platform/mcast/pcSimIPv4McDb.h"
 #include "platform/port/pcSimPort.h"
-#include "platform/system/trace.h"
 
 uint32_t pcSimSystemNumPorts = 0;
 

@@ -8,7 +8,7 @@
 #define PCSIM_SYSTEM_PCSIMSYSTEM_H
 
 #include "pcsim/base.h"
-#include "platform/system/export.h"
+#include "platform/base/export.h"
 
 struct HalSystemOps;
 struct HalChassisInfo;

@@ -1,5 +1,4 @@
 target_sources(platform_objects PRIVATE
-    ${PROJECT_SOURCE_DIR}/platform/system/trace.cpp
     ${PROJECT_SOURCE_DIR}/platform/system/pcSimSystem.cpp
     ${PROJECT_SOURCE_DIR}/platform/system/systemOps.cpp
 )

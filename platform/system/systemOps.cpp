@@ -5,15 +5,15 @@
 
 #include "pcsim/host.h"
 #include "pcsim/system.h"
+#include "platform/base/record.h"
+#include "platform/base/stub.h"
+#include "platform/base/trace.h"
 #include "platform/card/pcSimCard.h"
 #include "platform/card/pcSimCardDB.h"
 #include "platform/device/pcSimDevice.h"
 #include "platform/env/pcSimFan.h"
 #include "platform/env/pcSimPowerSupply.h"
 #include "platform/system/pcSimSystem.h"
-#include "platform/system/record.h"
-#include "platform/system/stub.h"
-#include "platform/system/trace.h"
 
 namespace pcsim {
 namespace {

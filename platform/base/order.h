@@ -1,6 +1,6 @@
 // The order of two words, as the compare function of a host tree returns it.
-#ifndef PCSIM_SYSTEM_ORDER_H
-#define PCSIM_SYSTEM_ORDER_H
+#ifndef PCSIM_BASE_ORDER_H
+#define PCSIM_BASE_ORDER_H
 
 #include <cstdint>
 

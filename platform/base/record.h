@@ -2,8 +2,8 @@
 //
 // A record is the HAL's: bytes behind the NUL of a text and bytes without a field stay as they
 // were.
-#ifndef PCSIM_SYSTEM_RECORD_H
-#define PCSIM_SYSTEM_RECORD_H
+#ifndef PCSIM_BASE_RECORD_H
+#define PCSIM_BASE_RECORD_H
 
 #include <stddef.h>
 #include <stdio.h>

@@ -4,11 +4,11 @@
 // evaluates its arguments, so a silent site costs two loads and a compare. The ten exported trace
 // operations add the module's file name and incident identifier; hosts and debuggers may call them
 // too. Any module of the library may include this.
-#ifndef PCSIM_SYSTEM_TRACE_H
-#define PCSIM_SYSTEM_TRACE_H
+#ifndef PCSIM_BASE_TRACE_H
+#define PCSIM_BASE_TRACE_H
 
 #include "pcsim/ems.h"
-#include "platform/system/export.h"
+#include "platform/base/export.h"
 
 namespace pcsim {
 

@@ -1,5 +1,5 @@
 // The component handles and the per-module trace operations.
-#include "platform/system/trace.h"
+#include "platform/base/trace.h"
 
 extern "C" {
 

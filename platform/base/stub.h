@@ -1,12 +1,12 @@
 // Operations that a HAL may call and that have nothing to do here: they accept whatever arguments
 // come and answer 0. A module with many lists their names once, in a macro that takes what to do
 // with each.
-#ifndef PCSIM_SYSTEM_STUB_H
-#define PCSIM_SYSTEM_STUB_H
+#ifndef PCSIM_BASE_STUB_H
+#define PCSIM_BASE_STUB_H
 
 #include <stdint.h>
 
-#include "platform/system/export.h"
+#include "platform/base/export.h"
 
 // clang-format off
 #define PCSIM_DECLARE_STUB(name) PCSIM_EXPORT int32_t name() noexcept;

@@ -1,8 +1,8 @@
 // Where the lines of a dump go: through the caller's sink, to standard output when it is null.
 //
 // Macros, so that the compiler checks each format against its arguments.
-#ifndef PCSIM_SYSTEM_DUMP_H
-#define PCSIM_SYSTEM_DUMP_H
+#ifndef PCSIM_BASE_DUMP_H
+#define PCSIM_BASE_DUMP_H
 
 #include <stdio.h>
 

@@ -1,5 +1,5 @@
 // Trace sites and the ten trace operations.
-#include "platform/system/trace.h"
+#include "platform/base/trace.h"
 
 #include <gtest/gtest.h>
 

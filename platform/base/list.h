@@ -1,8 +1,8 @@
 // A circular doubly linked list whose head is a link like its members': an empty head points to
 // itself. A member carries one link per list that it may be in, so that leaving one needs neither
 // the list nor a walk. Any module of the library may include this.
-#ifndef PCSIM_SYSTEM_LIST_H
-#define PCSIM_SYSTEM_LIST_H
+#ifndef PCSIM_BASE_LIST_H
+#define PCSIM_BASE_LIST_H
 
 namespace pcsim {
 

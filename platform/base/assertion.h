@@ -1,7 +1,7 @@
 // Programming errors that stop the process: a null pointer where an object is required, and what a
 // module declares to be fatal. Not switchable, unlike the host's own assertion switch.
-#ifndef PCSIM_SYSTEM_ASSERTION_H
-#define PCSIM_SYSTEM_ASSERTION_H
+#ifndef PCSIM_BASE_ASSERTION_H
+#define PCSIM_BASE_ASSERTION_H
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,0 +1,3 @@
+target_sources(platform_objects PRIVATE
+    ${PROJECT_SOURCE_DIR}/platform/base/trace.cpp
+)
