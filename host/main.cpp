@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "host/console/session.h"
-#include "host/core/machine.h"
-#include "host/core/text.h"
+#include "console/session.h"
+#include "console/text.h"
+#include "host/machine/machine.h"
 #include "lab/lab.h"
 #include "lab/options.h"
 

@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "host/acl/rules.h"
-#include "host/core/machine.h"
+#include "host/machine/machine.h"
 
 namespace pcsim::host {
 

@@ -9,10 +9,10 @@
 #include <map>
 #include <optional>
 
-#include "host/console/grammar.h"
-#include "host/console/present.h"
-#include "host/console/values.h"
-#include "host/core/error.h"
+#include "console/error.h"
+#include "console/grammar.h"
+#include "console/present.h"
+#include "console/values.h"
 #include "host/l3/load.h"
 
 namespace pcsim::host {

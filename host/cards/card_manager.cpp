@@ -1,7 +1,7 @@
 // The life of a card.
 #include "host/cards/card_manager.h"
 
-#include "host/core/text.h"
+#include "console/text.h"
 #include "pcsim/host.h"
 
 namespace pcsim::host {

@@ -17,7 +17,7 @@
 #include <string>
 #include <vector>
 
-#include "host/core/machine.h"
+#include "host/machine/machine.h"
 #include "pcsim/card.h"
 
 namespace pcsim::host {

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/core/report.h"
+#include "console/report.h"
 #include "pcsim/ems.h"
 
 namespace pcsim::host {

@@ -11,7 +11,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "host/core/error.h"
+#include "console/error.h"
 
 namespace pcsim::host {
 

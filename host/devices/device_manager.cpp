@@ -5,8 +5,8 @@
 #include <cstring>
 #include <memory>
 
-#include "host/core/text.h"
-#include "host/hal/listeners.h"
+#include "console/text.h"
+#include "host/core/listeners.h"
 
 namespace pcsim::host {
 

@@ -12,7 +12,7 @@
 #include <optional>
 #include <string>
 
-#include "host/core/machine.h"
+#include "host/machine/machine.h"
 #include "pcsim/device.h"
 
 namespace pcsim::host {

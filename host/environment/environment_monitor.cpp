@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "host/core/text.h"
+#include "console/text.h"
 
 namespace pcsim::host {
 

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "host/core/machine.h"
+#include "host/machine/machine.h"
 #include "pcsim/env.h"
 
 namespace pcsim::host {

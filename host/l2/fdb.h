@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "host/console/values.h"
-#include "host/core/machine.h"
+#include "console/values.h"
+#include "host/machine/machine.h"
 
 namespace pcsim::host {
 

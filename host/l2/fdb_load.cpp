@@ -1,7 +1,7 @@
 // Loading of MAC tables.
 #include "host/l2/fdb_load.h"
 
-#include "host/console/progress.h"
+#include "console/progress.h"
 #include "host/core/text_file.h"
 #include "host/l2/l2_manager.h"
 #include "host/l2/mac_line.h"

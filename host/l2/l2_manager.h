@@ -11,9 +11,9 @@
 #include <map>
 #include <set>
 
-#include "host/core/machine.h"
 #include "host/l2/fdb.h"
 #include "host/l2/trunks.h"
+#include "host/machine/machine.h"
 
 namespace pcsim::host {
 

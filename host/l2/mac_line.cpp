@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "host/console/present.h"
-#include "host/core/error.h"
+#include "console/error.h"
+#include "console/present.h"
 
 namespace pcsim::host {
 

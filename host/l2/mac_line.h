@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/console/values.h"
+#include "console/values.h"
 
 namespace pcsim::host {
 

@@ -9,8 +9,8 @@
 #include <map>
 #include <set>
 
-#include "host/core/machine.h"
 #include "host/l2/fdb.h"
+#include "host/machine/machine.h"
 
 namespace pcsim::host {
 

@@ -3,7 +3,7 @@
 
 #include <bit>
 
-#include "host/core/error.h"
+#include "console/error.h"
 
 namespace pcsim::host {
 

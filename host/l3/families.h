@@ -12,7 +12,7 @@
 #include <limits>
 #include <string>
 
-#include "host/console/values.h"
+#include "console/values.h"
 #include "pcsim/family.h"
 
 namespace pcsim::host {

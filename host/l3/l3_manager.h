@@ -16,9 +16,9 @@
 #include <tuple>
 #include <vector>
 
-#include "host/core/machine.h"
 #include "host/l3/families.h"
 #include "host/l3/route_copy.h"
+#include "host/machine/machine.h"
 
 namespace pcsim::host {
 

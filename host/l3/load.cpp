@@ -4,8 +4,8 @@
 #include <charconv>
 #include <chrono>
 
-#include "host/console/present.h"
-#include "host/console/progress.h"
+#include "console/present.h"
+#include "console/progress.h"
 #include "host/core/text_file.h"
 
 namespace pcsim::host {

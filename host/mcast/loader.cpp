@@ -6,9 +6,9 @@
 #include <charconv>
 #include <unordered_set>
 
-#include "host/console/present.h"
-#include "host/console/progress.h"
-#include "host/console/values.h"
+#include "console/present.h"
+#include "console/progress.h"
+#include "console/values.h"
 #include "host/core/text_file.h"
 #include "host/mcast/mcast_manager.h"
 

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "host/core/machine.h"
+#include "host/machine/machine.h"
 #include "host/mcast/hooks.h"
 #include "host/mcast/mcast_copy.h"
 #include "pcsim/mcast.h"

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "host/cards/card_manager.h"
-#include "host/hal/listeners.h"
+#include "host/core/listeners.h"
 #include "pcsim/host.h"
 
 namespace pcsim::host {

@@ -7,7 +7,7 @@
 #include <optional>
 #include <vector>
 
-#include "host/core/machine.h"
+#include "host/machine/machine.h"
 #include "pcsim/misc.h"
 
 namespace pcsim::host {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <set>
 
-#include "host/core/machine.h"
+#include "host/machine/machine.h"
 #include "pcsim/misc.h"
 
 namespace pcsim::host {

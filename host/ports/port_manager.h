@@ -11,7 +11,7 @@
 #include <optional>
 #include <string>
 
-#include "host/core/machine.h"
+#include "host/machine/machine.h"
 #include "pcsim/port.h"
 
 namespace pcsim::host {

@@ -9,7 +9,7 @@
 #include <memory>
 #include <sstream>
 
-#include "host/core/error.h"
+#include "console/error.h"
 
 using namespace pcsim::host;
 

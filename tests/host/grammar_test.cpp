@@ -1,9 +1,9 @@
 // Patterns, matching, and the lines that say what would have been right.
-#include "host/console/grammar.h"
+#include "console/grammar.h"
 
 #include <gtest/gtest.h>
 
-#include "host/console/verbs.h"
+#include "console/verbs.h"
 
 namespace pcsim::host {
 namespace {

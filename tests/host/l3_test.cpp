@@ -5,9 +5,9 @@
 #include <random>
 #include <set>
 
-#include "host/core/machine.h"
+#include "host/core/dump_text.h"
 #include "host/l3/l3_manager.h"
-#include "host/platform/dump_text.h"
+#include "host/machine/machine.h"
 
 namespace pcsim::host {
 namespace {

@@ -7,7 +7,7 @@
 #include <random>
 #include <set>
 
-#include "host/core/error.h"
+#include "console/error.h"
 #include "host/mcast/loader.h"
 
 using namespace pcsim::host;

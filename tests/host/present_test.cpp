@@ -1,7 +1,7 @@
 // Texts and tables that are made fit to be shown.
 #include <gtest/gtest.h>
 
-#include "host/console/present.h"
+#include "console/present.h"
 
 namespace pcsim::host {
 namespace {

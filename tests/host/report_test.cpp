@@ -1,5 +1,5 @@
 // Reports as text, as JSON, and asked for single values.
-#include "host/core/report.h"
+#include "console/report.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Texts on their way to a terminal.
-#include "host/core/text.h"
+#include "console/text.h"
 
 #include <gtest/gtest.h>
 

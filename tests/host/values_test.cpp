@@ -1,10 +1,10 @@
 // Values that people type.
-#include "host/console/values.h"
+#include "console/values.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 
-#include "host/core/error.h"
+#include "console/error.h"
 
 namespace pcsim::host {
 namespace {

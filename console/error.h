@@ -1,0 +1,26 @@
+// What a command or a boot step throws when it can't be done: one line for the user that says what
+// was wrong and what would be right. The doors print it and end with a non-zero exit status.
+#ifndef PCSIM_CONSOLE_ERROR_H
+#define PCSIM_CONSOLE_ERROR_H
+
+#include <fmt/format.h>
+
+#include <stdexcept>
+#include <string>
+
+namespace pcsim::host {
+
+class CommandError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// Throws a CommandError with a formatted line.
+template <typename... Arguments>
+[[noreturn]] void fail(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
+    throw CommandError(fmt::format(format, std::forward<Arguments>(arguments)...));
+}
+
+}  // namespace pcsim::host
+
+#endif

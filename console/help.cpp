@@ -1,0 +1,74 @@
+// The help listings, at most 80 columns wide.
+#include <algorithm>
+#include <functional>
+
+#include "console/session.h"
+
+namespace pcsim::host {
+
+namespace {
+
+constexpr size_t kWidth = 80;
+constexpr size_t kUsageColumn = 2, kMoreColumn = 6, kHelpColumn = 38;
+
+// Appends 'text', broken at blanks: it starts at the line's end, and goes on at 'column'.
+void appendWrapped(std::string& result, const std::string& text, size_t column) {
+    size_t lineStart = result.rfind('\n') + 1;
+    for (size_t at = 0; at < text.size();) {
+        const size_t end = std::min(text.find(' ', at), text.size());
+        const bool first = at == 0;
+        if (!first && result.size() + 1 + end - at > lineStart + kWidth) {
+            lineStart = result.size() + 1;
+            result += "\n" + std::string(column, ' ');
+        } else if (!first) {
+            result += ' ';
+        }
+        result.append(text, at, end - at);
+        at = end + 1;
+    }
+}
+
+std::string listing(const Verbs& verbs, const std::function<bool(const std::string& use)>& wanted) {
+    std::string text;
+    for (const Verb& verb : verbs.all()) {
+        const std::string use = verb.pattern.usage();
+        if (!wanted(use)) continue;
+        const size_t start = text.size();
+        text.append(kUsageColumn, ' ');
+        appendWrapped(text, use, kMoreColumn);
+        // A long usage has its explanation on a line of its own.
+        if (text.size() + 2 > start + kHelpColumn)
+            text += "\n" + std::string(kHelpColumn, ' ');
+        else
+            text.resize(start + kHelpColumn, ' ');
+        appendWrapped(text, verb.help, kHelpColumn);
+        text += '\n';
+    }
+    return text;
+}
+
+}  // namespace
+
+std::string helpText(const Verbs& verbs) {
+    return listing(verbs, [](const std::string&) { return true; }) +
+           "\nA port is SLOT:PORT. Any show takes --json. 'help WORD...' lists the verbs that\n"
+           "begin so, 'help about WORD' those with a word in them.\n";
+}
+
+std::string helpAbout(const Verbs& verbs, const std::string& word) {
+    const std::string text =
+        listing(verbs, [&](const std::string& use) { return use.find(word) != std::string::npos; });
+    if (text.empty()) fail("no verb has '{}' in it; 'help' lists them all", word);
+    return text;
+}
+
+std::string helpOf(const Verbs& verbs, const std::string& beginning) {
+    const std::string text =
+        listing(verbs, [&](const std::string& use) { return use.starts_with(beginning); });
+    if (text.empty())
+        fail("no verb begins with '{}'; 'help' lists them all, 'help about WORD' looks inside",
+             beginning);
+    return text;
+}
+
+}  // namespace pcsim::host

@@ -1,0 +1,37 @@
+// Making what is shown fit to be shown: text from files without what a terminal would act on, and
+// tables of values of any length on a line of 80 columns.
+#ifndef PCSIM_CONSOLE_PRESENT_H
+#define PCSIM_CONSOLE_PRESENT_H
+
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+#include "console/report.h"
+
+namespace pcsim::host {
+
+// A word of a file as a message quotes it: short and printable.
+std::string shown(std::string_view word);
+
+// A message that may quote bytes of a file: printable, and not longer than two lines.
+std::string presentable(std::string text);
+
+enum class Cut { kEnd, kMiddle };  // what of a long text is left out
+
+struct Flexible {
+    size_t column;
+    Cut cut;
+};
+
+// The line below the first 'shown' of 'total' rows; 'limit' is told of unless it ends there.
+std::string firstRows(uint64_t shown, uint64_t total, const char* noun, uint64_t highestLimit);
+
+// Shortens the texts in these columns, the widest first, until the table is 80 columns wide, and
+// says so below it. The values, which JSON has, stay as they are.
+void fitTable(Table& table, std::initializer_list<Flexible> columns);
+
+}  // namespace pcsim::host
+
+#endif

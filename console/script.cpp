@@ -1,0 +1,99 @@
+// Reading scripts.
+#include "console/script.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+#include "console/error.h"
+
+namespace pcsim::host {
+
+namespace {
+
+constexpr size_t kChunk = 16384;
+constexpr size_t kLongestLine = 65536;  // what is longer is no script
+
+[[noreturn]] void failToRead(const std::string& name, int error) {
+    fail("{} can't be read: {}", name, std::strerror(error));
+}
+
+}  // namespace
+
+Script::Script(const std::string& path)
+    : name_(path), isFile_(true), descriptor_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+    if (descriptor_ < 0) failToRead("file " + name_, errno);
+    look();
+}
+
+Script::Script() : name_("standard input"), isFile_(false), descriptor_(STDIN_FILENO) {
+    look();
+}
+
+Script::~Script() {
+    if (isFile_) close(descriptor_);
+}
+
+void Script::look() {
+    struct stat status = {};
+    int error = fstat(descriptor_, &status) != 0 ? errno : 0;
+    if (error == 0 && S_ISDIR(status.st_mode)) error = EISDIR;
+    if (error != 0) {
+        if (isFile_) close(descriptor_);
+        failToRead(isFile_ ? "file " + name_ : name_, error);
+    }
+    regular_ = S_ISREG(status.st_mode);
+    device_ = status.st_dev;
+    inode_ = status.st_ino;
+}
+
+bool Script::sameFile(const Script& other) const {
+    return regular_ && other.regular_ && device_ == other.device_ && inode_ == other.inode_;
+}
+
+std::string Script::beside(const std::string& path) const {
+    if (!isFile_) return path;
+    return (std::filesystem::path(name_).parent_path() / path).string();
+}
+
+// Reads on; whether there was something.
+bool Script::fill(Loop& loop) {
+    read_.erase(0, next_);
+    next_ = 0;
+    for (;;) {
+        if (!loop.waitReadable(descriptor_)) loop.checkInterrupt();
+        char bytes[kChunk];
+        const ssize_t size = read(descriptor_, bytes, sizeof bytes);
+        if (size >= 0) {
+            read_.append(bytes, static_cast<size_t>(size));
+            return size != 0;
+        }
+        if (errno != EINTR && errno != EAGAIN)
+            fail("the script can't be read: {}", std::strerror(errno));
+    }
+}
+
+std::optional<std::string> Script::nextLine(Loop& loop) {
+    ++lineNumber_;
+    size_t end;
+    size_t from = next_;
+    while ((end = read_.find('\n', from)) == std::string::npos) {
+        if (read_.size() - next_ > kLongestLine)
+            fail("the line is longer than {} bytes; is this a script?", kLongestLine);
+        from = read_.size() - next_;  // filling moves the rest to the front
+        if (fill(loop)) continue;
+        if (read_.empty()) return std::nullopt;
+        end = read_.size();  // the last line may have no end
+        read_ += '\n';
+        break;
+    }
+    std::string line = read_.substr(next_, end - next_);
+    next_ = end + 1;
+    return line;
+}
+
+}  // namespace pcsim::host

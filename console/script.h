@@ -1,0 +1,56 @@
+// A script: the lines of a file or of standard input, under the name that messages have for it.
+#ifndef PCSIM_CONSOLE_SCRIPT_H
+#define PCSIM_CONSOLE_SCRIPT_H
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+
+#include "host/core/loop.h"
+
+namespace pcsim::host {
+
+class Script {
+public:
+    // Opens a file. Throws a CommandError when it can't be read.
+    explicit Script(const std::string& path);
+    // Standard input.
+    Script();
+    ~Script();
+    Script(const Script&) = delete;
+    Script& operator=(const Script&) = delete;
+
+    const std::string& name() const { return name_; }
+
+    // The next line without its end, or nothing at the end. Time goes on in 'loop' while the line
+    // is waited for. Throws a CommandError.
+    std::optional<std::string> nextLine(Loop& loop);
+    // The number of the line that nextLine() has given, or has failed to give.
+    unsigned lineNumber() const { return lineNumber_; }
+
+    // Whether both read the same file.
+    bool sameFile(const Script& other) const;
+
+    // A file that the script names: relative to the script's own folder, for standard input to the
+    // working directory.
+    std::string beside(const std::string& path) const;
+
+private:
+    void look();
+    bool fill(Loop& loop);
+
+    std::string name_;
+    bool isFile_;
+    int descriptor_;
+    bool regular_ = false;
+    dev_t device_ = 0;
+    ino_t inode_ = 0;
+    std::string read_;  // and not yet handed out, from next_ on
+    size_t next_ = 0;
+    unsigned lineNumber_ = 0;
+};
+
+}  // namespace pcsim::host
+
+#endif

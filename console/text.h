@@ -1,0 +1,23 @@
+// Texts of the interface's records, and texts on their way to a terminal.
+#ifndef PCSIM_CONSOLE_TEXT_H
+#define PCSIM_CONSOLE_TEXT_H
+
+#include <cstring>
+#include <string>
+#include <string_view>
+
+namespace pcsim::host {
+
+// The text in a field of fixed size: up to its NUL, or all of it when there is none.
+template <size_t size>
+std::string textOf(const char (&field)[size]) {
+    return {field, strnlen(field, size)};
+}
+
+// The text with '?' for every byte that a terminal would take for more than a character: control
+// characters but tabs, and what is not UTF-8. Whatever came out of a file goes through this.
+std::string printable(std::string_view text);
+
+}  // namespace pcsim::host
+
+#endif

@@ -1,0 +1,152 @@
+// Loading the library, catching what it prints, naming its operations.
+#include "host/core/platform.h"
+
+#include <dlfcn.h>
+#include <elf.h>
+#include <stdio_ext.h>
+
+#include <cstring>
+
+namespace pcsim::host {
+
+Platform::Platform()
+    : system(systemInfo_),
+      cardDb(cardDbInfo_),
+      family(familyInfo_),
+      fanDb(fanDbInfo_),
+      fanSlot(fanSlotInfo_),
+      powerSupplyDb(powerSupplyDbInfo_),
+      powerSupplySlot(powerSupplySlotInfo_),
+      tableList_{&systemInfo_, &cardDbInfo_,  &slotInfo_,          &familyInfo_,
+                 &fanDbInfo_,  &fanSlotInfo_, &powerSupplyDbInfo_, &powerSupplySlotInfo_} {
+    for (auto& slot : slots_) slot = std::make_unique<OpTable<HalCardSlotOps>>(slotInfo_);
+}
+
+Platform::~Platform() {
+    if (captured_ == nullptr) return;
+    std::fflush(captured_);
+    stdout = originalStdout_;
+    std::fclose(captured_);
+}
+
+OpTable<HalCardSlotOps>& Platform::slot(int number) {
+    if (number < 0 || number >= kSlots)
+        fail("slot {} does not exist; slots are 0 to {}", number, kSlots - 1);
+    return *slots_[static_cast<size_t>(number)];
+}
+
+const HalCardSlotDb& Platform::slotRecord(int number) {
+    slot(number);
+    return slotRecords_[static_cast<size_t>(number)];
+}
+
+void Platform::setUpCards() {
+    call(system, &HalSystemOps::cardDBSetup, &cardDbRecord);
+    cardDb.ops = cardDbRecord.ops;
+    cardDb.valid = true;
+}
+
+void Platform::setUpSlot(int number) {
+    auto& table = slot(number);
+    HalCardSlotDb& record = slotRecords_[static_cast<size_t>(number)];
+    call(system, &HalSystemOps::cardSlotDBSetup, number, &record);
+    table.ops = record.ops;
+    table.valid = true;
+}
+
+namespace {
+
+// Tells a 64-bit library or a file that is none from other reasons: dlopen's own text is longer
+// than a line for people.
+void checkClass(const std::string& path) {
+    FILE* file = std::fopen(path.c_str(), "rbe");
+    if (file == nullptr) {
+        if (path.find('/') == std::string::npos) return;  // dlopen searches for it
+        fail("library {} can't be opened: {}; build it or name it with --library", path,
+             std::strerror(errno));
+    }
+    unsigned char ident[EI_NIDENT] = {};
+    const size_t size = std::fread(ident, 1, sizeof ident, file);
+    std::fclose(file);
+    if (size < sizeof ident || std::memcmp(ident, ELFMAG, SELFMAG) != 0)
+        fail("library {} is not an ELF file; expected a 32-bit i386 shared library", path);
+    if (ident[EI_CLASS] != ELFCLASS32)
+        fail("library {} is of the wrong class (64-bit); expected a 32-bit i386 shared library",
+             path);
+}
+
+}  // namespace
+
+void Platform::load(const std::string& path) {
+    checkClass(path);
+    // Lazy binding: a host function that is missing matters only when it is called.
+    void* handle = dlopen(path.c_str(), RTLD_LAZY | RTLD_GLOBAL);
+    if (handle == nullptr) fail("library {} can't be loaded: {}", path, dlerror());
+    using Entry = int32_t(HalSystemOps*);
+    auto* entry = reinterpret_cast<Entry*>(dlsym(handle, "platformSystemInit"));
+    if (entry == nullptr)
+        fail("library {} has no entry point platformSystemInit; is it a platform library?", path);
+    path_ = path;
+    captureStandardOutput();
+    const int32_t result = entry(&system.ops);
+    drainPrints();
+    if (result != 0) fail("platformSystemInit returned {}; expected 0", result);
+    system.valid = true;
+}
+
+// The library prints diagnostics to the C library's standard output. They are caught in memory, so
+// that they appear in order with everything else and never inside JSON.
+void Platform::captureStandardOutput() {
+    cookie_io_functions_t functions{};
+    functions.write = &Platform::write;
+    captured_ = fopencookie(this, "w", functions);
+    if (captured_ == nullptr) fail("no memory to catch the library's output");
+    std::setvbuf(captured_, nullptr, _IOFBF, 16384);
+    std::fflush(stdout);
+    originalStdout_ = stdout;
+    stdout = captured_;
+}
+
+ssize_t Platform::write(void* cookie, const char* text, size_t size) {
+    static_cast<Platform*>(cookie)->printed_.append(text, size);
+    return static_cast<ssize_t>(size);
+}
+
+void Platform::drainPrints() {
+    if (captured_ == nullptr || (printed_.empty() && __fpending(captured_) == 0)) return;
+    std::fflush(captured_);
+    std::string text;
+    text.swap(printed_);
+    if (onPrint) onPrint(text);
+}
+
+std::optional<int64_t> Platform::faulted(WordStats& stats) {
+    FaultRule& rule = *stats.fault;
+    ++rule.seen;
+    if (rule.seen <= rule.after || rule.seen > rule.after + rule.count) return std::nullopt;
+    return rule.returns;
+}
+
+const void* const* Platform::wordsOf(const TableInfo& info) {
+    const auto of = [&](auto& table) { return table.valid ? table.words() : nullptr; };
+    if (&info == &systemInfo_) return of(system);
+    if (&info == &cardDbInfo_) return of(cardDb);
+    if (&info == &familyInfo_) return of(family);
+    if (&info == &fanDbInfo_) return of(fanDb);
+    if (&info == &fanSlotInfo_) return of(fanSlot);
+    if (&info == &powerSupplyDbInfo_) return of(powerSupplyDb);
+    if (&info == &powerSupplySlotInfo_) return of(powerSupplySlot);
+    for (auto& slot : slots_)
+        if (slot->valid) return slot->words();
+    return nullptr;
+}
+
+std::string Platform::operationName(const void* address) {
+    if (address == nullptr) return "-";
+    Dl_info info{};
+    // The nearest name below an address that has none of its own would be another operation's.
+    if (dladdr(address, &info) == 0 || info.dli_saddr != address) return "?";
+    return info.dli_sname;
+}
+
+}  // namespace pcsim::host

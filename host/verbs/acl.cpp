@@ -1,0 +1,216 @@
+// Verbs of access lists.
+#include <algorithm>
+#include <cstring>
+#include <sstream>
+
+#include "console/present.h"
+#include "console/verbs.h"
+#include "host/acl/acl_manager.h"
+#include "host/core/text_file.h"
+#include "host/l2/l2_manager.h"
+#include "host/ports/port_manager.h"
+#include "host/verbs/all_verbs.h"
+
+namespace pcsim::host {
+
+namespace {
+
+constexpr uint64_t kDefaultRows = 100, kHighestLimit = 1000000;
+
+const char* actionName(AclAction action) {
+    return action == AclAction::kPermit ? "permit" : "deny";
+}
+
+// Reports each bad line; a list with one is not used at all.
+AclProgram programOf(Call& call) {
+    const std::string& path = call.text("file");
+    TextFile file(path);
+    std::string all;
+    for (std::string_view line; file.next(line);) all.append(line).append("\n");
+    if (!file.problem().empty()) fail("{}; nothing is loaded", file.problem());
+    std::istringstream text(all);
+    AclProgram program = compileAcl(text, path);
+    for (const std::string& problem : program.problems) call.print(problem + "\n");
+    if (!program.problems.empty())
+        fail("{} has {}; nothing is loaded", path,
+             counted(program.problems.size(), "bad line", "bad lines"));
+    return program;
+}
+
+uint16_t vlanOf(Call& call) {
+    return call.machine.l2().vlan(call.vlan()).record.vlanId;
+}
+
+AclPlace placeOf(Call& call) {
+    const SlotPort at = call.port();
+    const Port& port = call.machine.ports().port(at.slot, at.port);
+    return {vlanOf(call), port.instance, static_cast<uint8_t>(call.number("direction"))};
+}
+
+Table listTable(Call& call) {
+    Table table{"lists",
+                "Access lists",
+                {{"name", "Name"},
+                 {"rules", "Rules", Align::kRight},
+                 {"counters", "Counters", Align::kRight},
+                 {"bound", "Bound", Align::kRight}},
+                {},
+                "no access lists; 'acl load NAME FILE' makes one",
+                ""};
+    for (const auto& [name, list] : call.machine.acl().lists())
+        table.rows.push_back({name, list->rules.size(), list->counterCount, list->boundCount});
+    return table;
+}
+
+Table bindingTable(Call& call, const std::string& name, uint64_t limit) {
+    Table table{"bindings",
+                "Bindings",
+                {{"vlan", "VLAN", Align::kRight},
+                 {"port", "Port"},
+                 {"slot", "Slot", Align::kRight},
+                 {"list", "List"},
+                 {"state", "State"}},
+                {},
+                "nothing is bound",
+                ""};
+    uint64_t matching = 0;
+    for (const auto& [place, list] : call.machine.acl().bindings()) {
+        if (!name.empty() && list->name != name) continue;
+        if (++matching > limit) continue;
+        table.rows.push_back({place.vlanId, portName(place.port), place.slot, list->name,
+                              list->deleted ? "deleted" : "stored"});
+    }
+    if (matching > limit) table.footer = firstRows(limit, matching, "bindings", kHighestLimit);
+    return table;
+}
+
+Report showLists(Call& call) {
+    return Report(listTable(call))
+        .add(bindingTable(call, "", call.numberOr("limit", kDefaultRows)));
+}
+
+Report showList(Call& call) {
+    const AclList& list = call.machine.acl().list(call.text("name"));
+    const uint64_t limit = call.numberOr("limit", kDefaultRows);
+    Table rules{"rules",
+                fmt::format("Access list {}", list.name),
+                {{"name", "Rule"},
+                 {"index", "No.", Align::kRight},
+                 {"action", "Action"},
+                 {"conditions", "Conditions"}},
+                {},
+                "no rules",
+                ""};
+    for (size_t i = 0; i < std::min<uint64_t>(list.rules.size(), limit); ++i)
+        rules.rows.push_back({list.rules[i].name, i + 1, actionName(list.rules[i].action),
+                              list.rules[i].conditions()});
+    if (list.rules.size() > limit)
+        rules.footer = firstRows(limit, list.rules.size(), "rules", kHighestLimit);
+    fitTable(rules, {{0, Cut::kMiddle}, {3, Cut::kEnd}});
+    return Report(rules).add(bindingTable(call, list.name, limit));
+}
+
+std::string valueText(const AclManager::Counter& counter) {
+    uint64_t words[2];
+    std::memcpy(words, counter.value, sizeof words);
+    return words[1] == 0 ? fmt::format("{}", words[0])
+                         : fmt::format("0x{:x}{:016x}", words[1], words[0]);
+}
+
+Report showCounters(Call& call) {
+    const std::string& name = call.text("name");
+    const AclPlace place = placeOf(call);
+    Table table{"counters",
+                fmt::format("Counters of {} on {}", name, place.text()),
+                {{"counter", "No.", Align::kRight}, {"value", "Value", Align::kRight}},
+                {},
+                "the list counts nothing",
+                ""};
+    bool answered = true;
+    size_t number = 0;
+    for (const AclManager::Counter& counter : call.machine.acl().counters(name, place)) {
+        table.rows.push_back({++number, counter.answered ? Cell(valueText(counter)) : Cell()});
+        answered = answered && counter.answered;
+    }
+    if (!answered) table.footer = "-: the platform answers counters of dynamic rules alone";
+    return table;
+}
+
+void bindEverywhere(Call& call) {
+    const uint16_t vlan = vlanOf(call);
+    const std::string& name = call.text("name");
+    AclManager& acl = call.machine.acl();
+    const auto slot = static_cast<uint8_t>(call.number("direction"));
+    const bool bind = call.text("action") == "bind";
+    size_t count = 0;
+    for (const auto& [instance, port] : call.machine.ports().ports()) {
+        const AclPlace place{vlan, instance, slot};
+        const auto bound = acl.bindings().find(place);
+        const bool isBound = bound != acl.bindings().end() && bound->second->name == name;
+        if (isBound == bind) continue;
+        bind ? acl.bind(name, place, 0) : acl.unbind(name, place, 0);
+        ++count;
+    }
+    call.print(
+        fmt::format("{} port{} {}\n", count, count == 1 ? "" : "s", bind ? "bound" : "unbound"));
+}
+
+void changeBinding(Call& call) {
+    AclManager& acl = call.machine.acl();
+    const auto index = static_cast<uint32_t>(call.numberOr("index", 0));
+    const AclPlace place = placeOf(call);
+    if (call.text("action") == "bind")
+        acl.bind(call.text("name"), place, index);
+    else
+        acl.unbind(call.text("name"), place, index);
+}
+
+void clearCounters(Call& call) {
+    const uint16_t number =
+        call.text("counter") == "all"
+            ? 0
+            : static_cast<uint16_t>(parseNumber("counter", call.text("counter"), 1, 0xFFFF));
+    call.machine.acl().clearCounters(call.text("name"), placeOf(call), number);
+}
+
+void loadList(Call& call) {
+    AclProgram program = programOf(call);
+    const size_t rules = program.rules.size();
+    call.machine.acl().load(call.text("name"), std::move(program));
+    call.machine.events.note("acl", "{} loaded: {}", call.text("name"),
+                             counted(rules, "rule", "rules"));
+}
+
+}  // namespace
+
+void addAclVerbs(Verbs& verbs) {
+    verbs.show("show acl [limit <limit:1-1000000>]", "access lists and where they are bound",
+               showLists);
+    verbs.show("show acl <name> [limit <limit:1-1000000>]", "rules and bindings of one", showList);
+    verbs.action("acl load <name> <file>", "compile a file and load it", loadList);
+    verbs.action("acl refresh <name> <file>", "give a list new rules; its counters start anew",
+                 [](Call& call) {
+                     call.machine.acl().refresh(call.text("name"), programOf(call), call.print);
+                 });
+    verbs.action("acl diff <name> <file>", "what a difference pass would load", [](Call& call) {
+        call.machine.acl().diff(call.text("name"), programOf(call), call.print);
+    });
+    verbs.action("acl delete <name> [force] [index <index:0-4294967295>]",
+                 "delete a list; with 'force' also a bound one", [](Call& call) {
+                     call.machine.acl().remove(call.text("name"), call.given("force"),
+                                               static_cast<uint32_t>(call.numberOr("index", 0)));
+                 });
+    verbs.action(
+        "acl <action:bind|unbind> <name> vlan <vlan> port <port> slot <direction:0|1> "
+        "[index <index:0-4294967295>]",
+        "bind a list to a VLAN on a port; 'dynamic' with an index is a dynamic rule",
+        changeBinding);
+    verbs.action("acl <action:bind|unbind> <name> vlan <vlan> port all slot <direction:0|1>",
+                 "the same on every port", bindEverywhere);
+    verbs.show("acl counters <name> vlan <vlan> port <port> slot <direction:0|1>",
+               "read the counters of a binding", showCounters);
+    verbs.action("acl counters <name> vlan <vlan> port <port> slot <direction:0|1> clear <counter>",
+                 "zero one counter, or all", clearCounters);
+}
+
+}  // namespace pcsim::host

@@ -1,0 +1,165 @@
+// Verbs of neighbors and routes.
+#include "console/verbs.h"
+
+#include "host/core/dump_text.h"
+#include "host/l2/l2_manager.h"
+#include "host/l2/mac_line.h"
+#include "host/ports/port_manager.h"
+#include "host/verbs/all_verbs.h"
+#include "host/verbs/l3_show.h"
+#include "host/verbs/load_answer.h"
+
+namespace pcsim::host {
+
+namespace {
+
+uint32_t vrOf(Call& call) {
+    const uint32_t vr = call.has("vr") ? call.u32("vr") : 0;
+    call.machine.l3().checkVr(vr);
+    return vr;
+}
+
+NeighborKey neighborOf(Call& call) {
+    const IpAddress address = parseAddress(call.text("address"));
+    if (address.v6)
+        fail("neighbor {} is an IPv6 address; the platform has adjacencies for IPv4 alone",
+             address.text());
+    return {vrOf(call), ntohl(address.v4()), call.vlan()};
+}
+
+void addNeighbor(Call& call) {
+    const MacAddress mac = macOf(call.text("mac"));
+    const NeighborKey key = neighborOf(call);
+    const SlotPort at = call.port();
+    const Port& port = call.machine.ports().port(at.slot, at.port);
+    call.machine.l3().addNeighbor(key, {mac, port.instance});
+}
+
+std::vector<TypedHop> typedHops(Call& call) {
+    const auto& gateways = call.all("gateway");
+    const auto& vlans = call.all("vlan");
+    std::vector<TypedHop> hops;
+    for (size_t i = 0; i < gateways.size(); ++i)
+        hops.push_back({parseAddress(gateways[i]),
+                        static_cast<uint32_t>(parseNumber("VLAN", vlans[i], 1, 4094))});
+    return hops;
+}
+
+template <typename Family>
+void changeRouteOf(Call& call, const IpPrefix& prefix) {
+    using Hops = L3Manager::Hops<Family>;
+    L3Manager& manager = call.machine.l3();
+    const uint32_t vr = vrOf(call);
+    const auto key = keyOf<Family>(prefix);
+    const auto hops = hopsOf<Family>(typedHops(call), Family::text(key));
+    const std::string& action = call.text("action");
+    if (action == "add") return manager.addRoute<Family>(vr, key, Hops(hops));
+    if (action == "replace") return manager.replaceRoute<Family>(vr, key, Hops(hops));
+    // The platform passes over what is not there; a person has made a mistake.
+    const auto* copy = manager.routesOf<Family>(vr);
+    if (copy == nullptr || !copy->has(key))
+        fail("there is no route {} in virtual router {}; 'show route' lists them",
+             Family::text(key), vr);
+    for (const auto& hop : hops)
+        if (!RouteCopy<Family>::has(copy->hopsOf(key), hop))
+            fail("route {} has no next hop {} on VLAN {}; 'show route {}' lists those it has",
+                 Family::text(key), Family::text(hop.gateway), hop.vlan, Family::text(key));
+    manager.removeRoute<Family>(vr, key, Hops(hops));
+}
+
+void changeRoute(Call& call) {
+    const IpPrefix prefix = parsePrefix(call.text("prefix"));
+    if (prefix.address.v6)
+        changeRouteOf<IPv6Family>(call, prefix);
+    else
+        changeRouteOf<IPv4Family>(call, prefix);
+}
+
+// Without a prefix the gateways of both families are meant.
+void flushRoutes(Call& call) {
+    L3Manager& manager = call.machine.l3();
+    const uint32_t vr = vrOf(call);
+    const uint32_t vlan = call.has("vlan") ? call.vlan() : 0;
+    RouteCounts gone;
+    const auto flush = [&]<typename Family>(Family) {
+        auto filter = Family::everything();
+        if (call.has("prefix")) filter = Family::keyOf(parsePrefix(call.text("prefix")));
+        const RouteCounts counts = manager.flush<Family>(vr, filter, vlan);
+        gone.routes += counts.routes;
+        gone.nextHops += counts.nextHops;
+    };
+    const bool both = !call.has("prefix");
+    const bool v6 = !both && parsePrefix(call.text("prefix")).address.v6;
+    if (both || !v6) flush(IPv4Family{});
+    if (both || v6) flush(IPv6Family{});
+    call.machine.events.note("l3", "Virtual router {}: flushed {} and {}", vr,
+                             counted(gone.nextHops, "next hop", "next hops"),
+                             counted(gone.routes, "route", "routes"));
+}
+
+Report loadFile(Call& call) {
+    const uint32_t vr = vrOf(call);
+    const std::string& path = call.text("file");
+    const LoadResult result = loadRoutes(call.machine.l3(), path, vr, typedHops(call));
+    call.machine.events.note("l3", "Virtual router {}: {} lines of {} loaded, {} bad", vr,
+                             result.lines(), path, result.badLineCount);
+    return loadAnswer(call, loadReport(path, result),
+                      {path, result.lines(), result.badLineCount, result.fileProblem});
+}
+
+Report showRoutes(Call& call, std::optional<IpPrefix> prefix) {
+    RouteQuery query{prefix, std::nullopt};
+    if (prefix) query.vr = 0;  // a lookup is one router's
+    if (call.has("vr")) query.vr = vrOf(call);
+    query.limit = call.numberOr("limit", query.limit);
+    return routeReport(call.machine.l3(), query);
+}
+
+IpPrefix hostPrefix(const IpAddress& address) {
+    return parsePrefix(address.text() + (address.v6 ? "/128" : "/32"));
+}
+
+// The platform's own dump, in pieces as it comes.
+void dumpWord(Call& call, HalIpAdjDumpFn* HalFamilyOps::*word) {
+    const DumpText text(call.print);
+    call.machine.platform.call(call.machine.platform.family, word, text.sink());
+}
+
+}  // namespace
+
+void addL3Verbs(Verbs& verbs) {
+    verbs.show("show neighbors", "neighbors, and gateways that are none",
+               [](Call& call) { return neighborReport(call.machine.l3()); });
+    verbs.action("neighbor add <address> vlan <vlan> mac <mac:text> port <port> [vr <vr:u32>]",
+                 "a neighbor that was resolved, or has moved", addNeighbor);
+    verbs.action("neighbor del <address> vlan <vlan> [vr <vr:u32>]", "a neighbor that was lost",
+                 [](Call& call) { call.machine.l3().removeNeighbor(neighborOf(call)); });
+    verbs.action("neighbor dump", "the platform's own listing of its adjacencies",
+                 [](Call& call) { dumpWord(call, &HalFamilyOps::ipAdjDump); });
+    verbs.show("show route summary", "sizes of the tables",
+               [](Call& call) { return routeSummary(call.machine.l3()); });
+    verbs.show("show route [vr <vr:u32>] [limit <limit:1-100000>]", "routes, in table order",
+               [](Call& call) { return showRoutes(call, std::nullopt); });
+    verbs.show("show route <prefix> [vr <vr:u32>] [limit <limit:1-100000>]",
+               "the route of a prefix and those that cover it",
+               [](Call& call) { return showRoutes(call, parsePrefix(call.text("prefix"))); });
+    verbs.show("show route <address> [vr <vr:u32>] [limit <limit:1-100000>]",
+               "the routes that cover an address, the one that counts first", [](Call& call) {
+                   return showRoutes(call, hostPrefix(parseAddress(call.text("address"))));
+               });
+    verbs.action(
+        "route <action:add|del|replace> <prefix> [via <gateway:address> vlan <vlan>]* "
+        "[vr <vr:u32>]",
+        "next hops of a route; without one: a route that has none, del takes it away", changeRoute);
+    verbs.action("route flush [via <prefix>] [vlan <vlan>] [vr <vr:u32>]",
+                 "take away all next hops with such a gateway, and routes without any",
+                 flushRoutes);
+    verbs.show("route load <file> [via <gateway:address> vlan <vlan>]* [vr <vr:u32>]",
+               "add the routes of a file, PREFIX [ADDRESS VLAN]... per line", loadFile);
+    verbs.action("route dump", "the platform's own listing of its routes", [](Call& call) {
+        dumpWord(call, IPv4Family::kDump);
+        dumpWord(call, IPv6Family::kDump);
+    });
+}
+
+}  // namespace pcsim::host

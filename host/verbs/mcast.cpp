@@ -1,0 +1,270 @@
+// Verbs of multicast caches.
+#include <arpa/inet.h>
+
+#include "console/present.h"
+#include "console/verbs.h"
+#include "host/l2/l2_manager.h"
+#include "host/mcast/loader.h"
+#include "host/mcast/mcast_manager.h"
+#include "host/ports/port_manager.h"
+#include "host/verbs/all_verbs.h"
+#include "host/verbs/load_answer.h"
+
+namespace pcsim::host {
+
+namespace {
+
+constexpr uint64_t kDefaultRows = 100, kHighestLimit = 1000000;
+
+uint32_t vlanInstanceOf(Call& call, const std::string& word) {
+    const auto id = static_cast<uint16_t>(parseNumber("VLAN", word, 1, 4094));
+    return call.machine.l2().vlan(id).record.instance;
+}
+
+uint32_t virtualRouterOf(Call& call) {
+    const uint64_t vr = call.numberOr("vr", 0);
+    const uint32_t count = call.machine.options().maxVr;
+    if (vr >= count) fail("virtual router {} does not exist; they are 0 to {}", vr, count - 1);
+    return static_cast<uint32_t>(vr);
+}
+
+// The cache that a command names; what it leaves open is 0.
+McastKey keyOf(Call& call) {
+    McastKey key;
+    if (call.has("group")) key.group = parseMcastGroup(call.text("group"));
+    if (call.has("source")) key.source = parseMcastSource(call.text("source"));
+    if (call.has("iif")) key.incomingVlan = vlanInstanceOf(call, call.text("iif"));
+    key.vr = virtualRouterOf(call);
+    return key;
+}
+
+McastManager::OutgoingList outgoingOf(Call& call) {
+    const auto& vlans = call.all("vlan");
+    const auto& ports = call.all("port");
+    McastManager::OutgoingList outgoing;
+    for (size_t i = 0; i < vlans.size(); ++i) {
+        const SlotPort at = parseSlotPort(ports[i]);
+        call.machine.ports().port(at.slot, at.port);  // which tells the ports that there are
+        outgoing.push_back({vlanInstanceOf(call, vlans[i]), portKey(at.slot, at.port)});
+    }
+    return outgoing;
+}
+
+std::string addressText(uint32_t address) {
+    const uint32_t network = htonl(address);
+    char text[INET_ADDRSTRLEN];
+    return inet_ntop(AF_INET, &network, text, sizeof text);
+}
+
+std::string sourceText(uint32_t source) {
+    return source == 0 ? "*" : addressText(source);
+}
+
+Cell vlanCell(Call& call, uint32_t instance) {
+    const VlanIf* vlan = call.machine.records.vlanByInstance(instance);
+    return vlan == nullptr ? Cell() : Cell(vlan->record.vlanId);
+}
+
+// What the cache has in common with the row above is not repeated for people.
+std::vector<Cell> cacheCells(Call& call, const McastKey& key, const McastKey* above) {
+    const bool sameGroup = above != nullptr && above->group == key.group;
+    const bool same = above != nullptr && *above == key;
+    const auto shown = [](Cell cell, bool hide) {
+        const std::string text = hide ? "" : cell.text();
+        return Cell(std::move(cell), text);
+    };
+    return {shown(Cell(addressText(key.group)), sameGroup),
+            shown(Cell(sourceText(key.source)), same), shown(Cell(key.vr), same),
+            shown(vlanCell(call, key.incomingVlan), same)};
+}
+
+// One row for each outgoing VLAN; a cache without any has one row too. The incoming VLAN counts as
+// outgoing only when packets leave by it again.
+Table cacheTable(Call& call, uint64_t limit, const std::string& group) {
+    Table table{"caches",
+                "Multicast caches",
+                {{"group", "Group"},
+                 {"source", "Source"},
+                 {"vr", "VR", Align::kRight},
+                 {"iif", "In", Align::kRight},
+                 {"oif", "Out", Align::kRight},
+                 {"ports", "Ports"}},
+                {},
+                "no caches",
+                ""};
+    const auto& caches = call.machine.mcast().copy().caches();
+    const uint32_t wanted = group.empty() ? 0 : parseMcastGroup(group);
+    const McastKey* above = nullptr;
+    uint64_t shown = 0, matching = 0;
+    for (const auto& [key, cache] : caches) {
+        if (wanted != 0 && key.group != wanted) continue;
+        if (++matching > limit) continue;
+        ++shown;
+        const McastKey* const shownKey = &key;
+        const size_t rowsBefore = table.rows.size();
+        const auto addRow = [&](Cell vlan, Cell ports) {
+            table.rows.push_back(cacheCells(call, *shownKey, above));
+            table.rows.back().push_back(std::move(vlan));
+            table.rows.back().push_back(std::move(ports));
+            above = shownKey;
+        };
+        for (const auto& [vlan, ports] : cache.vlans)
+            if (vlan != key.incomingVlan || !ports.empty())
+                addRow(vlanCell(call, vlan), ports.empty() ? Cell() : mcastPortsText(ports));
+        if (table.rows.size() == rowsBefore) addRow(Cell(), Cell());
+    }
+    if (shown < matching) table.footer = firstRows(shown, matching, "caches", kHighestLimit);
+    return table;
+}
+
+Report showMcast(Call& call) {
+    McastManager& mcast = call.machine.mcast();
+    const McastHooks& hooks = mcastHooks();
+    const uint64_t caches = hooks.cachesMade - hooks.cachesReleased;
+    const uint64_t ports = hooks.portsAdded - hooks.portsRemoved;
+    const McastCopy& copy = mcast.copy();
+    const bool inStep =
+        caches == copy.caches().size() + mcast.abandoned() && ports == copy.portCount();
+    Report report(cacheTable(call, call.numberOr("limit", kDefaultRows), call.textOr("group", "")));
+    return report.add(Fields{"totals",
+                             "Totals",
+                             {{"caches", "Caches", copy.caches().size()},
+                              {"ports", "Outgoing ports", copy.portCount()},
+                              {"abandoned", "Refused, still held", mcast.abandoned()},
+                              {"chipCaches", "Caches in the chip", caches},
+                              {"chipPorts", "Ports in the chip", ports},
+                              {"inStep", "In step", inStep}}});
+}
+
+void addCache(Call& call) {
+    call.machine.mcast().add(keyOf(call), outgoingOf(call));
+}
+
+void changePorts(Call& call) {
+    const McastManager::OutgoingList outgoing = outgoingOf(call);
+    if (outgoing.empty()) fail("no outgoing port is named; expected oif VLAN SLOT:PORT");
+    McastManager& mcast = call.machine.mcast();
+    const McastKey key = keyOf(call);
+    if (call.text("action") == "add") {
+        mcast.addPorts(key, outgoing);
+        return;
+    }
+    const size_t removed = mcast.removePorts(key, outgoing);
+    if (removed == 0) fail("none of these ports is in {}", mcast.describe(key));
+    call.print(counted(removed, "outgoing port", "outgoing ports") + " removed\n");
+}
+
+// A VLAN with all of its ports. Without its incoming VLAN a cache would be another one.
+void removeVlan(Call& call) {
+    const McastKey key = keyOf(call);
+    const uint32_t vlanInstance = vlanInstanceOf(call, call.text("vlan"));
+    McastManager& mcast = call.machine.mcast();
+    if (vlanInstance == key.incomingVlan)
+        fail("VLAN {} is the incoming one of {}; 'mcast del' deletes the cache", call.text("vlan"),
+             mcast.describe(key));
+    const McastManager::VlanRemoved removed = mcast.removeVlan(key, vlanInstance);
+    if (removed.caches == 0)
+        fail("VLAN {} is no outgoing one of {}", call.text("vlan"), mcast.describe(key));
+    call.print(fmt::format("VLAN {} removed from {}, with {}\n", call.text("vlan"),
+                           counted(removed.caches, "cache", "caches"),
+                           counted(removed.ports, "outgoing port", "outgoing ports")));
+}
+
+Report findCache(Call& call) {
+    const McastKey key = keyOf(call);
+    McastManager& mcast = call.machine.mcast();
+    bool held = mcast.copy().find(key) != nullptr;
+    for (const McastKey& candidate : mcast.copy().keysOf(key.group, key.vr))
+        held = held || (key.incomingVlan == 0 && candidate.source == key.source);
+    const bool found = mcast.platformFinds(key);
+    if (!held && !found) fail("there is no cache {}", mcast.describe(key));
+    return Fields{"cache",
+                  "Cache",
+                  {{"group", "Group", addressText(key.group)},
+                   {"source", "Source", sourceText(key.source)},
+                   {"vr", "Virtual router", key.vr},
+                   {"iif", "Incoming VLAN",
+                    key.incomingVlan == 0 ? Cell() : vlanCell(call, key.incomingVlan)},
+                   {"held", "Added by this host", held},
+                   {"found", "Found by the platform", found}}};
+}
+
+Report showStats(Call& call) {
+    const McastKey key = keyOf(call);
+    McastManager& mcast = call.machine.mcast();
+    HalMcastStats stats{};
+    if (!mcast.stats(key, stats))
+        fail("the platform finds no cache {}{}", mcast.describe(key),
+             key.source == 0 ? "; it never finds those of any source" : "");
+    return Fields{"stats",
+                  "Counters of " + mcast.describe(key),
+                  {{"first0", "First pair", stats.first[0]},
+                   {"first1", "", stats.first[1]},
+                   {"second0", "Second pair", stats.second[0]},
+                   {"second1", "", stats.second[1]}}};
+}
+
+void flushCaches(Call& call) {
+    const McastKey key = keyOf(call);
+    const size_t gone = call.machine.mcast().flush(key);
+    const bool groupAlone = key.group != 0 && key.source == 0 && key.incomingVlan == 0;
+    call.print(fmt::format("{} deleted{}\n", counted(gone, "cache", "caches"),
+                           groupAlone ? ": by group alone the platform deletes nothing" : ""));
+}
+
+void loadCaches(Call& call) {
+    McastLoad load;
+    load.file = call.text("file");
+    load.incomingVlan = vlanInstanceOf(call, call.text("iif"));
+    load.vr = virtualRouterOf(call);
+    load.sources = static_cast<uint32_t>(call.numberOr("sources", 1));
+    load.outgoing = outgoingOf(call);
+    load.each = static_cast<size_t>(call.numberOr("each", load.outgoing.size()));
+    if (load.each > load.outgoing.size())
+        fail("each cache can't take {} of {} outgoing ports", load.each, load.outgoing.size());
+    const McastLoaded loaded = loadMcast(call.machine.mcast(), load, call.print);
+    std::string summary = fmt::format("{}, {}", counted(loaded.groups, "group", "groups"),
+                                      counted(loaded.caches, "new cache", "new caches"));
+    if (loaded.known != 0) summary += fmt::format(", {} already there", loaded.known);
+    call.machine.events.note("mcast", "{} from {}", summary, load.file);
+    if (loaded.badLines != 0) summary += ", " + counted(loaded.badLines, "bad line", "bad lines");
+    call.print(summary + "\n");
+    const std::string problem =
+        loadProblem({load.file, loaded.caches + loaded.known, loaded.badLines, loaded.fileProblem});
+    if (!problem.empty()) fail("{}", problem);
+}
+
+}  // namespace
+
+void addMcastVerbs(Verbs& verbs) {
+    verbs.show("show mcast [group <group:ipv4>] [limit <limit:1-1000000>]",
+               "multicast caches by group, source and VLAN, with their outgoing ports", showMcast);
+    verbs.action(
+        "mcast add <group:ipv4> <source> iif <iif:vlan> [oif <vlan> <port>]* [vr <vr:0-65535>]",
+        "add a cache, or outgoing ports to one; a source of * is any", addCache);
+    verbs.action("mcast del <group:ipv4> <source> iif <iif:vlan> [vr <vr:0-65535>]",
+                 "delete a cache", [](Call& call) { call.machine.mcast().remove(keyOf(call)); });
+    verbs.show("mcast find <group:ipv4> <source> [iif <iif:vlan>] [vr <vr:0-65535>]",
+               "ask the platform for a cache; by source alone it may miss one", findCache);
+    verbs.action(
+        "mcast oif <action:add|del> <group:ipv4> <source> iif <iif:vlan> [oif <vlan> <port>]* "
+        "[vr <vr:0-65535>]",
+        "outgoing ports of a cache; del with a source of * is for all of the group", changePorts);
+    verbs.action("mcast oif del <group:ipv4> <source> iif <iif:vlan> vlan <vlan> [vr <vr:0-65535>]",
+                 "a whole outgoing VLAN of a cache; with a source of * of all of the group",
+                 removeVlan);
+    verbs.action(
+        "mcast flush [group <group:ipv4>] [source <source>] [iif <iif:vlan>] "
+        "[vr <vr:0-65535>]",
+        "delete caches as the platform understands the pattern; without one all", flushCaches);
+    verbs.show("mcast stats <group:ipv4> <source> [iif <iif:vlan>] [vr <vr:0-65535>]",
+               "counters of a cache", showStats);
+    verbs.action("mcast dump", "the platform's own listing, of virtual router 2",
+                 [](Call& call) { call.machine.mcast().dump(call.print); });
+    verbs.action(
+        "mcast load <file> iif <iif:vlan> [oif <vlan> <port>]* [each <each:0-100000>] "
+        "[sources <sources:1-100000>] [vr <vr:0-65535>]",
+        "add a cache per group (and source) of a file", loadCaches);
+}
+
+}  // namespace pcsim::host
