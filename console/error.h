@@ -3,24 +3,26 @@
 #ifndef PCSIM_CONSOLE_ERROR_H
 #define PCSIM_CONSOLE_ERROR_H
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <stdexcept>
 #include <string>
 
-namespace pcsim::host {
+namespace pcsim {
 
 class CommandError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
+[[noreturn]] void failFormatted(fmt::string_view format, fmt::format_args arguments);
+
 // Throws a CommandError with a formatted line.
 template <typename... Arguments>
 [[noreturn]] void fail(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
-    throw CommandError(fmt::format(format, std::forward<Arguments>(arguments)...));
+    failFormatted(format, fmt::make_format_args(arguments...));
 }
 
-}  // namespace pcsim::host
+}  // namespace pcsim
 
 #endif

@@ -1,20 +1,18 @@
 // The event log: what happened to the simulated system, in order.
 //
-// Managers add what an operator would want to know, the logger adds the platform's incidents, the
-// platform choke point adds what the library prints. A listener (the console) may follow along.
-// The oldest events go when the log is full; positions keep counting.
+// Whoever knows of something that an operator would want to know adds it. A listener (a session)
+// may follow along. The oldest events go when the log is full; positions keep counting.
 #ifndef PCSIM_CONSOLE_EVENT_LOG_H
 #define PCSIM_CONSOLE_EVENT_LOG_H
+
+#include <fmt/core.h>
 
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <string>
 
-#include "console/error.h"
-#include "host/core/scheduler.h"
-
-namespace pcsim::host {
+namespace pcsim {
 
 struct Event {
     uint64_t position;  // counts from 0
@@ -27,14 +25,18 @@ class EventLog {
 public:
     static constexpr size_t kCapacity = 20000;
 
-    explicit EventLog(const Scheduler& scheduler) : scheduler_(scheduler) {}
+    // Tells the time that events are stamped with, in milliseconds.
+    using Clock = std::function<uint64_t()>;
+
+    explicit EventLog(Clock nowMs) : nowMs_(std::move(nowMs)) {}
 
     void add(std::string source, std::string text);
 
+    // The same with a formatted text.
     template <typename... Arguments>
     void note(const char* source, fmt::format_string<Arguments...> format,
               Arguments&&... arguments) {
-        add(source, fmt::format(format, std::forward<Arguments>(arguments)...));
+        noteFormatted(source, format, fmt::make_format_args(arguments...));
     }
 
     const std::deque<Event>& events() const { return events_; }
@@ -48,7 +50,10 @@ public:
     std::function<void(const Event&)> listener;
 
 private:
-    const Scheduler& scheduler_;
+    void noteFormatted(const char* source, fmt::string_view format, fmt::format_args arguments);
+
+    Clock nowMs_;
+    uint64_t lastMs_ = 0;
     std::deque<Event> events_;
     uint64_t nextPosition_ = 0;
 };
@@ -56,6 +61,6 @@ private:
 // "[   12.345] card      Slot 3 operational"
 std::string formatEvent(const Event& event);
 
-}  // namespace pcsim::host
+}  // namespace pcsim
 
 #endif

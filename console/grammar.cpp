@@ -4,7 +4,7 @@
 #include "console/error.h"
 #include "console/values.h"
 
-namespace pcsim::host {
+namespace pcsim {
 
 Words splitWords(std::string_view line) {
     Words words;
@@ -165,4 +165,4 @@ Match match(const Pattern& pattern, const Words& words) {
     return result;
 }
 
-}  // namespace pcsim::host
+}  // namespace pcsim

@@ -15,7 +15,7 @@
 #include <string_view>
 #include <vector>
 
-namespace pcsim::host {
+namespace pcsim {
 
 using Words = std::vector<std::string>;
 
@@ -68,6 +68,6 @@ Match match(const Pattern& pattern, const Words& words);
 std::optional<std::string> valueProblem(const std::string& type, const std::string& name,
                                         const std::string& word);
 
-}  // namespace pcsim::host
+}  // namespace pcsim
 
 #endif

@@ -1,10 +1,12 @@
 // The help listings, at most 80 columns wide.
+#include <fmt/core.h>
+
 #include <algorithm>
 #include <functional>
 
 #include "console/session.h"
 
-namespace pcsim::host {
+namespace pcsim {
 
 namespace {
 
@@ -71,4 +73,4 @@ std::string helpOf(const Verbs& verbs, const std::string& beginning) {
     return text;
 }
 
-}  // namespace pcsim::host
+}  // namespace pcsim

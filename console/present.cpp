@@ -1,11 +1,14 @@
 // Shortening and cleaning of texts.
 #include "console/present.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
+#include <cstring>
 
 #include "console/text.h"
 
-namespace pcsim::host {
+namespace pcsim {
 
 namespace {
 
@@ -27,7 +30,7 @@ std::string withoutMiddle(const std::string& text, size_t width) {
 }
 
 size_t widthOf(const Table& table, size_t column) {
-    size_t width = table.columns[column].title.size();
+    size_t width = std::strlen(table.columns[column].title);
     for (const auto& row : table.rows) width = std::max(width, row[column].text().size());
     return width;
 }
@@ -66,7 +69,7 @@ void fitTable(Table& table, std::initializer_list<Flexible> columns) {
     std::vector<Width> widths;
     for (const Flexible& flexible : columns)
         widths.push_back({widthOf(table, flexible.column),
-                          std::max(kLeast, table.columns[flexible.column].title.size())});
+                          std::max(kLeast, std::strlen(table.columns[flexible.column].title))});
     for (; total > kTerminalWidth; --total) {
         const auto widest = std::max_element(widths.begin(), widths.end(), [](auto& a, auto& b) {
             return std::pair(a.spare() != 0, a.now) < std::pair(b.spare() != 0, b.now);
@@ -91,4 +94,4 @@ void fitTable(Table& table, std::initializer_list<Flexible> columns) {
             std::string(table.footer.empty() ? "" : "; ") + "...: cut to fit, --json has it all";
 }
 
-}  // namespace pcsim::host
+}  // namespace pcsim

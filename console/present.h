@@ -10,7 +10,7 @@
 
 #include "console/report.h"
 
-namespace pcsim::host {
+namespace pcsim {
 
 // A word of a file as a message quotes it: short and printable.
 std::string shown(std::string_view word);
@@ -32,6 +32,6 @@ std::string firstRows(uint64_t shown, uint64_t total, const char* noun, uint64_t
 // says so below it. The values, which JSON has, stay as they are.
 void fitTable(Table& table, std::initializer_list<Flexible> columns);
 
-}  // namespace pcsim::host
+}  // namespace pcsim
 
 #endif

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 
-namespace pcsim::host {
+namespace pcsim {
 
 namespace {
 
@@ -48,4 +48,4 @@ void Progress::look(uint64_t done) {
     std::fflush(stderr);
 }
 
-}  // namespace pcsim::host
+}  // namespace pcsim

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-namespace pcsim::host {
+namespace pcsim {
 
 class Progress {
 public:
@@ -39,6 +39,6 @@ private:
     Clock::time_point nextDraw_;
 };
 
-}  // namespace pcsim::host
+}  // namespace pcsim
 
 #endif

@@ -9,9 +9,8 @@
 
 #include "console/session.h"
 #include "console/text.h"
-#include "host/ports/port_manager.h"
 
-namespace pcsim::host {
+namespace pcsim {
 
 // Readline calls back without a context: the session that has the prompt, and what it completes.
 struct Prompt {
@@ -19,14 +18,8 @@ struct Prompt {
     static std::vector<std::string> candidates;
 
     static std::vector<std::string> valuesOf(const std::string& placeholder) {
-        std::vector<std::string> values;
-        if (placeholder == "<port>")
-            for (const auto& [instance, port] : session->machine_.ports().ports())
-                values.push_back(port.name());
-        if (placeholder == "<component>")
-            for (const char* name : {"Sys", "Card", "Port", "VLAN", "FDB", "trace"})
-                values.emplace_back(name);
-        return values;
+        const auto known = session->candidates.find(placeholder);
+        return known == session->candidates.end() ? std::vector<std::string>() : known->second();
     }
 
     static char* generate(const char* text, int state) {
@@ -86,7 +79,7 @@ void Session::lineEntered(char* text) {
     try {
         run(line);
     } catch (const CommandError& error) {
-        loop_.forgetInterrupt();  // it has ended the command
+        surroundings_.forgetInterrupt();  // it has ended the command
         print("error: " + printable(error.what()) + "\n");
     } catch (const OutputError&) {
         // The prompt ends with it.
@@ -96,7 +89,7 @@ void Session::lineEntered(char* text) {
 
 // Ctrl-C while nothing runs drops the line that is being typed.
 void Session::interruptedAtPrompt() {
-    loop_.forgetInterrupt();
+    surroundings_.forgetInterrupt();
     const bool typing = rl_end != 0;
     rl_free_line_state();
     rl_callback_sigcleanup();
@@ -128,27 +121,27 @@ void Session::prompt() {
     if (!history.empty()) read_history(history.c_str());
     rl_callback_handler_install("pcsim> ", Prompt::line);
     prompting_ = true;
-    loop_.onContinue = [this] {
+    surroundings_.onContinue = [this] {
         if (!prompting_) return;
         rl_deprep_terminal();
         rl_prep_terminal(1);
         rl_forced_update_display();
     };
-    loop_.forgetInterrupt();
-    while (!ended_ && outputError_ == 0 && !loop_.terminated()) {
-        if (loop_.waitReadable(STDIN_FILENO))
+    surroundings_.forgetInterrupt();
+    while (!ended_ && outputError_ == 0 && !surroundings_.terminated()) {
+        if (surroundings_.waitReadable(STDIN_FILENO))
             rl_callback_read_char();
-        else if (!loop_.terminated())
+        else if (!surroundings_.terminated())
             interruptedAtPrompt();
     }
-    loop_.onContinue = nullptr;
+    surroundings_.onContinue = nullptr;
     prompting_ = false;
     rl_callback_handler_remove();
     constexpr int kHistoryLines = 1000;
     stifle_history(kHistoryLines);
     if (!history.empty()) write_history(history.c_str());
     Prompt::session = nullptr;
-    loop_.checkInterrupt();
+    surroundings_.checkInterrupt();
 }
 
-}  // namespace pcsim::host
+}  // namespace pcsim

@@ -1,85 +1,13 @@
-// Rendering of reports.
+// Cells, and reports asked for single values.
 #include "console/report.h"
 
-#include <algorithm>
-#include <nlohmann/json.hpp>
+#include <fmt/core.h>
 
-namespace pcsim::host {
+#include <cstring>
+
+namespace pcsim {
 
 namespace {
-
-nlohmann::ordered_json jsonOf(const Cell& cell) {
-    return std::visit(
-        [](const auto& value) -> nlohmann::ordered_json {
-            if constexpr (std::is_same_v<std::decay_t<decltype(value)>, std::monostate>)
-                return nullptr;
-            else
-                return value;
-        },
-        cell.value());
-}
-
-nlohmann::ordered_json jsonOf(const Fields& fields) {
-    auto object = nlohmann::ordered_json::object();
-    for (const Field& field : fields.fields) object[field.key] = jsonOf(field.value);
-    return object;
-}
-
-nlohmann::ordered_json jsonOf(const Table& table) {
-    auto rows = nlohmann::ordered_json::array();
-    for (const auto& row : table.rows) {
-        auto object = nlohmann::ordered_json::object();
-        for (size_t i = 0; i < row.size(); ++i) object[table.columns[i].key] = jsonOf(row[i]);
-        rows.push_back(std::move(object));
-    }
-    return rows;
-}
-
-std::string padded(const std::string& text, size_t width, Align align) {
-    return align == Align::kLeft ? fmt::format("{:<{}}", text, width)
-                                 : fmt::format("{:>{}}", text, width);
-}
-
-void trimEnd(std::string& line) {
-    while (!line.empty() && line.back() == ' ') line.pop_back();
-}
-
-std::string textOf(const Fields& fields) {
-    size_t width = 0;
-    for (const Field& field : fields.fields) width = std::max(width, field.title.size());
-    std::string result = fields.title.empty() ? "" : fields.title + "\n";
-    for (const Field& field : fields.fields) {
-        std::string line = fmt::format("  {:<{}}  {}", field.title, width, field.value.text());
-        trimEnd(line);
-        result += line + "\n";
-    }
-    return result;
-}
-
-std::string textOf(const Table& table) {
-    std::string result = table.title.empty() ? "" : table.title + "\n";
-    if (table.rows.empty()) {
-        return result + "  " + (table.whenEmpty.empty() ? "none" : table.whenEmpty) + "\n";
-    }
-    std::vector<size_t> widths;
-    for (size_t i = 0; i < table.columns.size(); ++i) {
-        size_t width = table.columns[i].title.size();
-        for (const auto& row : table.rows) width = std::max(width, row[i].text().size());
-        widths.push_back(width);
-    }
-    const auto addLine = [&](const auto& textOfColumn) {
-        std::string line = " ";
-        for (size_t i = 0; i < widths.size(); ++i)
-            line += " " + padded(textOfColumn(i), widths[i], table.columns[i].align) + " ";
-        trimEnd(line);
-        result += line + "\n";
-    };
-    addLine([&](size_t i) { return table.columns[i].title; });
-    addLine([&](size_t i) { return std::string(widths[i], '-'); });
-    for (const auto& row : table.rows) addLine([&](size_t i) { return row[i].text(); });
-    if (!table.footer.empty()) result += "  " + table.footer + "\n";
-    return result;
-}
 
 std::optional<Cell> at(const Fields& fields, const std::string& path) {
     for (const Field& field : fields.fields)
@@ -99,7 +27,53 @@ std::optional<Cell> at(const Table& table, const std::string& path) {
     return std::nullopt;
 }
 
+void appendName(std::string& names, const std::string& name) {
+    names += (names.empty() ? "" : ", ") + name;
+}
+
+void appendNames(std::string& names, const Fields& fields) {
+    for (const Field& field : fields.fields) appendName(names, field.key);
+}
+
+void appendNames(std::string& names, const Table& table) {
+    appendName(names, std::string(table.key) + ".count");
+    for (const Column& column : table.columns) appendName(names, std::string("ROW.") + column.key);
+}
+
 }  // namespace
+
+Cell::Cell() : text_("-") {}
+Cell::Cell(const char* text) : value_(std::string(text)), text_(text) {}
+Cell::Cell(std::string text) : value_(text), text_(std::move(text)) {}
+Cell::Cell(bool yes) : value_(yes), text_(yes ? "yes" : "no") {}
+Cell::Cell(double number) : value_(number), text_(fmt::format("{:.2f}", number)) {}
+Cell::Cell(Integer integer) {
+    if (integer.isSigned)
+        value_ = static_cast<int64_t>(integer.bits);
+    else
+        value_ = integer.bits;
+    text_ = plain();
+}
+Cell::Cell(Cell value, std::string text)
+    : value_(std::move(value.value_)), text_(std::move(text)) {}
+Cell::Cell(const Cell&) = default;
+Cell::Cell(Cell&&) noexcept = default;
+Cell& Cell::operator=(const Cell&) = default;
+Cell& Cell::operator=(Cell&&) noexcept = default;
+Cell::~Cell() = default;
+
+Report::Report() = default;
+Report::Report(Fields fields) {
+    sections_.emplace_back(std::move(fields));
+}
+Report::Report(Table table) {
+    sections_.emplace_back(std::move(table));
+}
+Report::Report(const Report&) = default;
+Report::Report(Report&&) noexcept = default;
+Report& Report::operator=(const Report&) = default;
+Report& Report::operator=(Report&&) noexcept = default;
+Report::~Report() = default;
 
 std::string Cell::plain() const {
     if (const auto* text = std::get_if<std::string>(&value_)) return *text;
@@ -122,29 +96,13 @@ Report& Report::add(Table table) {
     return *this;
 }
 
-std::string Report::text() const {
-    std::string result;
-    for (const auto& section : sections_) {
-        if (!result.empty()) result += "\n";
-        result += std::visit([](const auto& part) { return textOf(part); }, section);
-    }
-    return result;
-}
-
-std::string Report::json() const {
-    auto object = nlohmann::ordered_json::object();
-    for (const auto& section : sections_)
-        std::visit([&](const auto& part) { object[part.key] = jsonOf(part); }, section);
-    return object.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
-}
-
 std::optional<Cell> Report::at(const std::string& path) const {
     for (const auto& section : sections_) {
         const auto found = std::visit(
             [&](const auto& part) -> std::optional<Cell> {
-                if (auto cell = host::at(part, path)) return cell;
-                if (path.starts_with(part.key + "."))
-                    return host::at(part, path.substr(part.key.size() + 1));
+                if (auto cell = pcsim::at(part, path)) return cell;
+                if (path.starts_with(std::string(part.key) + "."))
+                    return pcsim::at(part, path.substr(std::strlen(part.key) + 1));
                 return std::nullopt;
             },
             section);
@@ -153,4 +111,14 @@ std::optional<Cell> Report::at(const std::string& path) const {
     return std::nullopt;
 }
 
-}  // namespace pcsim::host
+std::string Report::names() const {
+    std::string names;
+    for (const auto& section : sections_)
+        std::visit([&](const auto& part) { appendNames(names, part); }, section);
+    return names;
+}
+
+}  // namespace pcsim
+
+template class std::vector<pcsim::Cell>;
+template class std::vector<std::vector<pcsim::Cell>>;

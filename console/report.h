@@ -11,29 +11,29 @@
 #include <variant>
 #include <vector>
 
-#include "console/error.h"
-
-namespace pcsim::host {
+namespace pcsim {
 
 // A value with the text that a table shows for it. Numbers stay numbers in JSON.
 class Cell {
 public:
-    using Value = std::variant<std::monostate, bool, int64_t, uint64_t, std::string>;
+    using Value = std::variant<std::monostate, bool, int64_t, uint64_t, double, std::string>;
 
-    Cell() : text_("-") {}
-    Cell(const char* text) : value_(std::string(text)), text_(text) {}
-    Cell(std::string text) : value_(text), text_(std::move(text)) {}
-    Cell(bool yes) : value_(yes), text_(yes ? "yes" : "no") {}
+    Cell();
+    Cell(const char* text);
+    Cell(std::string text);
+    Cell(bool yes);
+    // With two digits behind the point.
+    Cell(double number);
     template <typename Number>
     requires(std::is_integral_v<Number> && !std::is_same_v<Number, bool>) Cell(Number number)
-        : text_(fmt::format("{}", number)) {
-        if constexpr (std::is_signed_v<Number>)
-            value_ = static_cast<int64_t>(number);
-        else
-            value_ = static_cast<uint64_t>(number);
-    }
+        : Cell(Integer{std::is_signed_v<Number>, static_cast<uint64_t>(number)}) {}
     // A value that is shown in another form, e.g. a number in hexadecimal.
-    Cell(Cell value, std::string text) : value_(std::move(value.value_)), text_(std::move(text)) {}
+    Cell(Cell value, std::string text);
+    Cell(const Cell&);
+    Cell(Cell&&) noexcept;
+    Cell& operator=(const Cell&);
+    Cell& operator=(Cell&&) noexcept;
+    ~Cell();
 
     const Value& value() const { return value_; }
     const std::string& text() const { return text_; }
@@ -41,6 +41,12 @@ public:
     std::string plain() const;
 
 private:
+    struct Integer {
+        bool isSigned;
+        uint64_t bits;
+    };
+    explicit Cell(Integer integer);
+
     Value value_;
     std::string text_;
 };
@@ -48,15 +54,16 @@ private:
 // "0x0000000f" for people, 15 for programs.
 Cell hexCell(uint32_t value);
 
+// Keys and titles of what a report is made of are literals.
 struct Field {
-    std::string key;
-    std::string title;
+    const char* key;
+    const char* title;
     Cell value;
 };
 
 // Named values, one per line.
 struct Fields {
-    std::string key;
+    const char* key;
     std::string title;
     std::vector<Field> fields;
 };
@@ -64,14 +71,14 @@ struct Fields {
 enum class Align { kLeft, kRight };
 
 struct Column {
-    std::string key;
-    std::string title;
+    const char* key;
+    const char* title;
     Align align = Align::kLeft;
 };
 
 // Rows of equal shape. The first column names the row.
 struct Table {
-    std::string key;
+    const char* key;
     std::string title;
     std::vector<Column> columns;
     std::vector<std::vector<Cell>> rows;
@@ -81,9 +88,14 @@ struct Table {
 
 class Report {
 public:
-    Report() = default;
-    Report(Fields fields) { sections_.emplace_back(std::move(fields)); }
-    Report(Table table) { sections_.emplace_back(std::move(table)); }
+    Report();
+    Report(Fields fields);
+    Report(Table table);
+    Report(const Report&);
+    Report(Report&&) noexcept;
+    Report& operator=(const Report&);
+    Report& operator=(Report&&) noexcept;
+    ~Report();
 
     Report& add(Fields fields);
     Report& add(Table table);
@@ -94,11 +106,17 @@ public:
     // The value at a path: "field", "section.field", "row.column", "section.row.column" or
     // "section.count" (number of rows). Null when there is none.
     std::optional<Cell> at(const std::string& path) const;
+    // What at() would find, for a message: "model, ports.count, ports.ROW.link, ...".
+    std::string names() const;
 
 private:
     std::vector<std::variant<Fields, Table>> sections_;
 };
 
-}  // namespace pcsim::host
+}  // namespace pcsim
+
+// Their code is made once, in report.cpp.
+extern template class std::vector<pcsim::Cell>;
+extern template class std::vector<std::vector<pcsim::Cell>>;
 
 #endif

@@ -11,7 +11,7 @@
 
 #include "console/error.h"
 
-namespace pcsim::host {
+namespace pcsim {
 
 namespace {
 
@@ -61,11 +61,11 @@ std::string Script::beside(const std::string& path) const {
 }
 
 // Reads on; whether there was something.
-bool Script::fill(Loop& loop) {
+bool Script::fill(Surroundings& surroundings) {
     read_.erase(0, next_);
     next_ = 0;
     for (;;) {
-        if (!loop.waitReadable(descriptor_)) loop.checkInterrupt();
+        if (!surroundings.waitReadable(descriptor_)) surroundings.checkInterrupt();
         char bytes[kChunk];
         const ssize_t size = read(descriptor_, bytes, sizeof bytes);
         if (size >= 0) {
@@ -77,7 +77,7 @@ bool Script::fill(Loop& loop) {
     }
 }
 
-std::optional<std::string> Script::nextLine(Loop& loop) {
+std::optional<std::string> Script::nextLine(Surroundings& surroundings) {
     ++lineNumber_;
     size_t end;
     size_t from = next_;
@@ -85,7 +85,7 @@ std::optional<std::string> Script::nextLine(Loop& loop) {
         if (read_.size() - next_ > kLongestLine)
             fail("the line is longer than {} bytes; is this a script?", kLongestLine);
         from = read_.size() - next_;  // filling moves the rest to the front
-        if (fill(loop)) continue;
+        if (fill(surroundings)) continue;
         if (read_.empty()) return std::nullopt;
         end = read_.size();  // the last line may have no end
         read_ += '\n';
@@ -96,4 +96,4 @@ std::optional<std::string> Script::nextLine(Loop& loop) {
     return line;
 }
 
-}  // namespace pcsim::host
+}  // namespace pcsim

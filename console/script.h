@@ -7,9 +7,9 @@
 #include <optional>
 #include <string>
 
-#include "host/core/loop.h"
+#include "console/surroundings.h"
 
-namespace pcsim::host {
+namespace pcsim {
 
 class Script {
 public:
@@ -23,9 +23,9 @@ public:
 
     const std::string& name() const { return name_; }
 
-    // The next line without its end, or nothing at the end. Time goes on in 'loop' while the line
-    // is waited for. Throws a CommandError.
-    std::optional<std::string> nextLine(Loop& loop);
+    // The next line without its end, or nothing at the end. Time goes on in 'surroundings' while
+    // the line is waited for. Throws a CommandError.
+    std::optional<std::string> nextLine(Surroundings& surroundings);
     // The number of the line that nextLine() has given, or has failed to give.
     unsigned lineNumber() const { return lineNumber_; }
 
@@ -38,7 +38,7 @@ public:
 
 private:
     void look();
-    bool fill(Loop& loop);
+    bool fill(Surroundings& surroundings);
 
     std::string name_;
     bool isFile_;
@@ -51,6 +51,6 @@ private:
     unsigned lineNumber_ = 0;
 };
 
-}  // namespace pcsim::host
+}  // namespace pcsim
 
 #endif

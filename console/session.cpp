@@ -4,39 +4,47 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
 #include "console/text.h"
 
-namespace pcsim::host {
+namespace pcsim {
 
 OutputError::OutputError(int error)
     : std::runtime_error(fmt::format("standard output can't be written: {}", std::strerror(error))),
       readerGone_(error == EPIPE) {}
 
-Session::Session(Machine& machine, Look look)
-    : machine_(machine), look_(look), loop_(machine.scheduler) {
+Session::Session(Surroundings& surroundings, EventLog& events, Look look)
+    : surroundings_(surroundings), events_(events), look_(look) {
     std::fflush(stdout);
     out_ = fdopen(dup(STDOUT_FILENO), "w");
     if (out_ == nullptr) fail("standard output is closed; expected a terminal, pipe or file");
-    machine_.events.listener = [this](const Event& event) {
+    events_.listener = [this](const Event& event) {
         if (look_.liveEvents) printEvent(event);
     };
-    machine_.platform.onCall = nullptr;
-    addConsoleVerbs();
+    addLanguageVerbs();
     addWaitVerbs();
-    addAllVerbs(verbs_);
 }
 
 Session::~Session() {
-    // The machine goes on calling and telling while it shuts down.
-    machine_.events.listener = nullptr;
-    machine_.platform.onCall = nullptr;
+    events_.listener = nullptr;  // events go on
     std::fclose(out_);
 }
 
+void Session::separate() {
+    separating_ = separating_ || printed_;
+    printed_ = false;
+}
+
 void Session::print(const std::string& text) {
+    if (text.empty()) return;
+    printed_ = true;
+    if (separating_) {
+        separating_ = false;
+        print("\n");
+    }
     std::fflush(out_);  // readline's
     const int descriptor = fileno(out_);
     for (size_t at = 0; at < text.size() && outputError_ == 0;) {
@@ -47,10 +55,10 @@ void Session::print(const std::string& text) {
             // Another program has left a shared terminal or pipe non-blocking.
             pollfd writable{descriptor, POLLOUT, 0};
             poll(&writable, 1, -1);
-            if (loop_.interrupted()) return;
+            if (surroundings_.interrupted()) return;
         } else if (errno != EINTR) {
             outputError_ = errno;
-        } else if (loop_.interrupted()) {
+        } else if (surroundings_.interrupted()) {
             return;
         }
     }
@@ -60,33 +68,37 @@ void Session::checkOutput() const {
     if (outputError_ != 0) throw OutputError(outputError_);
 }
 
+Call Session::callOf(Values values, bool json) {
+    Call call(std::move(values));
+    call.print = [this](const std::string& text) { print(text); };
+    call.answer = [this, json](const Report& report) {
+        print(json ? report.json() : report.text());
+    };
+    return call;
+}
+
 void Session::run(const std::string& line) {
     Words words = splitWords(line);
     bool json = look_.json;
-    if (!words.empty() && words.back() == "--json") {
-        json = true;
-        words.pop_back();
-    }
+    // What is echoed is printed as it is.
+    if (!words.empty() && words.front() != "echo" && std::erase(words, "--json") != 0) json = true;
     if (words.empty()) return;
-    loop_.checkInterrupt();
+    surroundings_.checkInterrupt();
     Verbs::Found found = verbs_.find(words);
-    Call call(machine_, std::move(found.values));
-    call.print = [this](const std::string& text) { print(text); };
-    if (found.verb->show) {
-        const Report report = found.verb->show(call);
-        print(json ? report.json() : report.text());
-    } else {
+    Call call = callOf(std::move(found.values), json);
+    if (found.verb->show)
+        call.answer(found.verb->show(call));
+    else
         found.verb->action(call);
-    }
     checkOutput();
-    loop_.checkInterrupt();
+    surroundings_.checkInterrupt();
 }
 
 Report Session::evaluate(const Words& words) {
     Verbs::Found found = verbs_.find(words);
     if (!found.verb->show)
         fail("'{}' has no values to look at; expected a show command", found.verb->pattern.text);
-    Call call(machine_, std::move(found.values));
+    Call call(std::move(found.values));
     return found.verb->show(call);
 }
 
@@ -102,7 +114,7 @@ void Session::runScript(Script& script) {
     } const running(running_, script);
     while (!ended_) {
         try {
-            const auto line = script.nextLine(loop_);
+            const auto line = script.nextLine(surroundings_);
             if (!line) return;
             const Words words = splitWords(*line);
             if (look_.echo && !words.empty() && words[0] != "echo")
@@ -126,7 +138,7 @@ void Session::include(const std::string& path) {
     runScript(script);
 }
 
-void Session::addConsoleVerbs() {
+void Session::addLanguageVerbs() {
     verbs_.action("help", "list the verbs", [this](Call&) { print(helpText(verbs_)); });
     verbs_.action("help about <word>", "those with a word in them",
                   [this](Call& call) { print(helpAbout(verbs_, call.text("word"))); });
@@ -134,19 +146,6 @@ void Session::addConsoleVerbs() {
                   [this](Call& call) { print(helpOf(verbs_, call.joined("verb"))); });
     for (const char* name : {"quit", "exit"})
         verbs_.action(name, "end the session", [this](Call&) { ended_ = true; });
-    verbs_.action("time stop", "stop the clock; it moves by 'time warp' alone",
-                  [this](Call&) { machine_.scheduler.stop(); });
-    verbs_.action("time run", "let the clock follow the PC's again",
-                  [this](Call&) { machine_.scheduler.resume(); });
-    verbs_.action("time warp <ms:0-86400000>", "move the stopped clock forward",
-                  [this](Call& call) {
-                      if (!machine_.scheduler.stopped())
-                          fail("the clock is running; 'time stop' comes first");
-                      machine_.scheduler.warp(0);
-                      loop_.sleep(call.number("ms"));  // a long way can be interrupted
-                  });
-    verbs_.action("sleep <ms:0-86400000>", "let simulated time pass",
-                  [this](Call& call) { loop_.sleep(call.number("ms")); });
     verbs_.action("echo <text:rest>", "print a line",
                   [this](Call& call) { print(printable(call.joined("text")) + "\n"); });
     verbs_.action("echo", "print an empty line", [this](Call&) { print("\n"); });
@@ -154,15 +153,6 @@ void Session::addConsoleVerbs() {
                   [this](Call& call) { include(call.text("file")); });
     verbs_.action("events <state:on|off>", "print events as they happen, or not",
                   [this](Call& call) { look_.liveEvents = call.text("state") == "on"; });
-    verbs_.action("calls <state:on|off>", "print every call into the platform, or not",
-                  [this](Call& call) {
-                      if (call.text("state") == "on")
-                          machine_.platform.onCall = [this](const std::string& text) {
-                              print("call  " + text + "\n");
-                          };
-                      else
-                          machine_.platform.onCall = nullptr;
-                  });
 }
 
-}  // namespace pcsim::host
+}  // namespace pcsim

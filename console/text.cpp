@@ -1,10 +1,10 @@
-// Making texts printable.
+// Making texts printable, and taking them apart.
 #include "console/text.h"
 
 #include <algorithm>
 #include <cstddef>
 
-namespace pcsim::host {
+namespace pcsim {
 
 namespace {
 
@@ -38,4 +38,17 @@ std::string printable(std::string_view text) {
     return result;
 }
 
-}  // namespace pcsim::host
+std::string counted(uint64_t count, const char* one, const char* many) {
+    return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+std::string_view takeWord(std::string_view& line) {
+    constexpr std::string_view kBlanks = " \t\r\v\f";
+    line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
+    const size_t end = std::min(line.find_first_of(kBlanks), line.size());
+    const std::string_view word = line.substr(0, end);
+    line.remove_prefix(end);
+    return word;
+}
+
+}  // namespace pcsim

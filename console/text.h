@@ -1,12 +1,13 @@
-// Texts of the interface's records, and texts on their way to a terminal.
+// Texts of records, of lines of files, and on their way to a terminal.
 #ifndef PCSIM_CONSOLE_TEXT_H
 #define PCSIM_CONSOLE_TEXT_H
 
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <string_view>
 
-namespace pcsim::host {
+namespace pcsim {
 
 // The text in a field of fixed size: up to its NUL, or all of it when there is none.
 template <size_t size>
@@ -18,6 +19,12 @@ std::string textOf(const char (&field)[size]) {
 // characters but tabs, and what is not UTF-8. Whatever came out of a file goes through this.
 std::string printable(std::string_view text);
 
-}  // namespace pcsim::host
+// "1 MAC address", "2 MAC addresses".
+std::string counted(uint64_t count, const char* one, const char* many);
+
+// Takes the next word off a line; empty at its end.
+std::string_view takeWord(std::string_view& line);
+
+}  // namespace pcsim
 
 #endif

@@ -12,7 +12,7 @@
 #include "console/error.h"
 #include "console/grammar.h"
 
-namespace pcsim::host {
+namespace pcsim {
 
 namespace {
 
@@ -51,20 +51,28 @@ uint32_t parseU32(const std::string& what, const std::string& word) {
     return static_cast<uint32_t>(*value);
 }
 
-SlotPort parseSlotPort(const std::string& word) {
-    const size_t colon = word.find(':');
-    if (colon != std::string::npos) {
-        const auto slot = number(std::string_view(word).substr(0, colon), 10);
-        const auto port = number(std::string_view(word).substr(colon + 1), 10);
-        if (slot && port && *slot <= 0xFFFF && *port <= 0xFFFF)
-            return {static_cast<uint32_t>(*slot), static_cast<uint32_t>(*port)};
-    }
-    fail("'{}' is not a port; expected SLOT:PORT, for example 1:2", word);
+bool readNumber(std::string_view word, uint64_t highest, uint64_t& value) {
+    const auto read = number(word, 10);
+    if (!read || *read > highest) return false;
+    value = *read;
+    return true;
 }
 
-std::string macText(const uint8_t* mac) {
-    return fmt::format("{:02x}:{:02x}:{:02x}:{:02x}:{:02x}:{:02x}", mac[0], mac[1], mac[2], mac[3],
-                       mac[4], mac[5]);
+bool readSlotPort(std::string_view word, SlotPort& port) {
+    const size_t colon = word.find(':');
+    uint64_t slot, number;
+    if (colon == std::string_view::npos || !readNumber(word.substr(0, colon), 0xFFFF, slot) ||
+        !readNumber(word.substr(colon + 1), 0xFFFF, number))
+        return false;
+    port = {static_cast<uint32_t>(slot), static_cast<uint32_t>(number)};
+    return true;
+}
+
+SlotPort parseSlotPort(const std::string& word) {
+    SlotPort port{};
+    if (!readSlotPort(word, port))
+        fail("'{}' is not a port; expected SLOT:PORT, for example 1:2", word);
+    return port;
 }
 
 uint32_t IpAddress::v4() const {
@@ -79,7 +87,36 @@ std::string IpAddress::text() const {
 }
 
 std::string IpPrefix::text() const {
+    if (!address.v6) return ipv4Text(address.v4(), mask);
     return fmt::format("{}/{}", address.text(), length);
+}
+
+IpPrefix IpPrefix::masked() const {
+    IpPrefix result = *this;
+    const auto* const bits = reinterpret_cast<const uint8_t*>(&mask);
+    for (uint32_t i = 0; i < (address.v6 ? 16u : 4u); ++i) {
+        const uint32_t kept = std::clamp<uint32_t>(length, 8 * i, 8 * i + 8) - 8 * i;
+        result.address.bytes[i] &= address.v6 ? static_cast<uint8_t>(0xFF00u >> kept) : bits[i];
+    }
+    return result;
+}
+
+void checkMasked(const IpPrefix& prefix) {
+    const IpPrefix masked = prefix.masked();
+    if (masked.address.bytes != prefix.address.bytes)
+        fail("prefix {} has bits outside of its mask; expected {}", prefix.text(), masked.text());
+}
+
+std::string ipv4Text(uint32_t address) {
+    char text[INET_ADDRSTRLEN];
+    return inet_ntop(AF_INET, &address, text, sizeof text);
+}
+
+std::string ipv4Text(uint32_t address, uint32_t mask) {
+    const uint32_t bits = ntohl(mask);
+    const int length = std::countl_one(bits);
+    const bool hasGaps = length + std::countr_zero(bits) < 32;
+    return ipv4Text(address) + "/" + (hasGaps ? ipv4Text(mask) : std::to_string(length));
 }
 
 IpAddress parseIpv4(const std::string& word) {
@@ -96,6 +133,19 @@ IpAddress parseAddress(const std::string& word) {
     if (inet_pton(AF_INET6, word.c_str(), address.bytes.data()) != 1)
         fail("'{}' is not an IP address; expected 10.0.0.1 or fe80::1", word);
     return address;
+}
+
+void checkStation(const IpAddress& address) {
+    const uint32_t v4 = ntohl(address.v4());
+    const bool multicast = address.v6 ? address.bytes[0] == 0xFF : v4 >> 28 == 0xE;
+    const bool zero = std::all_of(address.bytes.begin(), address.bytes.end(),
+                                  [](uint8_t byte) { return byte == 0; });
+    const char* const kind = zero                              ? "unspecified"
+                             : multicast                       ? "a multicast address"
+                             : !address.v6 && v4 == 0xFFFFFFFF ? "the broadcast address"
+                                                               : nullptr;
+    if (kind != nullptr)
+        fail("{} is {}; expected the address of one station", address.text(), kind);
 }
 
 IpPrefix parsePrefix(const std::string& word) {
@@ -159,4 +209,4 @@ std::optional<std::string> valueProblem(const std::string& type, const std::stri
     return std::nullopt;
 }
 
-}  // namespace pcsim::host
+}  // namespace pcsim

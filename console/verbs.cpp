@@ -2,11 +2,15 @@
 #include "console/verbs.h"
 
 #include <algorithm>
+#include <stdexcept>
 
-namespace pcsim::host {
+namespace pcsim {
 
 const std::string& Call::text(const std::string& name) const {
-    return all(name).front();
+    const auto found = values_.find(name);
+    if (found == values_.end() || found->second.empty())
+        throw std::logic_error("the command has no value '" + name + "'");
+    return found->second.front();
 }
 
 std::string Call::textOr(const std::string& name, std::string otherwise) const {
@@ -25,6 +29,18 @@ std::string Call::joined(const std::string& name) const {
 
 uint64_t Call::number(const std::string& name) const {
     return parseNumber(name, text(name), 0, ~uint64_t{0});
+}
+
+uint32_t Call::u32(const std::string& name) const {
+    return parseU32(name, text(name));
+}
+
+uint16_t Call::vlan(const std::string& name) const {
+    return static_cast<uint16_t>(number(name));
+}
+
+SlotPort Call::port(const std::string& name) const {
+    return parseSlotPort(text(name));
 }
 
 uint64_t Call::numberOr(const std::string& name, uint64_t otherwise) const {
@@ -91,4 +107,4 @@ std::vector<std::string> Verbs::next(const Words& words) const {
     return result;
 }
 
-}  // namespace pcsim::host
+}  // namespace pcsim

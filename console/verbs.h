@@ -1,48 +1,50 @@
 // The verbs of the console: one set for the prompt, -x, -f and every other door.
 //
-// A manager's verbs live beside it and are registered here. A verb that answers with a report is a
-// 'show': it renders as text or JSON and can be asked for single values by 'expect' and 'wait'.
+// Whoever has something to command or to show registers verbs here; the console itself has the few
+// that its language is made of (session.h). A verb that answers with a report is a 'show': it
+// renders as text or JSON and can be asked for single values by 'expect' and 'wait'.
 #ifndef PCSIM_CONSOLE_VERBS_H
 #define PCSIM_CONSOLE_VERBS_H
 
 #include <functional>
-#include <memory>
 #include <string>
 #include <vector>
 
+#include "console/error.h"
 #include "console/grammar.h"
 #include "console/report.h"
 #include "console/values.h"
-#include "host/machine/machine.h"
 
-namespace pcsim::host {
+namespace pcsim {
 
-// The values of one command, checked for their form already.
+// The values of one command, checked for their form already, and the way back to whoever gave it.
+// Asking for a value that the verb's pattern doesn't have is a mistake of the verb: it throws a
+// std::logic_error that names the value.
 class Call {
 public:
-    Call(Machine& owner, Values values) : machine(owner), values_(std::move(values)) {}
+    explicit Call(Values values) : values_(std::move(values)) {}
 
-    Machine& machine;
-
+    // Whether a value of this name, or of an optional group, was given.
     bool has(const std::string& name) const { return values_.contains(name); }
     // Whether the group that starts with 'word' was given.
     bool given(const std::string& word) const { return has("[" + word + "]"); }
     const std::string& text(const std::string& name) const;
     std::string textOr(const std::string& name, std::string otherwise) const;
+    // All values of a name; none when its group was not given.
     const std::vector<std::string>& all(const std::string& name) const;
     // All values of a name with a blank between them.
     std::string joined(const std::string& name) const;
 
     uint64_t number(const std::string& name) const;
     uint64_t numberOr(const std::string& name, uint64_t otherwise) const;
-    uint32_t u32(const std::string& name) const { return parseU32(name, text(name)); }
-    uint16_t vlan(const std::string& name = "vlan") const {
-        return static_cast<uint16_t>(number(name));
-    }
-    SlotPort port(const std::string& name = "port") const { return parseSlotPort(text(name)); }
+    uint32_t u32(const std::string& name) const;
+    uint16_t vlan(const std::string& name = "vlan") const;
+    SlotPort port(const std::string& name = "port") const;
 
-    // For verbs that report progress or several lines of their own.
+    // For verbs that print lines of their own, or a report before they fail. Null where nobody
+    // reads: an 'expect' looks at values alone.
     std::function<void(const std::string&)> print;
+    std::function<void(const Report&)> answer;
 
 private:
     Values values_;
@@ -79,6 +81,6 @@ private:
     std::vector<Verb> verbs_;
 };
 
-}  // namespace pcsim::host
+}  // namespace pcsim
 
 #endif

@@ -2,13 +2,13 @@
 //
 //     expect event "Port 1:2 link down"
 //     wait show port 1:2 -- link is up within 3000
-//     expect show counters 1:1 -- rxPackets is 1000
+//     expect show counters 1:1 -- rxPackets is 1000 and rxErrors is 0
 #include <algorithm>
 #include <charconv>
 
 #include "console/session.h"
 
-namespace pcsim::host {
+namespace pcsim {
 
 namespace {
 
@@ -66,45 +66,74 @@ bool compare(const std::string& relation, const std::string& is, const std::stri
     return relation == "at-least" ? b <= a : a <= b;
 }
 
-}  // namespace
+// One "VALUE RELATION TEXT" of a condition, from 'from' up to an "and" or the end.
+struct Condition {
+    std::string path, relation, wanted;
+};
 
-bool Session::holds(const Words& words, std::string& found) {
-    EventLog& events = machine_.events;
-    if (words[0] == "event" && words.size() >= 2) {
-        const Event* event = events.find(joined(words.begin() + 1, words.end()), events.cursor);
-        if (event == nullptr) {
-            found = fmt::format("no event \"{}\"", joined(words.begin() + 1, words.end()));
-            return false;
-        }
-        events.cursor = event->position + 1;
-        return true;
+std::vector<Condition> conditionsOf(Words::const_iterator from, Words::const_iterator to,
+                                    const Words& all) {
+    std::vector<Condition> conditions;
+    for (;;) {
+        const auto end = std::find(from, to, "and");
+        if (end - from < 3)
+            fail(
+                "'{}' is not complete; expected event TEXT, no event TEXT, or SHOW... -- VALUE "
+                "is|not|contains|at-least|at-most TEXT",
+                joined(all.begin(), all.end()));
+        checkRelation(*(from + 1));
+        conditions.push_back({*from, *(from + 1), joined(from + 2, end)});
+        if (end == to) return conditions;
+        from = end + 1;
     }
-    if (words[0] == "no" && words.size() >= 3 && words[1] == "event") {
-        const Event* event = events.find(joined(words.begin() + 2, words.end()), events.cursor);
-        if (event == nullptr) return true;
-        found = fmt::format("event \"{} {}\"", event->source, event->text);
-        return false;
-    }
-    const auto dashes = std::find(words.begin(), words.end(), "--");
-    if (dashes == words.begin() || words.end() - dashes < 4)
-        fail(
-            "'{}' is not complete; expected event TEXT, no event TEXT, or SHOW... -- VALUE "
-            "is|not|contains|at-least|at-most TEXT",
-            joined(words.begin(), words.end()));
-    checkRelation(*(dashes + 2));
-    const Report report = evaluate({words.begin(), dashes});
-    const std::string& path = *(dashes + 1);
-    const auto cell = report.at(path);
+}
+
+bool conditionHolds(const Condition& condition, const Report& report, const std::string& show,
+                    std::string& found) {
+    const auto cell = report.at(condition.path);
     if (!cell) {
-        found = fmt::format("there is no '{}' in '{}'", path, joined(words.begin(), dashes));
+        found = fmt::format("there is no '{}' in '{}'; there are {}", condition.path, show,
+                            report.names());
         return false;
     }
     // Either form counts: "is 15" and "is 0x0000000f" mean the same cell.
-    const std::string wanted = joined(dashes + 3, words.end());
-    if (compare(*(dashes + 2), cell->plain(), wanted)) return true;
-    if (*(dashes + 2) == "is" && cell->text() == wanted) return true;
-    found = fmt::format("{} is {}", path, cell->plain());
+    if (compare(condition.relation, cell->plain(), condition.wanted)) return true;
+    if (condition.relation == "is" && cell->text() == condition.wanted) return true;
+    found = fmt::format("{} is {}", condition.path, cell->plain());
     return false;
+}
+
+}  // namespace
+
+bool Session::eventHolds(const Words& words, std::string& found) {
+    const bool unwanted = words[0] == "no";
+    const std::string text = joined(words.begin() + (unwanted ? 2 : 1), words.end());
+    if (text.empty()) fail("an empty text is in every event; expected a part of one");
+    const Event* event = events_.find(text, events_.cursor);
+    if (event == nullptr) {
+        found = fmt::format("no event \"{}\"", text);
+        return unwanted;
+    }
+    if (!unwanted) {
+        events_.cursor = event->position + 1;
+        return true;
+    }
+    found = fmt::format("event \"{} {}\"", event->source, event->text);
+    return false;
+}
+
+bool Session::holds(const Words& words, std::string& found) {
+    if (words.size() >= 2 && words[0] == "event") return eventHolds(words, found);
+    if (words.size() >= 3 && words[0] == "no" && words[1] == "event")
+        return eventHolds(words, found);
+    const auto dashes = std::find(words.begin(), words.end(), "--");
+    const bool shows = dashes != words.begin() && dashes != words.end();
+    const auto conditions = conditionsOf(shows ? dashes + 1 : words.end(), words.end(), words);
+    const Report report = evaluate({words.begin(), dashes});
+    const std::string show = joined(words.begin(), dashes);
+    return std::ranges::all_of(conditions, [&](const Condition& condition) {
+        return conditionHolds(condition, report, show, found);
+    });
 }
 
 void Session::addWaitVerbs() {
@@ -122,10 +151,10 @@ void Session::addWaitVerbs() {
                       Words words = call.all("what");
                       const uint64_t withinMs = takeWithin(words);
                       if (words.empty()) fail("'wait within' is not complete; expected what for");
-                      if (!loop_.waitUntil([&] { return holds(words, found); }, withinMs))
+                      if (!surroundings_.waitUntil([&] { return holds(words, found); }, withinMs))
                           fail("expected {} within {} ms, but {}",
                                joined(words.begin(), words.end()), withinMs, found);
                   });
 }
 
-}  // namespace pcsim::host
+}  // namespace pcsim

@@ -11,12 +11,13 @@
 
 #include "console/session.h"
 #include "console/text.h"
-#include "host/machine/machine.h"
+#include "host/verbs/host_verbs.h"
 #include "lab/lab.h"
 #include "lab/options.h"
 
 namespace {
 
+using namespace pcsim;
 using namespace pcsim::host;
 
 // What -x and -f ask for, in their order.
@@ -111,7 +112,7 @@ void runSteps(Session& session, const CommandLine& line) {
         if (step.script != nullptr) {
             session.runScript(*step.script);
         } else {
-            if (&step != &line.steps.front() && !line.json) session.print("\n");
+            if (!line.json) session.separate();
             session.run(step.command);
         }
         if (session.ended()) return;
@@ -123,12 +124,18 @@ void runDoors(const CommandLine& line) {
         if (const auto problem = pcsim::lab::enterNamespace()) fail("{}", *problem);
     }
     Machine machine(line.options);
-    if (line.stopped) machine.scheduler.stopAtZero();
+    if (line.stopped) machine.context.scheduler.stopAtZero();
     Session::Look look;
     look.json = line.json;
     look.echo = line.echo;
     look.liveEvents = line.commands.empty() && !line.json && !line.quiet;
-    Session session(machine, look);
+    Session session(machine.context.loop, machine.context.events, look);
+    addHostVerbs(session, machine);
+    // The machine goes on calling while it shuts down, when the session is gone.
+    struct Quiet {
+        Platform& platform;
+        ~Quiet() { platform.onCall = nullptr; }
+    } const quiet{machine.context.platform};
     machine.boot();
     if (!line.steps.empty()) {
         runSteps(session, line);

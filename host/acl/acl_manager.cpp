@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "host/l2/l2_manager.h"
+#include "console/text.h"
 
 namespace pcsim::host {
 
@@ -35,16 +35,16 @@ const AclList& AclManager::list(const std::string& name) {
 }
 
 void AclManager::printing(const Print& print, const std::function<void()>& call) {
-    machine_.platform.drainPrints();
-    const auto former = machine_.platform.onPrint;
-    machine_.platform.onPrint = print;
+    context_.platform.drainPrints();
+    const auto former = context_.platform.onPrint;
+    context_.platform.onPrint = print;
     try {
         call();
     } catch (...) {
-        machine_.platform.onPrint = former;
+        context_.platform.onPrint = former;
         throw;
     }
-    machine_.platform.onPrint = former;
+    context_.platform.onPrint = former;
 }
 
 // Any answer but 0 means that the platform has not taken the rules over.
@@ -56,7 +56,7 @@ int32_t AclManager::sendRules(int32_t (*HalFamilyOps::*word)(const HalAclListReq
     request.counterCount = program.counterCount;
     request.rules = aclRecords(program.rules);
     if (request.rules == nullptr) fail("there is no memory for {} rules", program.rules.size());
-    const int32_t result = machine_.platform.call(machine_.platform.family, word, &request);
+    const int32_t result = context_.platform.call(context_.platform.family, word, &request);
     if (result != 0) std::free(request.rules);
     return result;
 }
@@ -107,7 +107,7 @@ void AclManager::remove(const std::string& name, bool force, uint32_t index) {
                  counted(bound, "time", "times"));
     }
     const int32_t result =
-        machine_.platform.call(machine_.platform.family, &HalFamilyOps::ipv4AclDel, &request);
+        context_.platform.call(context_.platform.family, &HalFamilyOps::ipv4AclDel, &request);
     if (result != 0) fail("the platform answered {} to the delete of {}", result, name);
     if (name == kDynamic) return;
     lists_[name]->deleted = true;
@@ -122,7 +122,7 @@ int32_t AclManager::sendBinding(int32_t (*HalFamilyOps::*word)(const HalAclBindR
     request.port = place.port;
     request.slot = place.slot;
     request.index = index;
-    return machine_.platform.call(machine_.platform.family, word, &request);
+    return context_.platform.call(context_.platform.family, word, &request);
 }
 
 void AclManager::bind(const std::string& name, const AclPlace& place, uint32_t index) {
@@ -180,7 +180,7 @@ std::vector<AclManager::Counter> AclManager::counters(const std::string& name,
         std::memset(request->entries[i].value, kUntouched, sizeof request->entries[i].value);
         request->entries[i].counter = static_cast<uint16_t>(i + 1);
     }
-    machine_.platform.call(machine_.platform.family, &HalFamilyOps::ipv4AclGetCounter, request);
+    context_.platform.call(context_.platform.family, &HalFamilyOps::ipv4AclGetCounter, request);
     std::vector<Counter> result(count);
     for (size_t i = 0; i < count; ++i) {
         for (size_t byte = 0; byte < sizeof result[i].value; ++byte) {
@@ -199,7 +199,7 @@ void AclManager::clearCounters(const std::string& name, const AclPlace& place, u
     std::vector<uint8_t> block = counterRequest(name, place, 1);
     auto* const request = reinterpret_cast<HalAclCounterRequest*>(block.data());
     request->entries[0].counter = number;
-    const int32_t result = machine_.platform.call(machine_.platform.family,
+    const int32_t result = context_.platform.call(context_.platform.family,
                                                   &HalFamilyOps::ipv4AclClearCounter, request);
     if (result != 0) fail("the platform answered {} to the clearing of counters", result);
 }
@@ -219,7 +219,7 @@ void AclManager::unbindAll(const std::string& what, Predicate goes) {
         ++count;
     }
     if (count != 0)
-        machine_.events.note("acl", "{} gone: {} undone", what,
+        context_.events.note("acl", "{} gone: {} undone", what,
                              counted(count, "access list binding", "access list bindings"));
 }
 

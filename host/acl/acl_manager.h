@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "host/acl/rules.h"
-#include "host/machine/machine.h"
+#include "host/core/context.h"
 
 namespace pcsim::host {
 
@@ -44,7 +44,7 @@ public:
     // stores nothing.
     static constexpr const char* kDynamic = "dynamic";
 
-    explicit AclManager(Machine& machine) : machine_(machine) {}
+    explicit AclManager(Context& context) : context_(context) {}
 
     void cardDown(int slot) override;
     void vlanDown(uint16_t vlanId, uint32_t vlanInstance) override;
@@ -91,7 +91,7 @@ private:
     // Runs 'call' while the platform's prints go to 'print'.
     void printing(const Print& print, const std::function<void()>& call);
 
-    Machine& machine_;
+    Context& context_;
     Lists lists_;
     Bindings bindings_;
 };

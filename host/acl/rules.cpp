@@ -6,14 +6,11 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <map>
 #include <optional>
 
 #include "console/error.h"
 #include "console/grammar.h"
-#include "console/present.h"
 #include "console/values.h"
-#include "host/l3/load.h"
 
 namespace pcsim::host {
 
@@ -42,8 +39,8 @@ AclMatch parseAddresses(AclMatchKind kind, const std::string& word) {
     if (word.find('/') == std::string::npos) return {kind, parseIpv4(word).v4(), 0xFFFFFFFF};
     const IpPrefix prefix = parsePrefix(word);
     if (prefix.address.v6) fail("'{}' is an IPv6 prefix; an access list has IPv4 alone", word);
-    const IPv4Family::Key key = keyOf<IPv4Family>(prefix);
-    return {kind, key.prefix, key.mask};
+    checkMasked(prefix);
+    return {kind, prefix.address.v4(), prefix.mask};
 }
 
 AclMatch parsePorts(AclMatchKind kind, const std::string& word) {
@@ -110,25 +107,15 @@ std::string describe(const AclMatch& match) {
         return match.low == match.high ? fmt::format("{}", match.low)
                                        : fmt::format("{}-{}", match.low, match.high);
     };
-    const auto prefix = [&] {
-        IpAddress address, mask;
-        std::memcpy(address.bytes.data(), &match.low, sizeof match.low);
-        std::memcpy(mask.bytes.data(), &match.high, sizeof match.high);
-        const uint32_t bits = ntohl(match.high);
-        const auto length = static_cast<uint32_t>(__builtin_popcount(bits));
-        const bool leading = length == 0 || bits == ~uint32_t{0} << (32 - length);
-        return leading ? fmt::format("{}/{}", address.text(), length)
-                       : fmt::format("{}/{}", address.text(), mask.text());
-    };
     switch (match.kind) {
         case AclMatchKind::kProtocol:
             for (const Protocol& protocol : kProtocols)
                 if (match.low == protocol.number) return fmt::format("proto {}", protocol.name);
             return fmt::format("proto {}", match.low);
         case AclMatchKind::kSource:
-            return "from " + prefix();
+            return "from " + ipv4Text(match.low, match.high);
         case AclMatchKind::kDestination:
-            return "to " + prefix();
+            return "to " + ipv4Text(match.low, match.high);
         case AclMatchKind::kSourcePort:
             return "sport " + ports();
         case AclMatchKind::kDestinationPort:
@@ -177,27 +164,14 @@ AclRule parseAclRule(std::string_view line) {
     return rule;
 }
 
-AclProgram compileAcl(std::istream& text, const std::string& file) {
-    AclProgram program;
-    std::map<std::string, size_t> lineOf;  // of rules by name
-    size_t number = 0;
-    for (std::string line; std::getline(text, line);) {
-        ++number;
-        try {
-            if (splitWords(line).empty()) continue;
-            AclRule rule = parseAclRule(line);
-            const auto [former, isNew] = lineOf.emplace(rule.name, number);
-            if (!isNew) fail("rule {} is in line {} already", rule.name, former->second);
-            if (program.rules.size() == kMostAclRules)
-                fail("a list has {} rules at most", kMostAclRules);
-            program.counterCount = std::max(program.counterCount, rule.counter);
-            program.rules.push_back(std::move(rule));
-        } catch (const CommandError& error) {
-            program.problems.push_back(
-                fmt::format("{}:{}: {}", file, number, presentable(error.what())));
-        }
-    }
-    return program;
+void AclCompiler::take(uint64_t number, std::string_view line) {
+    if (splitWords(line).empty()) return;
+    AclRule rule = parseAclRule(line);
+    const auto [former, isNew] = lineOf_.emplace(rule.name, number);
+    if (!isNew) fail("rule {} is in line {} already", rule.name, former->second);
+    if (program.rules.size() == kMostAclRules) fail("a list has {} rules at most", kMostAclRules);
+    program.counterCount = std::max(program.counterCount, rule.counter);
+    program.rules.push_back(std::move(rule));
 }
 
 HalAclRule* aclRecords(const std::vector<AclRule>& rules) {

@@ -13,7 +13,7 @@
 #define PCSIM_HOST_ACL_RULES_H
 
 #include <cstdint>
-#include <istream>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -52,8 +52,7 @@ struct AclRule {
 
 struct AclProgram {
     std::vector<AclRule> rules;
-    uint16_t counterCount = 0;          // highest counter number
-    std::vector<std::string> problems;  // "FILE:LINE: WHAT"; then the program is not to be used
+    uint16_t counterCount = 0;  // highest counter number
 };
 
 constexpr size_t kMostAclRules = 0xFFFF;
@@ -63,8 +62,17 @@ constexpr size_t kLongestAclRuleName = sizeof(HalAclRule::name) - 1;
 // One line; throws a CommandError that says what is wrong with it.
 AclRule parseAclRule(std::string_view line);
 
-// 'file' names the text in problems.
-AclProgram compileAcl(std::istream& text, const std::string& file);
+// Takes the lines of a list one after the other.
+class AclCompiler {
+public:
+    // Throws a CommandError for a bad line; then the program is not to be used.
+    void take(uint64_t number, std::string_view line);
+
+    AclProgram program;
+
+private:
+    std::map<std::string, uint64_t> lineOf_;  // of rules by name
+};
 
 // The records of the rules in one block from malloc, which the platform takes over. Null when
 // memory runs out; an empty list has a block too.

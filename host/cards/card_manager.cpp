@@ -14,8 +14,6 @@ constexpr const char* kImage = "pcsim.img";
 // A report that has not come by then never will: the longest step takes 10 s.
 constexpr uint64_t kReportTimeoutMs = 30000;
 
-constexpr int kPresenceMaskBits = 32;
-
 }  // namespace
 
 const char* cardStateName(CardState state) {
@@ -72,18 +70,18 @@ std::string CardManager::cardName(const Card& card) {
 // Which slots a shape has: a stackable is one card in its own slot, a chassis has eight I/O slots
 // and two for management modules.
 void CardManager::boot() {
-    if (machine_.options().chassis) {
+    if (context_.options.chassis) {
         for (int slot = 1; slot <= 10; ++slot) cards_[slot].slot = slot;
     } else {
-        const int own = machine_.ownSlot();
+        const int own = context_.ownSlot;
         if (own < 0 || own >= Platform::kSlots)
             fail("own slot {} is outside 0 to {}; set VORN_SLOT_ID to a slot that exists", own,
                  Platform::kSlots - 1);
         cards_[own].slot = own;
     }
     pollPresence();
-    const uint32_t period = machine_.platform.cardDbRecord.word0;
-    machine_.scheduler.every(period, "card presence poll", [this] { pollPresence(); });
+    const uint32_t period = context_.platform.cardDbRecord.word0;
+    context_.scheduler.every(period, "card presence poll", [this] { pollPresence(); });
 }
 
 Card& CardManager::card(int slot) {
@@ -113,7 +111,7 @@ int CardManager::slotNumber(const std::string& word) const {
 
 uint32_t CardManager::interfaceNumber(uint32_t slot, uint32_t port) const {
     if (slot >= static_cast<uint32_t>(Platform::kSlots)) return kNoInterface;
-    const HalCardSlotDb& record = machine_.platform.slotRecord(static_cast<int>(slot));
+    const HalCardSlotDb& record = context_.platform.slotRecord(static_cast<int>(slot));
     if (record.portMap == nullptr || port == 0 || port > record.portCount) return kNoInterface;
     return record.portMap[port - 1];
 }
@@ -126,22 +124,22 @@ bool CardManager::operational(int slot) const {
 
 void CardManager::enter(Card& card, CardState state) {
     card.state = state;
-    card.stateSinceMs = machine_.scheduler.nowMs();
+    card.stateSinceMs = context_.scheduler.nowMs();
     card.timeline.push_back({state, card.stateSinceMs});
-    machine_.events.note("card", "{} {} {}", slotName(card.slot), cardName(card),
+    context_.events.note("card", "{} {} {}", slotName(card.slot), cardName(card),
                          cardStateName(state));
 }
 
 // Waits for no report any more.
 void CardManager::settle(Card& card) {
     card.awaited = 0;
-    machine_.scheduler.cancel(card.watch);
+    context_.scheduler.cancel(card.watch);
 }
 
 void CardManager::failed(Card& card, const std::string& why) {
     settle(card);
     card.resetting = false;
-    machine_.events.note("card", "{} {}: {}", slotName(card.slot), cardStateName(card.state), why);
+    context_.events.note("card", "{} {}: {}", slotName(card.slot), cardStateName(card.state), why);
     takeDown(card);
     enter(card, CardState::kFailed);
 }
@@ -151,7 +149,7 @@ void CardManager::failed(Card& card, const std::string& why) {
 void CardManager::pollPresence() {
     for (auto& [slot, card] : cards_) {
         const bool present =
-            machine_.platform.call(machine_.platform.cardDb, &HalCardDbOps::isCardHwPresent,
+            context_.platform.call(context_.platform.cardDb, &HalCardDbOps::isCardHwPresent,
                                    slot) == HAL_CARD_HW_PRESENT;
         if (present && card.state == CardState::kEmpty) appeared(card);
         if (!present && card.state != CardState::kEmpty) disappeared(card);
@@ -159,9 +157,9 @@ void CardManager::pollPresence() {
 }
 
 void CardManager::appeared(Card& card) {
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     card.timeline.clear();
-    card.insertedMs = machine_.scheduler.nowMs();
+    card.insertedMs = context_.scheduler.nowMs();
     platform.setUpSlot(card.slot);
     card.info = {};
     const int32_t result = platform.call(platform.slot(card.slot), &HalCardSlotOps::cardGetHwInfo,
@@ -176,23 +174,23 @@ void CardManager::appeared(Card& card) {
 
 // Everything that hangs on the card goes before the card does.
 void CardManager::disappeared(Card& card) {
-    machine_.events.note("card", "{} {} removed", slotName(card.slot), cardName(card));
+    context_.events.note("card", "{} {} removed", slotName(card.slot), cardName(card));
     settle(card);
     card.resetting = false;
     takeDown(card);
     card.state = CardState::kEmpty;
-    card.stateSinceMs = machine_.scheduler.nowMs();
+    card.stateSinceMs = context_.scheduler.nowMs();
     card.timeline.clear();
     card.lastDiagnostics.clear();
-    machine_.events.note("card", "{} empty", slotName(card.slot));
+    context_.events.note("card", "{} empty", slotName(card.slot));
 }
 
 // Takes the card out of service and gives its resources back.
 void CardManager::takeDown(Card& card) {
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     if (card.inService) {
         card.inService = false;
-        machine_.cardDown(card.slot);
+        context_.managers.cardDown(card.slot);
         platform.call(platform.cardDb, &HalCardDbOps::cardLinkIntrEnable, card.slot, 0);
         platform.call(platform.cardDb, &HalCardDbOps::cardOffline);
     }
@@ -202,15 +200,12 @@ void CardManager::takeDown(Card& card) {
     }
 }
 
-// The platform is told all slots at once, and tells one at a time.
+// The platform is told all slots at once.
 void CardManager::setPresent(int slot, bool present) {
-    Platform& platform = machine_.platform;
-    uint32_t mask = 0;
-    for (int bit = 0; bit < kPresenceMaskBits; ++bit)
-        if (platform.call(platform.cardDb, &HalCardDbOps::isCardHwPresent, bit) ==
-            HAL_CARD_HW_PRESENT)
-            mask |= 1u << bit;
-    mask = present ? mask | 1u << slot : mask & ~(1u << slot);
+    Platform& platform = context_.platform;
+    const uint32_t bit = 1u << slot;
+    uint32_t mask = platform.cardPresentMask();
+    mask = present ? mask | bit : mask & ~bit;
     platform.call(platform.system, &HalSystemOps::moduleIoctl, 0u, HAL_MODULE_SET_CARDS, &mask);
     pollPresence();
 }
@@ -229,42 +224,35 @@ void CardManager::remove(int slot) {
 // --- Requests and their reports -----------------------------------------------------------------
 
 CardManager::Answer CardManager::request(const std::function<int32_t()>& operation) {
-    struct Holder {
-        uint32_t& ticket;
-        ~Holder() { ticket = 0; }
-    };
-    if (++lastTicket_ == 0) ++lastTicket_;  // 0 is no ticket
-    const uint32_t ticket = lastTicket_;
-    machine_.taskTicket = ticket;
-    const Holder holder{machine_.taskTicket};
-    return {operation(), ticket};
+    const Scheduler::Id before = context_.scheduler.lastId();
+    const int32_t result = operation();
+    const Scheduler::Id last = context_.scheduler.lastId();
+    return {result, last == before ? 0 : last};
 }
 
 void CardManager::stepAsked(Card& card, Answer answer, CardState next) {
     if (answer.result == 0) {
         proceed(card, next);
     } else if (answer.result == 1) {
-        card.awaited = answer.ticket;
-        card.watch = machine_.scheduler.after(
-            kReportTimeoutMs, "card report watch",
-            [this, slot = card.slot, answer] { reportMissing(slot, answer.ticket); });
+        card.watch = context_.scheduler.after(kReportTimeoutMs, "card report watch",
+                                              [this, slot = card.slot] { reportMissing(slot); });
+        // A report that nothing will bring is waited for all the same.
+        card.awaited = answer.task != 0 ? answer.task : card.watch;
     } else {
         failed(card, fmt::format("the platform answered {}", answer.result));
     }
 }
 
-void CardManager::reportMissing(int slot, uint32_t ticket) {
-    Card& card = cards_.at(slot);
-    if (card.awaited == ticket)
-        failed(card, fmt::format("no report within {} s", kReportTimeoutMs / 1000));
+void CardManager::reportMissing(int slot) {
+    failed(cards_.at(slot), fmt::format("no report within {} s", kReportTimeoutMs / 1000));
 }
 
 // A report counts only for the request that waits for it: what was promised to a card that has been
 // removed, switched off or replaced since is late.
-void CardManager::reported(int slot, int state, uint32_t ticket) {
+void CardManager::reported(int slot, int state) {
     const auto found = cards_.find(slot);
     if (found == cards_.end()) {
-        machine_.events.note("card", "{} does not exist: report \"{}\" ignored", slotName(slot),
+        context_.events.note("card", "{} does not exist: report \"{}\" ignored", slotName(slot),
                              halGetCardStateString(state));
         return;
     }
@@ -282,7 +270,7 @@ void CardManager::reported(int slot, int state, uint32_t ticket) {
         {HAL_CARD_STATE_DIAG_DONE, CardState::kDiagnosing, CardState::kOperational},
         {HAL_CARD_STATE_POWERED_OFF, CardState::kPoweringOff, CardState::kPoweredOff},
     };
-    if (card.awaited != 0 && card.awaited == ticket) {
+    if (card.awaited != 0 && card.awaited == context_.scheduler.runningId()) {
         for (const Expected& expected : kExpected) {
             if (expected.report != state || expected.waiting != card.state) continue;
             settle(card);
@@ -290,7 +278,7 @@ void CardManager::reported(int slot, int state, uint32_t ticket) {
             return;
         }
     }
-    machine_.events.note("card", "{} {}: late report \"{}\" ignored", slotName(slot),
+    context_.events.note("card", "{} {}: late report \"{}\" ignored", slotName(slot),
                          cardStateName(card.state), halGetCardStateString(state));
 }
 
@@ -298,7 +286,7 @@ void CardManager::reported(int slot, int state, uint32_t ticket) {
 
 void CardManager::startPower(Card& card) {
     enter(card, CardState::kPoweringOn);
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     stepAsked(card, request([&] {
                   return platform.call(platform.cardDb, &HalCardDbOps::cardPowerEnable, card.slot,
                                        1);
@@ -311,7 +299,7 @@ void CardManager::startPowerOff(Card& card) {
     card.timeline.clear();
     takeDown(card);
     enter(card, CardState::kPoweringOff);
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     stepAsked(card, request([&] {
                   return platform.call(platform.cardDb, &HalCardDbOps::cardPowerEnable, card.slot,
                                        0);
@@ -320,7 +308,7 @@ void CardManager::startPowerOff(Card& card) {
 }
 
 void CardManager::startTest(Card& card) {
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     auto& slot = platform.slot(card.slot);
     int32_t result = platform.call(slot, &HalCardSlotOps::cardPowerOnCheck, card.slot);
     if (result == 0) {
@@ -342,7 +330,7 @@ void CardManager::startTest(Card& card) {
 // Starts the step that 'state' stands for. Each step ends with an answer or a report that starts
 // the next.
 void CardManager::proceed(Card& card, CardState state) {
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     auto& slot = platform.slot(card.slot);
     switch (state) {
         case CardState::kTesting:
@@ -381,20 +369,20 @@ void CardManager::proceed(Card& card, CardState state) {
 }
 
 void CardManager::goOperational(Card& card) {
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     platform.call(platform.cardDb, &HalCardDbOps::cardLinkIntrEnable, card.slot, 1);
     card.inService = true;
     enter(card, CardState::kOperational);
-    machine_.cardUp(card.slot);
+    context_.managers.cardUp(card.slot);
 }
 
 void CardManager::diagnosed(Card& card) {
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     HalCardDiagnosticsResult result{};
     platform.call(platform.slot(card.slot), &HalCardSlotOps::cardDiagnosticsGetResult, card.slot,
                   &result);
     card.lastDiagnostics = textOf(result.message);
-    machine_.events.note("card", "{} diagnostics: {}", slotName(card.slot), card.lastDiagnostics);
+    context_.events.note("card", "{} diagnostics: {}", slotName(card.slot), card.lastDiagnostics);
     enter(card, CardState::kOperational);
 }
 
@@ -432,7 +420,7 @@ void CardManager::runDiagnostics(Card& card) {
            card.timeline[card.timeline.size() - 2].state == CardState::kDiagnosing)
         card.timeline.resize(card.timeline.size() - 2);
     enter(card, CardState::kDiagnosing);
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     stepAsked(card, request([&] {
                   return platform.call(platform.slot(card.slot),
                                        &HalCardSlotOps::cardDiagnosticsRun, card.slot);

@@ -4,9 +4,25 @@
 // platform either answers a step at once, and the next follows, or it promises a report, and the
 // card waits for it. When a card disappears everything that hangs on it goes first.
 //
+//
+//            appears                    0 or report             0 or report
+//   EMPTY ----------> PRESENT --> POWERING ON ----------> TESTING ----------> DOWNLOADING
+//     ^                               ^  ^                (check, init)            |
+//     | disappears, from any state    |  | power on                                | 0 or report
+//     |                       reset's |  +--------- FAILED <---+                   v
+//     |                       second  |                        | any other answer, BOOTING
+//     |                       half    |                        | or no report       | 0 or report
+//     |                               |                        | within 30 s        v
+//   (managers and platform      POWERED OFF <-- POWERING OFF <-+--------------- OPERATIONAL
+//    let go first)              (power on: up     0 or report    power off,       ^      | diag
+//                                again)                          reset            |      v
+//                                                                     0 or report +-- DIAGNOSING
+//
+// Power off and reset are taken in every state but EMPTY, POWERING OFF and POWERED OFF.
+//
 // The platform remembers no requests, so a report may come when the card that it was promised to is
-// long gone, even replaced. Each request therefore has a ticket, which the host hands back with the
-// report: only the report of the request that the card waits for counts.
+// long gone, even replaced. The tasks that a request has scheduled tell whose a report is: only the
+// report of the request that the card waits for counts.
 #ifndef PCSIM_HOST_CARDS_CARD_MANAGER_H
 #define PCSIM_HOST_CARDS_CARD_MANAGER_H
 
@@ -17,7 +33,7 @@
 #include <string>
 #include <vector>
 
-#include "host/machine/machine.h"
+#include "host/core/context.h"
 #include "pcsim/card.h"
 
 namespace pcsim::host {
@@ -54,11 +70,11 @@ struct Card {
     std::vector<CardStep> timeline;
     std::string lastDiagnostics;
 
-    uint32_t awaited = 0;      // ticket of the request whose report it waits for, 0: none
-    Scheduler::Id watch = 0;   // of the timer that misses it
-    bool initialised = false;  // between cardInit and cardCleanup
-    bool inService = false;    // between cardUp and cardDown of the managers
-    bool resetting = false;    // switched off only to be switched on again
+    Scheduler::Id awaited = 0;  // the task that brings the report it waits for, 0: none
+    Scheduler::Id watch = 0;    // of the timer that misses it
+    bool initialised = false;   // between cardInit and cardCleanup
+    bool inService = false;     // between cardUp and cardDown of the managers
+    bool resetting = false;     // switched off only to be switched on again
 
     // How long the card was, or has been, in a state of its time line; nothing when it wasn't.
     std::optional<uint64_t> durationMs(CardState in, uint64_t nowMs) const;
@@ -68,7 +84,7 @@ struct Card {
 
 class CardManager : public Manager {
 public:
-    explicit CardManager(Machine& machine) : machine_(machine) {}
+    explicit CardManager(Context& context) : context_(context) {}
 
     void boot() override;
 
@@ -87,8 +103,8 @@ public:
 
     bool operational(int slot) const;
 
-    // What the platform reports, with the ticket of the request that it belongs to.
-    void reported(int slot, int state, uint32_t ticket);
+    // What the platform reports, from the task that runs.
+    void reported(int slot, int state);
 
     // Commands. A CommandError when the card's state doesn't allow them.
     void powerOn(Card& card);
@@ -100,7 +116,6 @@ public:
     // at once, as on an interrupt of the slot's latch.
     void insert(int slot);
     void remove(int slot);
-
     // Looks into every slot for cards that came or went.
     void pollPresence();
 
@@ -111,9 +126,8 @@ private:
     // What a step that the platform was asked for leads to.
     struct Answer {
         int32_t result;
-        uint32_t ticket;
+        Scheduler::Id task;  // that will bring the report, 0: none was scheduled
     };
-    // Makes a request under a ticket of its own.
     Answer request(const std::function<int32_t()>& operation);
     // Waits for the report when the platform answered 1, carries on at once when it answered 0.
     void stepAsked(Card& card, Answer answer, CardState next);
@@ -130,12 +144,11 @@ private:
     void startTest(Card& card);
     void goOperational(Card& card);
     void diagnosed(Card& card);
-    void reportMissing(int slot, uint32_t ticket);
+    void reportMissing(int slot);
     void setPresent(int slot, bool present);
 
-    Machine& machine_;
+    Context& context_;
     std::map<int, Card> cards_;
-    uint32_t lastTicket_ = 0;
 };
 
 }  // namespace pcsim::host

@@ -1,6 +1,7 @@
 // Collecting a dump.
 #include "host/core/dump_text.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 
@@ -17,7 +18,11 @@ DumpText::DumpText(Take take) : take_(std::move(take)), sink_{0, print} {
 
 DumpText::~DumpText() {
     current = nullptr;
+}
+
+void DumpText::finish() {
     if (!text_.empty()) take_(text_);
+    text_.clear();
 }
 
 int DumpText::print(uint32_t, const char* format, ...) {
@@ -26,12 +31,15 @@ int DumpText::print(uint32_t, const char* format, ...) {
     va_start(arguments, format);
     const int size = std::vsnprintf(line, sizeof line, format, arguments);
     va_end(arguments);
-    current->text_ += line;
-    if (current->text_.size() >= kPieceBytes) {
-        current->take_(current->text_);
-        current->text_.clear();
-    }
+    current->text_.append(line, std::min(static_cast<size_t>(std::max(size, 0)), sizeof line - 1));
+    if (current->text_.size() >= kPieceBytes) current->finish();
     return size;
+}
+
+void dumpTo(DumpText::Take take, const std::function<void(const pcSimDumpSink*)>& dump) {
+    DumpText text(std::move(take));
+    dump(text.sink());
+    text.finish();
 }
 
 }  // namespace pcsim::host

@@ -9,17 +9,19 @@
 
 namespace pcsim::host {
 
+// There is one at a time.
 class DumpText {
 public:
     using Take = std::function<void(const std::string&)>;
 
     explicit DumpText(Take take);
-    // Hands on what is left.
     ~DumpText();
     DumpText(const DumpText&) = delete;
     DumpText& operator=(const DumpText&) = delete;
 
     const pcSimDumpSink* sink() const { return &sink_; }
+    // Hands on what is left, when the dump has ended.
+    void finish();
 
 private:
     static int print(uint32_t context, const char* format, ...)
@@ -31,6 +33,9 @@ private:
     std::string text_;
     pcSimDumpSink sink_;
 };
+
+// Runs 'dump' with a sink, and hands what it prints to 'take'.
+void dumpTo(DumpText::Take take, const std::function<void(const pcSimDumpSink*)>& dump);
 
 }  // namespace pcsim::host
 

@@ -23,8 +23,6 @@ struct Listeners {
         reply;
 };
 
-Listeners& listeners();
-
 }  // namespace pcsim::host
 
 #endif

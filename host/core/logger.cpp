@@ -44,27 +44,4 @@ std::string Logger::names() const {
     return names;
 }
 
-Table Logger::table() const {
-    Table table{"components",
-                "Components",
-                {{"component", "Component"},
-                 {"number", "Number"},
-                 {"level", "Level", Align::kRight},
-                 {"mask", "Mask"},
-                 {"class0", "Class 0", Align::kRight},
-                 {"class1", "Class 1", Align::kRight},
-                 {"class5", "Class 5", Align::kRight},
-                 {"sent", "Sent", Align::kRight}},
-                {},
-                "",
-                ""};
-    for (const Component& component : components_)
-        table.rows.push_back(
-            {component.name, Cell(Cell(component.number), fmt::format("0x{:x}", component.number)),
-             component.level.level,
-             Cell(Cell(component.mask[0]), fmt::format("0x{:02x}", component.mask[0])),
-             component.counters[0], component.counters[1], component.counters[5], component.sent});
-    return table;
-}
-
 }  // namespace pcsim::host

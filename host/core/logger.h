@@ -7,7 +7,6 @@
 #include <string>
 #include <string_view>
 
-#include "console/report.h"
 #include "pcsim/ems.h"
 
 namespace pcsim::host {
@@ -41,7 +40,7 @@ public:
 
     // All names, for messages: "Sys, Card, ...".
     std::string names() const;
-    Table table() const;
+    const std::array<Component, 6>& components() const { return components_; }
 
 private:
     std::array<Component, 6> components_;

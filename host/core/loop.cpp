@@ -81,10 +81,6 @@ void Loop::forgetInterrupt() {
     signalSeen = terminationSeen;
 }
 
-void Loop::checkInterrupt() const {
-    if (interrupted()) fail("interrupted");
-}
-
 // Waits at most 'ms' of real time, at most until the next action is due, and runs what is due.
 // Returns whether 'descriptor' (-1: none) can be read.
 bool Loop::runSlice(uint64_t ms, int descriptor) {

@@ -10,37 +10,29 @@
 #include <functional>
 #include <memory>
 
+#include "console/surroundings.h"
 #include "host/core/scheduler.h"
 
 namespace pcsim::host {
 
 // There is one in a process: it takes SIGINT, SIGTERM and SIGCONT while it lives.
-class Loop {
+class Loop : public Surroundings {
 public:
     explicit Loop(Scheduler& scheduler);
-    ~Loop();
+    ~Loop() override;
     Loop(const Loop&) = delete;
     Loop& operator=(const Loop&) = delete;
 
-    // Lets 'ms' of simulated time pass. Like the next, it throws a CommandError when interrupted.
+    // Lets 'ms' of simulated time pass. Throws a CommandError when interrupted.
     void sleep(uint64_t ms);
 
-    // Lets time pass until 'done' holds or 'timeoutMs' of simulated time are over; whether it held.
-    bool waitUntil(const std::function<bool()>& done, uint64_t timeoutMs);
+    // Timeouts are of simulated time.
+    bool waitUntil(const std::function<bool()>& done, uint64_t timeoutMs) override;
+    bool waitReadable(int descriptor) override;
 
-    // Lets time pass until 'descriptor' can be read or has ended; false when interrupted first.
-    bool waitReadable(int descriptor);
-
-    // Whether the user asked to end what runs (SIGINT) or all of it (SIGTERM).
-    bool interrupted() const;
-    bool terminated() const;
-    // The SIGINT has been answered. A SIGTERM stays.
-    void forgetInterrupt();
-    // Throws the CommandError when interrupted.
-    void checkInterrupt() const;
-
-    // Called when the process goes on after a stop (Ctrl-Z): the terminal is as the shell left it.
-    std::function<void()> onContinue;
+    bool interrupted() const override;
+    bool terminated() const override;
+    void forgetInterrupt() override;
 
 private:
     struct State;

@@ -81,11 +81,15 @@ void Platform::load(const std::string& path) {
     checkClass(path);
     // Lazy binding: a host function that is missing matters only when it is called.
     void* handle = dlopen(path.c_str(), RTLD_LAZY | RTLD_GLOBAL);
-    if (handle == nullptr) fail("library {} can't be loaded: {}", path, dlerror());
+    if (handle == nullptr)
+        fail("library {} can't be loaded: {}; name another one with --library", path, dlerror());
     using Entry = int32_t(HalSystemOps*);
     auto* entry = reinterpret_cast<Entry*>(dlsym(handle, "platformSystemInit"));
     if (entry == nullptr)
         fail("library {} has no entry point platformSystemInit; is it a platform library?", path);
+    cardPresentMask_ = static_cast<const uint32_t*>(dlsym(handle, "pcSimCardPresentMask"));
+    if (cardPresentMask_ == nullptr)
+        fail("library {} has no pcSimCardPresentMask; is it a platform library?", path);
     path_ = path;
     captureStandardOutput();
     const int32_t result = entry(&system.ops);
@@ -120,11 +124,51 @@ void Platform::drainPrints() {
     if (onPrint) onPrint(text);
 }
 
-std::optional<int64_t> Platform::faulted(WordStats& stats) {
+uint32_t Platform::cardPresentMask() const {
+    return *cardPresentMask_;
+}
+
+namespace {
+
+// The answer of a word's fault rule, when it applies to this call.
+std::optional<int64_t> faulted(WordStats& stats) {
     FaultRule& rule = *stats.fault;
     ++rule.seen;
     if (rule.seen <= rule.after || rule.seen > rule.after + rule.count) return std::nullopt;
     return rule.returns;
+}
+
+}  // namespace
+
+Platform::Passage Platform::enter(TableInfo& info, size_t word, const void* operation) {
+    if (operation == nullptr)
+        fail("the platform has no operation in word {} of the {} table", word, info.name);
+    WordStats& stats = info.words[word];
+    ++stats.calls;
+    return {stats, operation, stats.fault ? faulted(stats) : std::nullopt};
+}
+
+std::string Platform::Value::text() const {
+    if (kind == Kind::kText || kind == Kind::kPointer) {
+        if (pointer == nullptr) return "null";
+        if (kind == Kind::kText) return fmt::format("\"{}\"", static_cast<const char*>(pointer));
+        return fmt::format("@{:x}", reinterpret_cast<uintptr_t>(pointer));
+    }
+    if (kind == Kind::kNothing) return "";
+    return number > 0xFFFF ? fmt::format("0x{:x}", number) : fmt::format("{}", number);
+}
+
+void Platform::trace(const Passage& passage, std::initializer_list<Value> arguments,
+                     const Value& result) {
+    std::string text = operationName(passage.operation) + "(";
+    for (const Value& argument : arguments)
+        text += (&argument == arguments.begin() ? "" : ", ") + argument.text();
+    text += ")";
+    if (result.kind == Value::Kind::kSigned)
+        text += fmt::format(" = {}", result.number);
+    else if (result.kind != Value::Kind::kNothing)
+        text += " = " + result.text();
+    onCall(passage.fault ? text + " [fault]" : text);
 }
 
 const void* const* Platform::wordsOf(const TableInfo& info) {

@@ -9,7 +9,9 @@
 #include <array>
 #include <cstdio>
 #include <functional>
+#include <initializer_list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <type_traits>
 
@@ -64,9 +66,9 @@ public:
     void setUpCards();
     void setUpSlot(int number);
 
-    // Calls the operation in 'word' of 'table'.
-    template <typename Ops, typename Result, typename... Parameters, typename... Arguments>
-    Result call(OpTable<Ops>& table, Result (*Ops::*word)(Parameters...), Arguments... arguments);
+    // Calls the operation in 'word' of 'table'. Throws a CommandError when the word is null.
+    template <typename Ops, typename Function, typename... Arguments>
+    auto call(OpTable<Ops>& table, Function* Ops::*word, Arguments... arguments);
 
     // All table kinds, for coverage listings.
     const std::vector<TableInfo*>& tables() const { return tableList_; }
@@ -84,12 +86,36 @@ public:
     // Hands over what has been printed since the last call.
     void drainPrints();
 
+    // The presence mask of cards, which module control sets and no operation answers whole.
+    uint32_t cardPresentMask() const;
+
 private:
+    // An argument, or the result, of a call: what a trace line says of it.
+    struct Value {
+        enum class Kind { kSigned, kUnsigned, kText, kPointer, kNothing };
+
+        Value() = default;
+        template <typename Type>
+        explicit Value(Type value);
+
+        Kind kind = Kind::kNothing;
+        int64_t number = 0;
+        const void* pointer = nullptr;
+
+        std::string text() const;
+    };
+
+    // One call on its way through: what is known of it before the operation runs.
+    struct Passage {
+        WordStats& stats;
+        const void* operation;
+        std::optional<int64_t> fault;  // the answer in the platform's stead
+    };
+    static Passage enter(TableInfo& info, size_t word, const void* operation);
+    void trace(const Passage& passage, std::initializer_list<Value> arguments, const Value& result);
+
     void captureStandardOutput();
     static ssize_t write(void* cookie, const char* text, size_t size);
-
-    // The answer of the word's fault rule, when it applies to this call.
-    static std::optional<int64_t> faulted(WordStats& stats);
 
     std::vector<TableInfo*> tableList_;
     std::array<std::unique_ptr<OpTable<HalCardSlotOps>>, kSlots> slots_;
@@ -98,69 +124,75 @@ private:
     std::string printed_;
     FILE* originalStdout_ = nullptr;
     FILE* captured_ = nullptr;
+    const uint32_t* cardPresentMask_ = nullptr;  // the library's
 };
 
 namespace detail {
 
-template <typename Argument>
-std::string describe(Argument argument) {
-    if constexpr (std::is_same_v<Argument, const char*> || std::is_same_v<Argument, char*>)
-        return argument == nullptr ? "null" : fmt::format("\"{}\"", argument);
-    else if constexpr (std::is_pointer_v<Argument>)
-        return argument == nullptr ? "null"
-                                   : fmt::format("@{:x}", reinterpret_cast<uintptr_t>(argument));
-    else
-        return argument > 0xFFFF ? fmt::format("0x{:x}", argument) : fmt::format("{}", argument);
-}
+// How a word is called: with its own parameters' types, or, when it takes whatever comes, with
+// those of the arguments.
+template <typename Function>
+struct Signature;
+template <typename Returned, typename... Parameters>
+struct Signature<Returned(Parameters...)> {
+    using Result = Returned;
+    template <typename... Arguments>
+    static Result invoke(Returned (*operation)(Parameters...), Arguments... arguments) {
+        return operation(static_cast<Parameters>(arguments)...);
+    }
+};
+template <typename Returned>
+struct Signature<Returned(...)> {
+    using Result = Returned;
+    template <typename... Arguments>
+    static Result invoke(Returned (*operation)(...), Arguments... arguments) {
+        return operation(arguments...);
+    }
+};
 
 }  // namespace detail
 
-template <typename Ops, typename Result, typename... Parameters, typename... Arguments>
-Result Platform::call(OpTable<Ops>& table, Result (*Ops::*word)(Parameters...),
-                      Arguments... arguments) {
-    auto* const operation = table.ops.*word;
+template <typename Type>
+Platform::Value::Value(Type value) {
+    if constexpr (std::is_pointer_v<Type>) {
+        constexpr bool isText = std::is_same_v<Type, const char*> || std::is_same_v<Type, char*>;
+        kind = isText ? Kind::kText : Kind::kPointer;
+        pointer = reinterpret_cast<const void*>(value);
+    } else {
+        kind = std::is_signed_v<Type> ? Kind::kSigned : Kind::kUnsigned;
+        number = static_cast<int64_t>(value);
+    }
+}
+
+template <typename Ops, typename Function, typename... Arguments>
+auto Platform::call(OpTable<Ops>& table, Function* Ops::*word, Arguments... arguments) {
+    using Signature = detail::Signature<Function>;
+    using Result = typename Signature::Result;
+    Function* const operation = table.ops.*word;
     const auto index = static_cast<size_t>(reinterpret_cast<const char*>(&(table.ops.*word)) -
                                            reinterpret_cast<const char*>(&table.ops)) /
                        sizeof(void*);
-    if (operation == nullptr)
-        fail("the platform has no operation in word {} of the {} table", index, table.info->name);
-    WordStats& stats = table.info->words[index];
-    ++stats.calls;
+    const Passage passage = enter(*table.info, index, reinterpret_cast<const void*>(operation));
     if constexpr (std::is_void_v<Result>) {
-        operation(static_cast<Parameters>(arguments)...);
-        if (onCall) {
-            std::string text = operationName(reinterpret_cast<const void*>(operation)) + "(";
-            ((text += (text.back() == '(' ? "" : ", ") + detail::describe(arguments)), ...);
-            onCall(text + ")");
-        }
+        if (!passage.fault) Signature::invoke(operation, arguments...);
+        if (onCall) trace(passage, {Value(arguments)...}, Value());
         drainPrints();
     } else {
-        Result result{};
-        bool answered = false;
-        if constexpr (std::is_integral_v<Result>) {
-            if (stats.fault) {
-                if (const auto answer = faulted(stats)) {
-                    result = static_cast<Result>(*answer);
-                    answered = true;
-                }
-            }
-        } else if (stats.fault && faulted(stats)) {
-            answered = true;  // a null record
-        }
-        if (!answered) result = operation(static_cast<Parameters>(arguments)...);
-        if constexpr (std::is_integral_v<Result>) {
-            if (static_cast<int32_t>(result) < 0) ++stats.failures;
-        } else {
-            if (result == nullptr) ++stats.failures;
-        }
+        Result result{};  // of a faulted operation that answers with a record: null
+        if (!passage.fault)
+            result = Signature::invoke(operation, arguments...);
+        else if constexpr (std::is_integral_v<Result>)
+            result = static_cast<Result>(*passage.fault);
+        if constexpr (std::is_integral_v<Result>)
+            passage.stats.failures += static_cast<int32_t>(result) < 0 ? 1 : 0;
+        else
+            passage.stats.failures += result == nullptr ? 1 : 0;
         if (onCall) {
-            std::string text = operationName(reinterpret_cast<const void*>(operation)) + "(";
-            ((text += (text.back() == '(' ? "" : ", ") + detail::describe(arguments)), ...);
+            // Results are told as the codes that they are.
             if constexpr (std::is_integral_v<Result>)
-                text += fmt::format(") = {}", static_cast<int32_t>(result));
+                trace(passage, {Value(arguments)...}, Value(static_cast<int32_t>(result)));
             else
-                text += ") = " + detail::describe(result);
-            onCall(answered ? text + " [fault]" : text);
+                trace(passage, {Value(arguments)...}, Value(result));
         }
         drainPrints();
         return result;

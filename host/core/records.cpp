@@ -1,7 +1,14 @@
 // The interface records.
 #include "host/core/records.h"
 
+#include <fmt/core.h>
+
 namespace pcsim::host {
+
+std::string portName(uint32_t instance) {
+    if (typeOf(instance) == HAL_PORT_TYPE_TRUNK) return fmt::format("trunk {}", portOf(instance));
+    return fmt::format("{}:{}", slotOf(instance), portOf(instance));
+}
 
 Pif& Records::addPif(uint32_t instance) {
     auto& pif = pifs_[instance];

@@ -28,6 +28,9 @@ constexpr uint32_t portOf(uint32_t instance) {
     return instance & 0xFFFF;
 }
 
+// "1:2" or "trunk 3".
+std::string portName(uint32_t instance);
+
 struct Pif {
     HalPif record{};
     HalHwHandle* handle = nullptr;

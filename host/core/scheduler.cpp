@@ -70,6 +70,7 @@ void Scheduler::runOne() {
     const auto first = queue_.begin();
     const uint64_t dueMs = first->first.first;
     Action_ entry = std::move(first->second);
+    const Id id = entry.id;
     queue_.erase(first);
     dueOf_.erase(entry.id);
     Action action = entry.action;
@@ -79,10 +80,18 @@ void Scheduler::runOne() {
         dueOf_[entry.id] = next.first;
         queue_.emplace(next, std::move(entry));
     }
-    const auto outer = runningAtMs_;
+    struct Running {
+        Scheduler& scheduler;
+        const Id outerId = scheduler.runningId_;
+        const std::optional<uint64_t> outerAtMs = scheduler.runningAtMs_;
+        ~Running() {
+            scheduler.runningId_ = outerId;
+            scheduler.runningAtMs_ = outerAtMs;
+        }
+    } const running{*this};
+    runningId_ = id;
     runningAtMs_ = dueMs;
     action();
-    runningAtMs_ = outer;
 }
 
 void Scheduler::warp(uint64_t ms) {

@@ -46,6 +46,11 @@ public:
     void stopAtZero();
     void resume();
 
+    // The newest id that was given out, 0 before the first, and the one of the action that runs, 0
+    // when none does: they tell which actions a call has made, and which of them calls back.
+    Id lastId() const { return nextId_ - 1; }
+    Id runningId() const { return runningId_; }
+
     // Moves a stopped clock forward, running what comes due on the way at its exact time.
     void warp(uint64_t ms);
 
@@ -78,6 +83,7 @@ private:
     uint64_t offsetMs_;  // real time at virtual 0
     uint64_t stoppedAtMs_ = 0;
     bool stopped_ = false;
+    Id runningId_ = 0;
     std::optional<uint64_t> runningAtMs_;  // while catching up: the due time of what runs
 };
 

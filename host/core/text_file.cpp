@@ -11,11 +11,14 @@
 #include <cerrno>
 #include <cstring>
 
+#include <fmt/core.h>
+
 #include "console/error.h"
 
 namespace pcsim::host {
 
-TextFile::TextFile(const std::string& path) : path_(path), buffer_(kChunkBytes) {
+TextFile::TextFile(const std::string& path, const Surroundings& surroundings)
+    : path_(path), surroundings_(surroundings), buffer_(kChunkBytes) {
     file_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     struct stat info {};
     if (file_ < 0 || fstat(file_, &info) != 0 || S_ISDIR(info.st_mode)) {
@@ -37,6 +40,7 @@ TextFile::TextFile(const std::string& path) : path_(path), buffer_(kChunkBytes) 
 TextFile::~TextFile() {
     if (source_ != file_ && source_ >= 0) close(source_);
     close(file_);
+    // Its pipe is closed: an unpacker that has not come to the end dies of it.
     if (unpacker_ > 0) waitpid(unpacker_, nullptr, 0);
 }
 
@@ -78,9 +82,15 @@ void TextFile::fill() {
     std::memmove(buffer_.data(), buffer_.data() + start_, end_ - start_);
     end_ -= start_;
     start_ = 0;
-    ssize_t size;
-    do size = read(source_, buffer_.data() + end_, buffer_.size() - end_);
-    while (size < 0 && errno == EINTR);
+    ssize_t size = -1;
+    errno = EINTR;
+    while (size < 0 && errno == EINTR && !surroundings_.interrupted())
+        size = read(source_, buffer_.data() + end_, buffer_.size() - end_);
+    if (surroundings_.interrupted()) {
+        problem_ = fmt::format("interrupted; file {} is read in part", path_);
+        ended_ = true;
+        return;
+    }
     if (size < 0)
         problem_ = fmt::format("file {} can't be read to its end: {}", path_, std::strerror(errno));
     if (size <= 0) {

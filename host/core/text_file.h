@@ -10,12 +10,15 @@
 #include <string_view>
 #include <vector>
 
+#include "console/surroundings.h"
+
 namespace pcsim::host {
 
 class TextFile {
 public:
-    // Throws a CommandError when the file can't be read, as a directory can't.
-    explicit TextFile(const std::string& path);
+    // Throws a CommandError when the file can't be read, as a directory can't. An interrupt ends
+    // the reading: many a file has no end.
+    TextFile(const std::string& path, const Surroundings& surroundings);
     ~TextFile();
     TextFile(const TextFile&) = delete;
     TextFile& operator=(const TextFile&) = delete;
@@ -40,6 +43,7 @@ private:
     void finish();
 
     std::string path_;
+    const Surroundings& surroundings_;
     int file_ = -1;    // what is on the disk: its position tells how far the reader is
     int source_ = -1;  // where lines come from
     pid_t unpacker_ = -1;

@@ -6,7 +6,6 @@
 #include <memory>
 
 #include "console/text.h"
-#include "host/core/listeners.h"
 
 namespace pcsim::host {
 
@@ -25,21 +24,27 @@ std::string Device::name() const {
 }
 
 // The devices register while the platform is loaded, before anything boots.
-DeviceManager::DeviceManager(Machine& machine) : machine_(machine) {
-    listeners().deviceRegistered = [this](HalDeviceRegistration& record) { registered(record); };
-    listeners().deviceInfo = [this](HalDeviceInfo& info, uint32_t reply) { informed(info, reply); };
-    listeners().deviceStatus = [this](HalDeviceStatus& status, uint32_t reply) {
+DeviceManager::DeviceManager(Context& context) : context_(context) {
+    context_.listeners.deviceRegistered = [this](HalDeviceRegistration& record) {
+        registered(record);
+    };
+    context_.listeners.deviceInfo = [this](HalDeviceInfo& info, uint32_t reply) {
+        informed(info, reply);
+    };
+    context_.listeners.deviceStatus = [this](HalDeviceStatus& status, uint32_t reply) {
         statusCame(status, reply);
     };
-    listeners().deviceError = [this](const HalDeviceCommand& command, int32_t code,
-                                     const char* text) { commandFailed(command, code, text); };
+    context_.listeners.deviceError = [this](const HalDeviceCommand& command, int32_t code,
+                                            const char* text) {
+        commandFailed(command, code, text);
+    };
 }
 
 DeviceManager::~DeviceManager() {
-    listeners().deviceRegistered = nullptr;
-    listeners().deviceInfo = nullptr;
-    listeners().deviceStatus = nullptr;
-    listeners().deviceError = nullptr;
+    context_.listeners.deviceRegistered = nullptr;
+    context_.listeners.deviceInfo = nullptr;
+    context_.listeners.deviceStatus = nullptr;
+    context_.listeners.deviceError = nullptr;
 }
 
 void DeviceManager::boot() {
@@ -71,37 +76,37 @@ void DeviceManager::registered(const HalDeviceRegistration& registration) {
         device.label = textOf(entry.label);
         list += fmt::format("{}{}", list.empty() ? "" : ", ", device.number);
     }
-    machine_.events.note("device", "{} devices registered: {}", registration.deviceCount, list);
+    context_.events.note("device", "{} devices registered: {}", registration.deviceCount, list);
 }
 
 void DeviceManager::informed(const HalDeviceInfo& info, uint32_t reply) {
-    machine_.platform.drainPrints();
+    context_.platform.drainPrints();
     const auto found = devices_.find(info.device);
     if (found == devices_.end()) {
-        machine_.events.note("device", "Information of unknown device {} ignored", info.device);
+        context_.events.note("device", "Information of unknown device {} ignored", info.device);
         return;
     }
     Device& device = found->second;
     device.info = &info;
     if (reply != 0) return;
     ++device.reports;
-    machine_.events.note("device", "Device {} ({}) reports state {}", device.number, device.name(),
+    context_.events.note("device", "Device {} ({}) reports state {}", device.number, device.name(),
                          info.reportedState);
 }
 
 void DeviceManager::statusCame(const HalDeviceStatus& status, uint32_t) {
     const auto found = devices_.find(status.device);
     if (found == devices_.end())
-        machine_.events.note("device", "Status of unknown device {} ignored", status.device);
+        context_.events.note("device", "Status of unknown device {} ignored", status.device);
     else
         found->second.status = &status;
 }
 
 void DeviceManager::commandFailed(const HalDeviceCommand& command, int32_t errorCode,
                                   const char* text) {
-    machine_.platform.drainPrints();  // what the device said before
+    context_.platform.drainPrints();  // what the device said before
     error_ = trimmed(text);
-    machine_.events.note("device", "Device {} refused {}: {} ({})", command.device,
+    context_.events.note("device", "Device {} refused {}: {} ({})", command.device,
                          commandName(command.code), error_, errorCode);
 }
 
@@ -128,13 +133,13 @@ DeviceAnswer DeviceManager::command(Device& device, uint32_t code) {
     if (++lastReply_ == 0) ++lastReply_;  // 0 is the poll's
     error_.clear();
     const HalDeviceCommand request{code, device.number, lastReply_};
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     const int32_t result = platform.call(platform.system, &HalSystemOps::deviceCommand, &request);
     device.lastCommand = commandName(code);
     device.lastResult = result;
     if (result != 0 && error_.empty()) {
         error_ = fmt::format("the platform answered {}", result);
-        machine_.events.note("device", "Device {} {}: {}", device.number, commandName(code),
+        context_.events.note("device", "Device {} {}: {}", device.number, commandName(code),
                              error_);
     }
     return {result, error_};
@@ -147,14 +152,14 @@ void DeviceManager::setState(const Device& device, uint32_t state) {
     std::strcpy(line.keyword, "state");
     line.arguments[0] = device.number;
     line.arguments[1] = state;
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     const int32_t result = platform.call(platform.system, &HalSystemOps::moduleIoctl, 0u,
                                          HAL_MODULE_DEVICE_COMMAND, &line);
     if (result != 0) fail("device {}: the platform answered {}", device.number, result);
 }
 
 std::optional<uint32_t> DeviceManager::capability(const Device& device) {
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     const std::unique_ptr<HalDeviceCapability, decltype(&std::free)> record(
         platform.call(platform.system, &HalSystemOps::getDeviceCapability, device.typeName.c_str()),
         &std::free);

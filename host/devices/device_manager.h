@@ -12,7 +12,7 @@
 #include <optional>
 #include <string>
 
-#include "host/machine/machine.h"
+#include "host/core/context.h"
 #include "pcsim/device.h"
 
 namespace pcsim::host {
@@ -40,7 +40,7 @@ struct DeviceAnswer {
 
 class DeviceManager : public Manager {
 public:
-    explicit DeviceManager(Machine& machine);
+    explicit DeviceManager(Context& context);
     ~DeviceManager() override;
 
     void boot() override;
@@ -66,7 +66,7 @@ private:
     void statusCame(const HalDeviceStatus& status, uint32_t reply);
     void commandFailed(const HalDeviceCommand& command, int32_t errorCode, const char* text);
 
-    Machine& machine_;
+    Context& context_;
     std::map<uint32_t, Device> devices_;
     uint32_t lastReply_ = 0;
     std::string error_;  // text of the error that the running command met

@@ -114,10 +114,10 @@ UnitKind supplyKind(Platform& platform) {
 
 }  // namespace
 
-EnvironmentMonitor::EnvironmentMonitor(Machine& machine)
-    : machine_(machine),
-      fans_(machine, fanKind(machine.platform)),
-      supplies_(machine, supplyKind(machine.platform)) {}
+EnvironmentMonitor::EnvironmentMonitor(Context& context)
+    : context_(context),
+      fans_(context, fanKind(context.platform)),
+      supplies_(context, supplyKind(context.platform)) {}
 
 void EnvironmentMonitor::boot() {
     fans_.boot();
@@ -125,13 +125,13 @@ void EnvironmentMonitor::boot() {
 }
 
 void EnvironmentMonitor::setFanSpeed(Unit& fan, uint32_t percent) {
-    const uint32_t result = machine_.platform.call(
-        machine_.platform.fanSlot, &HalFanSlotDb::fanSetSpeed, fan.number, fan.number, percent);
+    const uint32_t result = context_.platform.call(
+        context_.platform.fanSlot, &HalFanSlotDb::fanSetSpeed, fan.number, fan.number, percent);
     if (result != 0)
         fail("Fan {}: the platform answered {}", fan.number, static_cast<int32_t>(result));
     fan.commanded = percent;
     fans_.read(fan);
-    machine_.events.note("env", "Fan {} speed set to {} %, reads {} rpm", fan.number, percent,
+    context_.events.note("env", "Fan {} speed set to {} %, reads {} rpm", fan.number, percent,
                          fan.own[kFanSpeed] ? fmt::format("{}", *fan.own[kFanSpeed]) : "no");
 }
 

@@ -14,7 +14,7 @@ constexpr uint32_t kSupplyOutputLines = 3;
 
 class EnvironmentMonitor : public Manager {
 public:
-    explicit EnvironmentMonitor(Machine& machine);
+    explicit EnvironmentMonitor(Context& context);
 
     void boot() override;
 
@@ -24,7 +24,7 @@ public:
     void setFanSpeed(Unit& fan, uint32_t percent);
 
 private:
-    Machine& machine_;
+    Context& context_;
     UnitMonitor fans_;
     UnitMonitor supplies_;
 };

@@ -7,7 +7,7 @@ void UnitMonitor::boot() {
     uint32_t result = kind_.setUp();
     for (uint32_t unit = 0; unit < kUnits && result == 0; ++unit) result = kind_.setUpSlot(unit);
     if (result != 0) {
-        machine_.events.note("env", "{} are not watched: the platform answered {}", kind_.plural,
+        context_.events.note("env", "{} are not watched: the platform answered {}", kind_.plural,
                              static_cast<int32_t>(result));
         return;
     }
@@ -15,17 +15,17 @@ void UnitMonitor::boot() {
     readingPeriodMs_ = kind_.readingPeriodMs();
     for (uint32_t number = 0; number < kUnits; ++number)
         if (isPresent(number)) appeared(number);
-    machine_.events.note("env", "{} present: {}", kind_.plural, presentList());
-    machine_.scheduler.every(presencePeriodMs_, fmt::format("{} presence poll", kind_.noun),
+    context_.events.note("env", "{} present: {}", kind_.plural, presentList());
+    context_.scheduler.every(presencePeriodMs_, fmt::format("{} presence poll", kind_.noun),
                              [this] { pollPresence(); });
-    machine_.scheduler.every(readingPeriodMs_, fmt::format("{} readings poll", kind_.noun), [this] {
+    context_.scheduler.every(readingPeriodMs_, fmt::format("{} readings poll", kind_.noun), [this] {
         for (auto& [number, unit] : units_)
             if (unit.present) read(unit);
     });
 }
 
 bool UnitMonitor::isPresent(uint32_t number) {
-    return machine_.platform.call(*kind_.db, &HalEnvDb::isPresent, number) == kind_.presentAnswer;
+    return context_.platform.call(*kind_.db, &HalEnvDb::isPresent, number) == kind_.presentAnswer;
 }
 
 std::string UnitMonitor::presentList() const {
@@ -47,14 +47,14 @@ void UnitMonitor::pollPresence() {
         const bool present = isPresent(number);
         const auto known = units_.find(number);
         if (present == (known != units_.end() && known->second.present)) continue;
-        machine_.events.note("env", "{} {} {}", kind_.name, number,
+        context_.events.note("env", "{} {} {}", kind_.name, number,
                              present ? "inserted" : "removed");
         if (present) {
             appeared(number);
         } else {
             known->second = {};
             known->second.number = number;
-            known->second.sinceMs = machine_.scheduler.nowMs();
+            known->second.sinceMs = context_.scheduler.nowMs();
         }
     }
 }
@@ -64,10 +64,10 @@ void UnitMonitor::appeared(uint32_t number) {
     unit = {};
     unit.number = number;
     unit.present = true;
-    unit.sinceMs = machine_.scheduler.nowMs();
+    unit.sinceMs = context_.scheduler.nowMs();
     const uint32_t result = kind_.identify(number, unit.identity);
     if (result != 0)
-        machine_.events.note("env", "{} {}: no hardware information, the platform answered {}",
+        context_.events.note("env", "{} {}: no hardware information, the platform answered {}",
                              kind_.name, number, static_cast<int32_t>(result));
     read(unit);
 }
@@ -82,7 +82,7 @@ void UnitMonitor::read(Unit& unit) {
     const uint32_t ownResult = kind_.readOwn(unit.number, unit.own);
     const bool failing = (temperatureResult | odometerResult | ownResult) != 0;
     if (failing != unit.failing)
-        machine_.events.note("env", "{} {} {}", kind_.name, unit.number,
+        context_.events.note("env", "{} {} {}", kind_.name, unit.number,
                              failing ? "can't be read" : "can be read again");
     unit.failing = failing;
 }
@@ -92,7 +92,7 @@ void UnitMonitor::odometerAnswered(Unit& unit, const std::string& what, uint32_t
         fail("{} {}: the platform answered {}", kind_.name, unit.number,
              static_cast<int32_t>(result));
     read(unit);
-    machine_.events.note("env", "{} {} odometer {}, reads {}", kind_.name, unit.number, what,
+    context_.events.note("env", "{} {} odometer {}, reads {}", kind_.name, unit.number, what,
                          unit.odometer ? fmt::format("{}", *unit.odometer) : "nothing");
 }
 

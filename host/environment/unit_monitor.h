@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "host/machine/machine.h"
+#include "host/core/context.h"
 #include "pcsim/env.h"
 
 namespace pcsim::host {
@@ -62,7 +62,7 @@ public:
     // Units with these numbers are looked for.
     static constexpr uint32_t kUnits = 8;
 
-    UnitMonitor(Machine& machine, UnitKind kind) : machine_(machine), kind_(std::move(kind)) {}
+    UnitMonitor(Context& context, UnitKind kind) : context_(context), kind_(std::move(kind)) {}
 
     void boot();
 
@@ -88,7 +88,7 @@ private:
     bool isPresent(uint32_t number);
     void odometerAnswered(Unit& unit, const std::string& what, uint32_t result);
 
-    Machine& machine_;
+    Context& context_;
     UnitKind kind_;
     std::map<uint32_t, Unit> units_;
     uint32_t presencePeriodMs_ = 0;  // 0: not polled

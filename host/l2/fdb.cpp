@@ -2,10 +2,9 @@
 #include "host/l2/fdb.h"
 
 #include <algorithm>
-#include <cstdarg>
-#include <cstring>
 
-#include "host/l2/l2_manager.h"
+#include "console/text.h"
+#include "host/core/dump_text.h"
 
 namespace pcsim::host {
 
@@ -19,17 +18,21 @@ constexpr uint32_t kValueStatic = 1;
 // The first argument of the platform's add, which it does not look at.
 constexpr void* kIgnored = nullptr;
 
+// The platform completes a flush by a function and two numbers, so the table that asked for one is
+// known here. It lives as long as the platform is called.
+Fdb* flushing = nullptr;
+
 }  // namespace
 
 void Fdb::init() {
     const int32_t result =
-        machine_.platform.call(machine_.platform.family, &HalFamilyOps::fdbInit, &table_);
+        context_.platform.call(context_.platform.family, &HalFamilyOps::fdbInit, &table_);
     if (result != 0) fail("the platform can't make its MAC table: it answered {}", result);
 }
 
 void Fdb::shutDown() {
     if (table_ == nullptr) return;
-    machine_.platform.call(machine_.platform.family, &HalFamilyOps::fdbCleanup);
+    context_.platform.call(context_.platform.family, &HalFamilyOps::fdbCleanup);
     table_ = nullptr;
 }
 
@@ -38,7 +41,7 @@ Fdb::Added Fdb::add(const MacAddress& mac, const VlanIf& vlan, uint32_t port, bo
     std::copy(mac.begin(), mac.end(), key.mac);
     uint32_t handle = 0;
     HalFdbEntry* slot = nullptr;
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     const int32_t result =
         platform.call(platform.family, &HalFamilyOps::fdbAllocEntry, &handle, &slot, &key);
     if (result != 0 || slot == nullptr)
@@ -76,7 +79,7 @@ void Fdb::fill(uint32_t handle, const MacAddress& mac, const VlanIf& vlan, uint3
     entry.mac = mac;
     entry.port = port;
     entry.isStatic = isStatic;
-    entry.seenMs = machine_.scheduler.nowMs();
+    entry.seenMs = context_.scheduler.nowMs();
     if (!isStatic) linkNewest(handle);
 }
 
@@ -94,7 +97,7 @@ Fdb::Added Fdb::update(uint32_t handle, uint32_t port, bool isStatic) {
     unlink(handle);
     entry.port = port;
     entry.isStatic = isStatic;
-    entry.seenMs = machine_.scheduler.nowMs();
+    entry.seenMs = context_.scheduler.nowMs();
     if (!isStatic) linkNewest(handle);
     if (moved || fixed) writeSlot(handle);
     return result;
@@ -108,7 +111,7 @@ void Fdb::writeSlot(uint32_t handle) {
     std::copy(entry.mac.begin(), entry.mac.end(), record.mac);
     record.valueA = entry.isStatic ? kValueStatic : 0;
     record.port = entry.port;
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     const int32_t result = platform.call(platform.family, &HalFamilyOps::fdbAddEntry, kIgnored,
                                          handle, entry.slot, &record);
     if (result != 0)
@@ -118,7 +121,7 @@ void Fdb::writeSlot(uint32_t handle) {
 
 uint32_t Fdb::find(const MacAddress& mac, const VlanIf& vlan) {
     uint32_t handle = 0;
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     const int32_t result = platform.call(platform.family, &HalFamilyOps::fdbMacLookup, &handle,
                                          mac.data(), &vlan.record);
     const MacEntry* known = result == 0 ? owner(handle) : nullptr;
@@ -135,12 +138,12 @@ MacEntry* Fdb::owner(uint32_t handle) {
 }
 
 void Fdb::remove(uint32_t handle) {
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     const MacEntry& entry = at(handle);
     const int32_t result =
         platform.call(platform.family, &HalFamilyOps::fdbDeleteEntry, entry.slot);
     if (result != 0)
-        machine_.events.note("l2", "The platform did not delete {} in VLAN {}: it answered {}",
+        context_.events.note("l2", "The platform did not delete {} in VLAN {}: it answered {}",
                              macText(entry.mac.data()), entry.vlanId, result);
     release(handle);
     ++counts_.removed;
@@ -157,6 +160,12 @@ Fdb::Removed Fdb::removeIf(const Predicate& goes) {
     return removed;
 }
 
+std::string Fdb::goneText(const Removed& removed) {
+    const std::string text = counted(removed.count, "MAC address", "MAC addresses") + " gone";
+    return removed.statics == 0 ? text
+                                : fmt::format("{}, {} of them static", text, removed.statics);
+}
+
 Fdb::Removed Fdb::removeOf(uint32_t vlanInstance, uint32_t port) {
     return removeIf([=](const MacEntry& entry) {
         return (vlanInstance == 0 || entry.vlanInstance == vlanInstance) &&
@@ -165,15 +174,16 @@ Fdb::Removed Fdb::removeOf(uint32_t vlanInstance, uint32_t port) {
 }
 
 void Fdb::flush(uint16_t vlanId, uint32_t port) {
-    Platform& platform = machine_.platform;
+    flushing = this;
+    Platform& platform = context_.platform;
     const int32_t result = platform.call(platform.family, &HalFamilyOps::fdbFlush, 0u, 0u,
                                          &Fdb::flushDone, uint32_t{vlanId}, port);
     if (result != 1) fail("the platform did not take the flush: it answered {}", result);
-    machine_.events.note("l2", "MAC table flush asked for");
+    context_.events.note("l2", "MAC table flush asked for");
 }
 
 int32_t Fdb::flushDone(uint32_t vlanId, uint32_t port, uint32_t, uint32_t) {
-    Machine::current().l2().fdb().flushed(static_cast<uint16_t>(vlanId), port);
+    flushing->flushed(static_cast<uint16_t>(vlanId), port);
     return 0;
 }
 
@@ -184,13 +194,13 @@ void Fdb::flushed(uint16_t vlanId, uint32_t port) {
                                     (port == 0 || entry.port == port);
                          }).count;
     counts_.flushed += count;
-    machine_.events.note("l2", "MAC table flushed: {} removed",
+    context_.events.note("l2", "MAC table flushed: {} removed",
                          counted(count, "address", "addresses"));
 }
 
 void Fdb::setAge(uint32_t seconds) {
     ageS_ = seconds;
-    machine_.scheduler.cancel(ageing_);
+    context_.scheduler.cancel(ageing_);
     ageing_ = 0;
     armAgeing();
 }
@@ -198,15 +208,15 @@ void Fdb::setAge(uint32_t seconds) {
 // One task for the entry that is due next, at the next whole second so that many go together.
 void Fdb::armAgeing() {
     if (ageing_ != 0 || ageS_ == 0 || oldest_ == 0) return;
-    const uint64_t now = machine_.scheduler.nowMs();
+    const uint64_t now = context_.scheduler.nowMs();
     const uint64_t dueMs = std::max(at(oldest_).seenMs + uint64_t{ageS_} * 1000, now + 1);
     const uint64_t wholeMs = (dueMs + kSweepMs - 1) / kSweepMs * kSweepMs;
-    ageing_ = machine_.scheduler.after(wholeMs - now, "MAC ageing", [this] { ageOut(); });
+    ageing_ = context_.scheduler.after(wholeMs - now, "MAC ageing", [this] { ageOut(); });
 }
 
 void Fdb::ageOut() {
     ageing_ = 0;
-    const uint64_t now = machine_.scheduler.nowMs();
+    const uint64_t now = context_.scheduler.nowMs();
     size_t count = 0;
     while (oldest_ != 0 && at(oldest_).seenMs + uint64_t{ageS_} * 1000 <= now) {
         remove(oldest_);
@@ -214,7 +224,7 @@ void Fdb::ageOut() {
     }
     counts_.aged += count;
     if (count != 0)
-        machine_.events.note("l2", "{} aged out", counted(count, "MAC address", "MAC addresses"));
+        context_.events.note("l2", "{} aged out", counted(count, "MAC address", "MAC addresses"));
     armAgeing();
 }
 
@@ -262,35 +272,10 @@ void Fdb::forEach(const std::function<void(uint32_t, const MacEntry&)>& visit) c
         if (entries_[handle - 1].slot != nullptr) visit(handle, entries_[handle - 1]);
 }
 
-namespace {
-
-constexpr size_t kDumpPiece = 64 * 1024;
-const std::function<void(const std::string&)>* dumpPrint;
-std::string dumpText;
-
-__attribute__((format(printf, 2, 3))) int dumpPiece(uint32_t, const char* format, ...) {
-    char line[512];
-    va_list arguments;
-    va_start(arguments, format);
-    const int size = std::vsnprintf(line, sizeof line, format, arguments);
-    va_end(arguments);
-    dumpText.append(line, std::min(static_cast<size_t>(std::max(size, 0)), sizeof line - 1));
-    if (dumpText.size() >= kDumpPiece) {
-        (*dumpPrint)(dumpText);
-        dumpText.clear();
-    }
-    return size;
-}
-
-}  // namespace
-
 void Fdb::dump(const std::function<void(const std::string&)>& print) {
-    dumpPrint = &print;
-    const pcSimDumpSink sink{0, dumpPiece};
-    machine_.platform.call(machine_.platform.family, &HalFamilyOps::fdbDump, &sink);
-    print(dumpText);
-    dumpText.clear();
-    dumpPrint = nullptr;
+    dumpTo(print, [this](const pcSimDumpSink* sink) {
+        context_.platform.call(context_.platform.family, &HalFamilyOps::fdbDump, sink);
+    });
 }
 
 }  // namespace pcsim::host

@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "console/values.h"
-#include "host/machine/machine.h"
+#include "console/mac_address.h"
+#include "host/core/context.h"
 
 namespace pcsim::host {
 
@@ -33,7 +33,7 @@ class Fdb {
 public:
     static constexpr uint32_t kDefaultAgeS = 300;
 
-    explicit Fdb(Machine& machine) : machine_(machine) {}
+    explicit Fdb(Context& context) : context_(context) {}
 
     void init();
     void shutDown();
@@ -63,6 +63,8 @@ public:
         size_t count = 0, statics = 0;
     };
     Removed removeIf(const Predicate& goes);
+    // "2 MAC addresses gone, 1 of them static".
+    static std::string goneText(const Removed& removed);
     // Removes the entries of a port, of a VLAN, or of a port in a VLAN; 0 stands for any.
     Removed removeOf(uint32_t vlanInstance, uint32_t port);
 
@@ -102,7 +104,7 @@ private:
     void armAgeing();
     void ageOut();
 
-    Machine& machine_;
+    Context& context_;
     HalFdbEntry* table_ = nullptr;
     std::vector<MacEntry> entries_;  // handle n is entry n - 1
     uint32_t freeList_ = 0;          // handles

@@ -1,6 +1,7 @@
 // VLANs, their members, and the hardware handles behind them.
 #include "host/l2/l2_manager.h"
 
+#include "console/text.h"
 #include "host/ports/port_manager.h"
 
 namespace pcsim::host {
@@ -19,25 +20,10 @@ void offer(Platform& platform, int slot, auto word, Arguments... arguments) {
 
 }  // namespace
 
-std::string portName(uint32_t instance) {
-    if (typeOf(instance) == HAL_PORT_TYPE_TRUNK) return fmt::format("trunk {}", portOf(instance));
-    return fmt::format("{}:{}", slotOf(instance), portOf(instance));
-}
-
-std::string counted(size_t count, const char* one, const char* many) {
-    return fmt::format("{} {}", count, count == 1 ? one : many);
-}
-
-std::string goneText(const Fdb::Removed& removed) {
-    const std::string text = counted(removed.count, "MAC address", "MAC addresses") + " gone";
-    return removed.statics == 0 ? text
-                                : fmt::format("{}, {} of them static", text, removed.statics);
-}
-
 void L2Manager::cardUp(int slot) {
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     slotsUp_.insert(slot);
-    for (const auto& [instance, pif] : machine_.records.pifs())
+    for (const auto& [instance, pif] : context_.records.pifs())
         if (typeOf(instance) == HAL_PORT_TYPE_FRONT_PANEL && pif->record.slot == slot)
             makeHandle(*pif);
     offer(platform, slot, &HalCardSlotOps::cardFdbInit, slot);
@@ -48,14 +34,14 @@ void L2Manager::cardUp(int slot) {
 
 // Tells a card that came up of every VLAN, and of those of its ports that are members.
 void L2Manager::restoreVlans(int slot) {
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     size_t restored = 0;
     offer(platform, slot, &HalCardSlotOps::cardVlanBeginSync);
     offer(platform, slot, &HalCardSlotOps::cardVlanDeferUpdateStart);
-    for (const auto& [id, vlan] : machine_.records.vlans()) {
+    for (const auto& [id, vlan] : context_.records.vlans()) {
         offer(platform, slot, &HalCardSlotOps::cardVlanCreate, slot, &vlan->record);
         for (const auto& [instance, tagged] : members_[id]) {
-            Pif* pif = machine_.records.pif(instance);
+            Pif* pif = context_.records.pif(instance);
             if (slotOf(instance) != static_cast<uint32_t>(slot) || pif == nullptr) continue;
             if (vlan->members.contains(instance)) continue;
             makeMember(*vlan, *pif, tagged, true);
@@ -65,7 +51,7 @@ void L2Manager::restoreVlans(int slot) {
     offer(platform, slot, &HalCardSlotOps::cardVlanSyncSlot);
     offer(platform, slot, &HalCardSlotOps::cardVlanDeferUpdateEnd);
     if (restored != 0)
-        machine_.events.note("l2", "Slot {}: {} restored", slot,
+        context_.events.note("l2", "Slot {}: {} restored", slot,
                              counted(restored, "VLAN membership", "VLAN memberships"));
 }
 
@@ -79,22 +65,23 @@ void L2Manager::cardDown(int slot) {
                    : trunkLost(entry);
     });
     trunks_.cardDown(slot);
-    if (addresses.count != 0) machine_.events.note("l2", "Slot {}: {}", slot, goneText(addresses));
+    if (addresses.count != 0)
+        context_.events.note("l2", "Slot {}: {}", slot, Fdb::goneText(addresses));
     size_t memberships = 0;
-    for (const auto& [id, vlan] : machine_.records.vlans()) {
+    for (const auto& [id, vlan] : context_.records.vlans()) {
         for (const auto& [instance, member] : vlan->members) {
             if (slotOf(instance) != static_cast<uint32_t>(slot)) continue;
             releaseMember(*vlan, *member);
             ++memberships;
         }
-        offer(machine_.platform, slot, &HalCardSlotOps::cardVlanDelete, slot, &vlan->record);
+        offer(context_.platform, slot, &HalCardSlotOps::cardVlanDelete, slot, &vlan->record);
     }
     if (memberships != 0)
-        machine_.events.note("l2", "Slot {}: {} gone", slot,
+        context_.events.note("l2", "Slot {}: {} gone", slot,
                              counted(memberships, "VLAN membership", "VLAN memberships"));
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     offer(platform, slot, &HalCardSlotOps::cardFdbCleanup, slot);
-    for (const auto& [instance, pif] : machine_.records.pifs())
+    for (const auto& [instance, pif] : context_.records.pifs())
         if (typeOf(instance) == HAL_PORT_TYPE_FRONT_PANEL && pif->record.slot == slot)
             platform.call(platform.family, &HalFamilyOps::cardPifDelete, &pif->record,
                           &pif->handle);
@@ -102,30 +89,30 @@ void L2Manager::cardDown(int slot) {
 
 // Gives the platform its handles back while it still can trace.
 void L2Manager::shutDown() {
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     if (!platform.family.valid) return;
     while (!slotsUp_.empty()) cardDown(*slotsUp_.begin());
     trunks_.shutDown();
-    for (const auto& [id, vlan] : machine_.records.vlans()) releaseVlan(*vlan);
+    for (const auto& [id, vlan] : context_.records.vlans()) releaseVlan(*vlan);
     fdb_.shutDown();
 }
 
 void L2Manager::makeHandle(Pif& pif) {
     if (pif.handle != nullptr) return;
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     platform.call(platform.family, &HalFamilyOps::cardPifCreate, &pif.record, &pif.handle);
     if (pif.handle == nullptr)
-        machine_.events.note("l2", "Port {} has no hardware handle: the platform gave none",
+        context_.events.note("l2", "Port {} has no hardware handle: the platform gave none",
                              portName(pif.record.instance));
 }
 
 VlanIf& L2Manager::createVlan(uint16_t id) {
-    if (machine_.records.vlan(id) != nullptr) fail("VLAN {} exists already", id);
-    Platform& platform = machine_.platform;
-    VlanIf& vlan = machine_.records.addVlan(id);
+    if (context_.records.vlan(id) != nullptr) fail("VLAN {} exists already", id);
+    Platform& platform = context_.platform;
+    VlanIf& vlan = context_.records.addVlan(id);
     platform.call(platform.family, &HalFamilyOps::vlanIfCreate, &vlan.record, &vlan.handle);
     if (vlan.handle == nullptr) {
-        machine_.records.removeVlan(id);
+        context_.records.removeVlan(id);
         fail("VLAN {} can't be made: the platform gave no hardware handle", id);
     }
     for (const int slot : slotsUp_)
@@ -136,37 +123,38 @@ VlanIf& L2Manager::createVlan(uint16_t id) {
 void L2Manager::deleteVlan(VlanIf& vlan) {
     const uint16_t id = vlan.record.vlanId;
     const Fdb::Removed addresses = fdb_.removeOf(vlan.record.instance, 0);
-    if (addresses.count != 0) machine_.events.note("l2", "VLAN {}: {}", id, goneText(addresses));
+    if (addresses.count != 0)
+        context_.events.note("l2", "VLAN {}: {}", id, Fdb::goneText(addresses));
     const Members members = members_[id];
     for (const auto& [instance, tagged] : members) removeMember(vlan, instance);
     members_.erase(id);
-    machine_.vlanDown(id, vlan.record.instance);
+    context_.managers.vlanDown(id, vlan.record.instance);
     for (const int slot : slotsUp_)
-        offer(machine_.platform, slot, &HalCardSlotOps::cardVlanDelete, slot, &vlan.record);
+        offer(context_.platform, slot, &HalCardSlotOps::cardVlanDelete, slot, &vlan.record);
     releaseVlan(vlan);
-    machine_.records.removeVlan(id);
+    context_.records.removeVlan(id);
 }
 
 void L2Manager::releaseVlan(VlanIf& vlan) {
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     platform.call(platform.family, &HalFamilyOps::vlanIfDelete, &vlan.record, &vlan.handle);
 }
 
 VlanIf& L2Manager::vlan(uint16_t id) {
-    VlanIf* vlan = machine_.records.vlan(id);
+    VlanIf* vlan = context_.records.vlan(id);
     if (vlan == nullptr) fail("VLAN {} does not exist; 'vlan create {}' makes it", id, id);
     return *vlan;
 }
 
 VlanIf& L2Manager::existingVlan(uint16_t id) {
-    VlanIf* vlan = machine_.records.vlan(id);
+    VlanIf* vlan = context_.records.vlan(id);
     if (vlan == nullptr) fail("VLAN {} does not exist; 'show vlans' lists them", id);
     return *vlan;
 }
 
 void L2Manager::addMember(VlanIf& vlan, uint32_t instance, bool tagged) {
     const uint16_t id = vlan.record.vlanId;
-    Pif* pif = machine_.records.pif(instance);
+    Pif* pif = context_.records.pif(instance);
     if (pif == nullptr) fail("port {} does not exist", portName(instance));
     Members& members = members_[id];
     const auto known = members.find(instance);
@@ -175,8 +163,8 @@ void L2Manager::addMember(VlanIf& vlan, uint32_t instance, bool tagged) {
             fail("port {} is in VLAN {} already, {}", portName(instance), id,
                  tagged ? "tagged" : "untagged");
         known->second = tagged;
-        machine_.records.addMember(vlan, *pif, tagged);
-        offer(machine_.platform, pif->record.slot, &HalCardSlotOps::cardVpifChangeTag);
+        context_.records.addMember(vlan, *pif, tagged);
+        offer(context_.platform, pif->record.slot, &HalCardSlotOps::cardVpifChangeTag);
         return;
     }
     makeMember(vlan, *pif, tagged, false);
@@ -185,17 +173,17 @@ void L2Manager::addMember(VlanIf& vlan, uint32_t instance, bool tagged) {
 
 // Makes the membership of a port that is there; 'again' when its card has come back.
 void L2Manager::makeMember(VlanIf& vlan, Pif& pif, bool tagged, bool again) {
-    Platform& platform = machine_.platform;
-    Vpif& member = machine_.records.addMember(vlan, pif, tagged);
+    Platform& platform = context_.platform;
+    Vpif& member = context_.records.addMember(vlan, pif, tagged);
     member.record.state = kForwarding;
     platform.call(platform.family, &HalFamilyOps::vpifCreate, &member.record, &member.handle);
     if (member.handle == nullptr) {
-        machine_.records.removeMember(vlan, pif.record.instance);
+        context_.records.removeMember(vlan, pif.record.instance);
         const std::string problem =
             fmt::format("port {} can't join VLAN {}: the platform gave no hardware handle",
                         portName(pif.record.instance), vlan.record.vlanId);
         if (!again) fail("{}", problem);
-        machine_.events.note("l2", "{}", problem);
+        context_.events.note("l2", "{}", problem);
         return;
     }
     offer(platform, pif.record.slot,
@@ -205,7 +193,7 @@ void L2Manager::makeMember(VlanIf& vlan, Pif& pif, bool tagged, bool again) {
 
 void L2Manager::releaseMember(VlanIf& vlan, Vpif& member) {
     static_cast<void>(vlan);
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     offer(platform, member.record.pif->slot, &HalCardSlotOps::cardVlanDeletePort, &member.record);
     platform.call(platform.family, &HalFamilyOps::vpifDelete, &member.record, &member.handle);
 }
@@ -217,9 +205,9 @@ void L2Manager::removeMember(VlanIf& vlan, uint32_t instance) {
     if (found == vlan.members.end()) return;  // its card is absent
     Vpif& member = *found->second;
     forgetAddressesOf(vlan, *member.record.pif);
-    machine_.memberDown(vlan.record.vlanId, vlan.record.instance, instance);
+    context_.managers.memberDown(vlan.record.vlanId, vlan.record.instance, instance);
     releaseMember(vlan, member);
-    machine_.records.removeMember(vlan, instance);
+    context_.records.removeMember(vlan, instance);
 }
 
 // A port leaves a VLAN: so do the addresses behind it, unless its trunk has another way there.
@@ -231,16 +219,16 @@ void L2Manager::forgetAddressesOf(VlanIf& vlan, const HalPif& leaving) {
                (entry.port == leaving.instance || trunkLost(entry));
     });
     if (removed.count != 0)
-        machine_.events.note("l2", "Port {} left VLAN {}: {}", portName(leaving.instance),
-                             vlan.record.vlanId, goneText(removed));
+        context_.events.note("l2", "Port {} left VLAN {}: {}", portName(leaving.instance),
+                             vlan.record.vlanId, Fdb::goneText(removed));
 }
 
 uint32_t L2Manager::learningPort(VlanIf& vlan, uint32_t slot, uint32_t port) {
-    const uint32_t instance = machine_.ports().port(slot, port).instance;
+    const uint32_t instance = ports_.port(slot, port).instance;
     if (!vlan.members.contains(instance))
         fail("port {}:{} is not in VLAN {}; 'vlan {} add {}:{}' puts it there", slot, port,
              vlan.record.vlanId, vlan.record.vlanId, slot, port);
-    const HalPif& pif = machine_.records.pif(instance)->record;
+    const HalPif& pif = context_.records.pif(instance)->record;
     return typeOf(pif.trunkInstance) == HAL_PORT_TYPE_TRUNK ? pif.trunkInstance : instance;
 }
 

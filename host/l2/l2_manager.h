@@ -11,24 +11,18 @@
 #include <map>
 #include <set>
 
+#include "host/core/context.h"
 #include "host/l2/fdb.h"
 #include "host/l2/trunks.h"
-#include "host/machine/machine.h"
 
 namespace pcsim::host {
 
-// "1:2" or "trunk 3".
-std::string portName(uint32_t instance);
-
-// "1 MAC address", "2 MAC addresses".
-std::string counted(size_t count, const char* one, const char* many);
-// "2 MAC addresses gone, 1 of them static".
-std::string goneText(const Fdb::Removed& removed);
+class PortManager;
 
 class L2Manager : public Manager {
 public:
-    explicit L2Manager(Machine& machine)
-        : fdb_(machine), trunks_(machine, fdb_), machine_(machine) {}
+    L2Manager(Context& context, PortManager& ports)
+        : fdb_(context), trunks_(context, fdb_), context_(context), ports_(ports) {}
 
     void boot() override { fdb_.init(); }
     void cardUp(int slot) override;
@@ -70,7 +64,8 @@ private:
 
     Fdb fdb_;
     Trunks trunks_;
-    Machine& machine_;
+    Context& context_;
+    PortManager& ports_;
     std::map<uint16_t, Members> members_;  // by VLAN id
     std::set<int> slotsUp_;
 };

@@ -1,8 +1,6 @@
 // Trunks.
 #include "host/l2/trunks.h"
 
-#include "host/l2/l2_manager.h"
-
 namespace pcsim::host {
 
 Trunks::Members& Trunks::membersOf(uint32_t number) {
@@ -17,11 +15,11 @@ Trunks::Members& Trunks::membersOf(uint32_t number) {
 
 void Trunks::create(uint32_t number) {
     if (members_.contains(number)) fail("trunk {} exists already", number);
-    Platform& platform = machine_.platform;
-    Pif& trunk = machine_.records.addPif(instanceOf(number));
+    Platform& platform = context_.platform;
+    Pif& trunk = context_.records.addPif(instanceOf(number));
     platform.call(platform.family, &HalFamilyOps::trunkCreate, &trunk.record, &trunk.handle);
     if (trunk.handle == nullptr) {
-        machine_.records.removePif(instanceOf(number));
+        context_.records.removePif(instanceOf(number));
         fail("trunk {} can't be made: the platform gave no hardware handle", number);
     }
     members_[number] = {};
@@ -31,10 +29,10 @@ void Trunks::create(uint32_t number) {
 void Trunks::remove(uint32_t number) {
     const Members members = membersOf(number);
     for (const uint32_t instance : members) removeMember(number, instance);
-    Platform& platform = machine_.platform;
-    Pif& trunk = *machine_.records.pif(instanceOf(number));
+    Platform& platform = context_.platform;
+    Pif& trunk = *context_.records.pif(instanceOf(number));
     platform.call(platform.family, &HalFamilyOps::trunkDelete, &trunk.record, &trunk.handle);
-    machine_.records.removePif(instanceOf(number));
+    context_.records.removePif(instanceOf(number));
     members_.erase(number);
 }
 
@@ -44,8 +42,8 @@ void Trunks::addMember(uint32_t number, Pif& pif) {
     for (const auto& [other, theirs] : members_)
         if (theirs.contains(record.instance))
             fail("port {} is in trunk {} already", portName(record.instance), other);
-    Platform& platform = machine_.platform;
-    const HalPif& trunk = machine_.records.pif(instanceOf(number))->record;
+    Platform& platform = context_.platform;
+    const HalPif& trunk = context_.records.pif(instanceOf(number))->record;
     const uint32_t instance = record.instance;
     const int32_t result =
         platform.call(platform.family, &HalFamilyOps::trunkAddPorts, &trunk, 1u, &instance, 0u);
@@ -57,25 +55,25 @@ void Trunks::addMember(uint32_t number, Pif& pif) {
     // From now on what is behind the port is learned on the trunk.
     const Fdb::Removed removed = fdb_.removeOf(0, instance);
     if (removed.count != 0)
-        machine_.events.note("l2", "Port {} joined trunk {}: {}", portName(instance), number,
-                             goneText(removed));
+        context_.events.note("l2", "Port {} joined trunk {}: {}", portName(instance), number,
+                             Fdb::goneText(removed));
 }
 
 void Trunks::removeMember(uint32_t number, uint32_t instance) {
     if (membersOf(number).erase(instance) == 0)
         fail("port {} is not in trunk {}", portName(instance), number);
-    Pif* pif = machine_.records.pif(instance);
+    Pif* pif = context_.records.pif(instance);
     if (pif == nullptr) return;  // its card is absent
-    machine_.platform.call(machine_.platform.family, &HalFamilyOps::trunkDelPorts);
+    context_.platform.call(context_.platform.family, &HalFamilyOps::trunkDelPorts);
     pif->record.trunkInstance = 0;
     const Fdb::Removed removed = fdb_.removeIf(unreachable([](const HalPif&) { return false; }));
     if (removed.count != 0)
-        machine_.events.note("l2", "Port {} left trunk {}: {}", portName(instance), number,
-                             goneText(removed));
+        context_.events.note("l2", "Port {} left trunk {}: {}", portName(instance), number,
+                             Fdb::goneText(removed));
 }
 
 bool Trunks::leadsTo(uint32_t trunkInstance, uint32_t vlanInstance, const Leaving& leaving) const {
-    const VlanIf* vlan = machine_.records.vlanByInstance(vlanInstance);
+    const VlanIf* vlan = context_.records.vlanByInstance(vlanInstance);
     if (vlan == nullptr) return false;
     for (const auto& [instance, member] : vlan->members) {
         const HalPif& pif = *member->record.pif;
@@ -97,38 +95,38 @@ Fdb::Predicate Trunks::unreachable(Leaving leaving) const {
 }
 
 void Trunks::sync(int slot) {
-    auto& table = machine_.platform.slot(slot);
+    auto& table = context_.platform.slot(slot);
     if (table.ops.trunkSyncSlot == nullptr) return;
-    machine_.platform.call(table, &HalCardSlotOps::trunkSyncSlot, static_cast<uint32_t>(slot));
+    context_.platform.call(table, &HalCardSlotOps::trunkSyncSlot, static_cast<uint32_t>(slot));
 }
 
 void Trunks::cardUp(int slot) {
     for (const auto& [number, members] : members_) {
         for (const uint32_t instance : members) {
-            Pif* pif = machine_.records.pif(instance);
+            Pif* pif = context_.records.pif(instance);
             if (pif != nullptr) pif->record.trunkInstance = instanceOf(number);
         }
     }
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     platform.call(platform.family, &HalFamilyOps::syncLoadShareAddrAlgoSlot,
                   static_cast<uint32_t>(slot), algorithm_, 0u);
     sync(slot);
 }
 
 void Trunks::cardDown(int slot) {
-    for (const auto& [instance, pif] : machine_.records.pifs())
+    for (const auto& [instance, pif] : context_.records.pifs())
         if (pif->record.slot == slot) pif->record.trunkInstance = 0;
 }
 
-void Trunks::chooseAlgorithm(uint32_t algorithm) {
-    Platform& platform = machine_.platform;
+void Trunks::chooseAlgorithm(uint32_t algorithm, const std::set<int>& slotsUp) {
+    Platform& platform = context_.platform;
     const int32_t result =
         platform.call(platform.family, &HalFamilyOps::trunkConfigAddrAlgo, algorithm);
     if (result != 0)
         fail("the platform has no address algorithm {}; it takes any number but 1 and 2",
              algorithm);
     algorithm_ = algorithm;
-    for (const int slot : machine_.l2().slotsUp())
+    for (const int slot : slotsUp)
         platform.call(platform.family, &HalFamilyOps::syncLoadShareAddrAlgoSlot,
                       static_cast<uint32_t>(slot), algorithm_, 0u);
 }

@@ -9,8 +9,8 @@
 #include <map>
 #include <set>
 
+#include "host/core/context.h"
 #include "host/l2/fdb.h"
-#include "host/machine/machine.h"
 
 namespace pcsim::host {
 
@@ -18,7 +18,7 @@ class Trunks {
 public:
     static constexpr uint32_t kMost = 128;
 
-    Trunks(Machine& machine, Fdb& fdb) : machine_(machine), fdb_(fdb) {}
+    Trunks(Context& context, Fdb& fdb) : context_(context), fdb_(fdb) {}
 
     void create(uint32_t number);
     void remove(uint32_t number);
@@ -26,7 +26,8 @@ public:
     void removeMember(uint32_t number, uint32_t instance);
     // Has the platform add the members of a slot that is up again.
     void sync(int slot);
-    void chooseAlgorithm(uint32_t algorithm);
+    // For all trunks; 'slotsUp' are the slots with an operational card.
+    void chooseAlgorithm(uint32_t algorithm, const std::set<int>& slotsUp);
     uint32_t algorithm() const { return algorithm_; }
 
     void cardUp(int slot);
@@ -56,7 +57,7 @@ private:
     // The members, or a CommandError that says which trunks there are.
     Members& membersOf(uint32_t number);
 
-    Machine& machine_;
+    Context& context_;
     Fdb& fdb_;
     std::map<uint32_t, Members> members_;  // by trunk number
     uint32_t algorithm_ = 0;

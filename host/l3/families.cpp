@@ -1,23 +1,9 @@
 // Masks and texts of the two address families.
 #include "host/l3/families.h"
 
-#include <bit>
-
-#include "console/error.h"
+#include <fmt/core.h>
 
 namespace pcsim::host {
-
-std::string IPv4Family::text(Address address) {
-    char text[INET_ADDRSTRLEN];
-    return inet_ntop(AF_INET, &address, text, sizeof text);
-}
-
-std::string IPv4Family::text(const Key& key) {
-    const uint32_t mask = ntohl(key.mask);
-    const int length = std::countl_one(mask);
-    if (length + std::countr_zero(mask) < 32) return text(key.prefix) + "/" + text(key.mask);
-    return fmt::format("{}/{}", text(key.prefix), length);
-}
 
 IPv6Family::Address IPv6Family::addressOf(const IpAddress& address) {
     Address result;
@@ -35,12 +21,6 @@ uint32_t maskOfWord(uint32_t length, uint32_t word) {
 }
 
 }  // namespace
-
-IPv6Family::Key IPv6Family::masked(const Key& key) {
-    Key result = key;
-    for (uint32_t i = 0; i < 4; ++i) result.prefix.words[i] &= maskOfWord(key.length, i);
-    return result;
-}
 
 bool IPv6Family::contains(const Key& key, const Address& address) {
     for (uint32_t i = 0; i < 4; ++i)

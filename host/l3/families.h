@@ -49,7 +49,6 @@ struct IPv4Family {
     static Key keyOf(const IpPrefix& prefix) { return {prefix.address.v4(), prefix.mask}; }
     static constexpr Key hostKey(Address address) { return {address, 0xFFFFFFFF}; }
     static constexpr Key everything() { return {0, 0}; }
-    static Key masked(const Key& key) { return {key.prefix & key.mask, key.mask}; }
 
     // The order of the platform's table within a virtual router.
     static bool before(const Key& a, const Key& b) { return order(a) < order(b); }
@@ -68,9 +67,8 @@ struct IPv4Family {
     }
     static void setGateway(pcSimIPv4FibSlot& slot, Address gateway) { slot.gateway = gateway; }
 
-    static std::string text(Address address);
-    // With a length, or with the mask itself when it has gaps.
-    static std::string text(const Key& key);
+    static std::string text(Address address) { return ipv4Text(address); }
+    static std::string text(const Key& key) { return ipv4Text(key.prefix, key.mask); }
 
     struct Hash {
         size_t operator()(const Key& key) const {
@@ -113,7 +111,6 @@ struct IPv6Family {
     static Key keyOf(const IpPrefix& prefix) { return {addressOf(prefix.address), prefix.length}; }
     static Key hostKey(const Address& address) { return {address, 128}; }
     static constexpr Key everything() { return {}; }
-    static Key masked(const Key& key);
 
     static bool before(const Key& a, const Key& b) {
         if (a.length != b.length) return a.length > b.length;

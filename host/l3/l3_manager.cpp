@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "host/l2/l2_manager.h"
+#include "console/text.h"
 
 namespace pcsim::host {
 
@@ -27,28 +27,21 @@ std::string text(const NeighborKey& key) {
 
 }  // namespace
 
-void L3Manager::checkVr(uint32_t vr) const {
-    const uint32_t count = machine_.options().maxVr;
-    if (vr >= count)
-        fail("virtual router {} does not exist; expected {}", vr,
-             count == 1 ? "0, the only one" : fmt::format("0 to {}", count - 1));
-}
-
 void L3Manager::cardDown(int slot) {
     std::vector<NeighborKey> gone;
     for (const auto& [key, neighbor] : neighbors_)
         if (slotOf(neighbor.port) == static_cast<uint32_t>(slot)) gone.push_back(key);
     for (const NeighborKey& key : gone) removeNeighbor(key);
     if (!gone.empty())
-        machine_.events.note("l3", "Slot {}: {} gone", slot,
+        context_.events.note("l3", "Slot {}: {} gone", slot,
                              counted(gone.size(), "adjacency", "adjacencies"));
 }
 
 void L3Manager::addNeighbor(const NeighborKey& key, const Neighbor& neighbor) {
-    checkVr(key.vr);
+    context_.checkVirtualRouter(key.vr);
     const pcSimIpAdjRec record = recordOf(key, neighbor);
     const int32_t result =
-        machine_.platform.call(machine_.platform.family, &HalFamilyOps::ipAdjAdd, &record);
+        context_.platform.call(context_.platform.family, &HalFamilyOps::ipAdjAdd, &record);
     if (result != 0)
         fail("neighbor {} can't be added: the platform answered {}", text(key), result);
     neighbors_[key] = neighbor;
@@ -80,7 +73,7 @@ void L3Manager::removeNeighbor(const NeighborKey& key) {
     if (setAside) removeRoute<IPv4Family>(key.vr, host, {});
 
     const pcSimIpAdjRec record = recordOf(key, found->second);
-    machine_.platform.call(machine_.platform.family, &HalFamilyOps::ipAdjRemove, &record);
+    context_.platform.call(context_.platform.family, &HalFamilyOps::ipAdjRemove, &record);
     neighbors_.erase(found);
 
     if (setAside) {
@@ -113,7 +106,7 @@ template <typename Family>
 typename Family::Request* L3Manager::request(uint32_t vr, const typename Family::Key& key,
                                              Hops<Family> hops) {
     using Request = typename Family::Request;
-    checkVr(vr);
+    context_.checkVirtualRouter(vr);
     if (hops.size() > Family::kMostHops)
         fail("{} next hops are too many; an {} request holds {}", hops.size(), Family::kName,
              Family::kMostHops);
@@ -133,7 +126,7 @@ template <typename Family>
 void L3Manager::callOrFail(int32_t (*HalFamilyOps::*word)(const typename Family::Request*),
                            uint32_t vr, const typename Family::Key& key, Hops<Family> hops) {
     const int32_t result =
-        machine_.platform.call(machine_.platform.family, word, request<Family>(vr, key, hops));
+        context_.platform.call(context_.platform.family, word, request<Family>(vr, key, hops));
     if (result != 0)
         fail("route {} can't be programmed: the platform answered {}", Family::text(key), result);
 }
@@ -158,7 +151,7 @@ void L3Manager::addRoute(uint32_t vr, const typename Family::Key& key, Hops<Fami
 
 template <typename Family>
 void L3Manager::removeRoute(uint32_t vr, const typename Family::Key& key, Hops<Family> hops) {
-    machine_.platform.call(machine_.platform.family, Family::kDelete,
+    context_.platform.call(context_.platform.family, Family::kDelete,
                            request<Family>(vr, key, hops));
     copies<Family>()[vr].remove(key, hops);
     dropIfEmpty<Family>(vr);
@@ -174,7 +167,7 @@ template <typename Family>
 RouteCounts L3Manager::flush(uint32_t vr, const typename Family::Key& filter, uint32_t vlan) {
     auto* const record = request<Family>(vr, filter, {});
     record->slots[0].vlan = vlan;
-    machine_.platform.call(machine_.platform.family, Family::kFlush, record);
+    context_.platform.call(context_.platform.family, Family::kFlush, record);
     const RouteCounts gone = copies<Family>()[vr].flush(filter, vlan);
     dropIfEmpty<Family>(vr);
     return gone;

@@ -16,9 +16,10 @@
 #include <tuple>
 #include <vector>
 
+#include "console/mac_address.h"
+#include "host/core/context.h"
 #include "host/l3/families.h"
 #include "host/l3/route_copy.h"
-#include "host/machine/machine.h"
 
 namespace pcsim::host {
 
@@ -41,12 +42,9 @@ struct AdjacencyCounts {
 
 class L3Manager : public Manager {
 public:
-    explicit L3Manager(Machine& machine) : machine_(machine) {}
+    explicit L3Manager(Context& context) : context_(context) {}
 
     void cardDown(int slot) override;
-
-    // Fails unless there is such a virtual router.
-    void checkVr(uint32_t vr) const;
 
     // A neighbor that is there already gets the new MAC address and port.
     void addNeighbor(const NeighborKey& key, const Neighbor& neighbor);
@@ -98,7 +96,7 @@ private:
         return std::get<Copies<Family>>(copies_);
     }
 
-    Machine& machine_;
+    Context& context_;
     std::map<NeighborKey, Neighbor> neighbors_;
     std::tuple<Copies<IPv4Family>, Copies<IPv6Family>> copies_;
     std::vector<std::byte> request_;

@@ -22,8 +22,8 @@ const char* keep(std::string text) {
 
 extern "C" {
 
-int32_t halCardStatusUpdate(int32_t slot, int32_t state, uint32_t ticket) {
-    Machine::current().cards().reported(slot, state, ticket);
+int32_t halCardStatusUpdate(int32_t slot, int32_t state, uint32_t) {
+    Machine::current().cards().reported(slot, state);
     return 0;
 }
 
@@ -79,12 +79,12 @@ int32_t halNotifyLinkStateChange(uint32_t portInstance, uint32_t link, uint32_t 
 }
 
 void getVlanIfByInstance(uint32_t instance, HalVlanIf** record) {
-    auto* vlan = Machine::current().records.vlanByInstance(instance);
+    auto* vlan = Machine::current().context.records.vlanByInstance(instance);
     *record = vlan != nullptr ? &vlan->record : nullptr;
 }
 
 void getPifByPortInstance(uint32_t portInstance, HalPif** record) {
-    auto* pif = Machine::current().records.pif(portInstance);
+    auto* pif = Machine::current().context.records.pif(portInstance);
     *record = pif != nullptr ? &pif->record : nullptr;
 }
 
@@ -95,12 +95,12 @@ void getPifBySlotPort(uint32_t slot, uint32_t port, HalPif** record) {
 }
 
 HalPif* getFirstPif(void) {
-    const auto& pifs = Machine::current().records.pifs();
+    const auto& pifs = Machine::current().context.records.pifs();
     return pifs.empty() ? nullptr : &pifs.begin()->second->record;
 }
 
 HalPif* getNextPif(uint32_t portInstance) {
-    const auto& pifs = Machine::current().records.pifs();
+    const auto& pifs = Machine::current().context.records.pifs();
     const auto next = pifs.upper_bound(portInstance);
     return next == pifs.end() ? nullptr : &next->second->record;
 }

@@ -1,18 +1,14 @@
 // Host functions of devices and replies. What arrives is handed to whoever listens.
-#include "host/core/listeners.h"
 #include "host/machine/machine.h"
 #include "pcsim/host.h"
 
-using pcsim::host::listeners;
+namespace {
 
-namespace pcsim::host {
-
-Listeners& listeners() {
-    static Listeners instance;
-    return instance;
+const pcsim::host::Listeners& listeners() {
+    return pcsim::host::Machine::current().context.listeners;
 }
 
-}  // namespace pcsim::host
+}  // namespace
 
 extern "C" {
 

@@ -7,6 +7,7 @@
 #include "host/machine/machine.h"
 #include "pcsim/host.h"
 
+using pcsim::host::Context;
 using pcsim::host::Machine;
 
 namespace {
@@ -58,11 +59,11 @@ HalEmsComponent* _ems_trace_ComponentHandle;
 HalGlobal gHal = {};
 
 int32_t dmGetPlatformType(void) {
-    return Machine::current().options().chassis ? HAL_PLATFORM_CHASSIS : 1;
+    return Machine::current().context.options.chassis ? HAL_PLATFORM_CHASSIS : 1;
 }
 
 uint32_t dmGetMaxVr(void) {
-    return Machine::current().options().maxVr;
+    return Machine::current().context.options.maxVr;
 }
 
 int32_t halAmIPrimary(void) {
@@ -75,50 +76,49 @@ int32_t getSystemMac(uint8_t* mac, int32_t) {
 }
 
 void setCheckpointStats(int32_t, int32_t, int32_t percent) {
-    Machine::current().events.note("boot", "Checkpoint {} % done", percent);
+    Machine::current().context.events.note("boot", "Checkpoint {} % done", percent);
 }
 
 uint32_t monotime(int32_t) {
-    return static_cast<uint32_t>(Machine::current().scheduler.nowMs());
+    return static_cast<uint32_t>(Machine::current().context.scheduler.nowMs());
 }
 
 int32_t halStartTimer(HalTimerFn* callback, uint32_t argument, uint32_t, uint32_t periodMs,
                       uint32_t) {
-    Machine& machine = Machine::current();
+    Context& context = Machine::current().context;
     const std::string operation =
         pcsim::host::Platform::operationName(reinterpret_cast<const void*>(callback));
-    machine.scheduler.every(periodMs, operation == "?" ? "platform timer" : operation,
-                            [&machine, callback, argument] {
+    context.scheduler.every(periodMs, operation == "?" ? "platform timer" : operation,
+                            [&context, callback, argument] {
                                 callback(argument);
-                                machine.platform.drainPrints();
+                                context.platform.drainPrints();
                             });
     return 0;
 }
 
 int32_t halScheduleTask(HalTaskFn* task, uint32_t argument1, uint32_t argument2, uint32_t delay,
                         const char* name) {
-    Machine& machine = Machine::current();
-    if (machine.taskTicket != 0) argument2 = machine.taskTicket;
-    machine.scheduler.after(delay, name, [&machine, task, argument1, argument2] {
+    Context& context = Machine::current().context;
+    context.scheduler.after(delay, name, [&context, task, argument1, argument2] {
         task(argument1, argument2);
-        machine.platform.drainPrints();
+        context.platform.drainPrints();
     });
     return 0;
 }
 
 int emsNotifyIncident(const char* file, int line, const char* function, HalEmsComponent* component,
                       uint32_t incidentId, const char* format, va_list arguments) {
-    Machine& machine = Machine::current();
-    auto* known = machine.logger.of(component);
+    Context& context = Machine::current().context;
+    auto* known = context.logger.of(component);
     if (known != nullptr) ++known->sent;
-    machine.events.note(known != nullptr ? known->name : "?", "{} ({} {}:{} {:06x})",
+    context.events.note(known != nullptr ? known->name : "?", "{} ({} {}:{} {:06x})",
                         formatted(format, arguments), function, file, line, incidentId);
     return 0;
 }
 
 int emsRegisterComponent(int, HalEmsDescriptor* descriptor, HalEmsComponent** handle) {
     if (descriptor == &_ems_trace_ComponentDesc)
-        *handle = &Machine::current().logger.trace().record;
+        *handle = &Machine::current().context.logger.trace().record;
     return 0;
 }
 }

@@ -28,103 +28,84 @@ Machine& Machine::current() {
 }
 
 Machine::Machine(Options options)
-    : options_(std::move(options)),
-      acl_(std::make_unique<AclManager>(*this)),
-      cards_(std::make_unique<CardManager>(*this)),
-      devices_(std::make_unique<DeviceManager>(*this)),
-      environment_(std::make_unique<EnvironmentMonitor>(*this)),
-      l2_(std::make_unique<L2Manager>(*this)),
-      l3_(std::make_unique<L3Manager>(*this)),
-      mcast_(std::make_unique<McastManager>(*this)),
-      poe_(std::make_unique<PoeManager>(*this)),
-      ports_(std::make_unique<PortManager>(*this)),
-      sampling_(std::make_unique<SamplingManager>(*this)) {
+    : context(std::move(options)),
+      cards_(std::make_unique<CardManager>(context)),
+      ports_(std::make_unique<PortManager>(context, *cards_)),
+      l2_(std::make_unique<L2Manager>(context, *ports_)),
+      l3_(std::make_unique<L3Manager>(context)),
+      mcast_(std::make_unique<McastManager>(context)),
+      acl_(std::make_unique<AclManager>(context)),
+      sampling_(std::make_unique<SamplingManager>(context)),
+      poe_(std::make_unique<PoeManager>(context)),
+      environment_(std::make_unique<EnvironmentMonitor>(context)),
+      devices_(std::make_unique<DeviceManager>(context)) {
     currentMachine = this;
-    attachComponents(logger);
-    managers_ = {ports_.get(),    l2_.get(),  l3_.get(),          mcast_.get(),   acl_.get(),
-                 sampling_.get(), poe_.get(), environment_.get(), devices_.get(), cards_.get()};
+    attachComponents(context.logger);
+    // Cards come last: they bring up what all others have made ready for.
+    context.managers.set({ports_.get(), l2_.get(), l3_.get(), mcast_.get(), acl_.get(),
+                          sampling_.get(), poe_.get(), environment_.get(), devices_.get(),
+                          cards_.get()});
 }
 
 Machine::~Machine() {
-    for (auto manager = managers_.rbegin(); manager != managers_.rend(); ++manager) {
-        try {
-            (*manager)->shutDown();
-        } catch (const CommandError&) {
-            // A platform without the operation has nothing to be given back.
-        }
-    }
+    context.managers.shutDown();
     currentMachine = nullptr;
 }
 
-lab::Lab& Machine::needLab() {
-    if (lab_ == nullptr) fail("there are no cables: start with --lab PORTS to have a lab");
-    return *lab_;
-}
-
 void Machine::boot() {
-    if (options_.labPorts != 0) {
-        lab_ = std::make_unique<lab::Lab>();
-        if (const auto problem = lab_->create(options_.labPorts)) fail("{}", *problem);
-        events.note("lab", "eth0 to eth{} are cabled", options_.labPorts);
+    if (context.options.labPorts != 0) {
+        context.lab = std::make_unique<lab::Lab>();
+        if (const auto problem = context.lab->create(context.options.labPorts))
+            fail("{}", *problem);
+        context.events.note("lab", "eth0 to eth{} are cabled", context.options.labPorts);
     }
-    if (options_.remoteIo) setenv("HAL_SIM_REMOTE_IO", "1", 1);
-    platform.onPrint = [this](const std::string& text) {
+    if (context.options.remoteIo) setenv("HAL_SIM_REMOTE_IO", "1", 1);
+    context.platform.onPrint = [this](const std::string& text) {
         // The library's own texts come with and without line ends.
         size_t start = 0;
         while (start < text.size()) {
             size_t end = text.find('\n', start);
             if (end == std::string::npos) end = text.size();
             const std::string line = text.substr(start, end - start);
-            if (line.find_first_not_of(' ') != std::string::npos) events.add("platform", line);
+            if (line.find_first_not_of(' ') != std::string::npos)
+                context.events.add("platform", line);
             start = end + 1;
         }
     };
     bootSystem();
-    for (Manager* manager : managers_) manager->boot();
+    context.managers.boot();
 }
 
 // The first steps of a HAL: the system table, what the chassis is, which cards it may hold.
 void Machine::bootSystem() {
-    platform.load(options_.library);
+    context.platform.load(context.options.library);
     // 'show chassis' has the library's folder, too.
-    events.note("boot", "Platform {} initialised as a {}",
-                platform.path().substr(platform.path().rfind('/') + 1),
-                options_.chassis ? "chassis" : "stackable");
-    auto& system = platform.system;
-    platform.call(system, &HalSystemOps::chassisGetInfo, &chassisInfo);
-    ownSlot_ = static_cast<int>(chassisInfo.ownSlot);
-    HalChassisCapability* capability = platform.call(system, &HalSystemOps::chassisGetCapability);
+    context.events.note("boot", "Platform {} initialised as a {}",
+                        context.platform.path().substr(context.platform.path().rfind('/') + 1),
+                        context.options.chassis ? "chassis" : "stackable");
+    auto& system = context.platform.system;
+    context.platform.call(system, &HalSystemOps::chassisGetInfo, &context.chassisInfo);
+    context.ownSlot = static_cast<int>(context.chassisInfo.ownSlot);
+    HalChassisCapability* capability =
+        context.platform.call(system, &HalSystemOps::chassisGetCapability);
     if (capability == nullptr) fail("the platform has no chassis capability: out of memory");
-    chassisCapability.assign(capability->entries, capability->entries + capability->entryCount);
+    context.chassisCapability.assign(capability->entries,
+                                     capability->entries + capability->entryCount);
     std::free(capability);
-    platform.setUpCards();
+    context.platform.setUpCards();
     setUpFamily();
-    events.note("boot", "Chassis {}, own slot {}, {} card type{}",
-                std::string(chassisInfo.modelName, strnlen(chassisInfo.modelName, 8)), ownSlot_,
-                chassisCapability.size(), chassisCapability.size() == 1 ? "" : "s");
+    context.events.note(
+        "boot", "Chassis {}, own slot {}, {} card type{}",
+        std::string(context.chassisInfo.modelName, strnlen(context.chassisInfo.modelName, 8)),
+        context.ownSlot, context.chassisCapability.size(),
+        context.chassisCapability.size() == 1 ? "" : "s");
 }
 
 // All simulated cards are of one family, so its table is filled once.
 void Machine::setUpFamily() {
-    platform.call(platform.cardDb, &HalCardDbOps::familyDBSetup, 0u, &platform.family.ops);
-    platform.family.valid = true;
-}
-
-void Machine::cardUp(int slot) {
-    for (Manager* manager : managers_) manager->cardUp(slot);
-}
-
-void Machine::cardDown(int slot) {
-    for (Manager* manager : managers_) manager->cardDown(slot);
-    records.removePorts(static_cast<uint32_t>(slot));
-}
-
-void Machine::vlanDown(uint16_t vlanId, uint32_t vlanInstance) {
-    for (Manager* manager : managers_) manager->vlanDown(vlanId, vlanInstance);
-}
-
-void Machine::memberDown(uint16_t vlanId, uint32_t vlanInstance, uint32_t portInstance) {
-    for (Manager* manager : managers_) manager->memberDown(vlanId, vlanInstance, portInstance);
+    context.platform.call(context.platform.cardDb, &HalCardDbOps::familyDBSetup, 0u,
+                          &context.platform.family.ops);
+    context.platform.family.valid = true;
 }
 
 }  // namespace pcsim::host

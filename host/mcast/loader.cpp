@@ -3,13 +3,12 @@
 
 #include <arpa/inet.h>
 
-#include <charconv>
 #include <unordered_set>
 
-#include "console/present.h"
+#include "console/error.h"
 #include "console/progress.h"
+#include "console/text.h"
 #include "console/values.h"
-#include "host/core/text_file.h"
 #include "host/mcast/mcast_manager.h"
 
 namespace pcsim::host {
@@ -19,16 +18,6 @@ namespace {
 constexpr uint32_t kFirstGroup = 0xE0000000, kLastGroup = 0xEFFFFFFF;
 constexpr uint32_t kBroadcast = 0xFFFFFFFF;
 constexpr uint32_t kFirstSource = 0x0A000001;  // 10.0.0.1
-
-// Takes the next word off 'line'.
-std::string_view nextWord(std::string_view& line) {
-    constexpr const char* kBlanks = " \t\r";
-    const size_t start = std::min(line.find_first_not_of(kBlanks), line.size());
-    const size_t end = std::min(line.find_first_of(kBlanks, start), line.size());
-    const std::string_view word = line.substr(start, end - start);
-    line.remove_prefix(end);
-    return word;
-}
 
 }  // namespace
 
@@ -50,15 +39,15 @@ uint32_t parseMcastSource(const std::string& word) {
 
 McastLine parseMcastLine(std::string_view line) {
     line = line.substr(0, line.find('#'));
-    const std::string_view group = nextWord(line);
+    const std::string_view group = takeWord(line);
     if (group.empty()) return {};
     const size_t colon = group.find(':');
     if (colon != std::string_view::npos)
         parseNumber("UDP port", std::string(group.substr(colon + 1)), 1, 0xFFFF);
     McastLine result{parseMcastGroup(std::string(group.substr(0, colon))), std::nullopt};
-    const std::string_view source = nextWord(line);
+    const std::string_view source = takeWord(line);
     if (!source.empty()) result.source = parseMcastSource(std::string(source));
-    const std::string_view more = nextWord(line);
+    const std::string_view more = takeWord(line);
     if (!more.empty())
         fail("'{}' is too much; expected GROUP[:UDPPORT] [SOURCE]", std::string(more));
     return result;
@@ -66,93 +55,90 @@ McastLine parseMcastLine(std::string_view line) {
 
 namespace {
 
-// The lines of a file with a group, and what is wrong with the others.
-class GroupFile {
+struct GroupLine {
+    uint64_t number;
+    McastLine content;
+};
+
+// The lines of the file with a group. What they ask for has to fit, with what is there.
+std::vector<GroupLine> readGroups(Context& context, const McastLoadOrder& order, size_t each,
+                                  const McastCopy& copy, LineLoad& file) {
+    std::vector<GroupLine> lines;
+    uint64_t caches = 0;
+    file.run(context.loop, "lines", [&](uint64_t number, std::string_view text) {
+        const McastLine line = parseMcastLine(text);
+        if (line.group == 0) return;
+        caches += line.source ? 1 : order.sources;
+        // What can't fit is counted, not kept: the file may have no end.
+        if (caches <= kMostMcastCaches) lines.push_back({number, line});
+    });
+    if (copy.caches().size() + caches > kMostMcastCaches)
+        fail("{} asks for too many caches; {} fit in all, {} are there", order.file,
+             kMostMcastCaches, copy.caches().size());
+    if (copy.portCount() + caches * each > kMostMcastPorts)
+        fail("{} asks for too many outgoing ports; {} fit in all, {} are there", order.file,
+             kMostMcastPorts, copy.portCount());
+    return lines;
+}
+
+// Makes the caches of one line after the other; those without a source count theirs up.
+class Adder {
 public:
-    using Print = std::function<void(const std::string&)>;
+    Adder(Context& context, McastManager& manager, const McastLoadOrder& order, size_t each,
+          McastLoad& load)
+        : context_(context), manager_(manager), order_(order), each_(each), load_(load) {}
 
-    struct Line {
-        uint64_t number;
-        McastLine content;
-    };
-
-    GroupFile(const McastLoad& load, const Print& print) : load_(load), print_(print) {}
-
-    // 'mayAsk' is called with the number of caches that the lines so far ask for.
-    void read(McastLoaded& loaded, const std::function<void(uint64_t caches)>& mayAsk) {
-        TextFile file(load_.file);
-        uint64_t caches = 0;
-        std::string_view text;
-        for (uint64_t number = 1; file.next(text); ++number) {
-            McastLine line;
-            try {
-                line = parseMcastLine(text);
-            } catch (const CommandError& error) {
-                bad(loaded, number, error.what());
-                continue;
-            }
-            if (line.group == 0) continue;
-            mayAsk(caches += line.source ? 1 : load_.sources);
-            lines.push_back({number, line});
+    void line(const McastLine& line) {
+        if (line.source) return add(line.group, *line.source);
+        for (uint32_t i = 0; i < order_.sources; ++i) {
+            context_.loop.checkInterrupt();
+            add(line.group, nextSource_++);
         }
-        loaded.fileProblem = file.problem();
     }
-
-    void bad(McastLoaded& loaded, uint64_t number, const std::string& problem) {
-        ++loaded.badLines;
-        print_(fmt::format("{}:{}: {}\n", load_.file, number, presentable(problem)));
-    }
-
-    std::vector<Line> lines;
 
 private:
-    const McastLoad& load_;
-    const Print& print_;
+    void add(uint32_t group, uint32_t source) {
+        outgoing_.clear();
+        for (size_t i = 0; i < each_; ++i)
+            outgoing_.push_back(order_.outgoing[turn_++ % order_.outgoing.size()]);
+        const bool isNew = manager_.add({group, source, order_.vr, order_.incomingVlan}, outgoing_);
+        ++(isNew ? load_.caches : load_.known);
+        if (groups_.insert(group).second) ++load_.groups;
+    }
+
+    Context& context_;
+    McastManager& manager_;
+    const McastLoadOrder& order_;
+    size_t each_;
+    McastLoad& load_;
+    size_t turn_ = 0;
+    uint32_t nextSource_ = kFirstSource;
+    std::unordered_set<uint32_t> groups_;
+    std::vector<McastOutgoing> outgoing_;
 };
 
 }  // namespace
 
-McastLoaded loadMcast(McastManager& manager, const McastLoad& load,
-                      const std::function<void(const std::string&)>& print) {
-    McastLoaded loaded;
-    const size_t each = load.each == 0 ? load.outgoing.size() : load.each;
-    const McastCopy& copy = manager.copy();
-    GroupFile file(load, print);
-    file.read(loaded, [&](uint64_t caches) {
-        if (copy.caches().size() + caches > kMostMcastCaches)
-            fail("{} asks for too many caches; {} fit in all, {} are there", load.file,
-                 kMostMcastCaches, copy.caches().size());
-        if (copy.portCount() + caches * each > kMostMcastPorts)
-            fail("{} asks for too many outgoing ports; {} fit in all, {} are there", load.file,
-                 kMostMcastPorts, copy.portCount());
-    });
-    size_t turn = 0;
-    uint32_t nextSource = kFirstSource;
-    std::unordered_set<uint32_t> groups;
-    std::vector<McastOutgoing> outgoing;
-    const auto add = [&](uint32_t group, uint32_t source) {
-        outgoing.clear();
-        for (size_t i = 0; i < each; ++i)
-            outgoing.push_back(load.outgoing[turn++ % load.outgoing.size()]);
-        const bool isNew = manager.add({group, source, load.vr, load.incomingVlan}, outgoing);
-        ++(isNew ? loaded.caches : loaded.known);
-        groups.insert(group);
-    };
-    Progress progress("Loading " + load.file, file.lines.size(), "lines");
+McastLoad loadMcast(Context& context, McastManager& manager, const McastLoadOrder& order) {
+    McastLoad load(order.file);
+    const size_t each = order.each == 0 ? order.outgoing.size() : order.each;
+    const auto lines = readGroups(context, order, each, manager.copy(), load.file);
+    Adder adder(context, manager, order, each, load);
+    Progress progress("Adding " + order.file, lines.size(), "lines");
     uint64_t done = 0;
-    for (const auto& [number, line] : file.lines) {
+    for (const auto& [number, line] : lines) {
+        if (context.loop.interrupted()) {
+            load.file.stop("interrupted; the caches of file " + order.file + " are added in part");
+            break;
+        }
         try {
-            if (line.source)
-                add(line.group, *line.source);
-            else
-                for (uint32_t i = 0; i < load.sources; ++i) add(line.group, nextSource++);
+            adder.line(line);
         } catch (const CommandError& error) {
-            file.bad(loaded, number, error.what());
+            load.file.noteBad(number, error.what());
         }
         progress.at(++done);
     }
-    loaded.groups = groups.size();
-    return loaded;
+    return load;
 }
 
 }  // namespace pcsim::host

@@ -8,16 +8,17 @@
 #define PCSIM_HOST_MCAST_LOADER_H
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "host/core/line_load.h"
 #include "host/mcast/mcast_copy.h"
 
 namespace pcsim::host {
 
+struct Context;
 class McastManager;
 
 struct McastLine {
@@ -32,7 +33,7 @@ McastLine parseMcastLine(std::string_view line);
 uint32_t parseMcastGroup(const std::string& word);
 uint32_t parseMcastSource(const std::string& word);
 
-struct McastLoad {
+struct McastLoadOrder {
     std::string file;
     uint32_t incomingVlan = 0;  // instance
     uint32_t vr = 0;
@@ -45,18 +46,17 @@ struct McastLoad {
 constexpr uint64_t kMostMcastCaches = 2'000'000;
 constexpr uint64_t kMostMcastPorts = 4'000'000;
 
-struct McastLoaded {
+struct McastLoad {
+    explicit McastLoad(std::string path) : file(std::move(path)) {}
+
+    LineLoad file;
     size_t groups = 0;  // different ones
     size_t caches = 0;  // that are new
     size_t known = 0;   // that were there already
-    size_t badLines = 0;
-    std::string fileProblem;  // why its rest was not read
 };
 
-// Goes on after a bad line, which is reported through 'print' as FILE:LINE: PROBLEM. A file that
-// asks for more caches than the process holds is refused before the first is made.
-McastLoaded loadMcast(McastManager& manager, const McastLoad& load,
-                      const std::function<void(const std::string&)>& print);
+// A file that asks for more caches than the process holds is refused before the first is made.
+McastLoad loadMcast(Context& context, McastManager& manager, const McastLoadOrder& order);
 
 }  // namespace pcsim::host
 

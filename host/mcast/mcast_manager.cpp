@@ -3,40 +3,18 @@
 
 #include <arpa/inet.h>
 
-#include <cstdarg>
 #include <cstring>
 
-#include "host/l2/l2_manager.h"
+#include "console/text.h"
+#include "console/values.h"
+#include "host/core/dump_text.h"
 
 namespace pcsim::host {
 
-namespace {
-
-std::string addressText(uint32_t address) {
-    const uint32_t network = htonl(address);
-    char text[INET_ADDRSTRLEN];
-    return inet_ntop(AF_INET, &network, text, sizeof text);
-}
-
-// The pieces of a dump go to whoever asked for it.
-const std::function<void(const std::string&)>* dumpPrint;
-
-__attribute__((format(printf, 2, 3))) int printDump(uint32_t, const char* format, ...) {
-    char line[256];
-    va_list arguments;
-    va_start(arguments, format);
-    const int size = std::vsnprintf(line, sizeof line, format, arguments);
-    va_end(arguments);
-    (*dumpPrint)(line);
-    return size;
-}
-
-}  // namespace
-
 std::string McastManager::describe(const McastKey& key) const {
-    const VlanIf* vlan = machine_.records.vlanByInstance(key.incomingVlan);
-    std::string text = fmt::format("({}, {})", key.source == 0 ? "*" : addressText(key.source),
-                                   addressText(key.group));
+    const VlanIf* vlan = context_.records.vlanByInstance(key.incomingVlan);
+    std::string text = fmt::format("({}, {})", key.source == 0 ? "*" : ipv4Text(htonl(key.source)),
+                                   ipv4Text(htonl(key.group)));
     if (vlan != nullptr) text += fmt::format(" on VLAN {}", vlan->record.vlanId);
     if (key.vr != 0) text += fmt::format(" of virtual router {}", key.vr);
     return text;
@@ -63,7 +41,7 @@ McastManager::Effect McastManager::run(int32_t (*HalFamilyOps::*word)(const HalM
                                        const McastKey& key, const OutgoingList& outgoing) {
     const McastHooks before = mcastHooks();
     const int32_t result =
-        machine_.platform.call(machine_.platform.family, word, request(key, outgoing));
+        context_.platform.call(context_.platform.family, word, request(key, outgoing));
     return {result, mcastHooks() - before};
 }
 
@@ -101,7 +79,7 @@ void McastManager::remove(const McastKey& key) {
         fail(
             "the platform deletes no single cache of any source; 'mcast flush group {} iif V' "
             "deletes all of the group",
-            addressText(key.group));
+            ipv4Text(htonl(key.group)));
     if (effect.result != 0)
         fail("the platform answered {} to the delete of {}", effect.result, describe(key));
     if (effect.hooks.cachesReleased == 0) fail("there is no cache {}", describe(key));
@@ -161,7 +139,7 @@ McastManager::VlanRemoved McastManager::removeVlan(const McastKey& key, uint32_t
 
 bool McastManager::stats(const McastKey& key, HalMcastStats& stats) {
     std::memcpy(&stats.key, &request(key, {})->key, sizeof stats.key);
-    return machine_.platform.call(machine_.platform.family, &HalFamilyOps::ipv4McHwCacheGetStats,
+    return context_.platform.call(context_.platform.family, &HalFamilyOps::ipv4McHwCacheGetStats,
                                   &stats) == 0;
 }
 
@@ -221,7 +199,7 @@ size_t McastManager::flush(const McastKey& key) {
     const Effect effect = run(&HalFamilyOps::ipv4McHwCacheFlush, key, {});
     const size_t gone = effect.result == 0 ? flushCopy(key, effect.hooks.cachesReleased) : 0;
     if (gone != 0 || copy_.portCount() != portsBefore)
-        machine_.events.note(
+        context_.events.note(
             "mcast", "Flush: {} gone, {} less", counted(gone, "cache", "caches"),
             counted(portsBefore - copy_.portCount(), "outgoing port", "outgoing ports"));
     if (effect.result != 0) fail("the platform answered {} to the flush", effect.result);
@@ -229,10 +207,9 @@ size_t McastManager::flush(const McastKey& key) {
 }
 
 void McastManager::dump(const std::function<void(const std::string&)>& print) {
-    dumpPrint = &print;
-    const pcSimDumpSink sink{0, printDump};
-    machine_.platform.call(machine_.platform.family, &HalFamilyOps::dumpHalMcDb, &sink);
-    dumpPrint = nullptr;
+    dumpTo(print, [this](const pcSimDumpSink* sink) {
+        context_.platform.call(context_.platform.family, &HalFamilyOps::dumpHalMcDb, sink);
+    });
 }
 
 size_t McastManager::abandoned() const {
@@ -250,13 +227,13 @@ void McastManager::lost(const std::string& what, const McastCopy::Lost& lost) {
     append(lost.caches, "cache deleted", "caches deleted");
     append(lost.stripped, "cache stripped", "caches stripped");
     append(lost.ports, "outgoing port less", "outgoing ports less");
-    machine_.events.note("mcast", "{} gone: {}", what, text);
+    context_.events.note("mcast", "{} gone: {}", what, text);
 }
 
 // The platform has one operation for what goes everywhere: the removal of outgoing ports that
 // names no cache. A VLAN of 0 in an entry is the port everywhere, a port of 0 the VLAN.
 void McastManager::cardDown(int slot) {
-    const uint32_t count = machine_.platform.slotRecord(slot).portCount;
+    const uint32_t count = context_.platform.slotRecord(slot).portCount;
     OutgoingList ports;
     for (uint32_t port = 1; port <= count; ++port)
         ports.push_back({0, portKey(static_cast<uint32_t>(slot), port)});

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "host/machine/machine.h"
+#include "host/core/context.h"
 #include "host/mcast/hooks.h"
 #include "host/mcast/mcast_copy.h"
 #include "pcsim/mcast.h"
@@ -22,7 +22,7 @@ namespace pcsim::host {
 
 class McastManager : public Manager {
 public:
-    explicit McastManager(Machine& machine) : machine_(machine) {}
+    explicit McastManager(Context& context) : context_(context) {}
 
     void cardDown(int slot) override;
     void vlanDown(uint16_t vlanId, uint32_t vlanInstance) override;
@@ -74,7 +74,7 @@ private:
     size_t flushCopy(const McastKey& key, uint64_t released);
     void lost(const std::string& what, const McastCopy::Lost& lost);
 
-    Machine& machine_;
+    Context& context_;
     McastCopy copy_;
     std::map<uint32_t, size_t> abandoned_;  // by incoming VLAN instance
     std::vector<uint32_t> buffer_;          // of the request under way

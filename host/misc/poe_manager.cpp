@@ -4,38 +4,37 @@
 #include <cstring>
 
 #include "host/cards/card_manager.h"
-#include "host/core/listeners.h"
 #include "pcsim/host.h"
 
 namespace pcsim::host {
 
-PoeManager::PoeManager(Machine& machine) : machine_(machine) {
-    listeners().reply = [this](uint32_t handle, uint32_t messageId,
-                               const std::vector<uint8_t>& message) {
+PoeManager::PoeManager(Context& context) : context_(context) {
+    context_.listeners.reply = [this](uint32_t handle, uint32_t messageId,
+                                      const std::vector<uint8_t>& message) {
         arrived(handle, messageId, message);
     };
 }
 
 PoeManager::~PoeManager() {
-    listeners().reply = nullptr;
+    context_.listeners.reply = nullptr;
 }
 
 void PoeManager::arrived(uint32_t handle, uint32_t messageId, const std::vector<uint8_t>& message) {
     if (handle == poeHandle && messageId == HAL_REPLY_POE)
         reply_ = message;
     else
-        machine_.events.note("poe", "Message {:#x} for handle {} ignored", messageId, handle);
+        context_.events.note("poe", "Message {:#x} for handle {} ignored", messageId, handle);
 }
 
 OpTable<HalCardSlotOps>& PoeManager::tableOf(uint32_t instance) {
-    return machine_.platform.slot(static_cast<int>(slotOf(instance)));
+    return context_.platform.slot(static_cast<int>(slotOf(instance)));
 }
 
 template <typename Record, typename Word, typename... Arguments>
 Record PoeManager::ask(OpTable<HalCardSlotOps>& table, Word word, uint16_t type,
                        Arguments... arguments) {
     reply_.reset();
-    const int32_t result = machine_.platform.call(table, word, arguments...);
+    const int32_t result = context_.platform.call(table, word, arguments...);
     if (result != 0) fail("PoE: the platform answered {}", result);
     if (!reply_) fail("PoE: the platform sent no reply of type {}", type);
     Record record;
@@ -49,7 +48,7 @@ Record PoeManager::ask(OpTable<HalCardSlotOps>& table, Word word, uint16_t type,
 }
 
 PoeSlot PoeManager::slot(int slot) {
-    auto& table = machine_.platform.slot(slot);
+    auto& table = context_.platform.slot(slot);
     return {ask<HalPoeVersion>(table, &HalCardSlotOps::cardPoeGetVersion, HAL_POE_VERSION, slot),
             ask<HalPoeSnmpSlotInfo>(table, &HalCardSlotOps::cardPoeSNMPGetSlotInfo,
                                     HAL_POE_SNMP_SLOT_INFO, slot)};
@@ -69,19 +68,19 @@ PoePort PoeManager::port(uint32_t instance) {
 }
 
 void PoeManager::enableSlot(int slot, bool on) {
-    const int32_t result = machine_.platform.call(
-        machine_.platform.slot(slot),
+    const int32_t result = context_.platform.call(
+        context_.platform.slot(slot),
         on ? &HalCardSlotOps::cardPoeSlotEnable : &HalCardSlotOps::cardPoeSlotDisable);
     if (result != 0) fail("PoE: the platform answered {}", result);
-    machine_.events.note("poe", "Slot {} {} accepted", slot, on ? "enable" : "disable");
+    context_.events.note("poe", "Slot {} {} accepted", slot, on ? "enable" : "disable");
 }
 
 void PoeManager::enablePort(uint32_t instance, bool on) {
     const int32_t result =
-        machine_.platform.call(tableOf(instance), on ? &HalCardSlotOps::cardPoePortEnable
+        context_.platform.call(tableOf(instance), on ? &HalCardSlotOps::cardPoePortEnable
                                                      : &HalCardSlotOps::cardPoePortDisable);
     if (result != 0) fail("PoE: the platform answered {}", result);
-    machine_.events.note("poe", "Port {}:{} {} accepted", slotOf(instance), portOf(instance),
+    context_.events.note("poe", "Port {}:{} {} accepted", slotOf(instance), portOf(instance),
                          on ? "enable" : "disable");
 }
 

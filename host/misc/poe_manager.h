@@ -7,7 +7,7 @@
 #include <optional>
 #include <vector>
 
-#include "host/machine/machine.h"
+#include "host/core/context.h"
 #include "pcsim/misc.h"
 
 namespace pcsim::host {
@@ -25,7 +25,7 @@ struct PoePort {
 
 class PoeManager : public Manager {
 public:
-    explicit PoeManager(Machine& machine);
+    explicit PoeManager(Context& context);
     ~PoeManager() override;
 
     // Queries. A CommandError when the platform refuses or a reply doesn't come as it should.
@@ -43,7 +43,7 @@ private:
     template <typename Record, typename Word, typename... Arguments>
     Record ask(OpTable<HalCardSlotOps>& table, Word word, uint16_t type, Arguments... arguments);
 
-    Machine& machine_;
+    Context& context_;
     std::optional<std::vector<uint8_t>> reply_;
 };
 

@@ -24,37 +24,37 @@ void SamplingManager::cardDown(int slot) {
         ++count;
     }
     if (count != 0)
-        machine_.events.note("sflow", "Slot {}: sampling stopped on {} of its ports", slot, count);
+        context_.events.note("sflow", "Slot {}: sampling stopped on {} of its ports", slot, count);
 }
 
 // The bin that samples are kept in is allocated with the first port.
 void SamplingManager::add(uint32_t instance) {
     if (sampled(instance))
         fail("port {}:{} is sampled already", slotOf(instance), portOf(instance));
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     if (!binAllocated_) check(platform.call(platform.family, &HalFamilyOps::allocSampleBin));
     binAllocated_ = true;
     const HalSamplePort port = samplePort(instance);
     check(platform.call(platform.family, &HalFamilyOps::sflowAddPortsForSample, 0u, &port));
     ports_.insert(instance);
-    machine_.events.note("sflow", "Port {}:{} sampled", slotOf(instance), portOf(instance));
+    context_.events.note("sflow", "Port {}:{} sampled", slotOf(instance), portOf(instance));
 }
 
 void SamplingManager::remove(uint32_t instance) {
     if (!sampled(instance)) fail("port {}:{} is not sampled", slotOf(instance), portOf(instance));
     forget(instance);
-    machine_.events.note("sflow", "Port {}:{} not sampled", slotOf(instance), portOf(instance));
+    context_.events.note("sflow", "Port {}:{} not sampled", slotOf(instance), portOf(instance));
 }
 
 void SamplingManager::forget(uint32_t instance) {
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     const HalSamplePort port = samplePort(instance);
     platform.call(platform.family, &HalFamilyOps::sflowDelPortsForSample, 0u, &port);
     ports_.erase(instance);
 }
 
 HalSampleCounters SamplingManager::read(uint32_t instance) {
-    Platform& platform = machine_.platform;
+    Platform& platform = context_.platform;
     HalSampleCounters counters{};
     check(platform.call(platform.family, &HalFamilyOps::sflowGetCntSampleOnPort, instance,
                         &counters));

@@ -5,14 +5,14 @@
 #include <cstdint>
 #include <set>
 
-#include "host/machine/machine.h"
+#include "host/core/context.h"
 #include "pcsim/misc.h"
 
 namespace pcsim::host {
 
 class SamplingManager : public Manager {
 public:
-    explicit SamplingManager(Machine& machine) : machine_(machine) {}
+    explicit SamplingManager(Context& context) : context_(context) {}
 
     // The ports of a card that goes away are sampled no more.
     void cardDown(int slot) override;
@@ -28,7 +28,7 @@ public:
 private:
     void forget(uint32_t instance);
 
-    Machine& machine_;
+    Context& context_;
     std::set<uint32_t> ports_;  // port instances
     bool binAllocated_ = false;
 };

@@ -1,37 +1,37 @@
 // Ports of cards, link polls, counters.
 #include "host/ports/port_manager.h"
 
+#include "console/text.h"
 #include "host/cards/card_manager.h"
-#include "host/l2/l2_manager.h"
 #include "host/ports/counters.h"
 
 namespace pcsim::host {
 
 void PortManager::boot() {
-    machine_.scheduler.every(kPollPeriodMs, "port link poll", [this] { pollAll(); });
+    context_.scheduler.every(kPollPeriodMs, "port link poll", [this] { pollAll(); });
 }
 
 void PortManager::cardUp(int slot) {
-    const HalCardSlotDb& table = machine_.platform.slotRecord(slot);
+    const HalCardSlotDb& table = context_.platform.slotRecord(slot);
     const auto slotNumber = static_cast<uint32_t>(slot);
     for (uint32_t number = 1; number <= table.portCount; ++number) {
         const uint32_t instance = portInstance(slotNumber, number);
         Port& port = ports_[instance];
         port.instance = instance;
-        port.interfaceNumber = machine_.cards().interfaceNumber(slotNumber, number);
-        machine_.records.addPif(instance);
+        port.interfaceNumber = cards_.interfaceNumber(slotNumber, number);
+        context_.records.addPif(instance);
         enable(port, true);
         pollPort(port);
     }
-    if (slot == machine_.ownSlot())
+    if (slot == context_.ownSlot)
         managementLink_ = askLink(portInstance(slotNumber, 1, HAL_PORT_TYPE_MANAGEMENT));
     if (table.portCount != 0)
-        machine_.events.note("port", "Slot {}: {} enabled", slot,
+        context_.events.note("port", "Slot {}: {} enabled", slot,
                              counted(table.portCount, "port", "ports"));
 }
 
 void PortManager::cardDown(int slot) {
-    if (slot == machine_.ownSlot()) managementLink_.reset();
+    if (slot == context_.ownSlot) managementLink_.reset();
     unsigned count = 0;
     for (auto entry = ports_.begin(); entry != ports_.end();) {
         if (entry->second.slot() != static_cast<uint32_t>(slot)) {
@@ -42,7 +42,7 @@ void PortManager::cardDown(int slot) {
         ++count;
     }
     if (count != 0)
-        machine_.events.note("port", "Slot {}: {} gone", slot, counted(count, "port", "ports"));
+        context_.events.note("port", "Slot {}: {} gone", slot, counted(count, "port", "ports"));
 }
 
 std::string PortManager::existing() const {
@@ -77,20 +77,20 @@ Port& PortManager::port(uint32_t slot, uint32_t number) {
 
 void PortManager::enable(Port& port, bool on) {
     port.enabled = on;
-    machine_.platform.call(slotTable(port), &HalCardSlotOps::cardPortEnable, port.instance,
+    context_.platform.call(slotTable(port), &HalCardSlotOps::cardPortEnable, port.instance,
                            on ? 1u : 0u);
 }
 
 void PortManager::restart(Port& port) {
     const int32_t result =
-        machine_.platform.call(slotTable(port), &HalCardSlotOps::cardPortRestart, port.instance);
+        context_.platform.call(slotTable(port), &HalCardSlotOps::cardPortRestart, port.instance);
     if (result != 0)
         fail("port {} can't be restarted: eth{} refuses the PHY reset", port.name(),
              port.interfaceNumber);
 }
 
 void PortManager::configureAutoNeg(Port& port, const HalPortAutoNeg& config) {
-    machine_.platform.call(slotTable(port), &HalCardSlotOps::cardPortConfigAutoNeg, port.instance,
+    context_.platform.call(slotTable(port), &HalCardSlotOps::cardPortConfigAutoNeg, port.instance,
                            &config);
 }
 
@@ -100,9 +100,9 @@ void PortManager::pollAll() {
 
 std::optional<Link> PortManager::askLink(uint32_t instance) {
     uint32_t link = 0, duplex = 0, speed = 0, flowControl = 0, extra = 0;
-    auto& table = machine_.platform.slot(static_cast<int>(slotOf(instance)));
+    auto& table = context_.platform.slot(static_cast<int>(slotOf(instance)));
     const int32_t result =
-        machine_.platform.call(table, &HalCardSlotOps::cardPortLinkInfo, instance, &link, &duplex,
+        context_.platform.call(table, &HalCardSlotOps::cardPortLinkInfo, instance, &link, &duplex,
                                &speed, &flowControl, &extra);
     if (result != 0) return std::nullopt;
     return link != 0 ? Link{true, duplex, speed, flowControl} : Link{};
@@ -115,12 +115,12 @@ void PortManager::pollPort(Port& port) {
     port.link = now;
     if (!changed) return;
     ++port.changes;
-    port.lastChangeMs = machine_.scheduler.nowMs();
+    port.lastChangeMs = context_.scheduler.nowMs();
     if (port.enabled || now.up)
-        machine_.events.note("port", "Port {} link {}", port.name(), describe(now));
+        context_.events.note("port", "Port {} link {}", port.name(), describe(now));
     else
-        machine_.events.note("port", "Port {} link down (disabled)", port.name());
-    machine_.platform.call(slotTable(port), &HalCardSlotOps::cardPortLinkChange, port.instance,
+        context_.events.note("port", "Port {} link down (disabled)", port.name());
+    context_.platform.call(slotTable(port), &HalCardSlotOps::cardPortLinkChange, port.instance,
                            now.up ? 1u : 0u);
 }
 
@@ -136,12 +136,12 @@ bool PortManager::readCounters(Port& port) {
     // The platform leaves the record alone while the link is down; a counter never reads this.
     constexpr uint64_t kUntouched = ~uint64_t{0};
     record.receivedPackets = kUntouched;
-    const int32_t result = machine_.platform.call(
+    const int32_t result = context_.platform.call(
         slotTable(port), &HalCardSlotOps::cardPortGetStats, port.instance, &record);
     if (result != 0)
         fail("counters of port {} can't be read: the platform answered {}", port.name(), result);
     if (record.receivedPackets == kUntouched) return false;
-    if (machine_.options().chassis)
+    if (context_.options.chassis)
         for (const Counter& counter : kCounters)
             port.counters.*counter.field += record.*counter.field;
     else
@@ -151,21 +151,21 @@ bool PortManager::readCounters(Port& port) {
 
 void PortManager::zeroCounters(uint32_t slot, uint32_t number) {
     Port& port = this->port(slot, number);
-    machine_.platform.call(slotTable(port), &HalCardSlotOps::cardPortZeroStats, port.instance);
+    context_.platform.call(slotTable(port), &HalCardSlotOps::cardPortZeroStats, port.instance);
     port.counters = {};
 }
 
 void PortManager::zeroSlotCounters(uint32_t slot) {
-    machine_.cards().presentCard(static_cast<int>(slot));
-    auto& table = machine_.platform.slot(static_cast<int>(slot));
-    machine_.platform.call(table, &HalCardSlotOps::cardPortZeroStats, portInstance(slot, 0));
+    cards_.presentCard(static_cast<int>(slot));
+    auto& table = context_.platform.slot(static_cast<int>(slot));
+    context_.platform.call(table, &HalCardSlotOps::cardPortZeroStats, portInstance(slot, 0));
     for (auto& [instance, port] : ports_)
         if (port.slot() == slot) port.counters = {};
 }
 
 void PortManager::managementLinkChanged(uint32_t instance, const Link& link) {
     managementLink_ = link;
-    machine_.events.note("port", "Management port of slot {} link {}", host::slotOf(instance),
+    context_.events.note("port", "Management port of slot {} link {}", host::slotOf(instance),
                          describe(link));
 }
 

@@ -11,7 +11,7 @@
 #include <optional>
 #include <string>
 
-#include "host/machine/machine.h"
+#include "host/core/context.h"
 #include "pcsim/port.h"
 
 namespace pcsim::host {
@@ -34,14 +34,16 @@ struct Port {
 
     uint32_t slot() const { return slotOf(instance); }
     uint32_t number() const { return portOf(instance); }
-    std::string name() const { return fmt::format("{}:{}", slot(), number()); }
+    std::string name() const { return portName(instance); }
 };
+
+class CardManager;
 
 class PortManager : public Manager {
 public:
     static constexpr uint64_t kPollPeriodMs = 1000;
 
-    explicit PortManager(Machine& machine) : machine_(machine) {}
+    PortManager(Context& context, CardManager& cards) : context_(context), cards_(cards) {}
 
     void boot() override;
     void cardUp(int slot) override;
@@ -76,13 +78,14 @@ public:
 
 private:
     OpTable<HalCardSlotOps>& slotTable(const Port& port) {
-        return machine_.platform.slot(static_cast<int>(port.slot()));
+        return context_.platform.slot(static_cast<int>(port.slot()));
     }
 
     // Nothing when the platform can't say.
     std::optional<Link> askLink(uint32_t instance);
 
-    Machine& machine_;
+    Context& context_;
+    CardManager& cards_;
     std::map<uint32_t, Port> ports_;  // by instance
     std::optional<Link> managementLink_;
 };

@@ -1,15 +1,15 @@
 // Verbs of access lists.
+#include "host/verbs/host_verbs.h"
+
 #include <algorithm>
 #include <cstring>
-#include <sstream>
 
 #include "console/present.h"
-#include "console/verbs.h"
+#include "console/text.h"
 #include "host/acl/acl_manager.h"
-#include "host/core/text_file.h"
 #include "host/l2/l2_manager.h"
 #include "host/ports/port_manager.h"
-#include "host/verbs/all_verbs.h"
+#include "host/verbs/load_answer.h"
 
 namespace pcsim::host {
 
@@ -21,20 +21,19 @@ const char* actionName(AclAction action) {
     return action == AclAction::kPermit ? "permit" : "deny";
 }
 
-// Reports each bad line; a list with one is not used at all.
+// A list with a bad line is not used at all: they are all told, and the command fails.
 AclProgram programOf(Call& call) {
-    const std::string& path = call.text("file");
-    TextFile file(path);
-    std::string all;
-    for (std::string_view line; file.next(line);) all.append(line).append("\n");
-    if (!file.problem().empty()) fail("{}; nothing is loaded", file.problem());
-    std::istringstream text(all);
-    AclProgram program = compileAcl(text, path);
-    for (const std::string& problem : program.problems) call.print(problem + "\n");
-    if (!program.problems.empty())
-        fail("{} has {}; nothing is loaded", path,
-             counted(program.problems.size(), "bad line", "bad lines"));
-    return program;
+    LineLoad file(call.text("file"));
+    AclCompiler compiler;
+    file.run(call.context.loop, "lines",
+             [&](uint64_t number, std::string_view line) { compiler.take(number, line); });
+    const std::string problem = file.problem(compiler.program.rules.size());
+    if (file.badLineCount() != 0 && call.answer) call.answer(badLineTable(file));
+    if (!problem.empty()) fail("{}", problem);
+    if (file.badLineCount() != 0)
+        fail("{} has {}; nothing is loaded", file.path(),
+             counted(file.badLineCount(), "bad line", "bad lines"));
+    return std::move(compiler.program);
 }
 
 uint16_t vlanOf(Call& call) {
@@ -42,9 +41,7 @@ uint16_t vlanOf(Call& call) {
 }
 
 AclPlace placeOf(Call& call) {
-    const SlotPort at = call.port();
-    const Port& port = call.machine.ports().port(at.slot, at.port);
-    return {vlanOf(call), port.instance, static_cast<uint8_t>(call.number("direction"))};
+    return {vlanOf(call), instanceOf(call), static_cast<uint8_t>(call.number("direction"))};
 }
 
 Table listTable(Call& call) {
@@ -110,11 +107,12 @@ Report showList(Call& call) {
     return Report(rules).add(bindingTable(call, list.name, limit));
 }
 
-std::string valueText(const AclManager::Counter& counter) {
+// 128 bits; a number while it fits one.
+Cell valueCell(const AclManager::Counter& counter) {
     uint64_t words[2];
     std::memcpy(words, counter.value, sizeof words);
-    return words[1] == 0 ? fmt::format("{}", words[0])
-                         : fmt::format("0x{:x}{:016x}", words[1], words[0]);
+    if (words[1] == 0) return words[0];
+    return Cell(fmt::format("0x{:x}{:016x}", words[1], words[0]));
 }
 
 Report showCounters(Call& call) {
@@ -129,7 +127,7 @@ Report showCounters(Call& call) {
     bool answered = true;
     size_t number = 0;
     for (const AclManager::Counter& counter : call.machine.acl().counters(name, place)) {
-        table.rows.push_back({++number, counter.answered ? Cell(valueText(counter)) : Cell()});
+        table.rows.push_back({++number, counter.answered ? valueCell(counter) : Cell()});
         answered = answered && counter.answered;
     }
     if (!answered) table.footer = "-: the platform answers counters of dynamic rules alone";
@@ -177,13 +175,13 @@ void loadList(Call& call) {
     AclProgram program = programOf(call);
     const size_t rules = program.rules.size();
     call.machine.acl().load(call.text("name"), std::move(program));
-    call.machine.events.note("acl", "{} loaded: {}", call.text("name"),
+    call.context.events.note("acl", "{} loaded: {}", call.text("name"),
                              counted(rules, "rule", "rules"));
 }
 
 }  // namespace
 
-void addAclVerbs(Verbs& verbs) {
+void addAclVerbs(HostVerbs& verbs) {
     verbs.show("show acl [limit <limit:1-1000000>]", "access lists and where they are bound",
                showLists);
     verbs.show("show acl <name> [limit <limit:1-1000000>]", "rules and bindings of one", showList);

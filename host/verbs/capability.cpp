@@ -1,11 +1,11 @@
 // The capability record of a card type, decoded.
+#include "host/verbs/host_verbs.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 
 #include "console/text.h"
-#include "console/verbs.h"
-#include "host/verbs/all_verbs.h"
 #include "pcsim/card.h"
 
 namespace pcsim::host {
@@ -85,10 +85,10 @@ Table ports(const HalCardCapability& record) {
 }
 
 Report showCapability(Call& call) {
-    Platform& platform = call.machine.platform;
+    Platform& platform = call.context.platform;
     const std::string& name = call.text("type");
     const Capability record(platform.call(platform.cardDb, &HalCardDbOps::cardGetCapability,
-                                          call.machine.ownSlot(), name.c_str()),
+                                          call.context.ownSlot, name.c_str()),
                             &std::free);
     if (record == nullptr) fail("the platform has no capability record: out of memory");
     if (record->cardType == HAL_CARD_UNKNOWN)
@@ -113,7 +113,7 @@ Report showCapability(Call& call) {
 
 }  // namespace
 
-void addCapabilityVerbs(Verbs& verbs) {
+void addCapabilityVerbs(HostVerbs& verbs) {
     verbs.show("show capability <type>", "what a card type can do", showCapability);
 }
 

@@ -1,16 +1,12 @@
 // Verbs of slots and cards.
+#include "host/verbs/host_verbs.h"
+
 #include "console/text.h"
-#include "console/verbs.h"
 #include "host/cards/card_manager.h"
-#include "host/verbs/all_verbs.h"
 
 namespace pcsim::host {
 
 namespace {
-
-int slotOf(Call& call) {
-    return call.machine.cards().slotNumber(call.text("slot"));
-}
 
 Report showSlots(Call& call) {
     Table table{"slots",
@@ -30,7 +26,7 @@ Report showSlots(Call& call) {
             table.rows.push_back({slot, Cell(), Cell(), "empty", Cell(), Cell()});
             continue;
         }
-        const HalCardSlotDb& record = call.machine.platform.slotRecord(slot);
+        const HalCardSlotDb& record = call.context.platform.slotRecord(slot);
         const auto number = static_cast<uint32_t>(slot);
         std::string interfaces = "-";
         if (record.portCount != 0)
@@ -42,11 +38,21 @@ Report showSlots(Call& call) {
     return table;
 }
 
-void addPart(Fields& fields, const std::string& key, const std::string& title,
-             const HalPartInfo& part) {
-    fields.fields.push_back({key, title, textOf(part.description)});
-    fields.fields.push_back({key + "Serial", title + " serial", textOf(part.serialNumber)});
-    fields.fields.push_back({key + "Number", title + " part", textOf(part.partNumber)});
+// Keys and titles of the identity of a part: its description, serial and part number.
+struct PartNames {
+    const char* keys[3];
+    const char* titles[3];
+};
+constexpr PartNames kCardPart{{"card", "cardSerial", "cardNumber"},
+                              {"Card", "Card serial", "Card part"}};
+constexpr PartNames kCpuPart{{"cpu", "cpuSerial", "cpuNumber"},
+                             {"CPU subsystem", "CPU subsystem serial", "CPU subsystem part"}};
+
+void addPart(Fields& fields, const PartNames& names, const HalPartInfo& part) {
+    const std::string values[] = {textOf(part.description), textOf(part.serialNumber),
+                                  textOf(part.partNumber)};
+    for (size_t i = 0; i < 3; ++i)
+        fields.fields.push_back({names.keys[i], names.titles[i], values[i]});
 }
 
 Cell seconds(std::optional<uint64_t> ms) {
@@ -70,7 +76,7 @@ Report showCards(Call& call) {
                 {},
                 "",
                 ""};
-    const uint64_t now = call.machine.scheduler.nowMs();
+    const uint64_t now = call.context.scheduler.nowMs();
     size_t present = 0, operational = 0;
     CardManager& cards = call.machine.cards();
     for (const auto& [slot, card] : cards.cards()) {
@@ -109,12 +115,12 @@ Table timeline(const Card& card, uint64_t nowMs) {
 }
 
 Report showCard(Call& call) {
-    Machine& machine = call.machine;
-    const Card& card = machine.cards().presentCard(slotOf(call));
+    Context& context = call.context;
+    const Card& card = call.machine.cards().presentCard(slotOf(call));
     int32_t temperature = 0, odometer = 0;
-    auto& slot = machine.platform.slot(card.slot);
-    machine.platform.call(slot, &HalCardSlotOps::cardReadTemperature, card.slot, &temperature);
-    machine.platform.call(slot, &HalCardSlotOps::cardGetOdometer, card.slot, &odometer);
+    auto& slot = context.platform.slot(card.slot);
+    context.platform.call(slot, &HalCardSlotOps::cardReadTemperature, card.slot, &temperature);
+    context.platform.call(slot, &HalCardSlotOps::cardGetOdometer, card.slot, &odometer);
     Fields fields{"card",
                   CardManager::slotName(card.slot),
                   {{"slot", "Slot", card.slot},
@@ -123,9 +129,9 @@ Report showCard(Call& call) {
                    {"state", "State", cardStateName(card.state)},
                    {"insertedMs", "Inserted at s", seconds(card.insertedMs)},
                    {"bringUpMs", "Up in s", seconds(card.bringUpMs())},
-                   {"ports", "Ports", machine.platform.slotRecord(card.slot).portCount}}};
-    addPart(fields, "card", "Card", card.info.cardPart);
-    addPart(fields, "cpu", "CPU subsystem", card.info.cpuSubSystemPart);
+                   {"ports", "Ports", context.platform.slotRecord(card.slot).portCount}}};
+    addPart(fields, kCardPart, card.info.cardPart);
+    addPart(fields, kCpuPart, card.info.cpuSubSystemPart);
     const std::pair<const char*, std::string> versions[] = {
         {"Boot strap", textOf(card.info.bootStrapVersion)},
         {"Boot ROM", textOf(card.info.bootRomVersion)},
@@ -140,7 +146,7 @@ Report showCard(Call& call) {
     fields.fields.push_back({"odometer", "Odometer", odometer});
     if (!card.lastDiagnostics.empty())
         fields.fields.push_back({"diagnostics", "Diagnostics", card.lastDiagnostics});
-    return Report(fields).add(timeline(card, machine.scheduler.nowMs()));
+    return Report(fields).add(timeline(card, context.scheduler.nowMs()));
 }
 
 void commandCard(Call& call) {
@@ -158,7 +164,7 @@ void commandCard(Call& call) {
 
 }  // namespace
 
-void addCardVerbs(Verbs& verbs) {
+void addCardVerbs(HostVerbs& verbs) {
     verbs.show("show slots", "slots and the cards in them", showSlots);
     verbs.show("show cards", "state of every card, and how long each of its steps took", showCards);
     verbs.show("show card <slot:text>", "identity, readings and time line of one card", showCard);

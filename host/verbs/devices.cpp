@@ -1,8 +1,8 @@
 // Verbs of devices.
+#include "host/verbs/host_verbs.h"
+
 #include "console/text.h"
-#include "console/verbs.h"
 #include "host/devices/device_manager.h"
-#include "host/verbs/all_verbs.h"
 
 namespace pcsim::host {
 
@@ -138,7 +138,7 @@ Report command(Call& call) {
 
 }  // namespace
 
-void addDeviceVerbs(Verbs& verbs) {
+void addDeviceVerbs(HostVerbs& verbs) {
     verbs.show("show devices", "platform devices: state, last command", showDevices);
     verbs.show("show device <device:text>", "what is known of one device", showDevice);
     verbs.show("device <device:text> info", "ask a device who it is", askInfo);

@@ -1,8 +1,8 @@
 // Verbs of fans, power supplies and odometers.
-#include "console/verbs.h"
+#include "host/verbs/host_verbs.h"
+
 #include "host/cards/card_manager.h"
 #include "host/environment/environment_monitor.h"
-#include "host/verbs/all_verbs.h"
 
 namespace pcsim::host {
 
@@ -73,6 +73,12 @@ void addLine(std::vector<Cell>& row, const Unit& supply, size_t at) {
         row.push_back(supply.own.empty() ? Cell() : cellOf(supply.own[i]));
 }
 
+constexpr Column kOutputColumns[] = {
+    {"line1Mv", "1: mV", Align::kRight}, {"line1Ma", "1: mA", Align::kRight},
+    {"line2Mv", "2: mV", Align::kRight}, {"line2Ma", "2: mA", Align::kRight},
+    {"line3Mv", "3: mV", Align::kRight}, {"line3Ma", "3: mA", Align::kRight}};
+static_assert(std::size(kOutputColumns) == 2 * kSupplyOutputLines);
+
 Report showPower(Call& call) {
     const UnitMonitor& supplies = call.machine.environment().supplies();
     Table table{"power",
@@ -87,12 +93,8 @@ Report showPower(Call& call) {
                 "",
                 ""};
     Table outputs{"outputs", "Output lines", {{"supply", "Supply", Align::kRight}}, {}, "", ""};
-    for (uint32_t line = 1; line <= kSupplyOutputLines; ++line) {
-        outputs.columns.push_back(
-            {fmt::format("line{}Mv", line), fmt::format("{}: mV", line), Align::kRight});
-        outputs.columns.push_back(
-            {fmt::format("line{}Ma", line), fmt::format("{}: mA", line), Align::kRight});
-    }
+    outputs.columns.insert(outputs.columns.end(), std::begin(kOutputColumns),
+                           std::end(kOutputColumns));
     for (const auto& [number, supply] : supplies.units()) {
         std::vector<Cell> row = {number, stateOf(supply), degrees(supply.temperature),
                                  cellOf(supply.odometer)};
@@ -116,11 +118,11 @@ void addCards(Table& table, Machine& machine) {
     for (const auto& [number, card] : machine.cards().cards()) {
         if (card.state == CardState::kEmpty) continue;
         int32_t temperature = 0, odometer = 0;
-        auto& slot = machine.platform.slot(number);
-        const bool warm = machine.platform.call(slot, &HalCardSlotOps::cardReadTemperature, number,
-                                                &temperature) == 0;
-        const bool counted =
-            machine.platform.call(slot, &HalCardSlotOps::cardGetOdometer, number, &odometer) == 0;
+        auto& slot = machine.context.platform.slot(number);
+        const bool warm = machine.context.platform.call(slot, &HalCardSlotOps::cardReadTemperature,
+                                                        number, &temperature) == 0;
+        const bool counted = machine.context.platform.call(slot, &HalCardSlotOps::cardGetOdometer,
+                                                           number, &odometer) == 0;
         table.rows.push_back({fmt::format("slot {}", number), cardStateName(card.state),
                               warm ? degrees(static_cast<uint32_t>(temperature)) : Cell(),
                               counted ? Cell(odometer) : Cell()});
@@ -163,14 +165,15 @@ void setSpeed(Call& call) {
 // The platform accepts a card's odometer with whatever comes with it.
 void setCardOdometer(Machine& machine, int number, bool initialise, uint32_t value) {
     const Card& card = machine.cards().presentCard(number);
-    auto& slot = machine.platform.slot(card.slot);
-    const int32_t result = machine.platform.call(
+    auto& slot = machine.context.platform.slot(card.slot);
+    const int32_t result = machine.context.platform.call(
         slot, initialise ? &HalCardSlotOps::cardInitOdometer : &HalCardSlotOps::cardSetOdometer);
     if (result != 0) fail("Slot {}: the platform answered {}", number, result);
     int32_t reads = 0;
-    machine.platform.call(slot, &HalCardSlotOps::cardGetOdometer, card.slot, &reads);
-    machine.events.note("env", "Slot {} odometer {}, reads {}", number,
-                        initialise ? "initialised" : fmt::format("set to {}", value), reads);
+    machine.context.platform.call(slot, &HalCardSlotOps::cardGetOdometer, card.slot, &reads);
+    machine.context.events.note("env", "Slot {} odometer {}, reads {}", number,
+                                initialise ? "initialised" : fmt::format("set to {}", value),
+                                reads);
 }
 
 void setOdometer(Call& call) {
@@ -194,7 +197,7 @@ void setOdometer(Call& call) {
 
 }  // namespace
 
-void addEnvironmentVerbs(Verbs& verbs) {
+void addEnvironmentVerbs(HostVerbs& verbs) {
     verbs.show("show environment", "presence, temperature and odometer of everything",
                showEnvironment);
     verbs.show("show fans", "fans: speed, temperature, identity", showFans);

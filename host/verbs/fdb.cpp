@@ -1,13 +1,12 @@
 // Verbs of the MAC table.
-#include "host/verbs/fdb.h"
+#include "host/verbs/host_verbs.h"
 
 #include <algorithm>
 #include <tuple>
 
-#include "console/verbs.h"
+#include "console/mac_address.h"
 #include "host/l2/fdb_load.h"
 #include "host/l2/l2_manager.h"
-#include "host/l2/mac_line.h"
 #include "host/ports/port_manager.h"
 #include "host/verbs/load_answer.h"
 
@@ -27,7 +26,7 @@ const char* typeName(const MacEntry& entry) {
 
 Cell ageCell(Call& call, const MacEntry& entry) {
     if (entry.isStatic) return {};
-    return (call.machine.scheduler.nowMs() - entry.seenMs) / 1000;
+    return (call.context.scheduler.nowMs() - entry.seenMs) / 1000;
 }
 
 std::string nameOf(const MacEntry& entry) {
@@ -39,8 +38,7 @@ uint32_t filterPort(Call& call) {
     if (call.has("trunk"))
         return call.machine.l2().trunks().existing(static_cast<uint32_t>(call.number("trunk")));
     if (!call.has("port")) return 0;
-    const SlotPort at = call.port();
-    return call.machine.ports().port(at.slot, at.port).instance;
+    return instanceOf(call);
 }
 
 void add(Call& call) {
@@ -53,7 +51,7 @@ void add(Call& call) {
     if (added.outcome == Fdb::Outcome::kStaticKept)
         fail("{} is static; 'fdb del' it first", nameOf(l2.fdb().entry(added.handle)));
     if (added.evicted)
-        call.machine.events.note("l2", "{} took the place of {}",
+        call.context.events.note("l2", "{} took the place of {}",
                                  nameOf(l2.fdb().entry(added.handle)), nameOf(added.victim));
 }
 
@@ -92,32 +90,20 @@ Report find(Call& call) {
 
 Report load(Call& call) {
     const std::string& path = call.text("file");
-    const FdbLoadResult result = loadMacTable(call.machine, path, call.given("create-vlans"));
-    Report report;
-    if (!result.bad.empty()) {
-        Table table{"badLines",
-                    fmt::format("Lines of {} that were not loaded", path),
-                    {{"line", "Line"}, {"problem", "Problem"}},
-                    {},
-                    "",
-                    ""};
-        for (const auto& bad : result.bad)
-            table.rows.push_back({fmt::format("{}:{}", path, bad.number), bad.problem});
-        report.add(std::move(table));
-    }
-    report.add(Fields{"load",
-                      "",
-                      {{"lines", "Lines with an address", result.lines},
-                       {"added", "Added", result.added},
-                       {"refreshed", "Refreshed", result.refreshed},
-                       {"moved", "Moved to another port", result.moved},
-                       {"staticKept", "Static, kept", result.staticKept},
-                       {"evicted", "Evicted on the way", result.evicted},
-                       {"bad", "Not loaded", result.bad.size()},
-                       {"vlansMade", "VLANs made", result.vlansMade},
-                       {"membersMade", "Memberships made", result.membersMade}}});
-    return loadAnswer(call, std::move(report),
-                      {path, result.used(), result.bad.size(), result.fileProblem});
+    const FdbLoad result =
+        loadMacTable(call.context, call.machine.l2(), path, call.given("create-vlans"));
+    Report report(Fields{"load",
+                         "",
+                         {{"lines", "Lines with an address", result.lines},
+                          {"added", "Added", result.added},
+                          {"refreshed", "Refreshed", result.refreshed},
+                          {"moved", "Moved to another port", result.moved},
+                          {"staticKept", "Static, kept", result.staticKept},
+                          {"evicted", "Evicted on the way", result.evicted},
+                          {"bad", "Not loaded", result.file.badLineCount()},
+                          {"vlansMade", "VLANs made", result.vlansMade},
+                          {"membersMade", "Memberships made", result.membersMade}}});
+    return loadAnswer(call, std::move(report), result.file, result.used());
 }
 
 Report stats(Call& call) {
@@ -157,9 +143,7 @@ Report stats(Call& call) {
                 ""};
     for (unsigned n = 0; n <= HAL_FDB_BUCKET_ENTRIES; ++n) {
         const auto buckets = std::count(fill.begin(), fill.end(), n);
-        table.rows.push_back(
-            {n, buckets,
-             fmt::format("{:.2f}", 100.0 * static_cast<double>(buckets) / HAL_FDB_BUCKETS)});
+        table.rows.push_back({n, buckets, 100.0 * static_cast<double>(buckets) / HAL_FDB_BUCKETS});
     }
     return Report(fields).add(std::move(table));
 }
@@ -227,7 +211,7 @@ Report showFdb(Call& call) {
 
 }  // namespace
 
-void addFdbVerbs(Verbs& verbs) {
+void addFdbVerbs(HostVerbs& verbs) {
     verbs.show(
         "show fdb [vlan <vlan>] [port <port>] [trunk <trunk:1-128>] [mac <prefix:text>] "
         "[limit <limit:1-1000000>]",

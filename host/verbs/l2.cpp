@@ -1,11 +1,9 @@
 // Verbs of VLANs and trunks.
+#include "host/verbs/host_verbs.h"
+
 #include "console/present.h"
-#include "console/verbs.h"
-#include "host/cards/card_manager.h"
 #include "host/l2/l2_manager.h"
 #include "host/ports/port_manager.h"
-#include "host/verbs/all_verbs.h"
-#include "host/verbs/fdb.h"
 
 namespace pcsim::host {
 
@@ -15,11 +13,11 @@ namespace {
 // in parentheses.
 class PortList {
 public:
-    explicit PortList(Machine& machine) : machine_(machine) {}
+    explicit PortList(Records& records) : records_(records) {}
 
     // In ascending order.
     void add(uint32_t instance) {
-        const bool here = machine_.records.pif(instance) != nullptr;
+        const bool here = records_.pif(instance) != nullptr;
         if (last_ != 0 && instance == last_ + 1 && here == here_) {
             last_ = instance;
             return;
@@ -43,16 +41,11 @@ private:
         last_ = 0;
     }
 
-    Machine& machine_;
+    Records& records_;
     std::string text_;
     uint32_t first_ = 0, last_ = 0;
     bool here_ = false;
 };
-
-uint32_t instanceOf(Call& call) {
-    const SlotPort at = call.port();
-    return call.machine.ports().port(at.slot, at.port).instance;
-}
 
 // The instance of a port that may belong to an absent card.
 uint32_t configuredInstance(Call& call) {
@@ -75,8 +68,8 @@ Report showVlans(Call& call) {
     L2Manager& l2 = call.machine.l2();
     std::map<uint32_t, uint64_t> addresses;
     l2.fdb().forEach([&](uint32_t, const MacEntry& entry) { ++addresses[entry.vlanId]; });
-    for (const auto& [id, vlan] : call.machine.records.vlans()) {
-        PortList untagged(call.machine), tagged(call.machine);
+    for (const auto& [id, vlan] : call.context.records.vlans()) {
+        PortList untagged(call.context.records), tagged(call.context.records);
         for (const auto& [instance, isTagged] : l2.members(id))
             (isTagged ? tagged : untagged).add(instance);
         table.rows.push_back(
@@ -102,7 +95,7 @@ Report showTrunks(Call& call) {
     l2.fdb().forEach([&](uint32_t, const MacEntry& entry) { ++addresses[entry.port]; });
     const auto& ports = call.machine.ports().ports();
     for (const auto& [number, members] : l2.trunks().all()) {
-        PortList list(call.machine);
+        PortList list(call.context.records);
         unsigned linksUp = 0;
         for (const uint32_t instance : members) {
             list.add(instance);
@@ -126,7 +119,7 @@ void changeMember(Call& call) {
 
 void syncTrunks(Call& call) {
     L2Manager& l2 = call.machine.l2();
-    const int slot = call.machine.cards().slotNumber(call.text("slot"));
+    const int slot = slotOf(call);
     if (!l2.slotsUp().contains(slot)) fail("slot {} has no operational card to synchronise", slot);
     l2.trunks().sync(slot);
 }
@@ -137,7 +130,7 @@ uint32_t trunkOf(Call& call) {
 
 }  // namespace
 
-void addL2Verbs(Verbs& verbs) {
+void addL2Verbs(HostVerbs& verbs) {
     verbs.show("show vlans", "VLANs and their ports", showVlans);
     verbs.action("vlan create <vlan>", "make a VLAN",
                  [](Call& call) { call.machine.l2().createVlan(call.vlan()); });
@@ -153,14 +146,16 @@ void addL2Verbs(Verbs& verbs) {
         VlanIf& vlan = l2.existingVlan(call.vlan());
         l2.removeMember(vlan, configuredInstance(call));
     });
-    addFdbVerbs(verbs);
+}
+
+void addTrunkVerbs(HostVerbs& verbs) {
     verbs.show("show trunks", "trunks, their ports and the address algorithm", showTrunks);
     verbs.action("trunk create <trunk:1-128>", "make a trunk",
                  [](Call& call) { call.machine.l2().trunks().create(trunkOf(call)); });
     verbs.action("trunk delete <trunk:1-128>", "delete a trunk",
                  [](Call& call) { call.machine.l2().trunks().remove(trunkOf(call)); });
     verbs.action("trunk add <trunk:1-128> <port>", "add a port to a trunk", [](Call& call) {
-        Pif& pif = *call.machine.records.pif(instanceOf(call));
+        Pif& pif = *call.context.records.pif(instanceOf(call));
         call.machine.l2().trunks().addMember(trunkOf(call), pif);
     });
     verbs.action("trunk remove <trunk:1-128> <port>", "remove a port from a trunk", [](Call& call) {
@@ -168,9 +163,11 @@ void addL2Verbs(Verbs& verbs) {
     });
     verbs.action("trunk sync <slot:text>", "have the platform add the trunk ports of a slot again",
                  syncTrunks);
-    verbs.action(
-        "trunk algorithm <algorithm:u32>", "address algorithm of all trunks",
-        [](Call& call) { call.machine.l2().trunks().chooseAlgorithm(call.u32("algorithm")); });
+    verbs.action("trunk algorithm <algorithm:u32>", "address algorithm of all trunks",
+                 [](Call& call) {
+                     L2Manager& l2 = call.machine.l2();
+                     l2.trunks().chooseAlgorithm(call.u32("algorithm"), l2.slotsUp());
+                 });
 }
 
 }  // namespace pcsim::host

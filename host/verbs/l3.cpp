@@ -1,11 +1,10 @@
 // Verbs of neighbors and routes.
-#include "console/verbs.h"
+#include "host/verbs/host_verbs.h"
 
+#include "console/mac_address.h"
+#include "console/text.h"
 #include "host/core/dump_text.h"
-#include "host/l2/l2_manager.h"
-#include "host/l2/mac_line.h"
 #include "host/ports/port_manager.h"
-#include "host/verbs/all_verbs.h"
 #include "host/verbs/l3_show.h"
 #include "host/verbs/load_answer.h"
 
@@ -13,35 +12,26 @@ namespace pcsim::host {
 
 namespace {
 
-uint32_t vrOf(Call& call) {
-    const uint32_t vr = call.has("vr") ? call.u32("vr") : 0;
-    call.machine.l3().checkVr(vr);
-    return vr;
-}
-
 NeighborKey neighborOf(Call& call) {
     const IpAddress address = parseAddress(call.text("address"));
     if (address.v6)
         fail("neighbor {} is an IPv6 address; the platform has adjacencies for IPv4 alone",
              address.text());
-    return {vrOf(call), ntohl(address.v4()), call.vlan()};
+    checkStation(address);
+    return {virtualRouterOf(call), ntohl(address.v4()), call.vlan()};
 }
 
 void addNeighbor(Call& call) {
     const MacAddress mac = macOf(call.text("mac"));
     const NeighborKey key = neighborOf(call);
-    const SlotPort at = call.port();
-    const Port& port = call.machine.ports().port(at.slot, at.port);
-    call.machine.l3().addNeighbor(key, {mac, port.instance});
+    call.machine.l3().addNeighbor(key, {mac, instanceOf(call)});
 }
 
 std::vector<TypedHop> typedHops(Call& call) {
     const auto& gateways = call.all("gateway");
     const auto& vlans = call.all("vlan");
     std::vector<TypedHop> hops;
-    for (size_t i = 0; i < gateways.size(); ++i)
-        hops.push_back({parseAddress(gateways[i]),
-                        static_cast<uint32_t>(parseNumber("VLAN", vlans[i], 1, 4094))});
+    for (size_t i = 0; i < gateways.size(); ++i) hops.push_back(typedHop(gateways[i], vlans[i]));
     return hops;
 }
 
@@ -49,7 +39,7 @@ template <typename Family>
 void changeRouteOf(Call& call, const IpPrefix& prefix) {
     using Hops = L3Manager::Hops<Family>;
     L3Manager& manager = call.machine.l3();
-    const uint32_t vr = vrOf(call);
+    const uint32_t vr = virtualRouterOf(call);
     const auto key = keyOf<Family>(prefix);
     const auto hops = hopsOf<Family>(typedHops(call), Family::text(key));
     const std::string& action = call.text("action");
@@ -78,7 +68,7 @@ void changeRoute(Call& call) {
 // Without a prefix the gateways of both families are meant.
 void flushRoutes(Call& call) {
     L3Manager& manager = call.machine.l3();
-    const uint32_t vr = vrOf(call);
+    const uint32_t vr = virtualRouterOf(call);
     const uint32_t vlan = call.has("vlan") ? call.vlan() : 0;
     RouteCounts gone;
     const auto flush = [&]<typename Family>(Family) {
@@ -92,25 +82,24 @@ void flushRoutes(Call& call) {
     const bool v6 = !both && parsePrefix(call.text("prefix")).address.v6;
     if (both || !v6) flush(IPv4Family{});
     if (both || v6) flush(IPv6Family{});
-    call.machine.events.note("l3", "Virtual router {}: flushed {} and {}", vr,
+    call.context.events.note("l3", "Virtual router {}: flushed {} and {}", vr,
                              counted(gone.nextHops, "next hop", "next hops"),
                              counted(gone.routes, "route", "routes"));
 }
 
 Report loadFile(Call& call) {
-    const uint32_t vr = vrOf(call);
+    const uint32_t vr = virtualRouterOf(call);
     const std::string& path = call.text("file");
-    const LoadResult result = loadRoutes(call.machine.l3(), path, vr, typedHops(call));
-    call.machine.events.note("l3", "Virtual router {}: {} lines of {} loaded, {} bad", vr,
-                             result.lines(), path, result.badLineCount);
-    return loadAnswer(call, loadReport(path, result),
-                      {path, result.lines(), result.badLineCount, result.fileProblem});
+    const RouteLoad result = loadRoutes(call.context, call.machine.l3(), path, vr, typedHops(call));
+    call.context.events.note("l3", "Virtual router {}: {} lines of {} loaded, {} bad", vr,
+                             result.lines(), path, result.file.badLineCount());
+    return loadAnswer(call, loadReport(result), result.file, result.lines());
 }
 
 Report showRoutes(Call& call, std::optional<IpPrefix> prefix) {
     RouteQuery query{prefix, std::nullopt};
     if (prefix) query.vr = 0;  // a lookup is one router's
-    if (call.has("vr")) query.vr = vrOf(call);
+    if (call.has("vr")) query.vr = virtualRouterOf(call);
     query.limit = call.numberOr("limit", query.limit);
     return routeReport(call.machine.l3(), query);
 }
@@ -121,13 +110,14 @@ IpPrefix hostPrefix(const IpAddress& address) {
 
 // The platform's own dump, in pieces as it comes.
 void dumpWord(Call& call, HalIpAdjDumpFn* HalFamilyOps::*word) {
-    const DumpText text(call.print);
-    call.machine.platform.call(call.machine.platform.family, word, text.sink());
+    Platform& platform = call.context.platform;
+    dumpTo(call.print,
+           [&](const pcSimDumpSink* sink) { platform.call(platform.family, word, sink); });
 }
 
 }  // namespace
 
-void addL3Verbs(Verbs& verbs) {
+void addL3Verbs(HostVerbs& verbs) {
     verbs.show("show neighbors", "neighbors, and gateways that are none",
                [](Call& call) { return neighborReport(call.machine.l3()); });
     verbs.action("neighbor add <address> vlan <vlan> mac <mac:text> port <port> [vr <vr:u32>]",

@@ -1,8 +1,8 @@
 // Reports of neighbors and routes.
+
 #include "host/verbs/l3_show.h"
 
 #include "console/present.h"
-#include "host/l2/l2_manager.h"
 
 namespace pcsim::host {
 
@@ -218,25 +218,18 @@ Report routeSummary(const L3Manager& manager) {
     return Report(tables).add(fields).add(virtualRouterTable(manager));
 }
 
-Report loadReport(const std::string& path, const LoadResult& result) {
-    const auto milliseconds = static_cast<uint64_t>(result.seconds * 1000);
-    Fields fields{"load",
-                  "Loaded " + path,
-                  {{"ipv4", "IPv4 lines", result.ipv4Lines},
-                   {"ipv6", "IPv6 lines", result.ipv6Lines},
-                   {"bad", "Bad lines", result.badLineCount},
-                   {"milliseconds", "Seconds",
-                    Cell(Cell(milliseconds), fmt::format("{:.3f}", result.seconds))},
-                   {"perSecond", "Routes per second", result.perSecond()}}};
-    Table bad{"badLines", "Bad lines", {{"line", "Line", Align::kRight}, {"problem", "Problem"}},
-              {},         "",          ""};
-    for (const auto& line : result.badLines) bad.rows.push_back({line.number, line.problem});
-    if (result.badLineCount > result.badLines.size())
-        bad.footer = fmt::format("the first {} of {}", result.badLines.size(), result.badLineCount);
-    fitTable(bad, {{1, Cut::kEnd}});
-    Report report(fields);
-    if (!bad.rows.empty()) report.add(bad);
-    return report;
+Report loadReport(const RouteLoad& load) {
+    const auto milliseconds = static_cast<uint64_t>(load.seconds * 1000);
+    Fields fields{
+        "load",
+        "Loaded " + load.file.path(),
+        {{"ipv4", "IPv4 lines", load.ipv4Lines},
+         {"ipv6", "IPv6 lines", load.ipv6Lines},
+         {"withoutNextHops", "Without a next hop", load.withoutNextHops},
+         {"bad", "Bad lines", load.file.badLineCount()},
+         {"milliseconds", "Seconds", Cell(Cell(milliseconds), fmt::format("{:.3f}", load.seconds))},
+         {"perSecond", "Routes per second", load.perSecond()}}};
+    return fields;
 }
 
 }  // namespace pcsim::host

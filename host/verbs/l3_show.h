@@ -6,7 +6,7 @@
 
 #include "console/report.h"
 #include "host/l3/l3_manager.h"
-#include "host/l3/load.h"
+#include "host/l3/route_load.h"
 
 namespace pcsim::host {
 
@@ -22,7 +22,7 @@ Report routeReport(const L3Manager& manager, const RouteQuery& query);
 
 Report routeSummary(const L3Manager& manager);
 
-Report loadReport(const std::string& path, const LoadResult& result);
+Report loadReport(const RouteLoad& load);
 
 }  // namespace pcsim::host
 

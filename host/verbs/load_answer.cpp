@@ -1,22 +1,25 @@
 // The end of loads.
 #include "host/verbs/load_answer.h"
 
-#include "host/l2/l2_manager.h"
+#include "console/present.h"
 
 namespace pcsim::host {
 
-std::string loadProblem(const LoadOutcome& outcome) {
-    if (!outcome.fileProblem.empty()) return outcome.fileProblem;
-    if (outcome.used != 0 || outcome.badLines == 0) return "";
-    return fmt::format("file {} has {} and no good one; nothing is loaded", outcome.path,
-                       counted(static_cast<size_t>(outcome.badLines), "bad line", "bad lines"));
+Table badLineTable(const LineLoad& file) {
+    Table table{"badLines", "Bad lines", {{"line", "Line", Align::kRight}, {"problem", "Problem"}},
+                {},         "none",      ""};
+    for (const auto& line : file.badLines()) table.rows.push_back({line.number, line.problem});
+    if (file.badLineCount() > table.rows.size())
+        table.footer = fmt::format("the first {} of {}", table.rows.size(), file.badLineCount());
+    fitTable(table, {{1, Cut::kEnd}});
+    return table;
 }
 
-Report loadAnswer(Call& call, Report report, const LoadOutcome& outcome) {
-    const std::string problem = loadProblem(outcome);
+Report loadAnswer(Call& call, Report report, const LineLoad& file, uint64_t used) {
+    if (file.badLineCount() != 0) report.add(badLineTable(file));
+    const std::string problem = file.problem(used);
     if (problem.empty()) return report;
-    // An 'expect' looks at values alone and prints nothing.
-    if (call.print) call.print(report.text());
+    if (call.answer) call.answer(report);
     fail("{}", problem);
 }
 

@@ -4,24 +4,20 @@
 #define PCSIM_HOST_VERBS_LOAD_ANSWER_H
 
 #include <cstdint>
-#include <string>
 
-#include "console/verbs.h"
+#include "console/report.h"
+#include "host/core/line_load.h"
+#include "host/verbs/host_verbs.h"
 
 namespace pcsim::host {
 
-struct LoadOutcome {
-    std::string path;
-    uint64_t used = 0;  // lines, or what was made of them
-    uint64_t badLines = 0;
-    std::string fileProblem;  // why its rest was not read
-};
+// The first bad lines, and how many there are.
+Table badLineTable(const LineLoad& file);
 
-// The line with which the load fails, or nothing.
-std::string loadProblem(const LoadOutcome& outcome);
-
-// The answer of a load that is a 'show'; when it fails, what there is to report is printed first.
-Report loadAnswer(Call& call, Report report, const LoadOutcome& outcome);
+// The answer of a load that is a 'show': its report, and the bad lines when there are any. When the
+// load has failed, the answer is given first and then a CommandError thrown. 'used' counts lines,
+// or what was made of them.
+Report loadAnswer(Call& call, Report report, const LineLoad& file, uint64_t used);
 
 }  // namespace pcsim::host
 

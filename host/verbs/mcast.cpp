@@ -1,13 +1,14 @@
 // Verbs of multicast caches.
+#include "host/verbs/host_verbs.h"
+
 #include <arpa/inet.h>
 
 #include "console/present.h"
-#include "console/verbs.h"
+#include "console/text.h"
 #include "host/l2/l2_manager.h"
 #include "host/mcast/loader.h"
 #include "host/mcast/mcast_manager.h"
 #include "host/ports/port_manager.h"
-#include "host/verbs/all_verbs.h"
 #include "host/verbs/load_answer.h"
 
 namespace pcsim::host {
@@ -19,13 +20,6 @@ constexpr uint64_t kDefaultRows = 100, kHighestLimit = 1000000;
 uint32_t vlanInstanceOf(Call& call, const std::string& word) {
     const auto id = static_cast<uint16_t>(parseNumber("VLAN", word, 1, 4094));
     return call.machine.l2().vlan(id).record.instance;
-}
-
-uint32_t virtualRouterOf(Call& call) {
-    const uint64_t vr = call.numberOr("vr", 0);
-    const uint32_t count = call.machine.options().maxVr;
-    if (vr >= count) fail("virtual router {} does not exist; they are 0 to {}", vr, count - 1);
-    return static_cast<uint32_t>(vr);
 }
 
 // The cache that a command names; what it leaves open is 0.
@@ -50,18 +44,12 @@ McastManager::OutgoingList outgoingOf(Call& call) {
     return outgoing;
 }
 
-std::string addressText(uint32_t address) {
-    const uint32_t network = htonl(address);
-    char text[INET_ADDRSTRLEN];
-    return inet_ntop(AF_INET, &network, text, sizeof text);
-}
-
 std::string sourceText(uint32_t source) {
-    return source == 0 ? "*" : addressText(source);
+    return source == 0 ? "*" : ipv4Text(htonl(source));
 }
 
 Cell vlanCell(Call& call, uint32_t instance) {
-    const VlanIf* vlan = call.machine.records.vlanByInstance(instance);
+    const VlanIf* vlan = call.context.records.vlanByInstance(instance);
     return vlan == nullptr ? Cell() : Cell(vlan->record.vlanId);
 }
 
@@ -73,7 +61,7 @@ std::vector<Cell> cacheCells(Call& call, const McastKey& key, const McastKey* ab
         const std::string text = hide ? "" : cell.text();
         return Cell(std::move(cell), text);
     };
-    return {shown(Cell(addressText(key.group)), sameGroup),
+    return {shown(Cell(ipv4Text(htonl(key.group))), sameGroup),
             shown(Cell(sourceText(key.source)), same), shown(Cell(key.vr), same),
             shown(vlanCell(call, key.incomingVlan), same)};
 }
@@ -180,7 +168,7 @@ Report findCache(Call& call) {
     if (!held && !found) fail("there is no cache {}", mcast.describe(key));
     return Fields{"cache",
                   "Cache",
-                  {{"group", "Group", addressText(key.group)},
+                  {{"group", "Group", ipv4Text(htonl(key.group))},
                    {"source", "Source", sourceText(key.source)},
                    {"vr", "Virtual router", key.vr},
                    {"iif", "Incoming VLAN",
@@ -212,58 +200,58 @@ void flushCaches(Call& call) {
                            groupAlone ? ": by group alone the platform deletes nothing" : ""));
 }
 
-void loadCaches(Call& call) {
-    McastLoad load;
-    load.file = call.text("file");
-    load.incomingVlan = vlanInstanceOf(call, call.text("iif"));
-    load.vr = virtualRouterOf(call);
-    load.sources = static_cast<uint32_t>(call.numberOr("sources", 1));
-    load.outgoing = outgoingOf(call);
-    load.each = static_cast<size_t>(call.numberOr("each", load.outgoing.size()));
-    if (load.each > load.outgoing.size())
-        fail("each cache can't take {} of {} outgoing ports", load.each, load.outgoing.size());
-    const McastLoaded loaded = loadMcast(call.machine.mcast(), load, call.print);
-    std::string summary = fmt::format("{}, {}", counted(loaded.groups, "group", "groups"),
-                                      counted(loaded.caches, "new cache", "new caches"));
-    if (loaded.known != 0) summary += fmt::format(", {} already there", loaded.known);
-    call.machine.events.note("mcast", "{} from {}", summary, load.file);
-    if (loaded.badLines != 0) summary += ", " + counted(loaded.badLines, "bad line", "bad lines");
-    call.print(summary + "\n");
-    const std::string problem =
-        loadProblem({load.file, loaded.caches + loaded.known, loaded.badLines, loaded.fileProblem});
-    if (!problem.empty()) fail("{}", problem);
+Report loadCaches(Call& call) {
+    McastLoadOrder order;
+    order.file = call.text("file");
+    order.incomingVlan = vlanInstanceOf(call, call.text("iif"));
+    order.vr = virtualRouterOf(call);
+    order.sources = static_cast<uint32_t>(call.numberOr("sources", 1));
+    order.outgoing = outgoingOf(call);
+    order.each = static_cast<size_t>(call.numberOr("each", order.outgoing.size()));
+    if (order.each > order.outgoing.size())
+        fail("each cache can't take {} of {} outgoing ports", order.each, order.outgoing.size());
+    const McastLoad load = loadMcast(call.context, call.machine.mcast(), order);
+    call.context.events.note("mcast", "{}, {} from {}", counted(load.groups, "group", "groups"),
+                             counted(load.caches, "new cache", "new caches"), order.file);
+    Fields fields{"load",
+                  "Loaded " + order.file,
+                  {{"groups", "Groups", load.groups},
+                   {"caches", "New caches", load.caches},
+                   {"known", "Already there", load.known},
+                   {"bad", "Bad lines", load.file.badLineCount()}}};
+    return loadAnswer(call, fields, load.file, load.caches + load.known);
 }
 
 }  // namespace
 
-void addMcastVerbs(Verbs& verbs) {
+void addMcastVerbs(HostVerbs& verbs) {
     verbs.show("show mcast [group <group:ipv4>] [limit <limit:1-1000000>]",
                "multicast caches by group, source and VLAN, with their outgoing ports", showMcast);
     verbs.action(
-        "mcast add <group:ipv4> <source> iif <iif:vlan> [oif <vlan> <port>]* [vr <vr:0-65535>]",
+        "mcast add <group:ipv4> <source> iif <iif:vlan> [oif <vlan> <port>]* [vr <vr:u32>]",
         "add a cache, or outgoing ports to one; a source of * is any", addCache);
-    verbs.action("mcast del <group:ipv4> <source> iif <iif:vlan> [vr <vr:0-65535>]",
-                 "delete a cache", [](Call& call) { call.machine.mcast().remove(keyOf(call)); });
-    verbs.show("mcast find <group:ipv4> <source> [iif <iif:vlan>] [vr <vr:0-65535>]",
+    verbs.action("mcast del <group:ipv4> <source> iif <iif:vlan> [vr <vr:u32>]", "delete a cache",
+                 [](Call& call) { call.machine.mcast().remove(keyOf(call)); });
+    verbs.show("mcast find <group:ipv4> <source> [iif <iif:vlan>] [vr <vr:u32>]",
                "ask the platform for a cache; by source alone it may miss one", findCache);
     verbs.action(
         "mcast oif <action:add|del> <group:ipv4> <source> iif <iif:vlan> [oif <vlan> <port>]* "
-        "[vr <vr:0-65535>]",
+        "[vr <vr:u32>]",
         "outgoing ports of a cache; del with a source of * is for all of the group", changePorts);
-    verbs.action("mcast oif del <group:ipv4> <source> iif <iif:vlan> vlan <vlan> [vr <vr:0-65535>]",
+    verbs.action("mcast oif del <group:ipv4> <source> iif <iif:vlan> vlan <vlan> [vr <vr:u32>]",
                  "a whole outgoing VLAN of a cache; with a source of * of all of the group",
                  removeVlan);
     verbs.action(
         "mcast flush [group <group:ipv4>] [source <source>] [iif <iif:vlan>] "
-        "[vr <vr:0-65535>]",
+        "[vr <vr:u32>]",
         "delete caches as the platform understands the pattern; without one all", flushCaches);
-    verbs.show("mcast stats <group:ipv4> <source> [iif <iif:vlan>] [vr <vr:0-65535>]",
+    verbs.show("mcast stats <group:ipv4> <source> [iif <iif:vlan>] [vr <vr:u32>]",
                "counters of a cache", showStats);
     verbs.action("mcast dump", "the platform's own listing, of virtual router 2",
                  [](Call& call) { call.machine.mcast().dump(call.print); });
-    verbs.action(
+    verbs.show(
         "mcast load <file> iif <iif:vlan> [oif <vlan> <port>]* [each <each:0-100000>] "
-        "[sources <sources:1-100000>] [vr <vr:0-65535>]",
+        "[sources <sources:1-100000>] [vr <vr:u32>]",
         "add a cache per group (and source) of a file", loadCaches);
 }
 

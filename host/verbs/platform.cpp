@@ -1,8 +1,7 @@
 // Verbs of the platform's tables: what their words hold, which were called, and faults on request.
-#include <cstring>
+#include "host/verbs/host_verbs.h"
 
-#include "console/verbs.h"
-#include "host/verbs/all_verbs.h"
+#include <cstring>
 
 namespace pcsim::host {
 
@@ -44,7 +43,7 @@ Report showFamily(Call& call) {
                 {},
                 "",
                 ""};
-    const auto& family = call.machine.platform.family;
+    const auto& family = call.context.platform.family;
     size_t filled = 0;
     for (size_t word = 0; word < family.wordCount(); ++word) {
         const std::string operation = Platform::operationName(family.words()[word]);
@@ -58,7 +57,7 @@ Report showFamily(Call& call) {
 }
 
 Report showCoverage(Call& call) {
-    Platform& platform = call.machine.platform;
+    Platform& platform = call.context.platform;
     const bool never = call.given("never");
     Table summary{"tables",
                   "Tables",
@@ -113,7 +112,7 @@ std::vector<WordStats*> wordsOfOperation(Platform& platform, const std::string& 
 
 void setFault(Call& call) {
     const std::string& name = call.text("operation");
-    const auto words = wordsOfOperation(call.machine.platform, name);
+    const auto words = wordsOfOperation(call.context.platform, name);
     if (words.empty())
         fail("'{}' is in none of the tables; 'show coverage' lists the operations", name);
     FaultRule rule;
@@ -125,7 +124,7 @@ void setFault(Call& call) {
 }
 
 void clearFaults(Call& call) {
-    for (TableInfo* info : call.machine.platform.tables())
+    for (TableInfo* info : call.context.platform.tables())
         for (WordStats& word : info->words) word.fault.reset();
 }
 
@@ -140,7 +139,7 @@ Report showFaults(Call& call) {
                 {},
                 "none",
                 ""};
-    Platform& platform = call.machine.platform;
+    Platform& platform = call.context.platform;
     for (const TableInfo* info : platform.tables())
         forEachWord(platform, *info,
                     [&](size_t, const std::string& operation, const WordStats& stats) {
@@ -153,7 +152,7 @@ Report showFaults(Call& call) {
 
 }  // namespace
 
-void addPlatformVerbs(Verbs& verbs) {
+void addPlatformVerbs(HostVerbs& verbs) {
     verbs.show("show family [filled]", "each word of the family table", showFamily);
     verbs.show("show coverage [never]", "which operations were called, how often", showCoverage);
     verbs.show("show faults", "what 'fault' has set", showFaults);
@@ -164,6 +163,15 @@ void addPlatformVerbs(Verbs& verbs) {
         "stead",
         setFault);
     verbs.action("fault-clear", "no more faults", clearFaults);
+    verbs.action("calls <state:on|off>", "print every call into the platform, or not",
+                 [](Call& call) {
+                     auto& listener = call.context.platform.onCall;
+                     listener = nullptr;
+                     if (call.text("state") == "on")
+                         listener = [print = call.print](const std::string& text) {
+                             print("call  " + text + "\n");
+                         };
+                 });
 }
 
 }  // namespace pcsim::host

@@ -1,17 +1,13 @@
 // Verbs of power over Ethernet.
-#include "console/verbs.h"
+#include "host/verbs/host_verbs.h"
+
 #include "host/cards/card_manager.h"
 #include "host/misc/poe_manager.h"
 #include "host/ports/port_manager.h"
-#include "host/verbs/all_verbs.h"
 
 namespace pcsim::host {
 
 namespace {
-
-int slotOf(Call& call) {
-    return call.machine.cards().slotNumber(call.text("slot"));
-}
 
 Report showPoeSlot(Call& call) {
     const Card& card = call.machine.cards().presentCard(slotOf(call));
@@ -38,11 +34,6 @@ Cell portOf(const HalPoePortHead& head) {
     return Cell(fmt::format("{}:{}", head.slot, head.port));
 }
 
-Port& portOf(Call& call) {
-    const SlotPort at = call.port();
-    return call.machine.ports().port(at.slot, at.port);
-}
-
 Report showPoePort(Call& call) {
     const Port& port = portOf(call);
     const PoePort poe = call.machine.poe().port(port.instance);
@@ -64,7 +55,7 @@ Report showPoePort(Call& call) {
 
 }  // namespace
 
-void addPoeVerbs(Verbs& verbs) {
+void addPoeVerbs(HostVerbs& verbs) {
     verbs.show("show poe slot <slot:text>", "what a card answers about power over Ethernet",
                showPoeSlot);
     verbs.show("show poe port <port>", "what a port answers about power over Ethernet",

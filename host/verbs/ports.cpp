@@ -1,19 +1,20 @@
 // Verbs of ports and counters.
-#include "console/verbs.h"
+#include "host/verbs/host_verbs.h"
+
 #include "host/cards/card_manager.h"
 #include "host/ports/counters.h"
 #include "host/ports/port_manager.h"
-#include "host/verbs/all_verbs.h"
 
 namespace pcsim::host {
 
 namespace {
 
 constexpr const char* kSpeeds[] = {"-", "10", "100", "1000", "10000"};
+constexpr uint32_t kMbps[] = {0, 10, 100, 1000, 10000};
 
 Cell speedCell(const Link& link) {
     if (!link.up || link.speed == 0 || link.speed > 4) return {};
-    return Cell(std::string(kSpeeds[link.speed]));
+    return Cell(Cell(kMbps[link.speed]), kSpeeds[link.speed]);
 }
 
 Cell duplexCell(const Link& link) {
@@ -26,11 +27,6 @@ Cell flowCell(const Link& link) {
 
 Cell interfaceCell(const Port& port) {
     return Cell(fmt::format("eth{}", port.interfaceNumber));
-}
-
-Port& portOf(Call& call) {
-    const SlotPort at = call.port();
-    return call.machine.ports().port(at.slot, at.port);
 }
 
 Report showPorts(Call& call) {
@@ -65,7 +61,7 @@ Report showPorts(Call& call) {
 Report showPort(Call& call) {
     Port& port = portOf(call);
     call.machine.ports().pollPort(port);
-    Platform& platform = call.machine.platform;
+    Platform& platform = call.context.platform;
     auto& slot = platform.slot(static_cast<int>(port.slot()));
     uint32_t forwarding = 0;
     platform.call(slot, &HalCardSlotOps::cardPortGetForwardingState, port.instance, 0u,
@@ -141,7 +137,7 @@ void configureAutoNeg(Call& call) {
 
 }  // namespace
 
-void addPortVerbs(Verbs& verbs) {
+void addPortVerbs(HostVerbs& verbs) {
     verbs.show("show ports", "the front panel", showPorts);
     verbs.show("show port <port>", "one port, asked now", showPort);
     verbs.show("show counters <port>", "counters of a port since they were zeroed", showCounters);
@@ -156,8 +152,7 @@ void addPortVerbs(Verbs& verbs) {
         call.machine.ports().zeroCounters(port.slot(), port.number());
     });
     const auto zeroSlot = [](Call& call) {
-        call.machine.ports().zeroSlotCounters(
-            static_cast<uint32_t>(call.machine.cards().slotNumber(call.text("slot"))));
+        call.machine.ports().zeroSlotCounters(static_cast<uint32_t>(slotOf(call)));
     };
     verbs.action("counters zero slot <slot:text>", "the same for all ports of a slot", zeroSlot);
     verbs.action("counters slot <slot:text>", "short for that", zeroSlot);

@@ -1,17 +1,12 @@
 // Verbs of packet sampling.
-#include "console/verbs.h"
+#include "host/verbs/host_verbs.h"
+
 #include "host/misc/sampling_manager.h"
 #include "host/ports/port_manager.h"
-#include "host/verbs/all_verbs.h"
 
 namespace pcsim::host {
 
 namespace {
-
-Port& portOf(Call& call) {
-    const SlotPort at = call.port();
-    return call.machine.ports().port(at.slot, at.port);
-}
 
 Report showPort(Call& call) {
     const Port& port = portOf(call);
@@ -48,7 +43,7 @@ void change(Call& call) {
 
 }  // namespace
 
-void addSamplingVerbs(Verbs& verbs) {
+void addSamplingVerbs(HostVerbs& verbs) {
     verbs.show("show sflow", "the ports that are sampled", showPorts);
     verbs.show("show sflow <port>", "sampling counters, which all ports share", showPort);
     verbs.action("sflow <port> <action:add|del>", "sample a port, or no more", change);

@@ -11,6 +11,7 @@
 
 #include "console/error.h"
 
+using namespace pcsim;
 using namespace pcsim::host;
 
 namespace {
@@ -24,9 +25,24 @@ std::string problemOf(const std::string& line) {
     return "none";
 }
 
-AclProgram compiled(const std::string& text) {
+struct Compiled : AclProgram {
+    std::vector<std::string> problems;  // "LINE: WHAT"
+};
+
+Compiled compiled(const std::string& text) {
     std::istringstream stream(text);
-    return compileAcl(stream, "list.acl");
+    AclCompiler compiler;
+    Compiled result;
+    uint64_t number = 0;
+    for (std::string line; std::getline(stream, line);) {
+        try {
+            compiler.take(++number, line);
+        } catch (const CommandError& error) {
+            result.problems.push_back(std::to_string(number) + ": " + error.what());
+        }
+    }
+    static_cast<AclProgram&>(result) = std::move(compiler.program);
+    return result;
 }
 
 struct Conditions {
@@ -112,7 +128,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadLine{"rule \"a permit", "the quote before 'a permit' is not closed; end it with \""}));
 
 TEST(AclCompiler, SkipsBlankLinesAndCommentsAndCountsCounters) {
-    const AclProgram program = compiled(
+    const Compiled program = compiled(
         "# web\n\nrule web permit proto tcp dport 80 count 2 # the first\n"
         "   \nrule rest deny count 7\nrule last deny\n");
     EXPECT_TRUE(program.problems.empty());
@@ -123,22 +139,21 @@ TEST(AclCompiler, SkipsBlankLinesAndCommentsAndCountsCounters) {
 }
 
 TEST(AclCompiler, ReportsEveryBadLineWithItsPlace) {
-    const AclProgram program =
+    const Compiled program =
         compiled("rule a permit\nrule a deny\nfoo\nrule b deny\nrule c deny proto x\n");
     const std::vector<std::string> expected = {
-        "list.acl:2: rule a is in line 1 already",
-        "list.acl:3: 'foo' is not known here; expected rule NAME permit|deny ...",
-        "list.acl:5: 'x' is not a protocol; expected ip, icmp, tcp, udp or a number from 0 to 255"};
+        "2: rule a is in line 1 already",
+        "3: 'foo' is not known here; expected rule NAME permit|deny ...",
+        "5: 'x' is not a protocol; expected ip, icmp, tcp, udp or a number from 0 to 255"};
     EXPECT_EQ(program.problems, expected);
 }
 
 TEST(AclCompiler, RefusesMoreRulesThanTheCountCanHold) {
     std::string text;
     for (int i = 0; i < 65536; ++i) text += "rule r" + std::to_string(i) + " permit\n";
-    const AclProgram program = compiled(text);
+    const Compiled program = compiled(text);
     EXPECT_EQ(program.rules.size(), 65535u);
-    EXPECT_EQ(program.problems,
-              std::vector<std::string>{"list.acl:65536: a list has 65535 rules at most"});
+    EXPECT_EQ(program.problems, std::vector<std::string>{"65536: a list has 65535 rules at most"});
 }
 
 struct Free {
@@ -152,7 +167,7 @@ uint32_t wordAt(const void* block, size_t offset) {
 }
 
 TEST(AclRecords, AreOfTheLengthThatTheirConditionsNeed) {
-    const AclProgram program = compiled(
+    const Compiled program = compiled(
         "rule any deny\n"
         "rule web permit proto tcp from 10.1.0.0/16 dport 80-81 count 3\n"
         "rule last permit proto 89\n");

@@ -16,8 +16,8 @@ refuses "file $scratch can't be read: Is a directory" "${load[@]}" "acl bind web
     "acl refresh web $scratch"
 refuses "file $scratch can't be read: Is a directory" "${load[@]}" "acl diff web $scratch"
 refuses "$scratch/bad has 2 bad lines; nothing is loaded" "acl load web $scratch/bad"
-prints "^$scratch/bad:2: 'drop' is not an action; expected permit or deny\$"
-prints "^$scratch/bad:4: '1.2.3' is not an IPv4 address"
+prints "^ +2  'drop' is not an action; expected permit or deny\$"
+prints "^ +4  '1.2.3' is not an IPv4 address"
 refuses "$scratch/bad has 2 bad lines; nothing is loaded" "${load[@]}" "acl refresh web $scratch/bad"
 refuses "access list web is loaded already; 'acl refresh' gives it new rules" \
     "${load[@]}" "acl load web $scratch/good"
@@ -69,8 +69,8 @@ answers 'web +2 +2 +0' "${load[@]}" "acl load other $scratch/good" "acl bind web
 refuses "there is no access list nope; 'acl load nope FILE' makes it" "acl diff nope $scratch/good"
 printf 'rule a permit from 10.0.0.1/24\nrule b permit to 10.0.0.0/24\nrule c \033[31m\n' >"$scratch/bits"
 refuses "$scratch/bits has 2 bad lines; nothing is loaded" "acl load bits $scratch/bits"
-prints ':1: prefix 10\.0\.0\.1/24 has bits outside of its mask; expected 10\.0\.0\.0/24$'
-prints ":3: '\?\[31m' is not an action"
+prints '^ +1  prefix 10\.0\.0\.1/24 has bits outside of its mask; expected 10\.0\.0\.0/24$'
+prints "^ +3  '\?\[31m' is not an action"
 grep -q $'\033' "$scratch/out" && problem "an escape sequence of the file reached the terminal"
 
 # A rule that is wider than a terminal is cut for people, not for programs.

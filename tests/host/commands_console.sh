@@ -3,10 +3,6 @@
 set -u
 . "$(dirname "${BASH_SOURCE[0]}")/console_support.sh"
 
-succeeds() {
-    run "$@" || problem "'$*' failed: $(cat "$scratch/err")"
-}
-
 # Relations and numbers.
 relations="is no relation; expected is, not, contains, at-least or at-most"
 refuses "'equals' $relations" 'expect show ports -- 1:1.link equals down'
@@ -29,6 +25,41 @@ refuses "'within' is not complete; expected a number of ms from 0 to 86400000" '
 refuses "expected event never within 5000 ms, but no event \"never\"" 'wait event never'
 refuses "returns 'x' is not a number from -2147483647 to 2147483647" \
     'fault pcSimCardPortRestart returns x'
+
+# Several conditions at once, a field that is not there, an empty text.
+succeeds 'expect show port 1:1 -- link is up and speed is 100 and duplex is full'
+refuses "expected show port 1:1 -- link is up and speed is 10, but speed is 100" \
+    'expect show port 1:1 -- link is up and speed is 10'
+refuses "'show port 1:1 -- link is up and speed' is not complete; expected event TEXT, no event TEXT, or SHOW... -- VALUE is|not|contains|at-least|at-most TEXT" \
+    'expect show port 1:1 -- link is up and speed'
+refuses "expected show vlans -- 1.tag is x, but there is no '1.tag' in 'show vlans'; there are vlans.count, ROW.vlan, ROW.instance, ROW.untagged, ROW.tagged, ROW.addresses" \
+    'expect show vlans -- 1.tag is x'
+for kind in event 'no event'; do
+    refuses "an empty text is in every event; expected a part of one" "expect $kind \"\""
+done
+
+# JSON is asked for anywhere in the line; what is echoed is echoed.
+for line in '--json show ports' 'show --json ports' 'show ports --json'; do
+    answers '"port": "1:1"' "$line"
+done
+answers '^show --json$' 'echo show --json'
+# Numbers are numbers.
+answers '"speed": 100,' 'show port 1:1 --json'
+
+# Only what prints something is set apart by a blank line.
+run 'vlan create 10' 'vlan create 11' 'echo a' 'vlan create 12' 'echo b' 'echo c'
+[ "$(cat "$scratch/out")" = "$(printf 'a\n\nb\n\nc')" ] ||
+    problem "silent commands printed: $(cat "$scratch/out")"
+
+# Operations that return nothing can fail, too: they are not called.
+succeeds 'vlan create 5' 'vlan 5 add 1:1' 'neighbor add 10.0.0.1 vlan 5 mac 02:00:00:00:00:01 port 1:1' \
+    'fault pcSimIpAdjRemove' 'neighbor del 10.0.0.1 vlan 5' \
+    'expect show faults -- pcSimIpAdjRemove.seen is 1'
+answers '010.000.000.001 .*02:00:00:00:00:01' 'vlan create 5' 'vlan 5 add 1:1' \
+    'neighbor add 10.0.0.1 vlan 5 mac 02:00:00:00:00:01 port 1:1' \
+    'fault pcSimIpAdjRemove' 'neighbor del 10.0.0.1 vlan 5' 'neighbor dump'
+
+refuses "level '9' is not a number from 0 to 8" 'trace Sys 9'
 
 # Help.
 answers '^  quit  +end the session' 'help'

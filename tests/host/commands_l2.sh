@@ -148,16 +148,16 @@ refuses "file $scratch/garbage has 29 bad lines and no good one; nothing is load
     printf '02:00:00:00:00:03 10 1:1 static'
 } >"$scratch/macs"
 bad=(
-    "macs:4 +'nonsense' is not a MAC address"
-    'macs:5 +the line is not complete; expected MAC VLAN SLOT:PORT \[static\]'
-    "macs:6 +VLAN '0' is not a number from 1 to 4094"
-    "macs:7 +VLAN '99999999999999999999' is not a number from 1 to 4094"
-    "macs:8 +'1:99999999999' is not a port; expected SLOT:PORT"
-    "macs:9 +'extra' is too much"
-    "macs:10 +'.\[31mred' is not known; expected static or dynamic"
-    "macs:11 +VLAN 11 does not exist; 'create-vlans' would make it"
-    "macs:12 +'x{40}\.\.\.' is not a MAC address"
-    "macs:13 +'\?\?\?' is not a MAC address"
+    "^ +4  'nonsense' is not a MAC address"
+    '^ +5  the line is not complete; expected MAC VLAN SLOT:PORT \[static\]'
+    "^ +6  VLAN '0' is not a number from 1 to 4094"
+    "^ +7  VLAN '99999999999999999999' is not a number from 1 to 4094"
+    "^ +8  '1:99999999999' is not a port; expected SLOT:PORT"
+    "^ +9  'extra' is too much"
+    "^ +10  '.\[31mred' is not known; expected static or dynamic"
+    "^ +11  VLAN 11 does not exist; 'create-vlans' would make it"
+    "^ +12  'x{40}\.\.\.' is not a MAC address"
+    "^ +13  '\?\?\?' is not a MAC address"
     'Lines with an address +9$'
     'Added +2$'
     'Not loaded +10$'
@@ -167,5 +167,10 @@ grep -q $'\033' "$scratch/out" && problem "an escape sequence of the file reache
 answers 'VLANs made +1$' "${member[@]}" "fdb load $scratch/macs create-vlans"
 answers '"bad": 10' "${member[@]}" "fdb load $scratch/macs --json"
 [ -s "$scratch/err" ] && problem "loading without a terminal wrote to standard error"
+
+# A file's addresses are what 'fdb add' takes.
+printf '01:00:5e:00:00:01 10 1:1\n02:00:00:00:00:01 10 1:1\n' >"$scratch/multicast"
+answers "^ +1  01:00:5e:00:00:01 is a multicast address; expected the address of" \
+    "${member[@]}" "fdb load $scratch/multicast"
 
 finish

@@ -71,11 +71,12 @@ nonsense
 ROUTES
 printf '10.11.0.0/16' >>"$scratch/routes"  # without a line end
 expected='Loaded routes
-  IPv4 lines         6
-  IPv6 lines         2
-  Bad lines          8
-  Seconds            T
-  Routes per second  R
+  IPv4 lines          6
+  IPv6 lines          2
+  Without a next hop  0
+  Bad lines           8
+  Seconds             T
+  Routes per second   R
 
 Bad lines
   Line  Problem
@@ -170,5 +171,48 @@ answers '^  2001:db8:1111:2222:3\.\.\.5:6666/128 +0  fe80:1111:2222:3333:\.\.\.:
     "route add $long $via" 'show route'
 grep -qE '^.{81}' "$scratch/out" && problem "the routes are wider than 80 columns"
 answers "\"$long\"" "route add $long $via" 'show route --json'
+
+# Gateways and neighbors are stations.
+for pair in '224.0.0.1:a multicast address' '0.0.0.0:unspecified' \
+    '255.255.255.255:the broadcast address'; do
+    address=${pair%%:*}
+    refuses "$address is ${pair#*:}; expected the address of one station" \
+        "neighbor add $address vlan 5 mac 02:00:00:00:00:01 port 1:1"
+    refuses "$address is ${pair#*:}; expected the address of one station" \
+        "route add 10.0.0.0/8 via $address vlan 5"
+done
+refuses "ff02::1 is a multicast address; expected the address of one station" \
+    'route add fd00::/8 via ff02::1 vlan 5'
+
+# A file of both families with gateways of one: the others are routes without a next hop.
+printf '10.1.0.0/16\nfd00:1::/32\nfd00:2::/32 fe80::1 5\n' >"$scratch/both"
+answers 'Without a next hop +1$' "route load $scratch/both via 10.0.0.1 vlan 5"
+answers 'Without a next hop +0$' "route load $scratch/both via 10.0.0.1 vlan 5 via fe80::9 vlan 5"
+answers '"withoutNextHops": 0' "route load $scratch/both --json"
+
+# A load without an end is stopped by a signal at once, and says what it has loaded.
+for signal in INT TERM; do
+    "$pcsim" --lab 2 --stopped -x 'echo started' -x 'route load /dev/zero' \
+        >"$scratch/out" 2>"$scratch/err" &
+    process=$!
+    for _ in $(seq 100); do
+        grep -q started "$scratch/out" && break
+        sleep 0.05
+    done
+    sleep 0.2
+    kill -$signal $process
+    wait $process
+    status=$?
+    [ $status -eq 1 ] &&
+        [ "$(cat "$scratch/err")" = "pcsim: interrupted; file /dev/zero is read in part" ] ||
+        problem "SIG$signal on a load: status $status, $(cat "$scratch/err")"
+    prints 'IPv4 lines +0$'
+done
+
+# A failed load answers in JSON, too.
+printf 'x\n' >"$scratch/bad"
+refuses "file $scratch/bad has 1 bad line and no good one; nothing is loaded" \
+    "route load $scratch/bad --json"
+prints '"problem": "'
 
 finish

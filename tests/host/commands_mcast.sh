@@ -31,7 +31,7 @@ refuses "VLAN 30 does not exist; 'vlan create 30' makes it" \
     "${vlans[@]}" 'mcast add 239.1.1.1 10.0.0.1 iif 10 oif 30 1:1'
 refuses "port 1:9 does not exist; ports are 1:1 to 1:2" \
     "${vlans[@]}" 'mcast add 239.1.1.1 10.0.0.1 iif 10 oif 20 1:9'
-refuses "virtual router 8 does not exist; they are 0 to 7" \
+refuses "virtual router 8 does not exist; expected 0 to 7" \
     "${vlans[@]}" 'mcast add 239.1.1.1 10.0.0.1 iif 10 vr 8'
 refuses "there is no cache (10.0.0.1, 239.1.1.1) on VLAN 10" \
     "${vlans[@]}" 'mcast del 239.1.1.1 10.0.0.1 iif 10'
@@ -62,15 +62,17 @@ refuses "file $scratch can't be read: Is a directory" "${vlans[@]}" "mcast load 
 # Files: groups count once, caches that are there are not made again, and a file without one good
 # line is no success.
 printf '239.1.1.1\n239.1.1.2 10.9.9.9\n239.1.1.1\n239.1.1.2 10.9.9.9\n' >"$scratch/groups"
-answers '^2 groups, 3 new caches, 1 already there$' "${vlans[@]}" "mcast load $scratch/groups iif 10"
-answers '^2 groups, 0 new caches, 4 already there$' "${vlans[@]}" \
-    "mcast load $scratch/groups iif 10" "mcast load $scratch/groups iif 10"
+for values in 'groups is 2' 'caches is 3' 'known is 1'; do
+    succeeds "${vlans[@]}" "expect mcast load $scratch/groups iif 10 -- $values"
+done
+succeeds "${vlans[@]}" "mcast load $scratch/groups iif 10" \
+    "expect mcast load $scratch/groups iif 10 -- groups is 2 and caches is 0 and known is 4"
 printf 'x\n\n# nothing\ny 1\n' >"$scratch/garbage"
 refuses "file $scratch/garbage has 2 bad lines and no good one; nothing is loaded" \
     "${vlans[@]}" "mcast load $scratch/garbage iif 10"
-prints '^0 groups, 0 new caches, 2 bad lines$'
+prints '  Bad lines +2$'
 printf '\033[31mred\n239.1.1.1\n' >"$scratch/coloured"
-answers "coloured:1: '\?\[31mred' is not an IPv4 address" \
+answers "^ +1  '\?\[31mred' is not an IPv4 address" \
     "${vlans[@]}" "mcast load $scratch/coloured iif 10"
 # More than a 32-bit process holds is refused before the first cache is made.
 seq -f '239.1.1.%.0f' 1 100 >"$scratch/many"

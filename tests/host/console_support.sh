@@ -19,6 +19,11 @@ run() {
     "$pcsim" "${arguments[@]}" >"$scratch/out" 2>"$scratch/err"
 }
 
+# succeeds COMMAND...: they do.
+succeeds() {
+    run "$@" || problem "'$*' failed: $(cat "$scratch/err")"
+}
+
 # types COMMAND...: the same at the prompt, on a terminal, where an error does not end the session.
 types() {
     printf '%s\n' "$@" quit |

@@ -24,20 +24,19 @@ Options optionsOfTest() {
 class L3ManagerTest : public testing::Test {
 protected:
     L3ManagerTest() : machine(optionsOfTest()), l3(machine.l3()) {
-        machine.scheduler.stop();
-        machine.platform.load(machine.options().library);
-        machine.platform.setUpCards();
-        machine.platform.call(machine.platform.cardDb, &HalCardDbOps::familyDBSetup, 0u,
-                              &machine.platform.family.ops);
-        machine.platform.family.valid = true;
+        machine.context.scheduler.stop();
+        Platform& platform = machine.context.platform;
+        platform.load(machine.context.options.library);
+        platform.setUpCards();
+        platform.call(platform.cardDb, &HalCardDbOps::familyDBSetup, 0u, &platform.family.ops);
+        platform.family.valid = true;
     }
 
     std::string dump(HalIpAdjDumpFn* HalFamilyOps::*word) {
         std::string all;
-        {
-            const DumpText text([&](const std::string& piece) { all += piece; });
-            machine.platform.call(machine.platform.family, word, text.sink());
-        }
+        Platform& platform = machine.context.platform;
+        dumpTo([&](const std::string& piece) { all += piece; },
+               [&](const pcSimDumpSink* sink) { platform.call(platform.family, word, sink); });
         return all;
     }
 
@@ -142,11 +141,17 @@ protected:
     IPv4Family::Key anyKey(IPv4Family) {
         static constexpr uint32_t kMasks[] = {0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFE, 0xFFFFFF00,
                                               0xFF0000FF, 0x00FF0003, 0xFF000000, 0};
-        return IPv4Family::masked({anyAddress(), htonl(kMasks[roll(8)])});
+        const uint32_t mask = htonl(kMasks[roll(8)]);
+        return {anyAddress() & mask, mask};
     }
     IPv6Family::Key anyKey(IPv6Family) {
         static constexpr uint32_t kLengths[] = {128, 127, 126, 64, 48, 31, 1, 0};
-        return IPv6Family::masked({anyGateway(IPv6Family{}), kLengths[roll(8)]});
+        const IPv6Family::Address address = anyGateway(IPv6Family{});
+        IpPrefix prefix;
+        prefix.address.v6 = true;
+        std::memcpy(prefix.address.bytes.data(), &address, sizeof address);
+        prefix.length = kLengths[roll(8)];
+        return IPv6Family::keyOf(prefix.masked());
     }
     uint32_t anyGateway(IPv4Family) { return anyAddress(); }
     IPv6Family::Address anyGateway(IPv6Family) {
@@ -240,7 +245,7 @@ TEST_F(L3ManagerTest, RefusedRequestLeavesTheCopyAlone) {
     const auto key = IPv4Family::hostKey(htonl(0x0A000001));
     const IPv4Family::Hop hop{htonl(0x0A000002), 5};
     const size_t word = offsetof(HalFamilyOps, ipv4FibAddEntry) / sizeof(void*);
-    machine.platform.family.info->words[word].fault = FaultRule{};
+    machine.context.platform.family.info->words[word].fault = FaultRule{};
     EXPECT_THROW(l3.addRoute<IPv4Family>(0, key, {&hop, 1}), CommandError);
     EXPECT_EQ(l3.routesOf<IPv4Family>(0), nullptr);
     expectSameTables();

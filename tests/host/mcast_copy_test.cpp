@@ -10,6 +10,7 @@
 #include "console/error.h"
 #include "host/mcast/loader.h"
 
+using namespace pcsim;
 using namespace pcsim::host;
 
 namespace {

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 #include "host/core/loop.h"
 
 namespace pcsim::host {
@@ -35,6 +37,30 @@ TEST_F(SchedulerTest, AClockStoppedAtZeroForgetsWhatPassedBefore) {
     late.resume();
     EXPECT_GE(late.nowMs(), 5u);
     EXPECT_LT(late.nowMs(), 5000u);
+}
+
+// Whoever makes a request knows by the ids which tasks it has made, and which of them calls back.
+TEST_F(SchedulerTest, IdsTellWhichActionRuns) {
+    const Scheduler::Id before = scheduler.lastId();
+    Scheduler::Id seen = 0, seenInside = 0;
+    const Scheduler::Id id = scheduler.after(5, "task", [&] {
+        seen = scheduler.runningId();
+        scheduler.after(1, "other", [&] { seenInside = scheduler.runningId(); });
+    });
+    EXPECT_EQ(scheduler.lastId(), id);
+    EXPECT_NE(id, before);
+    EXPECT_EQ(scheduler.runningId(), 0u);
+    scheduler.warp(10);
+    EXPECT_EQ(seen, id);
+    EXPECT_EQ(seenInside, id + 1);
+    EXPECT_EQ(scheduler.runningId(), 0u);
+}
+
+TEST_F(SchedulerTest, AnActionThatThrowsRunsNoMore) {
+    scheduler.after(5, "task", [] { throw std::runtime_error("no"); });
+    EXPECT_THROW(scheduler.warp(10), std::runtime_error);
+    EXPECT_EQ(scheduler.runningId(), 0u);
+    EXPECT_EQ(sinceStart(), 5u);
 }
 
 TEST_F(SchedulerTest, AStoppedClockStandsStill) {

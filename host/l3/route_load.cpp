@@ -1,12 +1,11 @@
 // Lines of routes, as fast as the platform takes them.
-#include "host/l3/load.h"
+#include "host/l3/route_load.h"
 
 #include <charconv>
 #include <chrono>
 
 #include "console/present.h"
-#include "console/progress.h"
-#include "host/core/text_file.h"
+#include "console/text.h"
 
 namespace pcsim::host {
 
@@ -25,12 +24,8 @@ std::vector<typename Family::Hop> hopsOf(const std::vector<TypedHop>& typed,
 
 template <typename Family>
 typename Family::Key keyOf(const IpPrefix& prefix) {
-    const typename Family::Key key = Family::keyOf(prefix);
-    const typename Family::Key masked = Family::masked(key);
-    if (!(masked == key))
-        fail("prefix {} has bits outside of its mask; expected {}", Family::text(key),
-             Family::text(masked));
-    return key;
+    checkMasked(prefix);
+    return Family::keyOf(prefix);
 }
 
 template std::vector<IPv4Family::Hop> hopsOf<IPv4Family>(const std::vector<TypedHop>&,
@@ -43,17 +38,6 @@ template IPv6Family::Key keyOf<IPv6Family>(const IpPrefix&);
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-// Takes the next word off a line; empty at its end.
-std::string_view takeWord(std::string_view& line) {
-    constexpr std::string_view kBlanks = " \t\r";
-    const size_t start = std::min(line.find_first_not_of(kBlanks), line.size());
-    line.remove_prefix(start);
-    const size_t end = std::min(line.find_first_of(kBlanks), line.size());
-    const std::string_view word = line.substr(0, end);
-    line.remove_prefix(end);
-    return word;
-}
 
 // No word of a line is longer: a message would quote it.
 void checkWord(std::string_view word, const char* what) {
@@ -88,8 +72,8 @@ bool parseUsualPrefix(std::string_view text, IpPrefix& prefix) {
 
 class Loader {
 public:
-    Loader(L3Manager& manager, uint32_t vr, const std::vector<TypedHop>& otherwise)
-        : manager_(manager), vr_(vr) {
+    Loader(L3Manager& manager, uint32_t vr, const std::vector<TypedHop>& otherwise, RouteLoad& load)
+        : manager_(manager), vr_(vr), load_(load) {
         for (const TypedHop& hop : otherwise) {
             if (hop.gateway.v6)
                 otherwise6_.push_back({IPv6Family::addressOf(hop.gateway), hop.vlan});
@@ -99,7 +83,7 @@ public:
     }
 
     // Fails when the line is not right.
-    void take(std::string_view line, LoadResult& result) {
+    void take(std::string_view line) {
         line = line.substr(0, line.find('#'));
         const std::string_view word = takeWord(line);
         if (word.empty()) return;
@@ -109,10 +93,10 @@ public:
         takeHops(line);
         if (prefix.address.v6) {
             add<IPv6Family>(prefix, otherwise6_);
-            ++result.ipv6Lines;
+            ++load_.ipv6Lines;
         } else {
             add<IPv4Family>(prefix, otherwise4_);
-            ++result.ipv4Lines;
+            ++load_.ipv4Lines;
         }
     }
 
@@ -127,15 +111,15 @@ private:
             checkWord(vlan, "a VLAN");
             if (vlan.empty())
                 fail("gateway {} has no VLAN; expected PREFIX [ADDRESS VLAN]...", gateway);
-            typed_.push_back(
-                {parseAddress(std::string(gateway)),
-                 static_cast<uint32_t>(parseNumber("VLAN", std::string(vlan), 1, 4094))});
+            typed_.push_back(typedHop(std::string(gateway), std::string(vlan)));
         }
     }
 
     template <typename Family>
     void add(const IpPrefix& prefix, const std::vector<typename Family::Hop>& otherwise) {
         const auto key = keyOf<Family>(prefix);
+        const bool noneGiven = otherwise4_.empty() && otherwise6_.empty();
+        if (typed_.empty() && otherwise.empty() && !noneGiven) ++load_.withoutNextHops;
         if (typed_.empty())
             manager_.addRoute<Family>(vr_, key, otherwise);
         else
@@ -144,39 +128,28 @@ private:
 
     L3Manager& manager_;
     uint32_t vr_;
+    RouteLoad& load_;
     std::vector<IPv4Family::Hop> otherwise4_;
     std::vector<IPv6Family::Hop> otherwise6_;
     std::vector<TypedHop> typed_;
 };
 
-void noteBadLine(LoadResult& result, uint64_t number, const std::string& problem) {
-    ++result.badLineCount;
-    if (result.badLines.size() < LoadResult::kMostBadLines)
-        result.badLines.push_back({number, presentable(problem)});
-}
-
 }  // namespace
 
-LoadResult loadRoutes(L3Manager& manager, const std::string& path, uint32_t vr,
-                      const std::vector<TypedHop>& otherwise) {
-    manager.checkVr(vr);
-    LoadResult result;
+TypedHop typedHop(const std::string& gateway, const std::string& vlan) {
+    const IpAddress address = parseAddress(gateway);
+    checkStation(address);
+    return {address, static_cast<uint32_t>(parseNumber("VLAN", vlan, 1, 4094))};
+}
+
+RouteLoad loadRoutes(Context& context, L3Manager& manager, const std::string& path, uint32_t vr,
+                     const std::vector<TypedHop>& otherwise) {
+    context.checkVirtualRouter(vr);
+    RouteLoad result(path);
     const auto start = Clock::now();
-    TextFile file(path);
-    Progress progress("Loading " + path, file.size(), "routes");
-    Loader loader(manager, vr, otherwise);
-    std::string_view line;
-    uint64_t number = 0;
-    while (file.next(line)) {
-        ++number;
-        try {
-            loader.take(line, result);
-        } catch (const CommandError& error) {
-            noteBadLine(result, number, error.what());
-        }
-        progress.at(file.position());
-    }
-    result.fileProblem = file.problem();
+    Loader loader(manager, vr, otherwise, result);
+    result.file.run(context.loop, "routes",
+                    [&](uint64_t, std::string_view line) { loader.take(line); });
     result.seconds = std::chrono::duration<double>(Clock::now() - start).count();
     return result;
 }

@@ -1,14 +1,15 @@
 // Loading a file of routes of both families into one virtual router.
 //
 // A line is "PREFIX [ADDRESS VLAN]...": a prefix and its next hops. Empty lines and what follows a
-// '#' are passed over. A line that is not right is noted by its number and the rest is loaded.
-#ifndef PCSIM_HOST_L3_LOAD_H
-#define PCSIM_HOST_L3_LOAD_H
+// '#' are passed over.
+#ifndef PCSIM_HOST_L3_ROUTE_LOAD_H
+#define PCSIM_HOST_L3_ROUTE_LOAD_H
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include "host/core/line_load.h"
 #include "host/l3/l3_manager.h"
 
 namespace pcsim::host {
@@ -19,6 +20,9 @@ struct TypedHop {
     uint32_t vlan;
 };
 
+// A gateway is the address of one station, or a CommandError.
+TypedHop typedHop(const std::string& gateway, const std::string& vlan);
+
 // The next hops of one family. Fails when one is of the other.
 template <typename Family>
 std::vector<typename Family::Hop> hopsOf(const std::vector<TypedHop>& typed,
@@ -27,18 +31,14 @@ std::vector<typename Family::Hop> hopsOf(const std::vector<TypedHop>& typed,
 template <typename Family>
 typename Family::Key keyOf(const IpPrefix& prefix);
 
-struct LoadResult {
-    struct BadLine {
-        uint64_t number;
-        std::string problem;
-    };
-    static constexpr size_t kMostBadLines = 100;  // that are told one by one
+struct RouteLoad {
+    explicit RouteLoad(std::string path) : file(std::move(path)) {}
 
+    LineLoad file;
     uint64_t ipv4Lines = 0;
     uint64_t ipv6Lines = 0;
-    uint64_t badLineCount = 0;
-    std::vector<BadLine> badLines;
-    std::string fileProblem;  // why its rest was not read
+    // Lines that name no next hop, of a family that no gateway was given for.
+    uint64_t withoutNextHops = 0;
     double seconds = 0;
 
     uint64_t lines() const { return ipv4Lines + ipv6Lines; }
@@ -47,10 +47,9 @@ struct LoadResult {
     }
 };
 
-// A line without next hops gets those of 'otherwise' that are of its family. Shows its progress
-// when standard error is a terminal.
-LoadResult loadRoutes(L3Manager& manager, const std::string& path, uint32_t vr,
-                      const std::vector<TypedHop>& otherwise);
+// A line without next hops gets those of 'otherwise' that are of its family.
+RouteLoad loadRoutes(Context& context, L3Manager& manager, const std::string& path, uint32_t vr,
+                     const std::vector<TypedHop>& otherwise);
 
 }  // namespace pcsim::host
 

@@ -1,0 +1,74 @@
+// The notations of MAC addresses.
+#include "console/mac_address.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+
+#include "console/error.h"
+#include "console/present.h"
+
+namespace pcsim {
+
+namespace {
+
+int hexDigit(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+
+}  // namespace
+
+std::string macText(const uint8_t* mac) {
+    return fmt::format("{:02x}:{:02x}:{:02x}:{:02x}:{:02x}:{:02x}", mac[0], mac[1], mac[2], mac[3],
+                       mac[4], mac[5]);
+}
+
+bool readMac(std::string_view word, MacAddress& mac) {
+    const bool dotted = word.size() == 14 && word[4] == '.' && word[9] == '.';
+    if (!dotted && word.size() != 17) return false;
+    const size_t group = dotted ? 4 : 2;
+    const char separator = dotted ? '.' : word[2];
+    if (!dotted && separator != ':' && separator != '-') return false;
+    size_t digits = 0;
+    for (size_t i = 0; i < word.size(); ++i) {
+        if (i % (group + 1) == group) {
+            if (word[i] != separator) return false;
+            continue;
+        }
+        const int digit = hexDigit(word[i]);
+        if (digit < 0) return false;
+        uint8_t& byte = mac[digits++ / 2];
+        byte = static_cast<uint8_t>(byte << 4 | digit);
+    }
+    return digits == 12;
+}
+
+MacAddress macOf(const std::string& word) {
+    MacAddress mac{};
+    if (!readMac(word, mac))
+        fail("'{}' is not a MAC address; expected six bytes as 00:11:22:aa:bb:cc", shown(word));
+    return mac;
+}
+
+MacAddress stationMacOf(const std::string& word) {
+    const MacAddress mac = macOf(word);
+    checkStation(mac);
+    return mac;
+}
+
+void checkStation(const MacAddress& mac) {
+    const auto all = [&](uint8_t value) {
+        return std::all_of(mac.begin(), mac.end(), [=](uint8_t byte) { return byte == value; });
+    };
+    const char* const kind = all(0)              ? "all zeros"
+                             : all(0xFF)         ? "the broadcast address"
+                             : (mac[0] & 1) != 0 ? "a multicast address"
+                                                 : nullptr;
+    if (kind != nullptr)
+        fail("{} is {}; expected the address of one station", macText(mac.data()), kind);
+}
+
+}  // namespace pcsim

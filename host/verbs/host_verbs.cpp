@@ -1,0 +1,62 @@
+// Registering the verbs of all areas, and what they share.
+#include "host/verbs/host_verbs.h"
+
+#include "host/cards/card_manager.h"
+#include "host/ports/port_manager.h"
+
+namespace pcsim::host {
+
+void HostVerbs::show(const char* pattern, const char* help, Show run) {
+    verbs_.show(pattern, help, [machine = &machine_, run](pcsim::Call& call) {
+        Call own(call, *machine);
+        return run(own);
+    });
+}
+
+void HostVerbs::action(const char* pattern, const char* help, Action run) {
+    verbs_.action(pattern, help, [machine = &machine_, run](pcsim::Call& call) {
+        Call own(call, *machine);
+        run(own);
+    });
+}
+
+Port& portOf(Call& call) {
+    const SlotPort at = call.port();
+    return call.machine.ports().port(at.slot, at.port);
+}
+
+uint32_t instanceOf(Call& call) {
+    return portOf(call).instance;
+}
+
+int slotOf(Call& call) {
+    return call.machine.cards().slotNumber(call.text("slot"));
+}
+
+uint32_t virtualRouterOf(Call& call) {
+    const uint32_t vr = call.has("vr") ? call.u32("vr") : 0;
+    call.context.checkVirtualRouter(vr);
+    return vr;
+}
+
+void addHostVerbs(Session& session, Machine& machine) {
+    HostVerbs verbs(session.verbs(), machine);
+    for (const auto add :
+         {addClockVerbs, addSystemVerbs, addCardVerbs, addCapabilityVerbs, addPortVerbs, addL2Verbs,
+          addFdbVerbs, addTrunkVerbs, addMcastVerbs, addAclVerbs, addEnvironmentVerbs,
+          addDeviceVerbs, addPoeVerbs, addSamplingVerbs, addL3Verbs, addPlatformVerbs})
+        add(verbs);
+    session.candidates["<port>"] = [&machine] {
+        std::vector<std::string> names;
+        for (const auto& [instance, port] : machine.ports().ports()) names.push_back(port.name());
+        return names;
+    };
+    session.candidates["<component>"] = [&machine] {
+        std::vector<std::string> names;
+        for (const auto& component : machine.context.logger.components())
+            names.emplace_back(component.name);
+        return names;
+    };
+}
+
+}  // namespace pcsim::host
