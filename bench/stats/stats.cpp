@@ -24,8 +24,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/port/hostInterfaces.h"
 #include "platform/port/pcSimPort.h"
-#include "platform/system/pcSimSystem.h"
 
 // --- The host ------------------------------------------------------------------------------------
 

@@ -5,7 +5,7 @@
 
 #include "platform/base/trace.h"
 #include "platform/card/pcSimCardDB.h"
-#include "platform/system/pcSimSystem.h"
+#include "platform/port/hostInterfaces.h"
 
 namespace pcsim {
 namespace {

@@ -10,7 +10,7 @@
 #include "platform/base/trace.h"
 #include "platform/card/cardSlotOps.h"
 #include "platform/card/pcSimCard.h"
-#include "platform/system/pcSimSystem.h"
+#include "platform/port/hostInterfaces.h"
 
 namespace pcsim {
 namespace {

@@ -2,9 +2,9 @@
 #include <linux/mii.h>
 #include <stdio.h>
 
+#include "platform/port/hostInterfaces.h"
 #include "platform/port/mii.h"
 #include "platform/port/pcSimPort.h"
-#include "platform/system/pcSimSystem.h"
 
 namespace {
 

@@ -1,4 +1,5 @@
 target_sources(platform_objects PRIVATE
+    ${PROJECT_SOURCE_DIR}/platform/port/hostInterfaces.cpp
     ${PROJECT_SOURCE_DIR}/platform/port/linkInfo.cpp
     ${PROJECT_SOURCE_DIR}/platform/port/mii.cpp
     ${PROJECT_SOURCE_DIR}/platform/port/pcSimPort.cpp

@@ -4,10 +4,10 @@
 // baseline first moves to the previous reading.
 #include <stdio.h>
 
+#include "platform/base/ownSlot.h"
 #include "platform/base/trace.h"
 #include "platform/port/pcSimPort.h"
 #include "platform/port/procNetDev.h"
-#include "platform/system/pcSimSystem.h"
 
 using pcsim::portNumberOf;
 using pcsim::portRow;

@@ -1,7 +1,7 @@
-// The platform frame: entry point, initialisation, own slot, and what every subsystem may ask it.
+// The platform frame: entry point, initialisation, the poll of the management link, and the system
+// table.
 //
-// Stored here: the shape (stackable until initialised as a chassis), the number of host interfaces
-// and the management link state last reported. Initialisation runs once, before any other
+// Stored here: the management link state last reported. Initialisation runs once, before any other
 // operation, and nothing of it is ever torn down; from then on only the management-link poll
 // writes, on the host's timer context. There is one link flag for the whole library.
 #ifndef PCSIM_SYSTEM_PCSIMSYSTEM_H
@@ -14,28 +14,11 @@ struct HalSystemOps;
 struct HalChassisInfo;
 struct HalChassisCapability;
 
-namespace pcsim {
-
-// The slot that a chassis occupies when nobody has told it.
-constexpr int32_t kChassisOwnSlot = 9;
-
-}  // namespace pcsim
-
 extern "C" {
-
-// Number of the PC's usable interfaces, eth1 upwards without a gap; 0 until initialised.
-PCSIM_EXPORT extern uint32_t pcSimSystemNumPorts;
 
 PCSIM_EXPORT int32_t platformSystemInit(HalSystemOps* table) noexcept;
 PCSIM_EXPORT int32_t pcSimStackSystemInit(HalSystemOps* table) noexcept;
 PCSIM_EXPORT int32_t pcSimChassisSystemInit(HalSystemOps* table) noexcept;
-
-// Counts the PC's interfaces, at most 100, with a socket of its own.
-PCSIM_EXPORT uint32_t pcSimGetSystemNumberPorts() noexcept;
-
-// The slot that the running system occupies: what the environment says, else 9 in a chassis and 1
-// in a stackable.
-PCSIM_EXPORT int32_t pcSimGetMySlotNum() noexcept;
 
 // The host timer's callback: reports changes of the management port's link, and nothing else.
 PCSIM_EXPORT void pcSimMgmtLinkPoll(uint32_t slot) noexcept;

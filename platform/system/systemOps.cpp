@@ -5,6 +5,7 @@
 
 #include "pcsim/host.h"
 #include "pcsim/system.h"
+#include "platform/base/ownSlot.h"
 #include "platform/base/record.h"
 #include "platform/base/stub.h"
 #include "platform/base/trace.h"

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "platform/card/pcSimCardDB.h"
-#include "platform/system/pcSimSystem.h"
+#include "platform/port/hostInterfaces.h"
 #include "tests/support/host.h"
 #include "tests/support/image.h"
 #include "tests/support/libc.h"

@@ -9,7 +9,7 @@
 
 #include "pcsim/card_slot.h"
 #include "platform/card/pcSimCard.h"
-#include "platform/system/pcSimSystem.h"
+#include "platform/port/hostInterfaces.h"
 #include "tests/support/host.h"
 #include "tests/support/image.h"
 #include "tests/support/libc.h"

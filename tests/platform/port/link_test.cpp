@@ -1,7 +1,7 @@
 // The PHY of a port: restart, shutdown and the link query, request by request.
 #include <sys/socket.h>
 
-#include "platform/system/pcSimSystem.h"
+#include "platform/port/hostInterfaces.h"
 #include "tests/platform/port/port_fixture.h"
 
 namespace {

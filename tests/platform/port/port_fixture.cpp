@@ -11,7 +11,7 @@
 #include <cstring>
 #include <fstream>
 
-#include "platform/system/pcSimSystem.h"
+#include "platform/port/hostInterfaces.h"
 
 namespace pcsim::test {
 

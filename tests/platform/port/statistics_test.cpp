@@ -2,7 +2,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "platform/system/pcSimSystem.h"
+#include "platform/port/hostInterfaces.h"
 #include "tests/platform/port/port_fixture.h"
 
 namespace {

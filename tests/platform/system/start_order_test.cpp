@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "pcsim/system.h"
+#include "platform/base/ownSlot.h"
+#include "platform/port/hostInterfaces.h"
 #include "platform/system/pcSimSystem.h"
 #include "tests/support/host.h"
 

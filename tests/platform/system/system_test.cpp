@@ -12,6 +12,8 @@
 #include <set>
 
 #include "pcsim/system.h"
+#include "platform/base/ownSlot.h"
+#include "platform/port/hostInterfaces.h"
 #include "platform/port/pcSimPort.h"
 #include "tests/support/host.h"
 #include "tests/support/libc.h"
