@@ -1,4 +1,0 @@
-target_sources(platform_objects PRIVATE
-    ${PROJECT_SOURCE_DIR}/platform/base/ownSlot.cpp
-    ${PROJECT_SOURCE_DIR}/platform/base/trace.cpp
-)
