@@ -73,7 +73,7 @@ SSE2 __m128i twoEntries(const HalFdbEntry* entry, size_t offset) noexcept {
 // The address in the lower half.
 SSE2 __m128i addressAt(const uint8_t* mac) noexcept {
     return _mm_insert_epi16(_mm_cvtsi32_si128(static_cast<int>(wordAt(mac))),
-                            static_cast<int>(halfWordAt(mac + 4)), 2);
+                            static_cast<int16_t>(halfWordAt(mac + 4)), 2);
 }
 
 SSE2 __m128i compareFronts(const HalFdbEntry* entry, __m128i wanted) noexcept {
