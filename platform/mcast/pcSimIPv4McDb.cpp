@@ -22,6 +22,7 @@ uint32_t routerCount;
 
 // Deletes every cache of a bucket, and the groups, which only router 0's leave by themselves.
 void clearBucket(HalTreeRoot* root) noexcept {
+    if (*root == nullptr) return;
     while (GroupNode* groupNode = firstOf<GroupNode>(root)) {
         p2BtreeDelete(&groupNode->tree, root);
         retire(&groupNode->tree);
@@ -31,6 +32,7 @@ void clearBucket(HalTreeRoot* root) noexcept {
 
 // Frees the ports that an add has left without users when it failed half way.
 void clearPorts() noexcept {
+    if (portTree == nullptr) return;
     while (PortNode* port = firstOf<PortNode>(&portTree)) {
         while (VpifNode* vpif = firstOf<VpifNode>(&port->vpifs)) {
             p2BtreeDelete(&vpif->tree, &port->vpifs);
@@ -41,12 +43,14 @@ void clearPorts() noexcept {
     }
 }
 
+// Asks the host nothing about trees that are empty, as all are at start-up: a host that programs no
+// tables needs no tree.
 void clearDatabase() noexcept {
     for (uint32_t router = 0; router < routerCount; ++router)
         for (uint32_t bucket = 0; bucket < kBucketsPerRouter; ++bucket)
             clearBucket(bucketRoot(router, bucket));
     // What is left belongs to caches that are in no tree.
-    pcSimHalIpv4McHwFlushAll();
+    if (vlanTree != nullptr) pcSimHalIpv4McHwFlushAll();
     if (vlanTree == nullptr) clearPorts();
 }
 
