@@ -111,9 +111,9 @@ TEST_F(MiiLabTest, WithoutPrivilegeTheKernelsRefusalStays) {
 }
 
 // Runs a foreign program with the module preloaded and returns what it prints.
-std::string preloaded(const std::string& arguments) {
+std::string preloaded(const std::string& arguments, const char* program = PHY_PROGRAM) {
     const std::string command = std::string("ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=") +
-                                MII_LIBRARY + " " + PHY_PROGRAM + " " + arguments;
+                                MII_LIBRARY + " " + program + " " + arguments;
     FILE* const pipe = popen(command.c_str(), "r");
     char text[256] = "";
     std::string output;
@@ -130,6 +130,12 @@ TEST_F(MiiLabTest, ForeignProgramSeesAPhyWhenPreloaded) {
     EXPECT_EQ("786d\n", preloaded("eth1 up"));
     EXPECT_TRUE(lab_.partnerHasCarrier(1));
     EXPECT_EQ("eth9: SIOCGMIIPHY: No such device\n", preloaded("eth9"));
+}
+
+TEST_F(MiiLabTest, ForeignProgramWithLongTimeSeesTheSame) {
+    EXPECT_EQ("eth1: phy 1: 3100 786d 5043 5310 05e1 45e1\n",
+              preloaded("eth1", PHY_TIME64_PROGRAM));
+    EXPECT_EQ("7849\n", preloaded("eth1 down", PHY_TIME64_PROGRAM));
 }
 
 TEST_F(MiiLabTest, ForeignProgramSeesNoneOtherwise) {
