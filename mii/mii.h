@@ -32,7 +32,8 @@ namespace pcsim::mii {
 using KernelIoctl = int(int descriptor, unsigned long request, void* argument);
 
 // Answers an ioctl on 'descriptor' like the kernel would: MII requests that its driver refuses from
-// the emulated PHY, everything else by 'kernel'. errno is changed only by a failure.
+// the emulated PHY, everything else by 'kernel'. An answer that the caller's memory doesn't take is
+// EFAULT. errno is changed only by a failure.
 int answer(KernelIoctl* kernel, int descriptor, unsigned long request, void* argument);
 
 }  // namespace pcsim::mii

@@ -138,6 +138,16 @@ TEST_F(MiiLabTest, ForeignProgramWithLongTimeSeesTheSame) {
     EXPECT_EQ("7849\n", preloaded("eth1 down", PHY_TIME64_PROGRAM));
 }
 
+TEST_F(MiiLabTest, ReadOnlyRequestIsAFaultAsTheKernelsAnswersAre) {
+    static const ifreq kRequest = {.ifr_ifrn = {"eth1"}, .ifr_ifru = {}};
+    auto* const request = const_cast<ifreq*>(&kRequest);
+    for (const unsigned long code : {SIOCGIFINDEX, SIOCGMIIPHY}) {
+        errno = 0;
+        EXPECT_EQ(-1, ioctl(socket_, code, request));
+        EXPECT_EQ(EFAULT, errno);
+    }
+}
+
 TEST_F(MiiLabTest, ForeignProgramSeesNoneOtherwise) {
     FILE* const pipe = popen(PHY_PROGRAM " eth1", "r");
     char text[256] = "";

@@ -288,10 +288,8 @@ void turnTracesOn(void* library) {
 
 static HalVlanIf vlanIf = {.instance = 1, .vlanId = 10};
 static HalPif trunk = {.instance = HAL_PORT_TYPE_TRUNK << 24 | 1};
-static HalPif pif = {.instance = 1u << 16 | 1,
-                     .trunkInstance = HAL_PORT_TYPE_TRUNK << 24 | 1,
-                     .slot = 1,
-                     .port = 1};
+static HalPif pif = {
+    .instance = 1u << 16 | 1, .trunkInstance = HAL_PORT_TYPE_TRUNK << 24 | 1, .slot = 1, .port = 1};
 
 #ifndef WITHOUT_getVlanIfByInstance
 void getVlanIfByInstance(uint32_t instance, HalVlanIf** record) {

@@ -26,12 +26,12 @@ extern int isChassis;
 /* The tree refuses insertions. */
 extern int refuseInsert;
 
-#define EXPECT(condition)                                                        \
-    do {                                                                         \
-        if (!(condition)) {                                                      \
-            fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, #condition);      \
-            ++failures;                                                          \
-        }                                                                        \
+#define EXPECT(condition)                                                   \
+    do {                                                                    \
+        if (!(condition)) {                                                 \
+            fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, #condition); \
+            ++failures;                                                     \
+        }                                                                   \
     } while (0)
 
 /* Whether the library has called the host function 'name'. */
