@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "platform/base/trace.h"
+#include "platform/card/cardTypes.h"
 #include "platform/card/pcSimCardDB.h"
 #include "platform/port/hostInterfaces.h"
 
@@ -12,15 +13,11 @@ namespace {
 
 extern const HalCardResources kResources;
 
-// The ports of a stackable are the PC's interfaces, at most this many.
-constexpr uint32_t kStackPortLimit = 12;
 constexpr uint32_t kLastStackPort = 1;  // flag of its last port entry
 
 // What the record says about a card type, beside the resources that all cards share.
 struct CardKind {
-    const char* name;
-    uint32_t cardType;
-    uint32_t portCount;
+    CardType type;
     uint32_t word36, word40, word44, word48;
     uint32_t portKind;
     uint32_t portFlags;
@@ -29,29 +26,29 @@ struct CardKind {
 
 // clang-format off
 constexpr CardKind kCardKinds[] = {
-    // name        type                 ports            36  40  44  48    kind flags per index
-    {"PCSimC2",    HAL_CARD_C2,         2,               0,  1,  1,  4,    4,   0,    1},
-    {"PCSimC128",  HAL_CARD_C128,       128,             0,  1,  1,  4,    7,   0,    1},
-    {"PCSimC256",  HAL_CARD_C256,       256,             0,  1,  2,  4,    4,   0,    1},
-    {"PCSimMGT",   HAL_CARD_MANAGEMENT, 0,               1,  8,  10, 1030, 0,   0,    1},
-    {"PCSimStack", HAL_CARD_STACKABLE,  kStackPortLimit, 1,  0,  0,  1038, 4,   8,    4},
+    // type          36  40  44  48    kind flags per index
+    {kCardC2,         0,  1,  1,  4,    4,   0,    1},
+    {kCardC128,       0,  1,  1,  4,    7,   0,    1},
+    {kCardC256,       0,  1,  2,  4,    4,   0,    1},
+    {kCardManagement, 1,  8,  10, 1030, 0,   0,    1},
+    {kCardStackable,  1,  0,  0,  1038, 4,   8,    4},
 };
 // clang-format on
 
 // The whole name has to match: a prefix of a known name is unknown. Null for an unknown one.
 const CardKind* kindNamed(const char* name) noexcept {
     for (const CardKind& kind : kCardKinds)
-        if (strcmp(name, kind.name) == 0) return &kind;
+        if (strcmp(name, kind.type.name) == 0) return &kind;
     return nullptr;
 }
 
 uint32_t portCountOf(const CardKind& kind) noexcept {
-    if (kind.cardType != HAL_CARD_STACKABLE) return kind.portCount;
-    return std::min(pcSimSystemNumPorts, kind.portCount);
+    if (kind.type.number != HAL_CARD_STACKABLE) return kind.type.portCount;
+    return std::min(pcSimSystemNumPorts, kind.type.portCount);
 }
 
 void fillKnown(HalCardCapability* record, const CardKind& kind, uint32_t portCount) noexcept {
-    record->cardType = kind.cardType;
+    record->cardType = kind.type.number;
     record->resources = kResources;
     record->word28 = -1;
     record->portCount = portCount;
@@ -67,7 +64,7 @@ void fillKnown(HalCardCapability* record, const CardKind& kind, uint32_t portCou
         // Four ports of a stackable share an index, each port of an I/O card has its own.
         port.index = static_cast<uint8_t>(i / kind.portsPerIndex);
     }
-    if (kind.cardType == HAL_CARD_STACKABLE && portCount > 0)
+    if (kind.type.number == HAL_CARD_STACKABLE && portCount > 0)
         record->ports[portCount - 1].flags |= kLastStackPort;
 }
 

@@ -5,6 +5,7 @@
 #include "pcsim/host.h"
 #include "platform/base/record.h"
 #include "platform/base/trace.h"
+#include "platform/card/cardTypes.h"
 #include "platform/card/pcSimCardDB.h"
 
 namespace pcsim {
@@ -12,28 +13,27 @@ namespace {
 
 // What the identity of a card type says.
 struct CardIdentity {
-    uint32_t cardType;
-    const char* name;
+    CardType type;
     uint32_t word2528;
     bool hasVersions;  // I/O cards run no software of their own
 };
 
 constexpr CardIdentity kStackIdentities[] = {
-    {HAL_CARD_STACKABLE, "PCSimStack", 10000, true},
+    {kCardStackable, 10000, true},
 };
 
 constexpr CardIdentity kChassisIdentities[] = {
-    {HAL_CARD_C256, "PCSimC256", 25600, false},
-    {HAL_CARD_C2, "PCSimC2", 20000, false},
-    {HAL_CARD_MANAGEMENT, "PCSimMGT", 44400, true},
-    {HAL_CARD_C128, "PCSimC128", 22000, false},
+    {kCardC256, 25600, false},
+    {kCardC2, 20000, false},
+    {kCardManagement, 44400, true},
+    {kCardC128, 22000, false},
 };
 
 template <size_t count>
 const CardIdentity* identityOf(const CardIdentity (&identities)[count],
                                uint32_t cardType) noexcept {
     for (const CardIdentity& identity : identities)
-        if (identity.cardType == cardType) return &identity;
+        if (identity.type.number == cardType) return &identity;
     return nullptr;
 }
 
@@ -63,7 +63,7 @@ void fillTypeAndTail(HalCardHwInfo* info, uint32_t cardType) noexcept {
 }
 
 void fillIdentity(HalCardHwInfo* info, const CardIdentity& identity) noexcept {
-    putText(info->name, identity.name);
+    putText(info->name, identity.type.name);
     info->byte2520 = 0;
     info->word2528 = identity.word2528;
     if (identity.hasVersions) fillVersions(info);

@@ -8,6 +8,7 @@
 #include "pcsim/host.h"
 #include "platform/base/stub.h"
 #include "platform/base/trace.h"
+#include "platform/card/cardTypes.h"
 #include "platform/port/pcSimPort.h"
 
 // An irregular default that the HAL relies on: slots 0 to 7, 9, 10 and 16 to 31 are occupied.
@@ -16,9 +17,6 @@ PCSIM_EXPORT int32_t simulateRemoteIO = 0;
 
 namespace pcsim {
 namespace {
-
-// The highest slot that holds an I/O card; the ones above report nothing about themselves.
-constexpr int32_t kLastIoSlot = 8;
 
 // A state that the hardware reports some time after the request.
 struct DelayedReport {

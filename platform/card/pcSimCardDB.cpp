@@ -9,6 +9,7 @@
 #include "pcsim/host.h"
 #include "platform/base/trace.h"
 #include "platform/card/cardSlotOps.h"
+#include "platform/card/cardTypes.h"
 #include "platform/card/pcSimCard.h"
 #include "platform/port/hostInterfaces.h"
 
@@ -17,13 +18,8 @@ namespace {
 
 extern const HalCardDbOps kCardDbOps;
 
-// Slots 1 to 8 hold I/O cards. Rows of a port map exist for slots 0 to 10.
-constexpr int32_t kFirstIoSlot = 1;
-constexpr int32_t kLastIoSlot = 8;
+// Rows of a port map exist for slots 0 to 10.
 constexpr uint32_t kSlotRowCount = 11;
-
-// The highest interface number that is ever counted.
-constexpr uint32_t kLastInterface = 100;
 
 constexpr char kInterfacePattern[] = "eth%d";
 
@@ -31,35 +27,34 @@ constexpr char kInterfacePattern[] = "eth%d";
 
 // A stackable's port p is interface p.
 constexpr uint32_t kStackPortMap[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
-constexpr uint32_t kStackPortLimit = sizeof kStackPortMap / sizeof *kStackPortMap;
+static_assert(sizeof kStackPortMap / sizeof *kStackPortMap == kStackPortLimit);
 
 // Interface numbers of the ports of each slot, one row per slot, for each size of card. Slot 0 has
 // a row of its own, which negative slots share: what it holds is the same for all of them.
-uint32_t portMapOf2[kSlotRowCount][2];
-uint32_t portMapOf128[kSlotRowCount][128];
-uint32_t portMapOf256[kSlotRowCount][256];
+uint32_t portMapOfC2[kSlotRowCount][kCardC2.portCount];
+uint32_t portMapOfC128[kSlotRowCount][kCardC128.portCount];
+uint32_t portMapOfC256[kSlotRowCount][kCardC256.portCount];
 
 // What the record of a chassis slot says about a card type.
 struct SlotLayout {
-    uint32_t cardType;
+    CardType type;
     uint32_t word4;
     uint32_t word8;
-    uint32_t portCount;
     uint32_t* portMap;  // row 0
 };
 
 const SlotLayout kSlotLayouts[] = {
-    {HAL_CARD_C2, 2000, 10000, 2, portMapOf2[0]},
-    {HAL_CARD_C128, 5000, 10000, 128, portMapOf128[0]},
-    {HAL_CARD_C256, 5000, 10000, 256, portMapOf256[0]},
+    {kCardC2, 2000, 10000, portMapOfC2[0]},
+    {kCardC128, 5000, 10000, portMapOfC128[0]},
+    {kCardC256, 5000, 10000, portMapOfC256[0]},
 };
 // Management modules and unknown cards have no ports.
-const SlotLayout kNoPorts = {HAL_CARD_UNKNOWN, 0, 0, 0, nullptr};
+const SlotLayout kNoPorts = {{HAL_CARD_UNKNOWN, nullptr, 0}, 0, 0, nullptr};
 
 const SlotLayout& layoutOf(uint32_t cardType, int32_t slot) noexcept {
     if (slot >= static_cast<int32_t>(kSlotRowCount)) return kNoPorts;  // no row to describe it in
     for (const SlotLayout& layout : kSlotLayouts)
-        if (layout.cardType == cardType) return layout;
+        if (layout.type.number == cardType) return layout;
     return kNoPorts;
 }
 
@@ -68,7 +63,7 @@ const SlotLayout& layoutOf(uint32_t cardType, int32_t slot) noexcept {
 uint32_t firstPortOf(int32_t slot, uint32_t portsPerHighSlot) noexcept {
     uint32_t port = 1;
     for (int32_t earlier = kFirstIoSlot; earlier < slot; ++earlier)
-        port += earlier <= kLastIoSlot ? 2 : portsPerHighSlot;
+        port += earlier <= kLastIoSlot ? kCardC2.portCount : portsPerHighSlot;
     return port;
 }
 
@@ -142,21 +137,22 @@ int32_t pcSimStackCardSlotDBSetup(int32_t, HalCardSlotDb* db) noexcept {
 
 int32_t pcSimChassisCardSlotDBSetup(int32_t slot, HalCardSlotDb* db) noexcept {
     const SlotLayout& layout = layoutOf(pcSimChassisCardGetId(slot), slot);
+    const uint32_t portCount = layout.type.portCount;
     const uint32_t firstPort =
-        firstPortOf(std::min(slot, static_cast<int32_t>(kSlotRowCount)), layout.portCount);
+        firstPortOf(std::min(slot, static_cast<int32_t>(kSlotRowCount)), portCount);
     // The words 4 and 8 of a card whose interfaces can't exist are 0.
-    const bool reachable = slot == kFirstIoSlot || firstPort <= kLastInterface;
+    const bool reachable = slot == kFirstIoSlot || firstPort <= kInterfaceLimit;
     uint32_t* row = layout.portMap;
     if (row != nullptr) {
-        row += static_cast<uint32_t>(std::max(slot, 0)) * layout.portCount;
-        for (uint32_t i = 0; i < layout.portCount; ++i) row[i] = firstPort + i;
+        row += static_cast<uint32_t>(std::max(slot, 0)) * portCount;
+        for (uint32_t i = 0; i < portCount; ++i) row[i] = firstPort + i;
     }
 
     db->word0 = 0;
     db->word4 = reachable ? layout.word4 : 0;
     db->word8 = reachable ? layout.word8 : 0;
     setInterfacePattern(db);
-    db->portCount = layout.portCount;
+    db->portCount = portCount;
     db->portMap = row;
     db->ops = kChassisCardSlotOps;
     return 0;

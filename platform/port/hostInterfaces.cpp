@@ -14,8 +14,6 @@ uint32_t pcSimSystemNumPorts = 0;
 
 namespace {
 
-constexpr uint32_t kInterfaceLimit = 100;
-
 // Whether the PC has the interface "eth<number>".
 bool interfaceExists(int socketFd, uint32_t number) noexcept {
     ifreq request{};
@@ -35,7 +33,7 @@ uint32_t pcSimGetSystemNumberPorts() noexcept {
         return 0;
     }
     uint32_t count = 0;
-    while (count < kInterfaceLimit && interfaceExists(socketFd, count + 1)) ++count;
+    while (count < pcsim::kInterfaceLimit && interfaceExists(socketFd, count + 1)) ++count;
     close(socketFd);
     return count;
 }

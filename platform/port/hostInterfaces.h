@@ -9,12 +9,19 @@
 
 #include "platform/base/export.h"
 
+namespace pcsim {
+
+// The highest number of an interface that is ever counted.
+constexpr uint32_t kInterfaceLimit = 100;
+
+}  // namespace pcsim
+
 extern "C" {
 
 // Number of the PC's usable interfaces, eth1 upwards without a gap; 0 until initialised.
 PCSIM_EXPORT extern uint32_t pcSimSystemNumPorts;
 
-// Counts the PC's interfaces, at most 100, with a socket of its own.
+// Counts the PC's interfaces, at most kInterfaceLimit, with a socket of its own.
 PCSIM_EXPORT uint32_t pcSimGetSystemNumberPorts() noexcept;
 }
 

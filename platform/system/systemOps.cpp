@@ -9,6 +9,7 @@
 #include "platform/base/record.h"
 #include "platform/base/stub.h"
 #include "platform/base/trace.h"
+#include "platform/card/cardTypes.h"
 #include "platform/card/pcSimCard.h"
 #include "platform/card/pcSimCardDB.h"
 #include "platform/device/pcSimDevice.h"
@@ -108,15 +109,21 @@ void fillIdentity(HalChassisInfo* info, const ChassisIdentity& identity, int32_t
 
 // --- Chassis capability --------------------------------------------------------------------------
 
+constexpr HalCardTypeEntry entryOf(const CardType& type, uint32_t flags) noexcept {
+    HalCardTypeEntry entry = {.name = {}, .cardType = type.number, .flags = flags};
+    for (size_t i = 0; type.name[i] != '\0'; ++i) entry.name[i] = type.name[i];
+    return entry;
+}
+
 constexpr HalCardTypeEntry kStackCardTypes[] = {
-    {"PCSimStack", HAL_CARD_STACKABLE, 0},
+    entryOf(kCardStackable, 0),
 };
 
 constexpr HalCardTypeEntry kChassisCardTypes[] = {
-    {"PCSimMGT", HAL_CARD_MANAGEMENT, HAL_CARD_TYPE_MANAGEMENT},
-    {"PCSimC2", HAL_CARD_C2, HAL_CARD_TYPE_IO},
-    {"PCSimC256", HAL_CARD_C256, HAL_CARD_TYPE_IO},
-    {"PCSimC128", HAL_CARD_C128, HAL_CARD_TYPE_IO},
+    entryOf(kCardManagement, HAL_CARD_TYPE_MANAGEMENT),
+    entryOf(kCardC2, HAL_CARD_TYPE_IO),
+    entryOf(kCardC256, HAL_CARD_TYPE_IO),
+    entryOf(kCardC128, HAL_CARD_TYPE_IO),
 };
 
 // A new record of 'entries', traced as 'operation' when there is no memory for it.
