@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <functional>
 
+#include "console/present.h"
 #include "console/session.h"
 
 namespace pcsim {
@@ -13,23 +14,6 @@ namespace {
 constexpr size_t kWidth = 80;
 constexpr size_t kUsageColumn = 2, kMoreColumn = 6, kHelpColumn = 38;
 
-// Appends 'text', broken at blanks: it starts at the line's end, and goes on at 'column'.
-void appendWrapped(std::string& result, const std::string& text, size_t column) {
-    size_t lineStart = result.rfind('\n') + 1;
-    for (size_t at = 0; at < text.size();) {
-        const size_t end = std::min(text.find(' ', at), text.size());
-        const bool first = at == 0;
-        if (!first && result.size() + 1 + end - at > lineStart + kWidth) {
-            lineStart = result.size() + 1;
-            result += "\n" + std::string(column, ' ');
-        } else if (!first) {
-            result += ' ';
-        }
-        result.append(text, at, end - at);
-        at = end + 1;
-    }
-}
-
 std::string listing(const Verbs& verbs, const std::function<bool(const std::string& use)>& wanted) {
     std::string text;
     for (const Verb& verb : verbs.all()) {
@@ -37,13 +21,13 @@ std::string listing(const Verbs& verbs, const std::function<bool(const std::stri
         if (!wanted(use)) continue;
         const size_t start = text.size();
         text.append(kUsageColumn, ' ');
-        appendWrapped(text, use, kMoreColumn);
+        appendWrapped(text, use, kMoreColumn, kWidth);
         // A long usage has its explanation on a line of its own.
         if (text.size() + 2 > start + kHelpColumn)
             text += "\n" + std::string(kHelpColumn, ' ');
         else
             text.resize(start + kHelpColumn, ' ');
-        appendWrapped(text, verb.help, kHelpColumn);
+        appendWrapped(text, verb.help, kHelpColumn, kWidth);
         text += '\n';
     }
     return text;

@@ -18,6 +18,13 @@ std::string shown(std::string_view word);
 // A message that may quote bytes of a file: printable, and not longer than two lines.
 std::string presentable(std::string text);
 
+// Appends 'text', broken at blanks where a line would be wider than 'width': it starts at the
+// line's end, and goes on at 'column'.
+void appendWrapped(std::string& result, std::string_view text, size_t column, size_t width);
+
+// A line for people: broken at words when 'descriptor' is a terminal, to its width.
+std::string wrappedFor(int descriptor, const std::string& line);
+
 enum class Cut { kEnd, kMiddle };  // what of a long text is left out
 
 struct Flexible {

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "console/present.h"
 #include "console/session.h"
 #include "console/text.h"
 
@@ -80,7 +81,7 @@ void Session::lineEntered(char* text) {
         run(line);
     } catch (const CommandError& error) {
         surroundings_.forgetInterrupt();  // it has ended the command
-        print("error: " + printable(error.what()) + "\n");
+        print(wrappedFor(fileno(out_), "error: " + printable(error.what())) + "\n");
     } catch (const OutputError&) {
         // The prompt ends with it.
     }

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <string_view>
 
 #include "console/error.h"
 
@@ -16,6 +17,7 @@ namespace pcsim {
 namespace {
 
 constexpr size_t kChunk = 16384;
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr size_t kLongestLine = 65536;  // what is longer is no script
 
 [[noreturn]] void failToRead(const std::string& name, int error) {
@@ -93,6 +95,10 @@ std::optional<std::string> Script::nextLine(Surroundings& surroundings) {
     }
     std::string line = read_.substr(next_, end - next_);
     next_ = end + 1;
+    // Editors of other systems begin a text with a mark of its encoding.
+    if (lineNumber_ == 1 && line.starts_with(kByteOrderMark)) line.erase(0, kByteOrderMark.size());
+    if (line.find('\0') != std::string::npos)
+        fail("the line has a NUL byte in it; expected a script of plain text (UTF-8)");
     return line;
 }
 

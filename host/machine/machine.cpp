@@ -1,6 +1,7 @@
 // Building and booting the simulated switch.
 #include "host/machine/machine.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -74,6 +75,7 @@ void Machine::boot() {
     };
     bootSystem();
     context.managers.boot();
+    noteIdleCables();
 }
 
 // The first steps of a HAL: the system table, what the chassis is, which cards it may hold.
@@ -99,6 +101,22 @@ void Machine::bootSystem() {
         std::string(context.chassisInfo.modelName, strnlen(context.chassisInfo.modelName, 8)),
         context.ownSlot, context.chassisCapability.size(),
         context.chassisCapability.size() == 1 ? "" : "s");
+}
+
+// Cables of a lab beyond the last interface that a card has a port for.
+void Machine::noteIdleCables() {
+    uint32_t last = 0;
+    for (int slot = 0; slot < Platform::kSlots; ++slot) {
+        const HalCardSlotDb& record = context.platform.slotRecord(slot);
+        for (uint32_t port = 1; record.portMap != nullptr && port <= record.portCount; ++port)
+            last = std::max(last, record.portMap[port - 1]);
+    }
+    const unsigned cables = context.options.labPorts;
+    if (last == 0 || cables <= last) return;
+    context.events.note("lab", "No port is behind {}: the cards' ports are eth1 to eth{}",
+                        cables == last + 1 ? fmt::format("cable {}", cables)
+                                           : fmt::format("cables {} to {}", last + 1, cables),
+                        last);
 }
 
 // All simulated cards are of one family, so its table is filled once.

@@ -52,6 +52,7 @@ public:
 private:
     void bootSystem();
     void setUpFamily();
+    void noteIdleCables();
 
     std::unique_ptr<CardManager> cards_;
     std::unique_ptr<PortManager> ports_;

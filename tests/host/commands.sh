@@ -4,14 +4,6 @@
 set -u
 . "$(dirname "${BASH_SOURCE[0]}")/console_support.sh"
 
-# shows PATTERN ARGUMENT...: pcsim succeeds and prints a line that matches.
-shows() {
-    local pattern=$1
-    shift
-    "$pcsim" "$@" >"$scratch/out" 2>"$scratch/err" || problem "'$*' failed: $(cat "$scratch/err")"
-    prints "$pattern"
-}
-
 shows 'VORN-VM' --lab 2 -x 'show chassis'
 shows 'KT-PC' --lab 2 --shape chassis -x 'show chassis'
 shows '"model": "VORN-VM"' --lab 2 --json -x 'show chassis'

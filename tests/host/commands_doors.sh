@@ -133,4 +133,21 @@ head -c 100000 /dev/zero >"$scratch/zeros"
 ends 1 "pcsim: $scratch/zeros:1: the line is longer than 65536 bytes; is this a script?" \
     --lab 1 --quiet -f "$scratch/zeros"
 
+# A byte-order mark is no part of the first line; a NUL is in no script.
+printf '\xef\xbb\xbfecho marked\n' >"$scratch/marked"
+"$pcsim" --lab 1 --quiet -f "$scratch/marked" >"$scratch/out" 2>"$scratch/err" ||
+    problem "a byte-order mark was refused: $(cat "$scratch/err")"
+prints '^marked$'
+printf 'echo one\necho t\0wo\n' >"$scratch/nul"
+ends 1 "pcsim: $scratch/nul:2: the line has a NUL byte in it; expected a script of plain text (UTF-8)" \
+    --lab 1 --quiet -f "$scratch/nul"
+prints '^one$'
+
+# Cables without a port are told.
+shows 'No port is behind cables 13 to 14: the cards. ports are eth1 to eth12' \
+    --lab 14 --stopped -x 'show events limit 100'
+shows 'No port is behind cable 13: ' --lab 13 --stopped -x 'show events limit 100'
+"$pcsim" --lab 12 --stopped -x 'show events limit 100' | grep 'No port is behind' &&
+    problem "twelve cables have a port each"
+
 finish

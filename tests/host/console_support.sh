@@ -24,6 +24,14 @@ succeeds() {
     run "$@" || problem "'$*' failed: $(cat "$scratch/err")"
 }
 
+# shows PATTERN ARGUMENT...: pcsim succeeds and prints a line that matches.
+shows() {
+    local pattern=$1
+    shift
+    "$pcsim" "$@" >"$scratch/out" 2>"$scratch/err" || problem "'$*' failed: $(cat "$scratch/err")"
+    prints "$pattern"
+}
+
 # types COMMAND...: the same at the prompt, on a terminal, where an error does not end the session.
 types() {
     printf '%s\n' "$@" quit |

@@ -6,6 +6,7 @@ import pty
 import re
 import select
 import signal
+import struct
 import subprocess
 import sys
 import tempfile
@@ -115,6 +116,19 @@ def prompt_comes_back_after_a_stop(terminal):
     check(not modes[3] & termios.ICANON, "after a stop the prompt has no line editing")
 
 
+def errors_wrap_at_words(terminal):
+    fcntl.ioctl(terminal.terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 24, 40, 0, 0))
+    terminal.send("port 1:1 explode\n")
+    lines = terminal.until(PROMPT).replace("\r", "").split("\n")
+    start = next((i for i, line in enumerate(lines) if line.startswith("error: ")), None)
+    check(start is not None, f"no error on the screen: {lines!r}")
+    shown = [line for line in lines[start or 0:] if line and line != PROMPT]
+    check(len(shown) > 1 and all(len(line) <= 40 for line in shown), f"not wrapped: {shown!r}")
+    check(" ".join(line.strip() for line in shown) ==
+          "error: 'explode' is not known after 'port 1:1'; expected enable|disable|restart, autoneg",
+          f"words were broken: {shown!r}")
+
+
 with tempfile.TemporaryDirectory() as folder:
     session = Terminal(folder)
     everything_arrives(session)
@@ -122,6 +136,7 @@ with tempfile.TemporaryDirectory() as folder:
     empty_line_gives_a_hint(session)
     command_is_interrupted(session)
     prompt_comes_back_after_a_stop(session)
+    errors_wrap_at_words(session)
     session.send("exit\n")
     check(session.status() == 0, "'exit' did not end the session with 0")
 
