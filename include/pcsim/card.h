@@ -31,7 +31,7 @@ extern int32_t simulateRemoteIO;
 #define HAL_CARD_STACKABLE 406u  /* "PCSimStack": up to 12 ports */
 #define HAL_CARD_C128 407u       /* "PCSimC128": 128 ports */
 
-/* --- Capability ----------------------------------------------------------------------------- */
+/* --- Capability ------------------------------------------------------------------------------- */
 
 /* Sizes and limits of a card's forwarding resources. Constants, the same for every known card. */
 typedef struct HalCardResources {
@@ -121,7 +121,7 @@ typedef struct HalCardCapability {
  * memory. Constant but for the number of ports of a stackable, which are the PC's interfaces. */
 typedef HalCardCapability* HalCardGetCapabilityFn(int32_t slot, const char* name);
 
-/* --- Card database -------------------------------------------------------------------------- */
+/* --- Card database ---------------------------------------------------------------------------- */
 
 /* Fills 'table' with the operations of a card family; word 0 is left alone. 'family' is not used:
  * there is one family. Always 0. */
@@ -188,7 +188,7 @@ typedef int32_t HalCardDBSetupFn(HalCardDb* db);
  * not be null. */
 typedef int32_t HalCardSlotDBSetupFn(int32_t slot, struct HalCardSlotDb* db);
 
-/* --- Hardware information ------------------------------------------------------------------- */
+/* --- Hardware information --------------------------------------------------------------------- */
 
 /* Identity of a card. The six version texts are written, NUL-padded, for the stackable and the
  * management module alone; I/O cards leave them as they are. */
@@ -229,7 +229,7 @@ typedef int32_t HalCardGetHwInfoFn(int32_t slot, HalCardHwInfo* info);
 /* Fills the identity of one part of the card in 'slot'. Always 0. */
 typedef int32_t HalCardGetPartInfoFn(int32_t slot, HalPartInfo* part);
 
-/* --- Life cycle and supervision ------------------------------------------------------------- */
+/* --- Life cycle and supervision --------------------------------------------------------------- */
 
 /* Prepares the card's resources and clears the state of its ports. Always 0. */
 typedef int32_t HalCardInitFn(int32_t slot);

@@ -22,7 +22,7 @@ PCSIM_BEGIN_DECLS
  * load 1, 2, 0, 6, 0, 0. */
 extern uint32_t pcSimDeviceState[HAL_DEVICE_NUMBERS];
 
-/* --- Records -------------------------------------------------------------------------------- */
+/* --- Records ---------------------------------------------------------------------------------- */
 
 typedef struct HalDeviceEntry {
     char typeName[32];     /* 0: "PSUCTRL", "mouse" or "floppy", NUL-padded */
@@ -92,7 +92,7 @@ typedef struct HalDeviceCli {
     uint32_t arguments[3]; /* 88 */
 } HalDeviceCli;
 
-/* --- Operations ----------------------------------------------------------------------------- */
+/* --- Operations ------------------------------------------------------------------------------- */
 
 /* A new capability record for 'typeName' (NUL-terminated, not null; compared whole). The HAL owns
  * it and frees it with free(). Null when there is no memory. Constant. */

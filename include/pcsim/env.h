@@ -21,7 +21,7 @@ PCSIM_BEGIN_DECLS
 extern uint32_t pcSimFanPresentMask;         /* 0x0000000F at load: fans 0 to 3 */
 extern uint32_t pcSimPowerSupplyPresentMask; /* 0x0000001E at load: supplies 1 to 4 */
 
-/* --- Records and operations of both kinds --------------------------------------------------- */
+/* --- Records and operations of both kinds ----------------------------------------------------- */
 
 /* Whether unit 'number' is present; the low five bits of the number count, also of a negative one.
  * Live: the presence mask. */
@@ -61,7 +61,7 @@ typedef struct HalEnvHwHead {
     char build[64];   /* 156 */
 } HalEnvHwHead;
 
-/* --- Fans ----------------------------------------------------------------------------------- */
+/* --- Fans ------------------------------------------------------------------------------------- */
 
 typedef HalEnvDb HalFanDb;
 
@@ -134,7 +134,7 @@ typedef struct HalFanSlotDb {
 typedef uint32_t HalFanDBSetupFn(HalFanDb* record);
 typedef uint32_t HalFanSlotDBSetupFn(uint32_t slot, HalFanSlotDb* record);
 
-/* --- Power supplies ------------------------------------------------------------------------- */
+/* --- Power supplies --------------------------------------------------------------------------- */
 
 typedef HalEnvDb HalPowerSupplyDb;
 

@@ -11,7 +11,7 @@
 
 PCSIM_BEGIN_DECLS
 
-/* --- Platform and system manager ------------------------------------------------------------ */
+/* --- Platform and system manager -------------------------------------------------------------- */
 
 #define HAL_PLATFORM_CHASSIS 2
 
@@ -36,7 +36,7 @@ void setCheckpointStats(int32_t a, int32_t b, int32_t percent);
 /* Monotonic time stamp in the host's unit; 'ignored' is 0. */
 uint32_t monotime(int32_t ignored);
 
-/* --- Timers and tasks ----------------------------------------------------------------------- */
+/* --- Timers and tasks ------------------------------------------------------------------------- */
 
 /* Called with the argument the timer was started with. */
 typedef void HalTimerFn(uint32_t argument);
@@ -60,7 +60,7 @@ int32_t halScheduleTask(HalTaskFn* task, uint32_t argument1, uint32_t argument2,
 typedef int32_t HalCompletionFn(uint32_t argument1, uint32_t argument2, uint32_t zero1,
                                 uint32_t zero2);
 
-/* --- Cards ---------------------------------------------------------------------------------- */
+/* --- Cards ------------------------------------------------------------------------------------ */
 
 /* Card states that the library reports. */
 #define HAL_CARD_STATE_POWERED_OFF 3
@@ -83,7 +83,7 @@ int32_t halIsCardOperational(uint32_t slot);
 /* Printable name of a slot; valid until the next call. For traces. */
 const char* getSlotName(int32_t slot);
 
-/* --- Ports ---------------------------------------------------------------------------------- */
+/* --- Ports ------------------------------------------------------------------------------------ */
 
 /* Number of the slot's management port; the library looks only at whether it is zero. */
 int32_t getMgmtPort(uint32_t slot);
@@ -100,7 +100,7 @@ int32_t halNotifyLinkStateChange(uint32_t portInstance, uint32_t link, uint32_t 
                                  uint32_t speed, uint32_t flowControl, uint32_t zero1,
                                  uint32_t zero2);
 
-/* --- Devices -------------------------------------------------------------------------------- */
+/* --- Devices ---------------------------------------------------------------------------------- */
 
 struct HalDeviceRegistration;
 struct HalDeviceInfo;
@@ -123,7 +123,7 @@ int32_t halUpdateDeviceStatus(struct HalDeviceStatus* status, uint32_t reply);
 int32_t halDeviceCmdError(const struct HalDeviceCommand* command, int32_t errorCode,
                           const char* text);
 
-/* --- Replies -------------------------------------------------------------------------------- */
+/* --- Replies ---------------------------------------------------------------------------------- */
 
 #define HAL_REPLY_POE 0x9001u
 
@@ -135,7 +135,7 @@ int32_t replyHandleSend(uint32_t handle, uint32_t messageId, const void* message
 /* Reply handle of the host's PoE manager, read at each query; 0 when the host has none. */
 extern uint32_t poeHandle;
 
-/* --- Global switches ------------------------------------------------------------------------ */
+/* --- Global switches -------------------------------------------------------------------------- */
 
 /* Bit of HalGlobal.switches15: an invalid adjacency compare traps. */
 #define HAL_GLOBAL_ASSERT 0x20u

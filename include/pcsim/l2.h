@@ -21,7 +21,7 @@
 
 PCSIM_BEGIN_DECLS
 
-/* --- Records -------------------------------------------------------------------------------- */
+/* --- Records ---------------------------------------------------------------------------------- */
 
 #define HAL_FDB_BUCKETS 65536u
 #define HAL_FDB_BUCKET_ENTRIES 8u
@@ -70,7 +70,7 @@ typedef struct HalProtocolFilter {
     uint8_t flags148; /* 148 */
 } HalProtocolFilter;
 
-/* --- Forwarding database: family operations ------------------------------------------------- */
+/* --- Forwarding database: family operations --------------------------------------------------- */
 
 /* Makes the table, zeroed, and stores it in '*table' as well as in the exported pcSimFdbTable.
  * Called once, when the family comes up; a second call without a clean-up makes another table and
@@ -125,7 +125,7 @@ typedef HalStubFn HalFdbFilterAddEgressFn;
 typedef HalStubFn HalFdbFilterDelEgressFn;
 typedef HalStubFn HalFdbFilterDumpFn;
 
-/* --- Forwarding database: card operations --------------------------------------------------- */
+/* --- Forwarding database: card operations ----------------------------------------------------- */
 
 /* A card's own copy of the table comes up, goes down, is brought up to date. The simulated cards
  * have none: traced. 0. */
@@ -137,7 +137,7 @@ typedef int32_t HalCardFdbSyncHwFn(int32_t slot);
 typedef HalStubFn HalCardMacFdbWriteEntryFn;
 typedef HalStubFn HalCardMacFdbCheckMacRefreshFn;
 
-/* --- VLANs, ports and memberships ----------------------------------------------------------- */
+/* --- VLANs, ports and memberships ------------------------------------------------------------- */
 
 /* Makes a hardware handle for the record and stores it in '*handle', null when there is no memory.
  * A vlanIf's handle reads 1, the others 0. Traced. 0. */

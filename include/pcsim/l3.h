@@ -19,7 +19,7 @@
 
 PCSIM_BEGIN_DECLS
 
-/* --- Records that the HAL passes ------------------------------------------------------------ */
+/* --- Records that the HAL passes -------------------------------------------------------------- */
 
 /* An address of either family, in network byte order. An IPv4 address fills the first word, the
  * others are 0. */
@@ -72,7 +72,7 @@ typedef struct pcSimIPv6FibReq {
     pcSimIPv6FibSlot slots[]; /* 24: a flush reads the VLAN of the first, whatever 'count' says */
 } pcSimIPv6FibReq;
 
-/* --- Nodes of the tables --------------------------------------------------------------------- */
+/* --- Nodes of the tables ---------------------------------------------------------------------- */
 
 /* A place in a circular doubly linked list; alone, it points at itself. */
 typedef struct pcSimFibLinks {
@@ -146,7 +146,7 @@ typedef void HalIpAdjRemoveFn(const pcSimIpAdjRec* record);
  * standard output when it is null. 0. */
 typedef uint32_t HalIpAdjDumpFn(const pcSimDumpSink* sink);
 
-/* --- IPv4 route operations ------------------------------------------------------------------- */
+/* --- IPv4 route operations -------------------------------------------------------------------- */
 
 /* Adds the slots' next hops to the route of 'request', which is made when it is not there; a slot
  * that the route has already is skipped. With 'count' below 1 a route without next hops is made,
@@ -174,7 +174,7 @@ typedef uint32_t HalIPv4FibFlushFn(const pcSimIPv4FibReq* filter);
  * it is null. 0. */
 typedef uint32_t HalIPv4FibDumpFn(const pcSimDumpSink* sink);
 
-/* --- IPv6 route operations ------------------------------------------------------------------- */
+/* --- IPv6 route operations -------------------------------------------------------------------- */
 /* As those of IPv4, without adjacencies; 'count' is never negative. */
 
 typedef int32_t HalIPv6FibAddEntryFn(const pcSimIPv6FibReq* request);

@@ -12,7 +12,7 @@
 
 PCSIM_BEGIN_DECLS
 
-/* --- Sampling ------------------------------------------------------------------------------- */
+/* --- Sampling --------------------------------------------------------------------------------- */
 
 /* The sampling counters, shared by all ports; 0 at load. */
 extern int32_t sampleFrames; /* grows by 100 with each read */
@@ -49,7 +49,7 @@ typedef int32_t HalSFLOWDelPortsForSampleFn(uint32_t ignored, const HalSamplePor
  * used. Simulated. */
 typedef int32_t HalSFLOWGetCntSampleOnPortFn(uint32_t port, HalSampleCounters* record);
 
-/* --- Power over Ethernet -------------------------------------------------------------------- */
+/* --- Power over Ethernet ---------------------------------------------------------------------- */
 
 #define HAL_POE_VERSION 3u
 #define HAL_POE_PORT_DETAILS 6u

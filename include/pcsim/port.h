@@ -70,7 +70,7 @@ typedef struct PortStatsRecord {
     uint8_t reserved388[808];
 } PortStatsRecord;
 
-/* --- Tables, open to the host and to debuggers ----------------------------------------------- */
+/* --- Tables, open to the host and to debuggers ------------------------------------------------ */
 
 /* Bit of a portInfo byte: the port is administratively disabled. The other bits are never set. */
 #define PCSIM_PORT_DISABLED 0x01u
@@ -85,7 +85,7 @@ extern PortStatsRecord prevstats[PCSIM_PORT_SLOTS][PCSIM_PORTS_PER_SLOT];
  * then kept for the life of the process. */
 extern int32_t skfd;
 
-/* --- Operations --------------------------------------------------------------------------------
+/* --- Operations ----------------------------------------------------------------------------------
  * All return 0 on success and -1 on failure unless said otherwise. Operations that the table types
  * as HalStubFn are accepted and ignored. "Traces" means: says so in the event log, as information
  * of the 'Port' component, and does nothing else. */

@@ -12,7 +12,7 @@
 
 PCSIM_BEGIN_DECLS
 
-/* --- Chassis information ------------------------------------------------------------------- */
+/* --- Chassis information ---------------------------------------------------------------------- */
 
 #define HAL_CHASSIS_MAC_COUNT 32
 
@@ -58,7 +58,7 @@ typedef struct HalChassisInfo {
  * other 31 stay as they are. Always 0. 'info' must not be null. */
 typedef int32_t HalChassisGetInfoFn(HalChassisInfo* info);
 
-/* --- Chassis capability -------------------------------------------------------------------- */
+/* --- Chassis capability ----------------------------------------------------------------------- */
 
 /* Flags of a card type that a chassis takes. */
 #define HAL_CARD_TYPE_IO 1u
@@ -81,7 +81,7 @@ typedef struct HalChassisCapability {
  * Constant. */
 typedef HalChassisCapability* HalChassisGetCapabilityFn(void);
 
-/* --- Module control ------------------------------------------------------------------------ */
+/* --- Module control --------------------------------------------------------------------------- */
 
 #define HAL_MODULE_SET_CARDS 0
 #define HAL_MODULE_SET_FANS 1
@@ -94,12 +94,12 @@ typedef HalChassisCapability* HalChassisGetCapabilityFn(void);
  * -2 for any other request, which changes nothing. */
 typedef int32_t HalModuleIoctlFn(uint32_t module, int32_t request, void* argument);
 
-/* --- Checkpoints --------------------------------------------------------------------------- */
+/* --- Checkpoints ------------------------------------------------------------------------------ */
 
 /* Reports the checkpoint as complete at once, setCheckpointStats(0, 0, 100). Always 0. */
 typedef int32_t HalCheckpointStartFn(void);
 
-/* --- The table ----------------------------------------------------------------------------- */
+/* --- The table -------------------------------------------------------------------------------- */
 
 /* 29 words, owned by the HAL, every one of them written. */
 typedef struct HalSystemOps {

@@ -10,8 +10,7 @@
 
 extern "C" {
 
-// --- What routes use of adjacencies
-// ---------------------------------------------------------------
+// --- What routes use of adjacencies --------------------------------------------------------------
 
 // The adjacency of (vrId, IPv4 address 'ip', vlan). With 'create' one that isn't there is made as a
 // placeholder without MAC address and port. Null when there is none, or no memory for it.
@@ -26,8 +25,7 @@ PCSIM_EXPORT void rtAttachIpAdjEntry(pcSimIpAdjEntry* entry, pcSimFibNextHop* ne
 // The next hop's adjacency pointer is left as it was. Null, or no adjacency, traps.
 PCSIM_EXPORT void rtDeattachIpAdjEntry(pcSimFibNextHop* nextHop) noexcept;
 
-// --- What adjacencies use of routes
-// ---------------------------------------------------------------
+// --- What adjacencies use of routes --------------------------------------------------------------
 
 // The route of (vrId, address, 255.255.255.255), or null.
 PCSIM_EXPORT pcSimIPv4FibRoute* pcSimIPv4FibDirectRtLookup(uint32_t vrId,

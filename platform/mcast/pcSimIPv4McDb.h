@@ -16,7 +16,7 @@
 
 extern "C" {
 
-// --- Set-up -------------------------------------------------------------------------------------
+// --- Set-up --------------------------------------------------------------------------------------
 
 // Makes empty buckets for dmGetMaxVr() virtual routers; called by system initialisation. Whatever
 // an earlier call has left is deleted first. 1; 0 when memory runs out, and then nothing changed.
@@ -44,8 +44,7 @@ PCSIM_EXPORT int32_t pcSimHalIpv4McHwCacheOifPortAdd(const HalMcastRequest* requ
 PCSIM_EXPORT int32_t pcSimHalIpv4McHwCacheOifPortDel(const HalMcastRequest* request) noexcept;
 PCSIM_EXPORT int32_t pcSimHalIpv4McHwCacheGetStats(HalMcastStats* stats) noexcept;
 
-// --- Interfaces that go away
-// ----------------------------------------------------------------------
+// --- Interfaces that go away ---------------------------------------------------------------------
 
 // Takes a VLAN out of every cache, and deletes the caches that it was the incoming VLAN of. 0.
 PCSIM_EXPORT int32_t pcSimHalIpv4McHwVlanDel(uint32_t vlanInstance) noexcept;
@@ -54,8 +53,7 @@ PCSIM_EXPORT int32_t pcSimHalIpv4McHwVlanDel(uint32_t vlanInstance) noexcept;
 PCSIM_EXPORT int32_t pcSimHalIpv4McHwPifDel(uint32_t portKey) noexcept;
 PCSIM_EXPORT int32_t pcSimHalIpv4McHwVpifDel(uint32_t vlanInstance, uint32_t portKey) noexcept;
 
-// --- Dump
-// -------------------------------------------------------------------------------------------
+// --- Dump ----------------------------------------------------------------------------------------
 
 // 0. With a null 'sink' the text goes to standard output.
 PCSIM_EXPORT int32_t dumpHalMcDb(const pcSimDumpSink* sink) noexcept;
@@ -64,16 +62,14 @@ PCSIM_EXPORT int32_t dumpCacheNode(const pcSimDumpSink* sink, pcsim::CacheNode* 
 // Dotted text of an address in network byte order. Five results stay valid at once.
 PCSIM_EXPORT char* hmc_ntoa(uint32_t address) noexcept;
 
-// --- Hooks
-// ------------------------------------------------------------------------------------------
+// --- Hooks ---------------------------------------------------------------------------------------
 
 PCSIM_EXPORT void ptagInit() noexcept;     // a cache has been made
 PCSIM_EXPORT void ptagRelease() noexcept;  // a cache is being deleted
 PCSIM_EXPORT void asicAddPort() noexcept;  // a port has been added to a cache
 PCSIM_EXPORT void asicDelPort() noexcept;  // a port has been unlinked from its VLAN on the port
 
-// --- Getters: find the node, else make it
-// ----------------------------------------------------------
+// --- Getters: find the node, else make it --------------------------------------------------------
 
 // Null when the host has no record for the VLAN or port, or its tree refuses the node.
 PCSIM_EXPORT pcsim::VlanNode* pcSimGetVlanNode(uint32_t vlanInstance) noexcept;
@@ -88,8 +84,7 @@ PCSIM_EXPORT pcsim::VpifNode* pcSimGetVpifNode(pcsim::PortNode* portNode,
 PCSIM_EXPORT int32_t pcSimAddCachePort(pcsim::CacheNode* cache,
                                        const HalMcastOutgoing* entry) noexcept;
 
-// --- State, for debuggers
-// ---------------------------------------------------------------------------
+// --- State, for debuggers ------------------------------------------------------------------------
 
 extern PCSIM_EXPORT HalTreeRoot* groupTable;  // 512 roots per virtual router
 extern PCSIM_EXPORT HalTreeRoot vlanTree;
