@@ -20,8 +20,16 @@
 /* A 64-bit counter at the 4-byte alignment that i386 gives it inside records. */
 typedef uint64_t HalCounter64 __attribute__((aligned(4)));
 
-/* An operation that the platform accepts and ignores: the HAL may pass any arguments (cdecl, the
- * caller removes them), nothing is read or written, the result is 0. */
-typedef int32_t HalStubFn(void);
+/* An operation that is accepted and ignored: nothing is read or written, the result is 0. It can be
+ * called with whatever arguments the HAL has for it (cdecl: the caller removes them). C has such a
+ * type from C23 on; until then it is one without a prototype, which C++ never had. */
+#if defined __cplusplus || (defined __STDC_VERSION__ && __STDC_VERSION__ > 201710L)
+typedef int32_t HalStubFn(...);
+#else
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wstrict-prototypes"
+typedef int32_t HalStubFn();
+#pragma GCC diagnostic pop
+#endif
 
 #endif

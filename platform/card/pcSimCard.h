@@ -7,7 +7,7 @@
 #define PCSIM_CARD_PCSIMCARD_H
 
 #include "pcsim/card.h"
-#include "platform/base/export.h"
+#include "platform/base/stub.h"
 
 extern "C" {
 
@@ -31,12 +31,12 @@ PCSIM_EXPORT int32_t pcSimDelayRelyCallback(uint32_t value, uint32_t argument) n
 
 PCSIM_EXPORT int32_t pcSimIsCardHwPresent(int32_t slot) noexcept;
 PCSIM_EXPORT int32_t pcSimCardReadTemperature(int32_t slot, int32_t* temperature) noexcept;
-PCSIM_EXPORT int32_t pcSimCardInitOdometer() noexcept;
-PCSIM_EXPORT int32_t pcSimCardSetOdometer() noexcept;
+PCSIM_DECLARE_STUB(pcSimCardInitOdometer)
+PCSIM_DECLARE_STUB(pcSimCardSetOdometer)
 PCSIM_EXPORT int32_t pcSimCardGetOdometer(int32_t slot, int32_t* odometer) noexcept;
-PCSIM_EXPORT int32_t pcSimCardOptionEnable() noexcept;
-PCSIM_EXPORT int32_t pcSimCardOffline() noexcept;
-PCSIM_EXPORT int32_t pcSimCardLEDSet() noexcept;
+PCSIM_DECLARE_STUB(pcSimCardOptionEnable)
+PCSIM_DECLARE_STUB(pcSimCardOffline)
+PCSIM_DECLARE_STUB(pcSimCardLEDSet)
 PCSIM_EXPORT int32_t pcSimMacIntEnable(int32_t slot, int32_t enable) noexcept;
 PCSIM_EXPORT int32_t pcSimMacIntrGetMask(int32_t slot, uint32_t* mask) noexcept;
 PCSIM_EXPORT int32_t pcSimCardLinkIntrMask() noexcept;

@@ -8,7 +8,7 @@
 #define PCSIM_CARD_PCSIMCARDDB_H
 
 #include "pcsim/card.h"
-#include "platform/base/export.h"
+#include "platform/base/stub.h"
 
 extern "C" {
 
@@ -36,10 +36,10 @@ PCSIM_EXPORT int32_t pcSimCardLinkIntrEnable(int32_t slot, int32_t enable) noexc
 PCSIM_EXPORT int32_t pcSimFamilyDBSetup(uint32_t family, HalFamilyOps* table) noexcept;
 
 // Mirroring, which the simulation does not model: accepted and ignored, 0.
-PCSIM_EXPORT int32_t pcSimMirEnable() noexcept;
-PCSIM_EXPORT int32_t pcSimMirCfgPort() noexcept;
-PCSIM_EXPORT int32_t pcSimMirVlanCfgPort() noexcept;
-PCSIM_EXPORT int32_t pcSimMirTrunkCfgPort() noexcept;
+PCSIM_DECLARE_STUB(pcSimMirEnable)
+PCSIM_DECLARE_STUB(pcSimMirCfgPort)
+PCSIM_DECLARE_STUB(pcSimMirVlanCfgPort)
+PCSIM_DECLARE_STUB(pcSimMirTrunkCfgPort)
 }
 
 #endif

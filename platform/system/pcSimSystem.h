@@ -8,7 +8,7 @@
 #define PCSIM_SYSTEM_PCSIMSYSTEM_H
 
 #include "pcsim/base.h"
-#include "platform/base/export.h"
+#include "platform/base/stub.h"
 
 struct HalSystemOps;
 struct HalChassisInfo;
@@ -31,11 +31,11 @@ PCSIM_EXPORT int32_t pcSimChassisChassisGetInfo(HalChassisInfo* info) noexcept;
 PCSIM_EXPORT HalChassisCapability* pcSimStackChassisGetCapability() noexcept;
 PCSIM_EXPORT HalChassisCapability* pcSimChassisChassisGetCapability() noexcept;
 PCSIM_EXPORT int32_t pcSimModuleIoctl(uint32_t module, int32_t request, void* argument) noexcept;
-PCSIM_EXPORT int32_t pcSimSystemNop() noexcept;
-PCSIM_EXPORT int32_t pcSimSystemShutdown() noexcept;
-PCSIM_EXPORT int32_t pcSimCheckpointMsgHandler() noexcept;
+PCSIM_DECLARE_STUB(pcSimSystemNop)
+PCSIM_DECLARE_STUB(pcSimSystemShutdown)
+PCSIM_DECLARE_STUB(pcSimCheckpointMsgHandler)
 PCSIM_EXPORT int32_t pcSimCheckpointStart() noexcept;
-PCSIM_EXPORT int32_t pcSimCheckpointStop() noexcept;
+PCSIM_DECLARE_STUB(pcSimCheckpointStop)
 }
 
 #endif
