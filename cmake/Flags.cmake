@@ -32,6 +32,9 @@ target_link_libraries(platform_flags INTERFACE pcsim_flags)
 # The interface is fixed words: conversions between widths are written out.
 target_compile_options(platform_flags INTERFACE -fPIC -fvisibility=hidden -Wconversion -Wcast-align
                        $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+# What the interface headers declare by name is what the library exports.
+target_compile_definitions(platform_flags INTERFACE
+                           "PCSIM_API=__attribute__((visibility(\"default\")))")
 if(NOT PCSIM_NATIVE)
     target_compile_options(platform_flags INTERFACE -march=i686 -mtune=generic)
 endif()

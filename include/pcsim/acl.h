@@ -116,6 +116,36 @@ typedef int32_t HalIPv4AclClearCounterFn(const HalAclCounterRequest* request);
 
 /* pcSimIPv4AclModify, pcSimCardIPv4AclSyncBegin and pcSimCardIPv4AclSyncEnd are HalStubFn. */
 
+/* A stored list, and an instance that lists are bound to: the library's, never looked into. */
+typedef struct HalAclList HalAclList;
+typedef struct HalAclInstance HalAclInstance;
+
+/* Binds 'instance' to 'list' in 'slot' with zeroed counters, as a config does once it has found
+ * both: the slot leaves the list it was bound to; bound to this one already, it only gets fresh
+ * counters. 0; -1 when the slot is neither 0 nor 1, memory runs out, or the host's tree refuses the
+ * member, and then it is not bound to 'list'. Live. */
+typedef int32_t HalAclAttachInstanceFn(HalAclList* list, uint32_t slot, HalAclInstance* instance);
+
+/* Reverses it; the instance itself stays. Nothing happens when the slot is not bound to 'list'. A
+ * deleted list goes with its last binding. Always 0. Live. */
+typedef int32_t HalAclUnAttachInstanceFn(HalAclList* list, uint32_t slot, HalAclInstance* instance);
+
+/* --- Operations by name ----------------------------------------------------------------------- */
+
+PCSIM_OPERATION(HalIPv4AclAddFn, pcSimIPv4AclAdd);
+PCSIM_OPERATION(HalIPv4AclDelFn, pcSimIPv4AclDel);
+PCSIM_OPERATION(HalIPv4AclRefreshDiffFn, pcSimIPv4AclRefreshDiff);
+PCSIM_OPERATION(HalIPv4AclRefreshFn, pcSimIPv4AclRefresh);
+PCSIM_OPERATION(HalIPv4AclConfigFn, pcSimIPv4AclConfig);
+PCSIM_OPERATION(HalIPv4AclUnconfigFn, pcSimIPv4AclUnconfig);
+PCSIM_OPERATION(HalIPv4AclGetCounterFn, pcSimIPv4AclGetCounter);
+PCSIM_OPERATION(HalIPv4AclClearCounterFn, pcSimIPv4AclClearCounter);
+PCSIM_OPERATION(HalStubFn, pcSimIPv4AclModify);
+PCSIM_OPERATION(HalStubFn, pcSimCardIPv4AclSyncBegin);
+PCSIM_OPERATION(HalStubFn, pcSimCardIPv4AclSyncEnd);
+PCSIM_OPERATION(HalAclAttachInstanceFn, aclAttachInstance);
+PCSIM_OPERATION(HalAclUnAttachInstanceFn, aclUnAttachInstance);
+
 PCSIM_END_DECLS
 
 #endif

@@ -17,6 +17,30 @@
 #define PCSIM_END_DECLS
 #endif
 
+/* An exported operation, declared under its own name with the type that a table word for it has. In
+ * C++ it also says that it throws nothing, which a word leaves open: a HAL may fill a table with
+ * functions of its own. PCSIM_API is what the library's own build marks its exports with. */
+#ifndef PCSIM_API
+#define PCSIM_API
+#endif
+#if defined __cplusplus && __cplusplus >= 201703L
+extern "C++" {
+template <typename Operation>
+struct PcsimNoexcept;
+template <typename Result, typename... Parameters>
+struct PcsimNoexcept<Result(Parameters...)> {
+    typedef Result Type(Parameters...) noexcept;
+};
+template <typename Result, typename... Parameters>
+struct PcsimNoexcept<Result(Parameters..., ...)> {
+    typedef Result Type(Parameters..., ...) noexcept;
+};
+}
+#define PCSIM_OPERATION(type, name) PCSIM_API PcsimNoexcept<type>::Type name
+#else
+#define PCSIM_OPERATION(type, name) PCSIM_API type name
+#endif
+
 /* A 64-bit counter at the 4-byte alignment that i386 gives it inside records. */
 typedef uint64_t HalCounter64 __attribute__((aligned(4)));
 

@@ -8,6 +8,7 @@
 #define PCSIM_CARD_H
 
 #include "pcsim/base.h"
+#include "pcsim/host.h"
 #include "pcsim/part_info.h"
 
 PCSIM_BEGIN_DECLS
@@ -17,11 +18,11 @@ struct HalCardSlotDb;
 
 /* Bit n set: a card sits in slot n, of the low five bits of a slot's number. Set by module control,
  * at any time. At load slot 8 and slots 11 to 15 are empty. */
-extern uint32_t pcSimCardPresentMask;
+extern PCSIM_API uint32_t pcSimCardPresentMask;
 
 /* 1 when the delayed reports of card states are wanted: set by the chassis card-database setup from
  * the environment (HAL_SIM_REMOTE_IO), never cleared. */
-extern int32_t simulateRemoteIO;
+extern PCSIM_API int32_t simulateRemoteIO;
 
 /* Card types. */
 #define HAL_CARD_UNKNOWN 0u
@@ -272,6 +273,69 @@ typedef struct HalCardDiagnosticsResult {
 
 /* Stores "Diag not supported" in 'result'. Always 0. */
 typedef int32_t HalCardDiagnosticsGetResultFn(int32_t slot, HalCardDiagnosticsResult* result);
+
+/* The card type of every slot of a stackable: HAL_CARD_STACKABLE. Constant. */
+typedef uint32_t HalStackCardGetIdFn(void);
+
+/* The card type of a chassis slot: HAL_CARD_C256 up to slot 0, HAL_CARD_C2 in slots 1 to 8,
+ * HAL_CARD_MANAGEMENT above. Whoever defines it in the host decides what sits in the slots.
+ * Constant. */
+typedef uint32_t HalChassisCardGetIdFn(int32_t slot);
+
+/* Prepares the module; the card-database setups call it. Traced. Always 0. Accepted and ignored. */
+typedef int32_t HalInitFn(void);
+
+/* The task of a delayed report, which the requests above schedule: reports the state 'value &
+ * 0xFFFF' of the card in slot 'value >> 16' through halCardStatusUpdate. 'argument' is the host's
+ * and is handed on. Always 0. Simulated. Thread: the HAL's task context. */
+typedef HalTaskFn HalDelayRelyCallbackFn;
+
+/* --- Operations by name ----------------------------------------------------------------------- */
+/* One name per shape where the shapes differ. */
+
+PCSIM_OPERATION(HalCardDBSetupFn, pcSimStackCardDBSetup);
+PCSIM_OPERATION(HalCardDBSetupFn, pcSimChassisCardDBSetup);
+PCSIM_OPERATION(HalCardSlotDBSetupFn, pcSimStackCardSlotDBSetup);
+PCSIM_OPERATION(HalCardSlotDBSetupFn, pcSimChassisCardSlotDBSetup);
+PCSIM_OPERATION(HalFamilyDBSetupFn, pcSimFamilyDBSetup);
+PCSIM_OPERATION(HalStackCardGetIdFn, pcSimStackCardGetId);
+PCSIM_OPERATION(HalChassisCardGetIdFn, pcSimChassisCardGetId);
+PCSIM_OPERATION(HalCardGetCapabilityFn, pcSimCardGetCapability);
+PCSIM_OPERATION(HalCardGetHwInfoFn, pcSimStackCardGetHwInfo);
+PCSIM_OPERATION(HalCardGetHwInfoFn, pcSimChassisCardGetHwInfo);
+PCSIM_OPERATION(HalCardGetPartInfoFn, pcSimStackCardGetPartInfo);
+PCSIM_OPERATION(HalCardGetPartInfoFn, pcSimChassisCardGetPartInfo);
+PCSIM_OPERATION(HalCardGetPartInfoFn, pcSimStackCardGetCPUSubSystemPartInfo);
+PCSIM_OPERATION(HalCardGetPartInfoFn, pcSimChassisCardGetCPUSubSystemPartInfo);
+PCSIM_OPERATION(HalIsCardHwPresentFn, pcSimIsCardHwPresent);
+PCSIM_OPERATION(HalCardPowerEnableFn, pcSimCardPowerEnable);
+PCSIM_OPERATION(HalCardRunExtPostFn, pcSimCardRunExtPost);
+PCSIM_OPERATION(HalCardStartDownloadFn, pcSimCardStartDownload);
+PCSIM_OPERATION(HalCardStartBootingFn, pcSimCardStartBooting);
+PCSIM_OPERATION(HalCardDiagnosticsRunFn, pcSimCardDiagnosticsRun);
+PCSIM_OPERATION(HalCardDiagnosticsGetResultFn, pcSimCardDiagnosticsGetResult);
+PCSIM_OPERATION(HalDelayRelyCallbackFn, pcSimDelayRelyCallback);
+PCSIM_OPERATION(HalInitFn, pcSimInit);
+PCSIM_OPERATION(HalCardInitFn, pcSimCardInit);
+PCSIM_OPERATION(HalCardCleanupFn, pcSimCardCleanup);
+PCSIM_OPERATION(HalCardPowerOnCheckFn, pcSimCardPowerOnCheck);
+PCSIM_OPERATION(HalCardReadTemperatureFn, pcSimCardReadTemperature);
+PCSIM_OPERATION(HalCardGetOdometerFn, pcSimCardGetOdometer);
+PCSIM_OPERATION(HalCardInternalLinkEnableFn, pcSimCardInternalLinkEnable);
+PCSIM_OPERATION(HalCardInternalLinkConfigLoadSharingFn, pcSimCardInternalLinkConfigLoadSharing);
+PCSIM_OPERATION(HalMacIntEnableFn, pcSimMacIntEnable);
+PCSIM_OPERATION(HalMacIntrGetMaskFn, pcSimMacIntrGetMask);
+PCSIM_OPERATION(HalCardLinkIntrEnableFn, pcSimCardLinkIntrEnable);
+PCSIM_OPERATION(HalCardLinkIntrMaskFn, pcSimCardLinkIntrMask);
+PCSIM_OPERATION(HalStubFn, pcSimCardOffline);
+PCSIM_OPERATION(HalStubFn, pcSimCardOptionEnable);
+PCSIM_OPERATION(HalStubFn, pcSimCardLEDSet);
+PCSIM_OPERATION(HalStubFn, pcSimCardSetOdometer);
+PCSIM_OPERATION(HalStubFn, pcSimCardInitOdometer);
+PCSIM_OPERATION(HalStubFn, pcSimMirEnable);
+PCSIM_OPERATION(HalStubFn, pcSimMirCfgPort);
+PCSIM_OPERATION(HalStubFn, pcSimMirVlanCfgPort);
+PCSIM_OPERATION(HalStubFn, pcSimMirTrunkCfgPort);
 
 PCSIM_END_DECLS
 

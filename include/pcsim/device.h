@@ -20,7 +20,7 @@ PCSIM_BEGIN_DECLS
 
 /* State of each device, by number; set through the command line, reported by the next poll. At
  * load 1, 2, 0, 6, 0, 0. */
-extern uint32_t pcSimDeviceState[HAL_DEVICE_NUMBERS];
+extern PCSIM_API uint32_t pcSimDeviceState[HAL_DEVICE_NUMBERS];
 
 /* --- Records ---------------------------------------------------------------------------------- */
 
@@ -109,6 +109,42 @@ typedef HalDeviceCapability* HalGetDeviceCapabilityFn(const char* typeName);
  * HAL_DEVICE_REGISTER registers them and returns what that returns (0, or -1 to -5 when memory runs
  * out); every other code returns -1, and then nothing else happens. */
 typedef int32_t HalDeviceCommandFn(const HalDeviceCommand* command);
+
+/* Starts the state poll (halStartTimer, 5000 ms) and registers the devices; system initialisation
+ * calls it once. What the registration returns. Live. Thread: the HAL's main thread, at start-up;
+ * the poll runs in the HAL's timer context. */
+typedef int32_t HalDeviceInitFn(void);
+
+/* Builds all records, at a later call the same ones anew, and hands them to halRegisterDevice once,
+ * whose result is ignored. 0; -1 when there is no memory for the registration record, -2 to -5 for
+ * the status record of device 0, 1, 3 or 5: what was allocated until then is kept for the next try.
+ * Constant but for the time stamps. */
+typedef int32_t HalRegisterDeviceFn(void);
+
+/* What HalDeviceCommandFn hands the commands of one kind of device to; HAL_DEVICE_REGISTER is no
+ * command of theirs. A number other than 0 and 1 is no Tarn and answers as an unknown device.
+ * Simulated. */
+typedef int32_t HalTarnCmdFn(uint32_t deviceNumber, const HalDeviceCommand* command);
+typedef int32_t HalMouseCmdFn(const HalDeviceCommand* command);
+typedef int32_t HalFloppyCmdFn(const HalDeviceCommand* command);
+
+/* Carries out a line of the HAL's command line, which module control passes on as
+ * HAL_MODULE_DEVICE_COMMAND; called by name, it also tells the result. Keyword "state" (in any
+ * case): sets pcSimDeviceState[arguments[0]] to arguments[1], for the next poll to report; 0, -1
+ * for a device above 5. Any other keyword: the command with code, device and reply handle in
+ * 'arguments', and its result. Prints what it does. Simulated. */
+typedef int32_t HalDeviceCLIHookFn(const HalDeviceCli* cli);
+
+/* --- Operations by name ----------------------------------------------------------------------- */
+
+PCSIM_OPERATION(HalDeviceInitFn, pcSimDeviceInit);
+PCSIM_OPERATION(HalRegisterDeviceFn, pcSimRegisterDevice);
+PCSIM_OPERATION(HalGetDeviceCapabilityFn, pcSimGetDeviceCapability);
+PCSIM_OPERATION(HalDeviceCommandFn, pcSimDeviceCommand);
+PCSIM_OPERATION(HalTarnCmdFn, pcSimTarnCmd);
+PCSIM_OPERATION(HalMouseCmdFn, pcSimMouseCmd);
+PCSIM_OPERATION(HalFloppyCmdFn, pcSimFloppyCmd);
+PCSIM_OPERATION(HalDeviceCLIHookFn, pcSimDeviceCLIHook);
 
 PCSIM_END_DECLS
 

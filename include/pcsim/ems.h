@@ -35,12 +35,12 @@ typedef struct HalEmsComponent {
 #define HAL_EMS_COMPONENT_TRACE 0x68u
 
 /* Set by the host, before or after it loads the library. */
-extern HalEmsComponent* _ems_HAL_Sys_ComponentHandle;
-extern HalEmsComponent* _ems_HAL_Card_ComponentHandle;
-extern HalEmsComponent* _ems_HAL_Port_ComponentHandle;
-extern HalEmsComponent* _ems_HAL_VLAN_ComponentHandle;
-extern HalEmsComponent* _ems_HAL_FDB_ComponentHandle;
-extern HalEmsComponent* _ems_trace_ComponentHandle;
+extern PCSIM_API HalEmsComponent* _ems_HAL_Sys_ComponentHandle;
+extern PCSIM_API HalEmsComponent* _ems_HAL_Card_ComponentHandle;
+extern PCSIM_API HalEmsComponent* _ems_HAL_Port_ComponentHandle;
+extern PCSIM_API HalEmsComponent* _ems_HAL_VLAN_ComponentHandle;
+extern PCSIM_API HalEmsComponent* _ems_HAL_FDB_ComponentHandle;
+extern PCSIM_API HalEmsComponent* _ems_trace_ComponentHandle;
 
 /* The host's descriptor of the 'trace' component; never looked into. A host without one cannot
  * have that component registered. */
@@ -57,6 +57,25 @@ int emsNotifyIncident(const char* file, int line, const char* function, HalEmsCo
  * '*handle' null when it can't. The library registers the 'trace' component alone, with kind 2, at
  * the first adjacency trace that finds its handle null. The result is ignored. */
 int emsRegisterComponent(int kind, HalEmsDescriptor* descriptor, HalEmsComponent** handle);
+
+/* Sends one incident of a module of the library to emsNotifyIncident, with the module's own file
+ * name whatever 'file' says, its component's handle and its incident identifier, and returns what
+ * that returns. Level and mask have been looked at before: a call sends. Live. */
+typedef int HalTraceFn(const char* file, int line, const char* function, const char* format, ...);
+
+#define PCSIM_TRACE_OPERATION(name) \
+    PCSIM_OPERATION(HalTraceFn, name) __attribute__((format(printf, 4, 5)))
+PCSIM_TRACE_OPERATION(pcSimCardTrace);   /* "pcSimCard.c", 0x540005 */
+PCSIM_TRACE_OPERATION(pcSimCardDBTrace); /* "pcSimCardDB.c", 0x540001 */
+PCSIM_TRACE_OPERATION(pcSimFdbTrace);    /* "pcSimFdb.c", 0x570005 */
+PCSIM_TRACE_OPERATION(pcSimVlanTrace);   /* "pcSimVlan.c", 0x560005 */
+PCSIM_TRACE_OPERATION(pcSimPortTrace);   /* "pcSimPort.c", 0x550005 */
+PCSIM_TRACE_OPERATION(pcSimSystemTrace); /* "pcSimSystem.c", 0x520001 */
+PCSIM_TRACE_OPERATION(pcSimFanTrace);    /* "pcSimFan.c", 0x520005 */
+PCSIM_TRACE_OPERATION(pcSimPSTrace);     /* "pcSimPowerSupply.c", 0x520005 */
+PCSIM_TRACE_OPERATION(pcSimDeviceTrace); /* "pcSimDevice.c", 0x520001 */
+PCSIM_TRACE_OPERATION(pcSimIpAdjTrace);  /* "pcSimIpAdj.c", 0x680000 */
+#undef PCSIM_TRACE_OPERATION
 
 PCSIM_END_DECLS
 

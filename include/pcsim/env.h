@@ -18,8 +18,8 @@
 PCSIM_BEGIN_DECLS
 
 /* Bit n set: unit n is present. Set by module control, at any time. */
-extern uint32_t pcSimFanPresentMask;         /* 0x0000000F at load: fans 0 to 3 */
-extern uint32_t pcSimPowerSupplyPresentMask; /* 0x0000001E at load: supplies 1 to 4 */
+extern PCSIM_API uint32_t pcSimFanPresentMask;         /* 0x0000000F at load: fans 0 to 3 */
+extern PCSIM_API uint32_t pcSimPowerSupplyPresentMask; /* 0x0000001E at load: supplies 1 to 4 */
 
 /* --- Records and operations of both kinds ----------------------------------------------------- */
 
@@ -198,6 +198,42 @@ typedef struct HalPSSlotDb {
  * database record is left alone. 'slot' is not used. */
 typedef uint32_t HalPSDBSetupFn(HalPowerSupplyDb* record);
 typedef uint32_t HalPSSlotDBSetupFn(uint32_t slot, HalPSSlotDb* record);
+
+/* --- Operations by name ----------------------------------------------------------------------- */
+/* One name per shape where the shapes differ. */
+
+PCSIM_OPERATION(HalFanDBSetupFn, pcSimStackFanDBSetup);
+PCSIM_OPERATION(HalFanDBSetupFn, pcSimChassisFanDBSetup);
+PCSIM_OPERATION(HalFanSlotDBSetupFn, pcSimStackFanSlotDBSetup);
+PCSIM_OPERATION(HalFanSlotDBSetupFn, pcSimChassisFanSlotDBSetup);
+PCSIM_OPERATION(HalFanGetPartInfoFn, pcSimStackFanGetPartInfo);
+PCSIM_OPERATION(HalFanGetPartInfoFn, pcSimChassisFanGetPartInfo);
+PCSIM_OPERATION(HalFanReadHwInfoFn, pcSimStackFanReadHwInfo);
+PCSIM_OPERATION(HalFanReadHwInfoFn, pcSimChassisFanReadHwInfo);
+PCSIM_OPERATION(HalFanReadRpmFn, pcSimStackFanReadRpm);
+PCSIM_OPERATION(HalFanReadRpmFn, pcSimChassisFanReadRpm);
+PCSIM_OPERATION(HalIsFanPresentFn, pcSimIsFanPresent);
+PCSIM_OPERATION(HalFanReadTempFn, pcSimFanReadTemp);
+PCSIM_OPERATION(HalFanGetOdometerFn, pcSimFanGetOdometer);
+PCSIM_OPERATION(HalFanInitOdometerFn, pcSimFanInitOdometer);
+PCSIM_OPERATION(HalFanSetOdometerFn, pcSimFanSetOdometer);
+PCSIM_OPERATION(HalFanSetSpeedFn, pcSimFanSetSpeed);
+
+PCSIM_OPERATION(HalPSDBSetupFn, pcSimStackPSDBSetup);
+PCSIM_OPERATION(HalPSDBSetupFn, pcSimChassisPSDBSetup);
+PCSIM_OPERATION(HalPSSlotDBSetupFn, pcSimStackPSSlotDBSetup);
+PCSIM_OPERATION(HalPSSlotDBSetupFn, pcSimChassisPSSlotDBSetup);
+PCSIM_OPERATION(HalPowerSupplyReadHwInfoFn, pcSimStackPowerSupplyReadHwInfo);
+PCSIM_OPERATION(HalPowerSupplyReadHwInfoFn, pcSimChassisPowerSupplyReadHwInfo);
+PCSIM_OPERATION(HalPSReadInputLineFn, pcSimStackPSReadInputLine);
+PCSIM_OPERATION(HalPSReadInputLineFn, pcSimChassisPSReadInputLine);
+PCSIM_OPERATION(HalPSReadOutputLineFn, pcSimStackPSReadOutputLine);
+PCSIM_OPERATION(HalPSReadOutputLineFn, pcSimChassisPSReadOutputLine);
+PCSIM_OPERATION(HalIsPowerSupplyPresentFn, pcSimIsPowerSupplyPresent);
+PCSIM_OPERATION(HalPSReadTempFn, pcSimPSReadTemp);
+PCSIM_OPERATION(HalPSGetOdometerFn, pcSimPSGetOdometer);
+PCSIM_OPERATION(HalPSInitOdometerFn, pcSimPSInitOdometer);
+PCSIM_OPERATION(HalPSSetOdometerFn, pcSimPSSetOdometer);
 
 PCSIM_END_DECLS
 

@@ -195,6 +195,85 @@ typedef HalStubFn HalVrCreateFn;
 typedef HalStubFn HalVrDeleteFn;
 typedef HalStubFn HalCfgVrAndVlanFn;
 
+/* --- What serves the operations --------------------------------------------------------------- */
+
+/* The block of HAL_FDB_ENTRIES entries, for whoever wants to walk it; null before the init and
+ * after one that failed, dangling after a clean-up. Written by the operations alone. */
+extern PCSIM_API HalFdbEntry* pcSimFdbTable;
+
+/* CRC-16/ARC of the 6 bytes at 'mac'. XORed with the VLAN id it is the number of a bucket.
+ * Constant. */
+typedef uint32_t HalFdbHashFn(const uint8_t* mac);
+
+/* The task that a flush schedules: runs the registered callback with the two arguments and two
+ * zeros and returns its result, 0 when there is none. Simulated. Thread: the HAL's task context. */
+typedef HalTaskFn HalFlushCallbackFn;
+
+/* --- Operations by name ----------------------------------------------------------------------- */
+
+PCSIM_OPERATION(HalFdbInitFn, pcSimPCFamFdbInit);
+PCSIM_OPERATION(HalFdbCleanupFn, pcSimPCFamFdbCleanup);
+PCSIM_OPERATION(HalFdbMacLookupFn, pcSimPCFamFdbMacLookup);
+PCSIM_OPERATION(HalFdbAllocEntryFn, pcSimPCFamFdbAllocEntry);
+PCSIM_OPERATION(HalFdbDeleteEntryFn, pcSimPCFamFdbDeleteEntry);
+PCSIM_OPERATION(HalFdbAddEntryFn, pcSimPCFamFdbAddEntry);
+PCSIM_OPERATION(HalFdbReadEntryFn, pcSimPCFamFdbReadEntry);
+PCSIM_OPERATION(HalFdbFlushFn, pcSimPCFamFdbFlush);
+PCSIM_OPERATION(HalFdbDumpFn, pcSimPCFamFdbDump);
+PCSIM_OPERATION(HalFdbFilterAddFn, pcSimPCFamFdbFilterAdd);
+PCSIM_OPERATION(HalFdbFilterDelFn, pcSimPCFamFdbFilterDel);
+PCSIM_OPERATION(HalFdbFilterAddIngressFn, pcSimPCFamFdbFilterAddIngress);
+PCSIM_OPERATION(HalFdbFilterDelIngressFn, pcSimPCFamFdbFilterDelIngress);
+PCSIM_OPERATION(HalFdbFilterAddEgressFn, pcSimPCFamFdbFilterAddEgress);
+PCSIM_OPERATION(HalFdbFilterDelEgressFn, pcSimPCFamFdbFilterDelEgress);
+PCSIM_OPERATION(HalFdbFilterDumpFn, pcSimPCFamFdbFilterDump);
+PCSIM_OPERATION(HalFlushCallbackFn, pcSimFlushCallback);
+PCSIM_OPERATION(HalFdbHashFn, pcSimFdbHash);
+PCSIM_OPERATION(HalCardFdbInitFn, pcSimCardFdbInit);
+PCSIM_OPERATION(HalCardFdbCleanupFn, pcSimCardFdbCleanup);
+PCSIM_OPERATION(HalCardFdbSyncHwFn, pcSimCardFdbSyncHw);
+PCSIM_OPERATION(HalCardMacFdbWriteEntryFn, pcSimCardMacFdbWriteEntry);
+PCSIM_OPERATION(HalCardMacFdbCheckMacRefreshFn, pcSimCardMacFdbCheckMacRefresh);
+
+PCSIM_OPERATION(HalVlanIfCreateFn, pcSimVlanIfCreate);
+PCSIM_OPERATION(HalVlanIfDeleteFn, pcSimVlanIfDelete);
+PCSIM_OPERATION(HalCardPifCreateFn, pcSimCardPifCreate);
+PCSIM_OPERATION(HalCardPifDeleteFn, pcSimCardPifDelete);
+PCSIM_OPERATION(HalVpifCreateFn, pcSimVpifCreate);
+PCSIM_OPERATION(HalVpifDeleteFn, pcSimVpifDelete);
+PCSIM_OPERATION(HalCardVlanCreateFn, pcSimCardVlanCreate);
+PCSIM_OPERATION(HalCardVlanDeleteFn, pcSimCardVlanDelete);
+PCSIM_OPERATION(HalCardVlanAddPortFn, pcSimCardVlanAddPort);
+PCSIM_OPERATION(HalCardSyncVlanAddPortFn, pcSimCardSyncVlanAddPort);
+PCSIM_OPERATION(HalCardVlanDeletePortFn, pcSimCardVlanDeletePort);
+PCSIM_OPERATION(HalVlanOptionEnableFn, pcSimVlanOptionEnable);
+PCSIM_OPERATION(HalCardVpifCfgProtocolFn, pcSimCardVpifCfgProtocol);
+PCSIM_OPERATION(HalCardVlanDeferUpdateStartFn, pcSimCardVlanDeferUpdateStart);
+PCSIM_OPERATION(HalCardVlanDeferUpdateEndFn, pcSimCardVlanDeferUpdateEnd);
+PCSIM_OPERATION(HalCardVlanSyncSlotFn, pcSimCardVlanSyncSlot);
+PCSIM_OPERATION(HalCardVlanBeginSyncFn, pcSimCardVlanBeginSync);
+PCSIM_OPERATION(HalVlanChangeTagFn, pcSimVlanChangeTag);
+PCSIM_OPERATION(HalCardVpifChangeTagFn, pcSimCardVpifChangeTag);
+PCSIM_OPERATION(HalVlanCfgIpAddrFn, pcSimVlanCfgIpAddr);
+PCSIM_OPERATION(HalVlanCfgSubvlanFn, pcSimVlanCfgSubvlan);
+PCSIM_OPERATION(HalPortCfgQosProfileFn, pcSimPortCfgQosProfile);
+PCSIM_OPERATION(HalPortCfgIngressQosProfileFn, pcSimPortCfgIngressQosProfile);
+PCSIM_OPERATION(HalConfigDot1pQosFn, pcSimConfigDot1pQos);
+PCSIM_OPERATION(HalConfigDiffservQosFn, pcSimConfigDiffservQos);
+PCSIM_OPERATION(HalUnconfigDiffservQosFn, pcSimUnconfigDiffservQos);
+PCSIM_OPERATION(HalPortEnableDiffservQosFn, pcSimPortEnableDiffservQos);
+PCSIM_OPERATION(HalConfigPortQosFn, pcSimConfigPortQos);
+PCSIM_OPERATION(HalPortEnableDot1pExamineFn, pcSimPortEnableDot1pExamine);
+PCSIM_OPERATION(HalPortEnableDot1pReplaceFn, pcSimPortEnableDot1pReplace);
+PCSIM_OPERATION(HalConfigDiffservReplaceFn, pcSimConfigDiffservReplace);
+PCSIM_OPERATION(HalPortEnableDiffservReplaceFn, pcSimPortEnableDiffservReplace);
+PCSIM_OPERATION(HalVlanConfigVlanQosFn, pcSimVlanConfigVlanQos);
+PCSIM_OPERATION(HalConfigVManEthertypeFn, pcSimConfigVManEthertype);
+PCSIM_OPERATION(HalConfigVManPortFn, pcSimConfigVManPort);
+PCSIM_OPERATION(HalVrCreateFn, pcSimVrCreate);
+PCSIM_OPERATION(HalVrDeleteFn, pcSimVrDelete);
+PCSIM_OPERATION(HalCfgVrAndVlanFn, pcSimCfgVrAndVlan);
+
 PCSIM_END_DECLS
 
 #endif

@@ -184,6 +184,126 @@ typedef int32_t HalIPv6FibReplaceEntryFn(const pcSimIPv6FibReq* request);
 typedef uint32_t HalIPv6FibFlushFn(const pcSimIPv6FibReq* filter);
 typedef uint32_t HalIPv6FibDumpFn(const pcSimDumpSink* sink);
 
+/* --- What serves the operations --------------------------------------------------------------- */
+/* The steps that the operations above are made of, for a host that keeps routes of its own beside
+ * those of the HAL, and for debuggers. Null where a node is required traps. */
+
+/* Root of the IPv4 routes, ordered by pcSimPCFamIPv4FibEntryCmpFunc, and of the IPv6 routes,
+ * ordered by pcSimPCFamIPv6FibEntryCmpFunc; null while there are none. */
+extern PCSIM_API HalTreeRoot gIPv4FibTable;
+extern PCSIM_API HalTreeRoot gIPv6FibTable;
+
+/* The adjacency of (vrId, IPv4 address 'ip', vlan). With 'create' one that isn't there is made as a
+ * placeholder without MAC address and port. Null when there is none, or no memory for it. Live. */
+typedef pcSimIpAdjEntry* HalIpAdjLookupFn(uint32_t vrId, uint32_t ip, uint32_t vlan,
+                                          uint8_t create);
+
+/* Frees 'entry' unless it is referenced or has a port. Live. */
+typedef void HalIpAdjFreeFn(pcSimIpAdjEntry* entry);
+
+/* Attaches 'nextHop' to 'entry', which then lives at least as long. Constant time, however many
+ * next hops share the entry. Live. */
+typedef void HalRtAttachIpAdjEntryFn(pcSimIpAdjEntry* entry, pcSimFibNextHop* nextHop);
+
+/* Detaches 'nextHop' from its adjacency (none traps), which is freed when nothing else needs it.
+ * Constant time. The next hop's adjacency pointer is left as it was. Live. */
+typedef void HalRtDeattachIpAdjEntryFn(pcSimFibNextHop* nextHop);
+
+/* The adjacencies' order: the 28 key bytes as they lie in memory. A null node traps when the host's
+ * assertion switch (gHal) is on, else it is reported on standard output and orders as an all-zero
+ * key. Constant. */
+typedef HalTreeCompareFn HalIpAdjCompFn;
+
+/* The routes' order: VR ascending, mask or prefix length descending, prefix ascending; IPv4
+ * prefixes as numbers, IPv6 ones byte by byte. Constant. */
+typedef HalTreeCompareFn HalIPv4FibEntryCmpFuncFn;
+typedef HalTreeCompareFn HalIPv6FibEntryCmpFuncFn;
+
+/* Prints one row per next hop of 'route' to 'sink', to standard output when it is null. A next hop
+ * without adjacency traps. Live. */
+typedef void HalDumpSimEntryFn(const pcSimDumpSink* sink, const pcSimIPv4FibRoute* route);
+
+/* The route of that key, or null. An IPv6 prefix is four words as they lie in memory. Live. */
+typedef pcSimIPv4FibRoute* HalIPv4FibFindFn(uint32_t vrId, uint32_t prefix, uint32_t mask);
+typedef pcSimIPv6FibRoute* HalIPv6FibFindFn(uint32_t vrId, uint32_t prefix0, uint32_t prefix1,
+                                            uint32_t prefix2, uint32_t prefix3, uint32_t maskLen);
+
+/* A zero-filled route that is in no table yet and is the caller's; null when there is no memory.
+ * Simulated. */
+typedef pcSimIPv4FibRoute* HalIPv4FibRouteAllocFn(void);
+typedef pcSimIPv6FibRoute* HalIPv6FibRouteAllocFn(void);
+
+/* The host route (mask 255.255.255.255, length 128) of an address, or null. Live. */
+typedef pcSimIPv4FibRoute* HalIPv4FibDirectRtLookupFn(uint32_t vrId, uint32_t address);
+typedef pcSimIPv6FibRoute* HalIPv6FibDirectRtLookupFn(uint32_t vrId, uint32_t address0,
+                                                      uint32_t address1, uint32_t address2,
+                                                      uint32_t address3);
+
+/* Makes a host route with one next hop, the address itself on 'vlan', which the caller attaches
+ * (IPv6 ones are attached to nothing). Null when there is no memory or the tree refuses the route,
+ * and then nothing has changed. Live. */
+typedef pcSimIPv4FibRoute* HalIPv4FibDirectRtCreateFn(uint32_t vrId, uint32_t address,
+                                                      uint32_t vlan);
+typedef pcSimIPv6FibRoute* HalIPv6FibDirectRtCreateFn(uint32_t vrId, uint32_t address0,
+                                                      uint32_t address1, uint32_t address2,
+                                                      uint32_t address3, uint32_t vlan);
+
+/* Frees 'route' and the first of its next hops, which the caller has detached. Live. */
+typedef void HalIPv4FibDirectRtFreeFn(pcSimIPv4FibRoute* route);
+typedef void HalIPv6FibDirectRtFreeFn(pcSimIPv6FibRoute* route);
+
+/* --- Operations by name ----------------------------------------------------------------------- */
+
+PCSIM_OPERATION(HalIpAdjAddFn, pcSimIpAdjAdd);
+PCSIM_OPERATION(HalIpAdjRemoveFn, pcSimIpAdjRemove);
+PCSIM_OPERATION(HalIpAdjLookupFn, pcSimIpAdjLookup);
+PCSIM_OPERATION(HalIpAdjFreeFn, _pcSimIpAdjFree);
+PCSIM_OPERATION(HalRtAttachIpAdjEntryFn, rtAttachIpAdjEntry);
+PCSIM_OPERATION(HalRtDeattachIpAdjEntryFn, rtDeattachIpAdjEntry);
+PCSIM_OPERATION(HalIpAdjDumpFn, pcSimIpAdjDump);
+PCSIM_OPERATION(HalIpAdjCompFn, pcSimIpAdjComp);
+/* The host routes of IPv4, under the names by which the adjacencies know them. */
+PCSIM_OPERATION(HalIPv4FibDirectRtLookupFn, directRtLookup);
+PCSIM_OPERATION(HalIPv4FibDirectRtCreateFn, directRtCreate);
+PCSIM_OPERATION(HalIPv4FibDirectRtFreeFn, directRtFree);
+
+PCSIM_OPERATION(HalIPv4FibAddEntryFn, pcSimPCFamIPv4FibAddEntry);
+PCSIM_OPERATION(HalIPv4FibDeleteEntryFn, pcSimPCFamIPv4FibDeleteEntry);
+PCSIM_OPERATION(HalIPv4FibReplaceEntryFn, pcSimPCFamIPv4FibReplaceEntry);
+PCSIM_OPERATION(HalIPv4FibFlushFn, pcSimPCFamIPv4FibFlush);
+PCSIM_OPERATION(HalIPv4FibDumpFn, pcSimPCFamIPv4FibDump);
+PCSIM_OPERATION(HalIPv4FibEntryCmpFuncFn, pcSimPCFamIPv4FibEntryCmpFunc);
+PCSIM_OPERATION(HalDumpSimEntryFn, dumpSimEntry);
+PCSIM_OPERATION(HalIPv4FibFindFn, pcSimIPv4FibFind);
+PCSIM_OPERATION(HalIPv4FibRouteAllocFn, pcSimIPv4FibRouteAlloc);
+PCSIM_OPERATION(HalIPv4FibDirectRtLookupFn, pcSimIPv4FibDirectRtLookup);
+PCSIM_OPERATION(HalIPv4FibDirectRtCreateFn, pcSimIPv4FibDirectRtCreate);
+PCSIM_OPERATION(HalIPv4FibDirectRtFreeFn, pcSimIPv4FibDirectRtFree);
+PCSIM_OPERATION(HalStubFn, pcSimPCFamIPv4FibInit);
+PCSIM_OPERATION(HalStubFn, pcSimPCFamIPv4FibCleanup);
+PCSIM_OPERATION(HalStubFn, pcSimPCFamIPv4FibLookup);
+PCSIM_OPERATION(HalStubFn, pcSimPCFamIPv4FibTransEnd);
+PCSIM_OPERATION(HalStubFn, pcSimCardIPv4SyncBeginHw);
+PCSIM_OPERATION(HalStubFn, pcSimCardIPv4SyncEndHw);
+PCSIM_OPERATION(HalStubFn, pcSimPCFamIPv4DirBcast);
+
+PCSIM_OPERATION(HalIPv6FibAddEntryFn, pcSimPCFamIPv6FibAddEntry);
+PCSIM_OPERATION(HalIPv6FibDeleteEntryFn, pcSimPCFamIPv6FibDeleteEntry);
+PCSIM_OPERATION(HalIPv6FibReplaceEntryFn, pcSimPCFamIPv6FibReplaceEntry);
+PCSIM_OPERATION(HalIPv6FibFlushFn, pcSimPCFamIPv6FibFlush);
+PCSIM_OPERATION(HalIPv6FibDumpFn, pcSimPCFamIPv6FibDump);
+PCSIM_OPERATION(HalIPv6FibEntryCmpFuncFn, pcSimPCFamIPv6FibEntryCmpFunc);
+PCSIM_OPERATION(HalIPv6FibFindFn, pcSimIPv6FibFind);
+PCSIM_OPERATION(HalIPv6FibRouteAllocFn, pcSimIPv6FibRouteAlloc);
+PCSIM_OPERATION(HalIPv6FibDirectRtLookupFn, pcSimIPv6FibDirectRtLookup);
+PCSIM_OPERATION(HalIPv6FibDirectRtCreateFn, pcSimIPv6FibDirectRtCreate);
+PCSIM_OPERATION(HalIPv6FibDirectRtFreeFn, pcSimIPv6FibDirectRtFree);
+PCSIM_OPERATION(HalStubFn, pcSimPCFamIPv6FibInit);
+PCSIM_OPERATION(HalStubFn, pcSimPCFamIPv6FibCleanup);
+PCSIM_OPERATION(HalStubFn, pcSimPCFamIPv6FibLookup);
+PCSIM_OPERATION(HalStubFn, pcSimCardIPv6SyncBeginHw);
+PCSIM_OPERATION(HalStubFn, pcSimCardIPv6SyncEndHw);
+
 PCSIM_END_DECLS
 
 #endif

@@ -78,6 +78,102 @@ typedef int32_t HalIpv4McHwCacheGetStatsFn(HalMcastStats* stats);
 /* Lists the caches of virtual router 2 to 'sink', or to standard output when it is null. 0. */
 typedef int32_t HalDumpHalMcDbFn(const pcSimDumpSink* sink);
 
+/* --- What serves the operations --------------------------------------------------------------- */
+/* Operations and state that are in no table: what a host does when an interface goes away, what the
+ * operations above are made of, and hooks that a host may define in the library's stead. */
+
+/* Not 0: the operations that change caches, and the dump, print a line when they are called. 0 at
+ * load; the host's to set. */
+extern PCSIM_API uint32_t mcLogMess;
+
+/* A cache, one VLAN of a cache, a VLAN, a port, a VLAN on a port: the library's, never looked into.
+ * A cache that has been deleted stays readable for whoever looked it up; the others do not. */
+typedef struct HalMcastCacheNode HalMcastCacheNode;
+typedef struct HalMcastCacheIf HalMcastCacheIf;
+typedef struct HalMcastVlanNode HalMcastVlanNode;
+typedef struct HalMcastPortNode HalMcastPortNode;
+typedef struct HalMcastVpifNode HalMcastVpifNode;
+
+/* Makes empty buckets for dmGetMaxVr() virtual routers, asked once at each call; system
+ * initialisation calls it. Whatever an earlier call has left is deleted first. 1; 0 when memory
+ * runs out, and then nothing has changed. Live. */
+typedef int32_t HalIPv4McDbInitFn(void);
+
+/* Stores the cache that 'key' names in '*cache', null when there is none. Without an incoming VLAN
+ * the source alone is looked for, and may be missed. 0; -1 when not found or the source is 0.
+ * Live. */
+typedef int32_t HalIpv4McHwCacheFindFn(const HalMcastKey* key, HalMcastCacheNode** cache);
+
+/* Deletes every cache that uses a VLAN. 0; -1 when a cascade fails. Live. */
+typedef int32_t HalIpv4McHwFlushAllFn(void);
+
+/* Do the work of the table's words ...OifPortAdd and ...OifPortDel, with the same results. Live. */
+typedef int32_t HalIpv4McHwCacheOifAddFn(const HalMcastRequest* request);
+typedef int32_t HalIpv4McHwCacheOifDelFn(const HalMcastRequest* request);
+
+/* A VLAN goes away: takes it out of every cache, and deletes the caches that it was the incoming
+ * VLAN of. Called before the host frees the VLAN's record. Always 0. Live. */
+typedef int32_t HalIpv4McHwVlanDelFn(uint32_t vlanInstance);
+
+/* A port ('portKey': slot << 16 | port), or one VLAN on a port, goes away: takes it out of every
+ * cache. Called before the host frees the port's record. 0; -1 when a cascade fails. Live. */
+typedef int32_t HalIpv4McHwPifDelFn(uint32_t portKey);
+typedef int32_t HalIpv4McHwVpifDelFn(uint32_t vlanInstance, uint32_t portKey);
+
+/* Lists one cache to 'sink', to standard output when it is null. Always 0. Live. */
+typedef int32_t HalDumpCacheNodeFn(const pcSimDumpSink* sink, HalMcastCacheNode* cache);
+
+/* Dotted text of an address in network byte order, in one of five buffers of the library: five
+ * results stay valid at once. Constant. */
+typedef char* HalHmcNtoaFn(uint32_t address);
+
+/* What ptagInit (a cache has been made), ptagRelease (one is being deleted), asicAddPort (a port
+ * has been added to a cache) and asicDelPort (a port has been taken from its VLAN on the port) are.
+ * The library calls them by name and its own are empty: a host that drives a real switching chip
+ * defines them, and its definitions are called instead. Accepted and ignored. */
+typedef void HalMcastHookFn(void);
+
+/* The node of a VLAN, of a VLAN in a cache, of a port, of a VLAN on a port: the one that is there,
+ * else a new one. Null when the host has no record for the VLAN or port, or its tree refuses the
+ * node. The process stops when memory runs out. Live. */
+typedef HalMcastVlanNode* HalGetVlanNodeFn(uint32_t vlanInstance);
+typedef HalMcastCacheIf* HalGetCacheIfFn(HalMcastCacheNode* cache, uint32_t vlanInstance);
+typedef HalMcastPortNode* HalGetPortNodeFn(uint32_t portKey);
+typedef HalMcastVpifNode* HalGetVpifNodeFn(HalMcastPortNode* portNode, uint32_t vlanInstance);
+
+/* Adds the outgoing port to the cache. 0, also when it is there already; -1 when one of the nodes
+ * above can't be had or a tree refuses the port: what has been made stays. Live. */
+typedef int32_t HalAddCachePortFn(HalMcastCacheNode* cache, const HalMcastOutgoing* entry);
+
+/* --- Operations by name ----------------------------------------------------------------------- */
+
+PCSIM_OPERATION(HalIPv4McDbInitFn, pcSimHalIPv4McDbInit);
+PCSIM_OPERATION(HalIpv4McHwCacheAddFn, pcSimHalIpv4McHwCacheAdd);
+PCSIM_OPERATION(HalIpv4McHwCacheDelFn, pcSimHalIpv4McHwCacheDel);
+PCSIM_OPERATION(HalIpv4McHwCacheFindFn, pcSimHalIpv4McHwCacheFind);
+PCSIM_OPERATION(HalIpv4McHwCacheFlushFn, pcSimHalIpv4McHwCacheFlush);
+PCSIM_OPERATION(HalIpv4McHwFlushAllFn, pcSimHalIpv4McHwFlushAll);
+PCSIM_OPERATION(HalIpv4McHwCacheOifAddFn, pcSimHalIpv4McHwCacheOifAdd);
+PCSIM_OPERATION(HalIpv4McHwCacheOifDelFn, pcSimHalIpv4McHwCacheOifDel);
+PCSIM_OPERATION(HalIpv4McHwCacheOifPortAddFn, pcSimHalIpv4McHwCacheOifPortAdd);
+PCSIM_OPERATION(HalIpv4McHwCacheOifPortDelFn, pcSimHalIpv4McHwCacheOifPortDel);
+PCSIM_OPERATION(HalIpv4McHwCacheGetStatsFn, pcSimHalIpv4McHwCacheGetStats);
+PCSIM_OPERATION(HalIpv4McHwVlanDelFn, pcSimHalIpv4McHwVlanDel);
+PCSIM_OPERATION(HalIpv4McHwPifDelFn, pcSimHalIpv4McHwPifDel);
+PCSIM_OPERATION(HalIpv4McHwVpifDelFn, pcSimHalIpv4McHwVpifDel);
+PCSIM_OPERATION(HalDumpHalMcDbFn, dumpHalMcDb);
+PCSIM_OPERATION(HalDumpCacheNodeFn, dumpCacheNode);
+PCSIM_OPERATION(HalHmcNtoaFn, hmc_ntoa);
+PCSIM_OPERATION(HalMcastHookFn, ptagInit);
+PCSIM_OPERATION(HalMcastHookFn, ptagRelease);
+PCSIM_OPERATION(HalMcastHookFn, asicAddPort);
+PCSIM_OPERATION(HalMcastHookFn, asicDelPort);
+PCSIM_OPERATION(HalGetVlanNodeFn, pcSimGetVlanNode);
+PCSIM_OPERATION(HalGetCacheIfFn, pcSimGetCacheIf);
+PCSIM_OPERATION(HalGetPortNodeFn, pcSimGetPortNode);
+PCSIM_OPERATION(HalGetVpifNodeFn, pcSimGetVpifNode);
+PCSIM_OPERATION(HalAddCachePortFn, pcSimAddCachePort);
+
 PCSIM_END_DECLS
 
 #endif

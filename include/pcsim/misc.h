@@ -15,9 +15,9 @@ PCSIM_BEGIN_DECLS
 /* --- Sampling --------------------------------------------------------------------------------- */
 
 /* The sampling counters, shared by all ports; 0 at load. */
-extern int32_t sampleFrames; /* grows by 100 with each read */
-extern int32_t sampleCount;  /* by 50 */
-extern int32_t samplePool;   /* by 10 */
+extern PCSIM_API int32_t sampleFrames; /* grows by 100 with each read */
+extern PCSIM_API int32_t sampleCount;  /* by 50 */
+extern PCSIM_API int32_t samplePool;   /* by 10 */
 
 typedef struct HalSamplePort {
     uint16_t port; /* 0 */
@@ -133,6 +133,29 @@ typedef HalStubFn HalCardPoePortEnableFn;
 typedef HalStubFn HalCardPoePortDisableFn;
 typedef HalStubFn HalCardPoeGetPortStateFn;
 typedef HalStubFn HalCardPoeSetPortValueFn;
+
+/* --- Operations by name ----------------------------------------------------------------------- */
+
+PCSIM_OPERATION(HalAllocSampleBinFn, pcSimAllocSampleBin);
+PCSIM_OPERATION(HalSFLOWAddPortsForSampleFn, pcSimSFLOWAddPortsForSample);
+PCSIM_OPERATION(HalSFLOWDelPortsForSampleFn, pcSimSFLOWDelPortsForSample);
+PCSIM_OPERATION(HalSFLOWGetCntSampleOnPortFn, pcSimSFLOWGetCntSampleOnPort);
+PCSIM_OPERATION(HalCardPoeGetVersionFn, pcSimCardPoeGetVersion);
+PCSIM_OPERATION(HalCardPoeSNMPGetSlotInfoFn, pcSimCardPoeSNMPGetSlotInfo);
+PCSIM_OPERATION(HalCardPoeSNMPGetPortInfoFn, pcSimCardPoeSNMPGetPortInfo);
+PCSIM_OPERATION(HalCardPoePortInfoFn, pcSimCardPoePortInfo);
+PCSIM_OPERATION(HalCardPoeGetPortDetailsFn, pcSimCardPoeGetPortDetails);
+PCSIM_OPERATION(HalCardPoeSlotEnableFn, pcSimCardPoeSlotEnable);
+PCSIM_OPERATION(HalCardPoeSlotDisableFn, pcSimCardPoeSlotDisable);
+PCSIM_OPERATION(HalCardPoeSlotEnableLegacyFn, pcSimCardPoeSlotEnableLegacy);
+PCSIM_OPERATION(HalCardPoeSlotDisableLegacyFn, pcSimCardPoeSlotDisableLegacy);
+PCSIM_OPERATION(HalCardPoeSetUsageThresholdFn, pcSimCardPoeSetUsageThreshold);
+PCSIM_OPERATION(HalCardPoeSetDisconnectModeFn, pcSimCardPoeSetDisconnectMode);
+PCSIM_OPERATION(HalCardPoeSetPowerSlotFn, pcSimCardPoeSetPowerSlot);
+PCSIM_OPERATION(HalCardPoePortEnableFn, pcSimCardPoePortEnable);
+PCSIM_OPERATION(HalCardPoePortDisableFn, pcSimCardPoePortDisable);
+PCSIM_OPERATION(HalCardPoeGetPortStateFn, pcSimCardPoeGetPortState);
+PCSIM_OPERATION(HalCardPoeSetPortValueFn, pcSimCardPoeSetPortValue);
 
 PCSIM_END_DECLS
 

@@ -76,14 +76,14 @@ typedef struct PortStatsRecord {
 #define PCSIM_PORT_DISABLED 0x01u
 
 /* State of each port, all zero at load. Port 0 of a slot is not one of its ports. */
-extern uint8_t portInfo[PCSIM_PORT_SLOTS][PCSIM_PORTS_PER_SLOT];
+extern PCSIM_API uint8_t portInfo[PCSIM_PORT_SLOTS][PCSIM_PORTS_PER_SLOT];
 /* The latest reading of each port's counters, and the baseline that reports are measured from.
  * All zero at load. */
-extern PortStatsRecord currstats[PCSIM_PORT_SLOTS][PCSIM_PORTS_PER_SLOT];
-extern PortStatsRecord prevstats[PCSIM_PORT_SLOTS][PCSIM_PORTS_PER_SLOT];
+extern PCSIM_API PortStatsRecord currstats[PCSIM_PORT_SLOTS][PCSIM_PORTS_PER_SLOT];
+extern PCSIM_API PortStatsRecord prevstats[PCSIM_PORT_SLOTS][PCSIM_PORTS_PER_SLOT];
 /* The datagram socket of all port requests: -1 until the first operation that needs it opens it,
  * then kept for the life of the process. */
-extern int32_t skfd;
+extern PCSIM_API int32_t skfd;
 
 /* --- Operations ----------------------------------------------------------------------------------
  * All return 0 on success and -1 on failure unless said otherwise. Operations that the table types
@@ -185,6 +185,68 @@ typedef int32_t HalCardPortGetStatsReadClearFn(uint32_t portInstance, PortStatsR
  * Port 0 stands for ports 1 to 256 of the slot. 0 for logical ports; -1, with a message, outside
  * the tables. */
 typedef int32_t HalCardPortZeroStatsFn(uint32_t portInstance);
+
+/* --- What serves the operations --------------------------------------------------------------- */
+
+/* Enables ports 1 to 256 of 'slot'; the initialisation of a card calls it. Always 0, also for a
+ * slot without ports. Live. */
+typedef int32_t HalPortInitFn(uint32_t slot);
+
+/* The task of a forwarding-state completion: runs the registered callback with the two arguments
+ * and two zeros and returns its result, 0 when there is none. Simulated. Thread: the HAL's task
+ * context. */
+typedef HalTaskFn HalSetVpstCallbackFn;
+
+/* Splits a line of "/proc/net/dev": copies the interface's name, which may be an alias such as
+ * "eth0:1", to 'name' (as long as 'line', at least) and returns where the counters begin in 'line',
+ * which is its end when it has none. Neither text may be null. Constant. */
+typedef char* HalProcNetDevSplitNameFn(char* name, char* line);
+
+/* --- Operations by name ----------------------------------------------------------------------- */
+
+PCSIM_OPERATION(HalPortInitFn, pcSimPortInit);
+PCSIM_OPERATION(HalIsPortDisabledFn, pcSimIsPortDisabled);
+PCSIM_OPERATION(HalCardDeferUpdatePortStartFn, pcSimCardDeferUpdatePortStart);
+PCSIM_OPERATION(HalCardDeferUpdatePortEndFn, pcSimCardDeferUpdatePortEnd);
+PCSIM_OPERATION(HalCardPortEnableFn, pcSimCardPortEnable);
+PCSIM_OPERATION(HalCardPortEnableJumboFn, pcSimCardPortEnableJumbo);
+PCSIM_OPERATION(HalCardPortConfigAutoNegFn, pcSimCardPortConfigAutoNeg);
+PCSIM_OPERATION(HalCardPortRestartFn, pcSimCardPortRestart);
+PCSIM_OPERATION(HalCardPortShutDownFn, pcSimCardPortShutDown);
+PCSIM_OPERATION(HalCardPortSetRouterAddressFn, pcSimCardPortSetRouterAddress);
+PCSIM_OPERATION(HalCardPortLinkChangeFn, pcSimCardPortLinkChange);
+PCSIM_OPERATION(HalCardPortEnableRcvFn, pcSimCardPortEnableRcv);
+PCSIM_OPERATION(HalCardPortSetLinkLEDFn, pcSimCardPortSetLinkLED);
+PCSIM_OPERATION(HalCardPortSetForwardingStateFn, pcSimCardPortSetForwardingState);
+PCSIM_OPERATION(HalSetVpstCallbackFn, pcSimSetVpstCallback);
+PCSIM_OPERATION(HalCardPortGetForwardingStateFn, pcSimCardPortGetForwardingState);
+PCSIM_OPERATION(HalCardPortSyncSetMirroredStateFn, pcSimCardPortSyncSetMirroredState);
+PCSIM_OPERATION(HalCardPortSyncSetForwardingStateFn, pcSimCardPortSyncSetForwardingState);
+PCSIM_OPERATION(HalCardPortGetIntStatusFn, pcSimCardPortGetIntStatus);
+PCSIM_OPERATION(HalCardPortConfigVlanStatFn, pcSimCardPortConfigVlanStat);
+PCSIM_OPERATION(HalCardPortConfigIPGFn, pcSimCardPortConfigIPG);
+PCSIM_OPERATION(HalCardPortGetMediaTypeFn, pcSimCardPortGetMediaType);
+PCSIM_OPERATION(HalCardPortLinkInfoFn, pcSimCardPortLinkInfo);
+PCSIM_OPERATION(HalCardPortGetStatsFn, pcSimCardPortGetStats);
+PCSIM_OPERATION(HalCardPortGetStatsReadClearFn, pcSimCardPortGetStatsReadClear);
+PCSIM_OPERATION(HalCardPortZeroStatsFn, pcSimCardPortZeroStats);
+PCSIM_OPERATION(HalProcNetDevSplitNameFn, pcSimProcNetDevSplitName);
+PCSIM_OPERATION(HalStubFn, pcSimCardPortProbe);
+PCSIM_OPERATION(HalStubFn, pcSimCardPortFdbLearn);
+PCSIM_OPERATION(HalStubFn, pcSimCardPortZeroVlanStats);
+PCSIM_OPERATION(HalStubFn, pcSimCardPortGetVlanStats);
+PCSIM_OPERATION(HalStubFn, pcSimCardPortEnableIntr);
+PCSIM_OPERATION(HalStubFn, pcSimCardPortAckIntr);
+PCSIM_OPERATION(HalStubFn, pcSimCardPortEnableMFilter);
+PCSIM_OPERATION(HalStubFn, pcSimCardPortEnableNetlogin);
+PCSIM_OPERATION(HalStubFn, pcSimCardPortNetloginAuthOptional);
+PCSIM_OPERATION(HalStubFn, pcSimCardPortEnableMacBasedVlan);
+PCSIM_OPERATION(HalStubFn, pcSimCardPortConfigAutoPolarity);
+PCSIM_OPERATION(HalStubFn, pcSimCardVpifCfgMacSecurity);
+PCSIM_OPERATION(HalStubFn, pcSimPortCfgEqosCosRemap);
+PCSIM_OPERATION(HalStubFn, pcSimPortCfgHighPriCosVal);
+PCSIM_OPERATION(HalStubFn, pcSimAddDelVlanToVr);
+PCSIM_OPERATION(HalStubFn, pcSimAddDelPortToVr);
 
 PCSIM_END_DECLS
 

@@ -9,6 +9,7 @@
 #include "pcsim/card.h"
 #include "pcsim/device.h"
 #include "pcsim/env.h"
+#include "pcsim/host.h"
 
 PCSIM_BEGIN_DECLS
 
@@ -128,6 +129,51 @@ typedef struct HalSystemOps {
 /* The library's one entry point, called once at start-up. Initialises the platform in the shape
  * that dmGetPlatformType names and fills 'table'. Always 0. */
 typedef int32_t HalPlatformSystemInitFn(HalSystemOps* table);
+
+/* --- What serves the entry point -------------------------------------------------------------- */
+
+/* Number of the PC's usable interfaces, eth1 upwards without a gap, as counted by the entry point;
+ * 0 until then. A port that the host maps to a higher number is absent. Written by nothing else. */
+extern PCSIM_API uint32_t pcSimSystemNumPorts;
+
+/* Fills 'table' for one of the shapes; the last step of the entry point. Always 0. Constant. */
+typedef int32_t HalSystemDBSetupFn(HalSystemOps* table);
+
+/* Counts the PC's interfaces, eth1 upwards without a gap and at most 100, with a socket of its own.
+ * Live. */
+typedef uint32_t HalGetSystemNumberPortsFn(void);
+
+/* The slot that the running system occupies: what the environment (VORN_SLOT_ID) says, else 9 in a
+ * chassis and 1 in a stackable. A host that has to name its own slot asks this. Live. */
+typedef int32_t HalGetMySlotNumFn(void);
+
+/* The poll of the management port's link, which the entry point starts with the own slot as its
+ * argument: a change, and nothing else, goes to halNotifyLinkStateChange. There is one link flag
+ * for the whole library. Live. Thread: the HAL's timer context, every 1000 ms. */
+typedef HalTimerFn HalMgmtLinkPollFn;
+
+/* --- Operations by name ----------------------------------------------------------------------- */
+/* One name per shape where the shapes differ. The entry point calls one of the two that end in
+ * SystemInit. */
+
+PCSIM_OPERATION(HalPlatformSystemInitFn, platformSystemInit);
+PCSIM_OPERATION(HalPlatformSystemInitFn, pcSimStackSystemInit);
+PCSIM_OPERATION(HalPlatformSystemInitFn, pcSimChassisSystemInit);
+PCSIM_OPERATION(HalSystemDBSetupFn, pcSimStackSystemDBSetup);
+PCSIM_OPERATION(HalSystemDBSetupFn, pcSimChassisSystemDBSetup);
+PCSIM_OPERATION(HalChassisGetInfoFn, pcSimStackChassisGetInfo);
+PCSIM_OPERATION(HalChassisGetInfoFn, pcSimChassisChassisGetInfo);
+PCSIM_OPERATION(HalChassisGetCapabilityFn, pcSimStackChassisGetCapability);
+PCSIM_OPERATION(HalChassisGetCapabilityFn, pcSimChassisChassisGetCapability);
+PCSIM_OPERATION(HalModuleIoctlFn, pcSimModuleIoctl);
+PCSIM_OPERATION(HalCheckpointStartFn, pcSimCheckpointStart);
+PCSIM_OPERATION(HalGetSystemNumberPortsFn, pcSimGetSystemNumberPorts);
+PCSIM_OPERATION(HalGetMySlotNumFn, pcSimGetMySlotNum);
+PCSIM_OPERATION(HalMgmtLinkPollFn, pcSimMgmtLinkPoll);
+PCSIM_OPERATION(HalStubFn, pcSimSystemNop);
+PCSIM_OPERATION(HalStubFn, pcSimSystemShutdown);
+PCSIM_OPERATION(HalStubFn, pcSimCheckpointMsgHandler);
+PCSIM_OPERATION(HalStubFn, pcSimCheckpointStop);
 
 PCSIM_END_DECLS
 

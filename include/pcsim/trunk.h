@@ -32,6 +32,24 @@ typedef int32_t HalSyncLoadShareAddrAlgoSlotFn(uint32_t slot, uint32_t algorithm
  * trunk is there. */
 typedef int32_t HalTrunkSyncSlotFn(uint32_t slot);
 
+/* --- Operations by name ----------------------------------------------------------------------- */
+
+PCSIM_OPERATION(HalTrunkCreateFn, pcSimTrunkCreate);
+PCSIM_OPERATION(HalTrunkDeleteFn, pcSimTrunkDelete);
+PCSIM_OPERATION(HalTrunkAddPortsFn, pcSimTrunkAddPorts);
+PCSIM_OPERATION(HalTrunkConfigAddrAlgoFn, pcSimTrunkConfigAddrAlgo);
+PCSIM_OPERATION(HalSyncLoadShareAddrAlgoSlotFn, pcSimSyncLoadShareAddrAlgoSlot);
+PCSIM_OPERATION(HalTrunkSyncSlotFn, pcSimTrunkSyncSlot);
+PCSIM_OPERATION(HalStubFn, pcSimTrunkDelPorts);
+PCSIM_OPERATION(HalStubFn, pcSimTrunkLinkChange);
+PCSIM_OPERATION(HalStubFn, pcSimVlanAddTrunkPort);
+PCSIM_OPERATION(HalStubFn, pcSimVlanDelTrunkPort);
+PCSIM_OPERATION(HalStubFn, pcSimVlanChangeTagTrunkPort);
+PCSIM_OPERATION(HalStubFn, pcSimTrunkConfigLoadSharing);
+PCSIM_OPERATION(HalStubFn, pcSimTrunkSetForwardingState);
+PCSIM_OPERATION(HalStubFn, pcSimSyncVlanAddTrunk);
+PCSIM_OPERATION(HalStubFn, pcSimCfgInterfacePortStateControl);
+
 PCSIM_END_DECLS
 
 #endif

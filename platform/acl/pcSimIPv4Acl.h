@@ -23,6 +23,7 @@
 
 #include "pcsim/acl.h"
 #include "pcsim/host_tree.h"
+#include "platform/base/export.h"
 #include "platform/base/list.h"
 #include "platform/base/stub.h"
 
@@ -31,20 +32,8 @@ namespace pcsim {
 constexpr uint32_t kAclSlots = 2;
 constexpr uint32_t kAclCounterSize = 16;
 
-struct AclList {
-    HalTreeNode tree;
-    char name[HAL_ACL_NAME_SIZE];
-    uint32_t value;  // the HAL's
-    uint16_t ruleCount;
-    uint16_t counterCount;
-    HalAclRule* rules;
-    uint32_t boundCount;
-    ListLink members[kAclSlots];   // of AclInstance, in the order of the instance tree
-    HalTreeRoot index[kAclSlots];  // of AclIndexNode: the same members
-    bool deleted;                  // out of aclTree; goes with its last binding
-};
-
-struct AclInstance;
+using AclList = HalAclList;
+using AclInstance = HalAclInstance;
 
 // Where an instance stands in the index of the list that it is bound to.
 struct AclIndexNode {
@@ -52,56 +41,42 @@ struct AclIndexNode {
     AclInstance* instance;
 };
 
-struct AclInstance {
+}  // namespace pcsim
+
+struct HalAclList {
     HalTreeNode tree;
-    ListLink links[kAclSlots];  // in lists[slot]->members[slot]
-    AclList* lists[kAclSlots];  // null: the slot is not bound
+    char name[HAL_ACL_NAME_SIZE];
+    uint32_t value;  // the HAL's
+    uint16_t ruleCount;
+    uint16_t counterCount;
+    HalAclRule* rules;
+    uint32_t boundCount;
+    pcsim::ListLink members[pcsim::kAclSlots];  // of HalAclInstance, in the instance tree's order
+    HalTreeRoot index[pcsim::kAclSlots];        // of AclIndexNode: the same members
+    bool deleted;                               // out of aclTree; goes with its last binding
+};
+
+struct HalAclInstance {
+    HalTreeNode tree;
+    pcsim::ListLink links[pcsim::kAclSlots];  // in lists[slot]->members[slot]
+    HalAclList* lists[pcsim::kAclSlots];      // null: the slot is not bound
     uint32_t vlan;
     uint32_t port;
     uint8_t key;
-    uint8_t* counters[kAclSlots];  // null when the list has no counters
-    AclIndexNode indexNodes[kAclSlots];
+    uint8_t* counters[pcsim::kAclSlots];  // null when the list has no counters
+    pcsim::AclIndexNode indexNodes[pcsim::kAclSlots];
 };
 
-}  // namespace pcsim
-
 extern "C" {
-
-// Lists; include/pcsim/acl.h has the contracts.
-PCSIM_EXPORT int32_t pcSimIPv4AclAdd(const HalAclListRequest* request) noexcept;
-PCSIM_EXPORT int32_t pcSimIPv4AclDel(const HalAclDeleteRequest* request) noexcept;
-PCSIM_EXPORT int32_t pcSimIPv4AclRefreshDiff(const HalAclListRequest* request) noexcept;
-PCSIM_EXPORT int32_t pcSimIPv4AclRefresh(const HalAclListRequest* request) noexcept;
-
-// Bindings.
-PCSIM_EXPORT int32_t pcSimIPv4AclConfig(const HalAclBindRequest* request) noexcept;
-PCSIM_EXPORT int32_t pcSimIPv4AclUnconfig(const HalAclBindRequest* request) noexcept;
-
-// Binds 'instance' to 'list' in 'slot' with zeroed counters: the slot leaves the list it was bound
-// to; bound to this one already, it only gets fresh counters. 0; -1 when the slot is neither 0 nor
-// 1, memory runs out, or the host's tree refuses the member, and then it is not bound to 'list'.
-PCSIM_EXPORT int32_t aclAttachInstance(pcsim::AclList* list, uint32_t slot,
-                                       pcsim::AclInstance* instance) noexcept;
-
-// Reverses it; the instance itself stays. Nothing happens when the slot is not bound to 'list'. A
-// deleted list goes with its last binding. 0.
-PCSIM_EXPORT int32_t aclUnAttachInstance(pcsim::AclList* list, uint32_t slot,
-                                         pcsim::AclInstance* instance) noexcept;
-
-// Counters.
-PCSIM_EXPORT int32_t pcSimIPv4AclGetCounter(HalAclCounterRequest* request) noexcept;
-PCSIM_EXPORT int32_t pcSimIPv4AclClearCounter(const HalAclCounterRequest* request) noexcept;
+// State, for debuggers.
+extern PCSIM_EXPORT HalTreeRoot aclTree;
+extern PCSIM_EXPORT HalTreeRoot aclInstanceTree;
+}
 
 // Accepted and ignored; 0.
 #define PCSIM_ACL_STUBS(STUB)       \
     STUB(pcSimIPv4AclModify)        \
     STUB(pcSimCardIPv4AclSyncBegin) \
     STUB(pcSimCardIPv4AclSyncEnd)
-PCSIM_ACL_STUBS(PCSIM_DECLARE_STUB)
-
-// State, for debuggers.
-extern PCSIM_EXPORT HalTreeRoot aclTree;
-extern PCSIM_EXPORT HalTreeRoot aclInstanceTree;
-}
 
 #endif

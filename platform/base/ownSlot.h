@@ -5,9 +5,7 @@
 #ifndef PCSIM_BASE_OWNSLOT_H
 #define PCSIM_BASE_OWNSLOT_H
 
-#include <stdint.h>
-
-#include "platform/base/export.h"
+#include "pcsim/system.h"
 
 namespace pcsim {
 
@@ -18,12 +16,5 @@ constexpr int32_t kChassisOwnSlot = 9;
 void setShape(bool chassis) noexcept;
 
 }  // namespace pcsim
-
-extern "C" {
-
-// The slot that the running system occupies: what the environment says, else 9 in a chassis and 1
-// in a stackable.
-PCSIM_EXPORT int32_t pcSimGetMySlotNum() noexcept;
-}
 
 #endif

@@ -9,7 +9,6 @@
 #include "platform/base/export.h"
 
 // clang-format off
-#define PCSIM_DECLARE_STUB(name) PCSIM_EXPORT int32_t name(...) noexcept;
 #define PCSIM_DEFINE_STUB(name) int32_t name(...) noexcept { return 0; }
 // clang-format on
 

@@ -2,8 +2,8 @@
 //
 // A site tests the component's level, counts the event, tests the class mask, and only then
 // evaluates its arguments, so a silent site costs two loads and a compare. The ten exported trace
-// operations add the module's file name and incident identifier; hosts and debuggers may call them
-// too. Any module of the library may include this.
+// operations (pcsim/ems.h) add the module's file name and incident identifier; hosts and debuggers
+// may call them too. Any module of the library may include this.
 #ifndef PCSIM_BASE_TRACE_H
 #define PCSIM_BASE_TRACE_H
 
@@ -35,23 +35,6 @@ HalEmsComponent* registeredTraceComponent() noexcept;
 }  // namespace pcsim
 
 extern "C" {
-// The trace operations. 'file' is ignored in favour of the module's own name; the result is
-// emsNotifyIncident's.
-#define PCSIM_TRACE_OPERATION(name)                                                             \
-    PCSIM_EXPORT int name(const char* file, int line, const char* function, const char* format, \
-                          ...) noexcept __attribute__((format(printf, 4, 5)))
-PCSIM_TRACE_OPERATION(pcSimCardTrace);
-PCSIM_TRACE_OPERATION(pcSimCardDBTrace);
-PCSIM_TRACE_OPERATION(pcSimFdbTrace);
-PCSIM_TRACE_OPERATION(pcSimVlanTrace);
-PCSIM_TRACE_OPERATION(pcSimPortTrace);
-PCSIM_TRACE_OPERATION(pcSimSystemTrace);
-PCSIM_TRACE_OPERATION(pcSimFanTrace);
-PCSIM_TRACE_OPERATION(pcSimPSTrace);
-PCSIM_TRACE_OPERATION(pcSimDeviceTrace);
-PCSIM_TRACE_OPERATION(pcSimIpAdjTrace);
-#undef PCSIM_TRACE_OPERATION
-
 // The card-database module's second sender: its one informational message, the link interrupt.
 int pcSimCardDBInfoTrace(const char* file, int line, const char* function, const char* format,
                          ...) noexcept __attribute__((format(printf, 4, 5)));

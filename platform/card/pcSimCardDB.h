@@ -10,36 +10,4 @@
 #include "pcsim/card.h"
 #include "platform/base/stub.h"
 
-extern "C" {
-
-PCSIM_EXPORT int32_t pcSimStackCardDBSetup(HalCardDb* db) noexcept;
-PCSIM_EXPORT int32_t pcSimChassisCardDBSetup(HalCardDb* db) noexcept;
-PCSIM_EXPORT int32_t pcSimStackCardSlotDBSetup(int32_t slot, HalCardSlotDb* db) noexcept;
-PCSIM_EXPORT int32_t pcSimChassisCardSlotDBSetup(int32_t slot, HalCardSlotDb* db) noexcept;
-
-// The card type of a stackable, and of a chassis slot.
-PCSIM_EXPORT uint32_t pcSimStackCardGetId() noexcept;
-PCSIM_EXPORT uint32_t pcSimChassisCardGetId(int32_t slot) noexcept;
-
-PCSIM_EXPORT int32_t pcSimStackCardGetHwInfo(int32_t slot, HalCardHwInfo* info) noexcept;
-PCSIM_EXPORT int32_t pcSimChassisCardGetHwInfo(int32_t slot, HalCardHwInfo* info) noexcept;
-PCSIM_EXPORT int32_t pcSimStackCardGetPartInfo(int32_t slot, HalPartInfo* part) noexcept;
-PCSIM_EXPORT int32_t pcSimChassisCardGetPartInfo(int32_t slot, HalPartInfo* part) noexcept;
-PCSIM_EXPORT int32_t pcSimStackCardGetCPUSubSystemPartInfo(int32_t slot,
-                                                           HalPartInfo* part) noexcept;
-PCSIM_EXPORT int32_t pcSimChassisCardGetCPUSubSystemPartInfo(int32_t slot,
-                                                             HalPartInfo* part) noexcept;
-
-PCSIM_EXPORT HalCardCapability* pcSimCardGetCapability(int32_t slot, const char* name) noexcept;
-PCSIM_EXPORT int32_t pcSimCardLinkIntrEnable(int32_t slot, int32_t enable) noexcept;
-
-PCSIM_EXPORT int32_t pcSimFamilyDBSetup(uint32_t family, HalFamilyOps* table) noexcept;
-
-// Mirroring, which the simulation does not model: accepted and ignored, 0.
-PCSIM_DECLARE_STUB(pcSimMirEnable)
-PCSIM_DECLARE_STUB(pcSimMirCfgPort)
-PCSIM_DECLARE_STUB(pcSimMirVlanCfgPort)
-PCSIM_DECLARE_STUB(pcSimMirTrunkCfgPort)
-}
-
 #endif

@@ -9,38 +9,6 @@
 #include "pcsim/l2.h"
 #include "platform/base/stub.h"
 
-extern "C" {
-
-// The block of HAL_FDB_ENTRIES entries; null before the init and after one that failed.
-PCSIM_EXPORT extern HalFdbEntry* pcSimFdbTable;
-
-// CRC-16/ARC of the 6 bytes at 'mac'. XORed with the VLAN id it is the number of a bucket.
-PCSIM_EXPORT uint32_t pcSimFdbHash(const uint8_t* mac) noexcept;
-
-PCSIM_EXPORT int32_t pcSimPCFamFdbInit(HalFdbEntry** table) noexcept;
-PCSIM_EXPORT int32_t pcSimPCFamFdbCleanup() noexcept;
-PCSIM_EXPORT int32_t pcSimPCFamFdbMacLookup(uint32_t* handle, const uint8_t* mac,
-                                            const HalVlanIf* vlanIf) noexcept;
-PCSIM_EXPORT int32_t pcSimPCFamFdbAllocEntry(uint32_t* handle, HalFdbEntry** slot,
-                                             const HalFdbKey* key) noexcept;
-PCSIM_EXPORT int32_t pcSimPCFamFdbDeleteEntry(HalFdbEntry* slot) noexcept;
-PCSIM_EXPORT int32_t pcSimPCFamFdbAddEntry(void* ignored, uint32_t handle, HalFdbEntry* slot,
-                                           const HalFdbRecord* record) noexcept;
-PCSIM_EXPORT int32_t pcSimPCFamFdbReadEntry(HalFdbEntry* const* slot,
-                                            HalFdbRecord* record) noexcept;
-PCSIM_EXPORT int32_t pcSimPCFamFdbFlush(uint32_t unused1, uint32_t unused2,
-                                        HalCompletionFn* callback, uint32_t argument1,
-                                        uint32_t argument2) noexcept;
-PCSIM_EXPORT int32_t pcSimPCFamFdbDump(const pcSimDumpSink* sink) noexcept;
-
-// The task that a flush schedules: runs the registered callback and returns its result, 0 when
-// there is none.
-PCSIM_EXPORT int32_t pcSimFlushCallback(uint32_t argument1, uint32_t argument2) noexcept;
-
-PCSIM_EXPORT int32_t pcSimCardFdbInit(int32_t slot) noexcept;
-PCSIM_EXPORT int32_t pcSimCardFdbCleanup(int32_t slot) noexcept;
-PCSIM_EXPORT int32_t pcSimCardFdbSyncHw(int32_t slot) noexcept;
-
 // Accepted and ignored: writing a card's own copy, filters in hardware.
 // clang-format off
 #define PCSIM_FDB_STUBS(STUB) \
@@ -54,8 +22,5 @@ PCSIM_EXPORT int32_t pcSimCardFdbSyncHw(int32_t slot) noexcept;
     STUB(pcSimPCFamFdbFilterDelEgress) \
     STUB(pcSimPCFamFdbFilterDump)
 // clang-format on
-
-PCSIM_FDB_STUBS(PCSIM_DECLARE_STUB)
-}
 
 #endif

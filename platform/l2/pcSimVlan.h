@@ -8,25 +8,6 @@
 #include "pcsim/l2.h"
 #include "platform/base/stub.h"
 
-extern "C" {
-
-PCSIM_EXPORT int32_t pcSimVlanIfCreate(const HalVlanIf* vlanIf, HalHwHandle** handle) noexcept;
-PCSIM_EXPORT int32_t pcSimVlanIfDelete(const HalVlanIf* vlanIf, HalHwHandle** handle) noexcept;
-PCSIM_EXPORT int32_t pcSimCardVlanCreate(int32_t slot, const HalVlanIf* vlanIf) noexcept;
-PCSIM_EXPORT int32_t pcSimCardVlanDelete(int32_t slot, const HalVlanIf* vlanIf) noexcept;
-PCSIM_EXPORT int32_t pcSimCardVlanAddPort(const HalVpif* vpif) noexcept;
-PCSIM_EXPORT int32_t pcSimCardSyncVlanAddPort(const HalVpif* vpif) noexcept;
-PCSIM_EXPORT int32_t pcSimCardVlanDeletePort(const HalVpif* vpif) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPifCreate(const HalPif* pif, HalHwHandle** handle) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPifDelete(const HalPif* pif, HalHwHandle** handle) noexcept;
-PCSIM_EXPORT int32_t pcSimVpifCreate(const HalVpif* vpif, HalHwHandle** handle) noexcept;
-PCSIM_EXPORT int32_t pcSimVpifDelete(const HalVpif* vpif, HalHwHandle** handle) noexcept;
-PCSIM_EXPORT int32_t pcSimVlanOptionEnable(const HalVlanIf* vlanIf, int32_t option,
-                                           int32_t enable) noexcept;
-PCSIM_EXPORT int32_t pcSimCardVpifCfgProtocol(const HalPif* pif, const HalProtocolFilter* filter,
-                                              uint16_t protocolType, uint16_t value,
-                                              int32_t add) noexcept;
-
 // Accepted and ignored: deferred updates, tag changes, quality of service, nested VLANs, virtual
 // routers.
 // clang-format off
@@ -57,8 +38,5 @@ PCSIM_EXPORT int32_t pcSimCardVpifCfgProtocol(const HalPif* pif, const HalProtoc
     STUB(pcSimVrDelete) \
     STUB(pcSimCfgVrAndVlan)
 // clang-format on
-
-PCSIM_VLAN_STUBS(PCSIM_DECLARE_STUB)
-}
 
 #endif

@@ -39,43 +39,24 @@
 
 #include "pcsim/host_records.h"
 #include "pcsim/host_tree.h"
+#include "pcsim/mcast.h"
 #include "platform/base/list.h"
 #include "platform/base/order.h"
 
 namespace pcsim {
 
-struct VlanNode;
-struct VpifNode;
-struct CacheIf;
+// The HAL knows the nodes that it is handed by their names in pcsim/mcast.h.
+using CacheNode = HalMcastCacheNode;
+using CacheIf = HalMcastCacheIf;
+using VlanNode = HalMcastVlanNode;
+using PortNode = HalMcastPortNode;
+using VpifNode = HalMcastVpifNode;
 
 // Below groupTable; ordered by group address in host byte order.
 struct GroupNode {
     HalTreeNode tree;
     uint32_t group;      // network byte order
     HalTreeRoot caches;  // CacheNode by source as a raw word, then incoming VLAN
-};
-
-struct CacheNode {
-    HalTreeNode tree;
-    uint32_t source;         // network byte order; 0: any source
-    uint32_t group;          // network byte order
-    uint16_t virtualRouter;  // never set, so 0
-    uint32_t incomingVlan;   // "Iif"
-    uint32_t statsFirst[2];  // counters in two pairs, never written by the simulation
-    uint32_t statsSecond[2];
-    GroupNode* groupNode;  // null: this cache is in no group's tree
-    HalTreeRoot vlans;     // CacheIf by VLAN instance
-};
-
-// One VLAN of a cache. The incoming VLAN has one too, usually without ports.
-struct CacheIf {
-    HalTreeNode tree;
-    uint32_t vlanInstance;
-    VlanNode* vlan;
-    ListLink link;  // in vlan->users
-    CacheNode* cache;
-    HalTreeRoot ports;  // CachePort by port key
-    uint32_t word;      // 'vlanWord' of the last outgoing entry that touched it
 };
 
 // One outgoing port of a cache on one VLAN.
@@ -89,16 +70,41 @@ struct CachePort {
     uint32_t reserved[2];
 };
 
-// A VLAN in use; in vlanTree by VLAN instance.
-struct VlanNode {
+}  // namespace pcsim
+
+struct HalMcastCacheNode {
+    HalTreeNode tree;
+    uint32_t source;         // network byte order; 0: any source
+    uint32_t group;          // network byte order
+    uint16_t virtualRouter;  // never set, so 0
+    uint32_t incomingVlan;   // "Iif"
+    uint32_t statsFirst[2];  // counters in two pairs, never written by the simulation
+    uint32_t statsSecond[2];
+    pcsim::GroupNode* groupNode;  // null: this cache is in no group's tree
+    HalTreeRoot vlans;            // CacheIf by VLAN instance
+};
+
+// One VLAN of a cache. The incoming VLAN has one too, usually without ports.
+struct HalMcastCacheIf {
     HalTreeNode tree;
     uint32_t vlanInstance;
-    HalVlanIf* vlanIf;  // the host's record
-    ListLink users;     // of CacheIf, in the order of their creation
+    HalMcastVlanNode* vlan;
+    pcsim::ListLink link;  // in vlan->users
+    HalMcastCacheNode* cache;
+    HalTreeRoot ports;  // CachePort by port key
+    uint32_t word;      // 'vlanWord' of the last outgoing entry that touched it
+};
+
+// A VLAN in use; in vlanTree by VLAN instance.
+struct HalMcastVlanNode {
+    HalTreeNode tree;
+    uint32_t vlanInstance;
+    HalVlanIf* vlanIf;      // the host's record
+    pcsim::ListLink users;  // of CacheIf, in the order of their creation
 };
 
 // A port in use; in portTree by port key.
-struct PortNode {
+struct HalMcastPortNode {
     HalTreeNode tree;
     uint32_t portKey;
     HalPif* pif;        // the host's record
@@ -106,13 +112,15 @@ struct PortNode {
 };
 
 // A VLAN on a port.
-struct VpifNode {
+struct HalMcastVpifNode {
     HalTreeNode tree;
     uint32_t vlanInstance;
-    VlanNode* vlan;  // valid while there are cache ports
-    PortNode* port;
-    ListLink cachePorts;  // of CachePort, in the order of their creation
+    HalMcastVlanNode* vlan;  // valid while there are cache ports
+    HalMcastPortNode* port;
+    pcsim::ListLink cachePorts;  // of CachePort, in the order of their creation
 };
+
+namespace pcsim {
 
 // The node that a tree header begins.
 template <typename Node>

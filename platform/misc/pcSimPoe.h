@@ -6,13 +6,6 @@
 #include "platform/base/stub.h"
 
 // clang-format off
-extern "C" {
-PCSIM_EXPORT int32_t pcSimCardPoeGetVersion(uint32_t slot) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPoeSNMPGetSlotInfo(uint32_t slot) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPoeSNMPGetPortInfo(uint32_t port) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPoePortInfo(uint32_t port) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPoeGetPortDetails(uint32_t port, uint32_t value) noexcept;
-
 // Accepted and ignored, whatever the arguments: 0.
 #define PCSIM_POE_STUBS(STUB)            \
     STUB(pcSimCardPoeSlotEnable)         \
@@ -26,8 +19,6 @@ PCSIM_EXPORT int32_t pcSimCardPoeGetPortDetails(uint32_t port, uint32_t value) n
     STUB(pcSimCardPoePortDisable)        \
     STUB(pcSimCardPoeGetPortState)       \
     STUB(pcSimCardPoeSetPortValue)
-PCSIM_POE_STUBS(PCSIM_DECLARE_STUB)
-}
 // clang-format on
 
 #endif

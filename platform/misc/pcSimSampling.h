@@ -5,13 +5,4 @@
 #include "pcsim/misc.h"
 #include "platform/base/export.h"
 
-// clang-format off
-extern "C" {
-PCSIM_EXPORT int32_t pcSimAllocSampleBin() noexcept;
-PCSIM_EXPORT int32_t pcSimSFLOWAddPortsForSample(uint32_t ignored, const HalSamplePort* port) noexcept;
-PCSIM_EXPORT int32_t pcSimSFLOWDelPortsForSample(uint32_t ignored, const HalSamplePort* port) noexcept;
-PCSIM_EXPORT int32_t pcSimSFLOWGetCntSampleOnPort(uint32_t port, HalSampleCounters* record) noexcept;
-}
-// clang-format on
-
 #endif

@@ -5,9 +5,7 @@
 #ifndef PCSIM_PORT_HOSTINTERFACES_H
 #define PCSIM_PORT_HOSTINTERFACES_H
 
-#include <stdint.h>
-
-#include "platform/base/export.h"
+#include "pcsim/system.h"
 
 namespace pcsim {
 
@@ -15,14 +13,5 @@ namespace pcsim {
 constexpr uint32_t kInterfaceLimit = 100;
 
 }  // namespace pcsim
-
-extern "C" {
-
-// Number of the PC's usable interfaces, eth1 upwards without a gap; 0 until initialised.
-PCSIM_EXPORT extern uint32_t pcSimSystemNumPorts;
-
-// Counts the PC's interfaces, at most kInterfaceLimit, with a socket of its own.
-PCSIM_EXPORT uint32_t pcSimGetSystemNumberPorts() noexcept;
-}
 
 #endif

@@ -13,44 +13,6 @@
 #include "platform/base/stub.h"
 
 // clang-format off
-extern "C" {
-// Called for each slot when its card is initialised: enables ports 1 to 256 of 'slot'. Returns 0,
-// also for a slot without ports.
-PCSIM_EXPORT int32_t pcSimPortInit(uint32_t slot) noexcept;
-PCSIM_EXPORT int32_t pcSimIsPortDisabled(uint32_t portInstance) noexcept;
-
-PCSIM_EXPORT int32_t pcSimCardDeferUpdatePortStart(uint32_t slot, uint32_t syncNumber) noexcept;
-PCSIM_EXPORT int32_t pcSimCardDeferUpdatePortEnd(uint32_t slot, uint32_t syncNumber) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPortEnable(uint32_t portInstance, uint32_t enable) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPortEnableJumbo(uint32_t portInstance, uint32_t enable, uint32_t frameSize) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPortConfigAutoNeg(uint32_t portInstance, const HalPortAutoNeg* config) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPortRestart(uint32_t portInstance) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPortShutDown(uint32_t portInstance) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPortSetRouterAddress(uint32_t portInstance, const uint8_t* mac) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPortLinkChange(uint32_t portInstance, uint32_t state) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPortEnableRcv(uint32_t portInstance, uint32_t enable) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPortSetLinkLED(uint32_t portInstance, uint32_t color) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPortSetForwardingState(
-    uint32_t portInstance, uint32_t group, uint32_t ignored1, uint32_t ignored2, uint32_t ignored3,
-    HalCompletionFn* callback, uint32_t argument1, uint32_t argument2) noexcept;
-// The task of a forwarding-state completion: runs the registered callback and returns its result;
-// 0 without one.
-PCSIM_EXPORT int32_t pcSimSetVpstCallback(uint32_t argument1, uint32_t argument2) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPortGetForwardingState(uint32_t portInstance, uint32_t ignored, uint32_t* state) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPortSyncSetMirroredState(uint32_t portInstance) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPortSyncSetForwardingState(uint32_t portInstance) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPortGetIntStatus() noexcept;
-PCSIM_EXPORT int32_t pcSimCardPortConfigVlanStat(uint32_t portInstance, uint32_t vlanId) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPortConfigIPG(uint32_t portInstance, uint32_t gap) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPortGetMediaType(uint32_t portInstance, HalPortMediaType* media) noexcept;
-
-PCSIM_EXPORT int32_t pcSimCardPortLinkInfo(uint32_t portInstance, uint32_t* link, uint32_t* duplex,
-                                           uint32_t* speed, uint32_t* flowControl,
-                                           uint32_t* extra) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPortGetStats(uint32_t portInstance, PortStatsRecord* out) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPortGetStatsReadClear(uint32_t portInstance, PortStatsRecord* out) noexcept;
-PCSIM_EXPORT int32_t pcSimCardPortZeroStats(uint32_t portInstance) noexcept;
-
 // Accepted and ignored, whatever the arguments: 0.
 #define PCSIM_PORT_STUBS(STUB)              \
     STUB(pcSimCardPortProbe)                \
@@ -69,8 +31,6 @@ PCSIM_EXPORT int32_t pcSimCardPortZeroStats(uint32_t portInstance) noexcept;
     STUB(pcSimPortCfgHighPriCosVal)         \
     STUB(pcSimAddDelVlanToVr)               \
     STUB(pcSimAddDelPortToVr)
-PCSIM_PORT_STUBS(PCSIM_DECLARE_STUB)
-}
 // clang-format on
 
 namespace pcsim {

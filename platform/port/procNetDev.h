@@ -8,14 +8,7 @@
 
 #include <stdint.h>
 
-#include "platform/base/export.h"
-
-extern "C" {
-// Splits a line of the table: copies the interface's name, which may be an alias such as "eth0:1",
-// to 'name' (as long as 'line', at least) and returns where the counters begin in 'line', which is
-// its end when it has none. Neither text may be null.
-PCSIM_EXPORT char* pcSimProcNetDevSplitName(char* name, char* line) noexcept;
-}
+#include "pcsim/port.h"
 
 namespace pcsim {
 

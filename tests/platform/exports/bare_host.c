@@ -7,6 +7,10 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "pcsim/card.h"
+#include "pcsim/l3.h"
+#include "pcsim/system.h"
+
 static int failures;
 
 #define EXPECT(condition)                                           \
@@ -83,9 +87,9 @@ static void checkGlobals(void* library) {
 
 /* Operations that call no host function. */
 static void checkOperations(void* library) {
-    int32_t (*ownSlot)(void) = (int32_t(*)(void))dlsym(library, "pcSimGetMySlotNum");
-    int32_t (*cardType)(int32_t) = (int32_t(*)(int32_t))dlsym(library, "pcSimChassisCardGetId");
-    int32_t (*setUp)(void*) = (int32_t(*)(void*))dlsym(library, "pcSimStackSystemDBSetup");
+    __typeof__(pcSimGetMySlotNum)* ownSlot = dlsym(library, "pcSimGetMySlotNum");
+    __typeof__(pcSimChassisCardGetId)* cardType = dlsym(library, "pcSimChassisCardGetId");
+    __typeof__(pcSimStackSystemDBSetup)* setUp = dlsym(library, "pcSimStackSystemDBSetup");
     EXPECT(ownSlot != NULL && cardType != NULL && setUp != NULL);
     if (failures != 0) return;
     unsetenv("VORN_SLOT_ID");
@@ -95,12 +99,12 @@ static void checkOperations(void* library) {
     EXPECT(cardType(3) == 404);
     /* Without a global record the assertion switch is off: the null nodes are reported, not fatal.
      */
-    int32_t (*compare)(const void*, const void*) =
-        (int32_t(*)(const void*, const void*))dlsym(library, "pcSimIpAdjComp");
+    __typeof__(pcSimIpAdjComp)* compare = dlsym(library, "pcSimIpAdjComp");
     EXPECT(compare != NULL && compare(NULL, NULL) == 0);
-    void* table[29];
-    EXPECT(setUp(table) == 0);
-    EXPECT(table[1] == dlsym(library, "pcSimStackChassisGetInfo"));
+    HalSystemOps table;
+    EXPECT(setUp(&table) == 0);
+    HalChassisGetInfoFn* getInfo = dlsym(library, "pcSimStackChassisGetInfo");
+    EXPECT(table.chassisGetInfo == getInfo);
 }
 
 int main(int argc, char** argv) {

@@ -2,7 +2,9 @@
 #include <dlfcn.h>
 #include <stdio.h>
 
+#include "pcsim/card_slot.h"
 #include "pcsim/ems.h"
+#include "pcsim/system.h"
 
 HalEmsComponent* _ems_HAL_Sys_ComponentHandle;
 
@@ -35,19 +37,18 @@ int main(int argc, char** argv) {
         fprintf(stderr, "%s\n", dlerror());
         return 1;
     }
-    int32_t (*control)(uint32_t, int32_t, void*) =
-        (int32_t(*)(uint32_t, int32_t, void*))dlsym(library, "pcSimModuleIoctl");
-    int32_t (*setUpSlot)(int32_t, void*) =
-        (int32_t(*)(int32_t, void*))dlsym(library, "pcSimChassisCardSlotDBSetup");
+    __typeof__(pcSimModuleIoctl)* control = dlsym(library, "pcSimModuleIoctl");
+    __typeof__(pcSimChassisCardSlotDBSetup)* setUpSlot =
+        dlsym(library, "pcSimChassisCardSlotDBSetup");
     if (control == NULL || setUpSlot == NULL) return 1;
     if (control(0, 9, NULL) != -2 || seen != &component || seenId != 0x520001u ||
         counters[1] != 1) {
         fprintf(stderr, "the library uses a handle of its own\n");
         return 1;
     }
-    static uint32_t slotRecord[267];
-    setUpSlot(3, slotRecord);
-    if (slotRecord[7] != 128) {
+    static HalCardSlotDb slotRecord;
+    setUpSlot(3, &slotRecord);
+    if (slotRecord.portCount != 128) {
         fprintf(stderr, "the library uses a slot rule of its own\n");
         return 1;
     }
