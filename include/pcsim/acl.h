@@ -2,8 +2,9 @@
  * VLAN and port and reads their counters, and the operations of the card family that take them.
  *
  * The list named HAL_ACL_DYNAMIC_RULES is the HAL's own collection of dynamic rules: it is never
- * stored, requests for it print a line at most. A null request stops the process. The HAL
- * serialises all calls. */
+ * stored, requests for it print a line at most. A null request stops the process.
+ *
+ * Thread: any of the HAL's, one access-list call at a time. */
 #ifndef PCSIM_ACL_H
 #define PCSIM_ACL_H
 
@@ -85,33 +86,35 @@ typedef struct HalAclCounterRequest {
 } HalAclCounterRequest;
 
 /* Stores a list and takes its rules over; a name that is stored already keeps its first list.
- * Always 0. */
+ * Always 0. Live. */
 typedef int32_t HalIPv4AclAddFn(const HalAclListRequest* request);
 
 /* Deletes a list, or prints the deletion of a dynamic rule. Instances stay bound to the deleted
- * list until they are unbound or bound to another. Always 0. */
+ * list until they are unbound or bound to another. Always 0. Live. */
 typedef int32_t HalIPv4AclDelFn(const HalAclDeleteRequest* request);
 
-/* Prints a rule array as a difference pass would load it, and frees it. Always 0. */
+/* Prints a rule array as a difference pass would load it, and frees it. Always 0. Accepted and
+ * ignored. */
 typedef int32_t HalIPv4AclRefreshDiffFn(const HalAclListRequest* request);
 
 /* Gives a stored list new rules, prints them, and resizes and zeroes the counters of its bindings.
- * An unknown name leaves the rules with the caller. Always 0. */
+ * An unknown name leaves the rules with the caller. Always 0. Live. */
 typedef int32_t HalIPv4AclRefreshFn(const HalAclListRequest* request);
 
 /* Binds a list to an instance in 'slot'; a slot that is bound already is bound anew.
- * 0; -1 when the list is unknown, the slot is neither 0 nor 1, or memory runs out. */
+ * 0; -1 when the list is unknown, the slot is neither 0 nor 1, or memory runs out. Live. */
 typedef int32_t HalIPv4AclConfigFn(const HalAclBindRequest* request);
 
 /* Unbinds whatever list the instance has in 'slot'; the name only tells a dynamic rule. Always 0.
- */
+ * Live. */
 typedef int32_t HalIPv4AclUnconfigFn(const HalAclBindRequest* request);
 
 /* Writes 0 to the value of every entry for the dynamic rules (letter case does not matter),
- * nothing for any other list. Always 0. */
+ * nothing for any other list. Always 0. Constant. */
 typedef int32_t HalIPv4AclGetCounterFn(HalAclCounterRequest* request);
 
-/* Zeroes the counters that the entries number, in the block of the instance's 'slot'. Always 0. */
+/* Zeroes the counters that the entries number, in the block of the instance's 'slot'. Always 0.
+ * Live. */
 typedef int32_t HalIPv4AclClearCounterFn(const HalAclCounterRequest* request);
 
 /* pcSimIPv4AclModify, pcSimCardIPv4AclSyncBegin and pcSimCardIPv4AclSyncEnd are HalStubFn. */

@@ -3,7 +3,10 @@
  *
  * A slot is a signed number. Slots 1 to 8 of a chassis hold I/O cards, the ones above management
  * modules; a stackable is one card. Records are the HAL's unless said otherwise; reserved bytes,
- * and bytes behind the NUL of a text, are never touched. Words without a name are the HAL's own. */
+ * and bytes behind the NUL of a text, are never touched. Words without a name are the HAL's own.
+ *
+ * Thread: any of the HAL's, one call at a time; the reports of card states run in its task
+ * context. */
 #ifndef PCSIM_CARD_H
 #define PCSIM_CARD_H
 
@@ -125,39 +128,40 @@ typedef HalCardCapability* HalCardGetCapabilityFn(int32_t slot, const char* name
 /* --- Card database ---------------------------------------------------------------------------- */
 
 /* Fills 'table' with the operations of a card family; word 0 is left alone. 'family' is not used:
- * there is one family. Always 0. */
+ * there is one family. Always 0. Constant. */
 typedef int32_t HalFamilyDBSetupFn(uint32_t family, struct HalFamilyOps* table);
 
-/* 5 when a card sits in 'slot', 0 when none does: bit (slot mod 32) of the presence mask. */
+/* 5 when a card sits in 'slot', 0 when none does: bit (slot mod 32) of the presence mask. Live. */
 typedef int32_t HalIsCardHwPresentFn(int32_t slot);
 #define HAL_CARD_HW_PRESENT 5
 
 /* Requests whose completion the hardware reports later. They return 1 when the report will follow
  * through halCardStatusUpdate, which takes simulated remote I/O, the primary system and a slot of
  * at most 8; else 0, and the HAL takes the step itself. Requests are not remembered: each one
- * reports. Simulated. */
+ * reports. */
 
 /* Turns the card's power on ('on' non-zero) or off. Reports HAL_CARD_STATE_POWERED_ON or
- * HAL_CARD_STATE_POWERED_OFF after 2 s. */
+ * HAL_CARD_STATE_POWERED_OFF after 2 s. Simulated. */
 typedef int32_t HalCardPowerEnableFn(int32_t slot, int32_t on);
 
 /* Runs the extended self test. 'maxTimeMs' is for the trace alone. Reports HAL_CARD_STATE_POST_DONE
- * after 10 s. */
+ * after 10 s. Simulated. */
 typedef int32_t HalCardRunExtPostFn(int32_t slot, int32_t maxTimeMs);
 
-/* Downloads 'image' (a text, not null). Reports HAL_CARD_STATE_DOWNLOADED after 5 s. */
+/* Downloads 'image' (a text, not null). Reports HAL_CARD_STATE_DOWNLOADED after 5 s. Simulated. */
 typedef int32_t HalCardStartDownloadFn(int32_t slot, const char* image);
 
-/* Boots the card. Reports HAL_CARD_STATE_BOOTED after 5 s. */
+/* Boots the card. Reports HAL_CARD_STATE_BOOTED after 5 s. Simulated. */
 typedef int32_t HalCardStartBootingFn(int32_t slot);
 
-/* Runs the diagnostics. Reports HAL_CARD_STATE_DIAG_DONE after 5 s. */
+/* Runs the diagnostics. Reports HAL_CARD_STATE_DIAG_DONE after 5 s. Simulated. */
 typedef int32_t HalCardDiagnosticsRunFn(int32_t slot);
 
-/* The link interrupts of a card that wait to be handled. Constant: 2. */
+/* The link interrupts of a card that wait to be handled: 2. Constant. */
 typedef int32_t HalCardLinkIntrMaskFn(void);
 
-/* Enables ('enable' non-zero) or disables link interrupts; there are none. Always 0. */
+/* Enables ('enable' non-zero) or disables link interrupts; there are none. Always 0. Accepted and
+ * ignored. */
 typedef int32_t HalCardLinkIntrEnableFn(int32_t slot, int32_t enable);
 
 /* Operations of the card database. */
@@ -182,11 +186,11 @@ typedef struct HalCardDb {
 } HalCardDb;
 
 /* Fills the HAL's card database. The chassis also learns here whether remote I/O is simulated, from
- * the environment. Always 0. 'db' must not be null. */
+ * the environment. Always 0. 'db' must not be null. Constant. */
 typedef int32_t HalCardDBSetupFn(HalCardDb* db);
 
 /* Fills the record of one slot (card_slot.h), except for its reserved bytes. Always 0. 'db' must
- * not be null. */
+ * not be null. Constant but for the ports of a stackable, which are the PC's interfaces. */
 typedef int32_t HalCardSlotDBSetupFn(int32_t slot, struct HalCardSlotDb* db);
 
 /* --- Hardware information --------------------------------------------------------------------- */
@@ -227,18 +231,19 @@ typedef struct HalCardHwInfo {
  * the type and the four words at the end written. Constant but for the time stamps. */
 typedef int32_t HalCardGetHwInfoFn(int32_t slot, HalCardHwInfo* info);
 
-/* Fills the identity of one part of the card in 'slot'. Always 0. */
+/* Fills the identity of one part of the card in 'slot'. Always 0. Constant but for the time stamp.
+ * */
 typedef int32_t HalCardGetPartInfoFn(int32_t slot, HalPartInfo* part);
 
 /* --- Life cycle and supervision --------------------------------------------------------------- */
 
-/* Prepares the card's resources and clears the state of its ports. Always 0. */
+/* Prepares the card's resources and clears the state of its ports. Always 0. Live. */
 typedef int32_t HalCardInitFn(int32_t slot);
 
-/* Gives the card's resources back. Always 0. */
+/* Gives the card's resources back. Always 0. Accepted and ignored. */
 typedef int32_t HalCardCleanupFn(int32_t slot);
 
-/* Whether the card answers after power-on. Always 0: it does. */
+/* Whether the card answers after power-on. Always 0: it does. Constant. */
 typedef int32_t HalCardPowerOnCheckFn(int32_t slot);
 
 /* Stores the card's temperature, 2000 + 10 x 'slot', in '*temperature'. Always 0. Simulated. */
@@ -247,16 +252,19 @@ typedef int32_t HalCardReadTemperatureFn(int32_t slot, int32_t* temperature);
 /* Stores the card's operating time, 1000 x 'slot', in '*odometer'. Always 0. Simulated. */
 typedef int32_t HalCardGetOdometerFn(int32_t slot, int32_t* odometer);
 
-/* Enables ('enable' non-zero) or disables MAC interrupts; there are none. Always 0. */
+/* Enables ('enable' non-zero) or disables MAC interrupts; there are none. Always 0. Accepted and
+ * ignored. */
 typedef int32_t HalMacIntEnableFn(int32_t slot, int32_t enable);
 
-/* Stores the mask of MAC interrupts, all ones, in '*mask'. Always 0. */
+/* Stores the mask of MAC interrupts, all ones, in '*mask'. Always 0. Constant. */
 typedef int32_t HalMacIntrGetMaskFn(int32_t slot, uint32_t* mask);
 
-/* Enables ('enable' non-zero) or disables the backplane link between two slots. Always 0. */
+/* Enables ('enable' non-zero) or disables the backplane link between two slots. Always 0. Accepted
+ * and ignored. */
 typedef int32_t HalCardInternalLinkEnableFn(int32_t fromSlot, int32_t toSlot, int32_t enable);
 
-/* Sets how load is shared on the backplane link between two slots. Always 0. */
+/* Sets how load is shared on the backplane link between two slots. Always 0. Accepted and ignored.
+ * */
 typedef int32_t HalCardInternalLinkConfigLoadSharingFn(int32_t fromSlot, int32_t toSlot,
                                                        int32_t mode);
 
@@ -271,7 +279,7 @@ typedef struct HalCardDiagnosticsResult {
     char message[19]; /* 2366: NUL-terminated */
 } HalCardDiagnosticsResult;
 
-/* Stores "Diag not supported" in 'result'. Always 0. */
+/* Stores "Diag not supported" in 'result'. Always 0. Constant. */
 typedef int32_t HalCardDiagnosticsGetResultFn(int32_t slot, HalCardDiagnosticsResult* result);
 
 /* The card type of every slot of a stackable: HAL_CARD_STACKABLE. Constant. */

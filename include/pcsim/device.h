@@ -4,7 +4,9 @@
  * The library registers them once with one record, reports a change of state through
  * halUpdateDeviceInfo every 5 s, and answers the HAL's commands. All records but the capability
  * stay the library's for its whole life; the HAL reads them in place. Lettered and numbered fields
- * are the HAL's own. Integers are little-endian. */
+ * are the HAL's own. Integers are little-endian.
+ *
+ * Thread: any of the HAL's, one call at a time; the state poll runs in its timer context. */
 #ifndef PCSIM_DEVICE_H
 #define PCSIM_DEVICE_H
 
@@ -56,12 +58,15 @@ typedef struct HalDeviceInfo {
     uint8_t reserved276[24];
 } HalDeviceInfo;
 
-/* What a device answers to the last command. */
+/* What a device answers to the last command. Time stamp and value are 0 until a status query sets
+ * them: that of a Tarn to the host's monotonic time and 2500 or 2600, that of the mouse to 0 and
+ * 2700. One of the floppy leaves its own as they are (so 0 and 0) and sets the mouse's to the
+ * monotonic time and 0, which the mouse's own next query undoes. */
 typedef struct HalDeviceStatus {
     uint32_t device;    /* 0 */
     uint32_t size;      /* 4: of the whole record, in bytes */
-    uint32_t timeStamp; /* 8: the host's monotonic time */
-    uint32_t value;     /* 12: simulated */
+    uint32_t timeStamp; /* 8 */
+    uint32_t value;     /* 12 */
     char text[256];     /* 16: "None" until a command has written it */
 } HalDeviceStatus;
 
@@ -107,7 +112,7 @@ typedef HalDeviceCapability* HalGetDeviceCapabilityFn(const char* typeName);
  * and return 0. What a device can't do returns HAL_DEVICE_UNSUPPORTED, what doesn't exist
  * HAL_DEVICE_INVALID, both after halDeviceCmdError. Before the devices are registered,
  * HAL_DEVICE_REGISTER registers them and returns what that returns (0, or -1 to -5 when memory runs
- * out); every other code returns -1, and then nothing else happens. */
+ * out); every other code returns -1, and then nothing else happens. Simulated. */
 typedef int32_t HalDeviceCommandFn(const HalDeviceCommand* command);
 
 /* Starts the state poll (halStartTimer, 5000 ms) and registers the devices; system initialisation

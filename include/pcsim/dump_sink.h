@@ -1,11 +1,13 @@
-/* Where a dump goes. With a null sink the same lines go to standard output. */
+/* Where a dump goes. With a null sink the same lines go to standard output.
+ *
+ * Thread: the one that called the dump, before the dump returns. */
 #ifndef PCSIM_DUMP_SINK_H
 #define PCSIM_DUMP_SINK_H
 
 #include "pcsim/base.h"
 
 /* Receives one piece of a dump, usually a line with its newline. 'format' and its arguments are
- * valid during the call alone. The result is ignored. */
+ * valid during the call alone. The result is ignored. Callback. */
 typedef int HalDumpPrintFn(uint32_t context, const char* format, ...)
     __attribute__((format(printf, 2, 3)));
 

@@ -2,7 +2,9 @@
  *
  * The host owns the records. The library holds pointers to them in the component handles below,
  * which it defines itself (null at load) and which a host's own definition of the same name
- * replaces. Only the fields declared here are read; the counters alone are written. */
+ * replaces. Only the fields declared here are read; the counters alone are written.
+ *
+ * Thread: that of the operation that traces, whichever that is. */
 #ifndef PCSIM_EMS_H
 #define PCSIM_EMS_H
 

@@ -8,7 +8,9 @@
  *
  * All operations return 0 unless said otherwise. Records and outputs are the caller's and not null;
  * reserved bytes, bytes behind the NUL of a text, and fields that a shape does not fill stay as
- * they were. Words without a name, and the units of readings, are the HAL's own. */
+ * they were. Words without a name, and the units of readings, are the HAL's own.
+ *
+ * Thread: any of the HAL's, at any time. */
 #ifndef PCSIM_ENV_H
 #define PCSIM_ENV_H
 
@@ -36,7 +38,7 @@ typedef struct HalEnvDb {
     uint32_t word4;                /* 4 */
 } HalEnvDb;
 
-/* A reading of one slot, stored in '*out'. Constant for a slot. */
+/* A reading of one slot, stored in '*out': a fixed function of the slot's number. Simulated. */
 typedef uint32_t HalSlotReadingFn(uint32_t slot, uint32_t* out);
 
 /* A rating: what a fan draws, or what an output line of a power supply delivers. Of a stack's
@@ -65,8 +67,9 @@ typedef struct HalEnvHwHead {
 
 typedef HalEnvDb HalFanDb;
 
-/* A present fan answers 2, an absent one 0. */
 #define HAL_FAN_PRESENT 2u
+
+/* Whether a fan is present: HAL_FAN_PRESENT, else 0. Live: the presence mask. */
 typedef HalIsUnitPresentFn HalIsFanPresentFn;
 
 /* One named fan of a slot. */
@@ -87,28 +90,29 @@ typedef struct HalFanHwInfo {
 } HalFanHwInfo;
 
 /* Fills the part information of fan 'number': a stack's fans are all called "Fan", on a chassis
- * number 1 is "Left" and every other "Right". */
+ * number 1 is "Left" and every other "Right". Constant but for the time stamp. */
 typedef uint32_t HalFanGetPartInfoFn(uint32_t number, HalPartInfo* info);
 
 /* Fills the hardware information of a slot with 'number' fans, and in it the part information of
  * fan 'number'. Each entry's name becomes empty; of a chassis with two fans the first is "Right"
  * and the second "Left". 'info' must have room for 'number' entries; a number above HAL_FANS_MAX
- * is stored but can't be a count, and no entry is touched. */
+ * is stored but can't be a count, and no entry is touched. Constant but for the time stamp. */
 typedef uint32_t HalFanReadHwInfoFn(uint32_t number, HalFanHwInfo* info);
 
-typedef HalSlotReadingFn HalFanReadTempFn;    /* slot + 2500 */
-typedef HalSlotReadingFn HalFanGetOdometerFn; /* slot * 10, whatever was set */
+/* The temperature, slot + 2500, and the odometer, slot * 10 whatever was set. Simulated. */
+typedef HalSlotReadingFn HalFanReadTempFn;
+typedef HalSlotReadingFn HalFanGetOdometerFn;
 
-/* Sets the odometer of 'slot' to 0: calls pcSimFanSetOdometer. */
+/* Sets the odometer of 'slot' to 0: calls pcSimFanSetOdometer. Accepted and ignored. */
 typedef uint32_t HalFanInitOdometerFn(int32_t slot);
 
-/* Traced, not stored. */
+/* Traced, not stored. Accepted and ignored. */
 typedef uint32_t HalFanSetOdometerFn(int32_t slot, int32_t value);
 
-/* Speed in revolutions per minute: fan + 10000 on a stack, fan + 20000 on a chassis. */
+/* Speed in revolutions per minute: fan + 10000 on a stack, fan + 20000 on a chassis. Simulated. */
 typedef uint32_t HalFanReadRpmFn(uint32_t slot, uint32_t fan, uint32_t* out);
 
-/* Traced, not stored. 'percent' is of the maximum. */
+/* Traced, not stored. 'percent' is of the maximum. Accepted and ignored. */
 typedef uint32_t HalFanSetSpeedFn(int32_t fan, int32_t slot, int32_t percent);
 
 /* Slot database of fans, fourteen words. */
@@ -130,7 +134,7 @@ typedef struct HalFanSlotDb {
 } HalFanSlotDb;
 
 /* Fill the HAL's records with constants and operations, the same at every call. 'slot' is not
- * used. */
+ * used. Constant. */
 typedef uint32_t HalFanDBSetupFn(HalFanDb* record);
 typedef uint32_t HalFanSlotDBSetupFn(uint32_t slot, HalFanSlotDb* record);
 
@@ -138,8 +142,9 @@ typedef uint32_t HalFanSlotDBSetupFn(uint32_t slot, HalFanSlotDb* record);
 
 typedef HalEnvDb HalPowerSupplyDb;
 
-/* A present power supply answers 4, an absent one 0. */
 #define HAL_POWER_SUPPLY_PRESENT 4u
+
+/* Whether a power supply is present: HAL_POWER_SUPPLY_PRESENT, else 0. Live: the presence mask. */
 typedef HalIsUnitPresentFn HalIsPowerSupplyPresentFn;
 
 /* Bit of HalPowerSupplyHwInfo.flags that reading the record clears. */
@@ -158,23 +163,25 @@ typedef struct HalPowerSupplyHwInfo {
 } HalPowerSupplyHwInfo;
 
 /* Fills the hardware information of power supply 'slot': name "Internal PSU-(slot + 1)", version
- * "1.(slot)". */
+ * "1.(slot)". Constant but for these two, which follow the number, and the time stamp. */
 typedef uint32_t HalPowerSupplyReadHwInfoFn(uint32_t slot, HalPowerSupplyHwInfo* info);
 
-typedef HalSlotReadingFn HalPSReadTempFn;    /* slot + 3000 */
-typedef HalSlotReadingFn HalPSGetOdometerFn; /* slot * 100, whatever was set */
+/* The temperature, slot + 3000, and the odometer, slot * 100 whatever was set. Simulated. */
+typedef HalSlotReadingFn HalPSReadTempFn;
+typedef HalSlotReadingFn HalPSGetOdometerFn;
 
-/* Does nothing; unlike that of the fans it does not set the odometer. */
+/* Does nothing; unlike that of the fans it does not set the odometer. Accepted and ignored. */
 typedef uint32_t HalPSInitOdometerFn(uint32_t slot);
 
-/* Traced, not stored. */
+/* Traced, not stored. Accepted and ignored. */
 typedef uint32_t HalPSSetOdometerFn(uint32_t slot, uint32_t value);
 
-/* The two values of the input line: 12000 and 5000 on a stack, 24000 and 5000 on a chassis. */
+/* The two values of the input line: 12000 and 5000 on a stack, 24000 and 5000 on a chassis.
+ * Constant. */
 typedef uint32_t HalPSReadInputLineFn(uint32_t slot, uint32_t* a, uint32_t* b);
 
 /* The two values of output line 'line'. On a chassis line 1 has 4891 and 5000, line 2 has 1376 and
- * 200; every other line, and every line of a stack, has 0 and 0. */
+ * 200; every other line, and every line of a stack, has 0 and 0. Constant. */
 typedef uint32_t HalPSReadOutputLineFn(uint32_t slot, int32_t line, uint32_t* a, uint32_t* b);
 
 /* Slot database of power supplies, sixteen words. */
@@ -195,7 +202,7 @@ typedef struct HalPSSlotDb {
 } HalPSSlotDb;
 
 /* Fill the HAL's records with constants and operations, the same at every call. Word 1 of the
- * database record is left alone. 'slot' is not used. */
+ * database record is left alone. 'slot' is not used. Constant. */
 typedef uint32_t HalPSDBSetupFn(HalPowerSupplyDb* record);
 typedef uint32_t HalPSSlotDBSetupFn(uint32_t slot, HalPSSlotDb* record);
 

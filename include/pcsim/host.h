@@ -3,7 +3,11 @@
  * records (host_records.h).
  *
  * References are bound when a call is first made, so a host may leave out what it never causes to
- * be called. The library calls from the HAL's own threads and holds no lock while it does. */
+ * be called.
+ *
+ * Thread: the library calls from the HAL's own threads and holds no lock while it does: from that
+ * of the operation in progress, from the timer context (halStartTimer) or from the task context
+ * (halScheduleTask). */
 #ifndef PCSIM_HOST_H
 #define PCSIM_HOST_H
 
@@ -19,8 +23,9 @@ PCSIM_BEGIN_DECLS
  * platformSystemInit. */
 int32_t dmGetPlatformType(void);
 
-/* Number of virtual routers. Called when the multicast database is set up and wherever a virtual
- * router number is checked. */
+/* Number of virtual routers. Asked once, when system initialisation sets up the multicast database
+ * (and again by a host that calls pcSimHalIPv4McDbInit itself): a router that appears later has no
+ * caches. */
 uint32_t dmGetMaxVr(void);
 
 /* Non-zero on the primary system. A backup never drives card states. */
@@ -38,7 +43,7 @@ uint32_t monotime(int32_t ignored);
 
 /* --- Timers and tasks ------------------------------------------------------------------------- */
 
-/* Called with the argument the timer was started with. */
+/* Called with the argument the timer was started with. Callback. */
 typedef void HalTimerFn(uint32_t argument);
 
 /* Starts a periodic timer of 'periodMs' milliseconds that calls 'callback(argument)'. The library
@@ -46,17 +51,18 @@ typedef void HalTimerFn(uint32_t argument);
 int32_t halStartTimer(HalTimerFn* callback, uint32_t argument, uint32_t zero1, uint32_t periodMs,
                       uint32_t zero2);
 
-/* Called with the two arguments given to halScheduleTask. */
+/* Called with the two arguments given to halScheduleTask. Callback. */
 typedef int32_t HalTaskFn(uint32_t argument1, uint32_t argument2);
 
 /* Runs 'task(argument1, argument2)' once, 'delay' later, on the HAL's task context. The unit is the
- * host's: the reports of cards (2000, 5000, 10000) are meant as milliseconds.
+ * host's: the reports of cards (2000, 5000, 10000) are meant as milliseconds; the completions of a
+ * forwarding state (50) and of a flush (100) are whatever the same call makes of them.
  * 'name' is a constant text for the host's listings. The result is ignored. */
 int32_t halScheduleTask(HalTaskFn* task, uint32_t argument1, uint32_t argument2, uint32_t delay,
                         const char* name);
 
 /* A completion callback that the HAL hands to an operation: run by the scheduled task with the
- * HAL's two arguments and two zeros. */
+ * HAL's two arguments and two zeros. Callback. */
 typedef int32_t HalCompletionFn(uint32_t argument1, uint32_t argument2, uint32_t zero1,
                                 uint32_t zero2);
 

@@ -3,7 +3,9 @@
  * A node is allocated and freed by the library and begins with four link words that belong to the
  * tree while the node is in it. A root is one pointer to the tree's top node, null when the tree is
  * empty. A compare function orders two nodes; look-ups pass a zero-filled key node with the key
- * fields set. The HAL serialises all calls. */
+ * fields set.
+ *
+ * Thread: that of the operation whose table the tree is. */
 #ifndef PCSIM_HOST_TREE_H
 #define PCSIM_HOST_TREE_H
 
@@ -18,7 +20,7 @@ typedef struct HalTreeNode {
 
 typedef HalTreeNode* HalTreeRoot;
 
-/* Negative, 0 or positive as 'a' orders before, with or after 'b'. */
+/* Negative, 0 or positive as 'a' orders before, with or after 'b'. Callback. */
 typedef int32_t HalTreeCompareFn(const HalTreeNode* a, const HalTreeNode* b);
 
 /* Links 'node' into the tree. -1 when the tree refuses it, as for a key that is already there, and

@@ -10,7 +10,8 @@
  * A hardware handle is a 4-byte block that the platform makes for each vlanIf, pif and vpif. The
  * HAL stores the pointer and hands it back on delete, which frees it.
  *
- * All operations are called on the HAL's own threads, and the HAL serialises its calls. */
+ * Thread: any of the HAL's, one call into the forwarding database at a time and one into the VLANs;
+ * completions run in its task context. */
 #ifndef PCSIM_L2_H
 #define PCSIM_L2_H
 
@@ -74,16 +75,17 @@ typedef struct HalProtocolFilter {
 
 /* Makes the table, zeroed, and stores it in '*table' as well as in the exported pcSimFdbTable.
  * Called once, when the family comes up; a second call without a clean-up makes another table and
- * frees nothing. 0; HAL_FDB_OUT_OF_MEMORY leaves pcSimFdbTable null and '*table' as it was. */
+ * frees nothing. 0; HAL_FDB_OUT_OF_MEMORY leaves pcSimFdbTable null and '*table' as it was. Live.
+ * */
 typedef int32_t HalFdbInitFn(HalFdbEntry** table);
 
 /* Frees the table. pcSimFdbTable keeps its old value, so no operation on the table may follow but
- * another init. 0. */
+ * another init. 0. Live. */
 typedef int32_t HalFdbCleanupFn(void);
 
 /* Stores the handle of the entry in use that holds 'mac' (6 bytes) in the VLAN of 'vlanIf' in
  * '*handle'. 0; -1 when there is none, HAL_FDB_NOT_INITIALISED before the init, and then '*handle'
- * stays as it was. An entry in use with handle 0 that the search meets stops the process. */
+ * stays as it was. An entry in use with handle 0 that the search meets stops the process. Live. */
 typedef int32_t HalFdbMacLookupFn(uint32_t* handle, const uint8_t* mac, const HalVlanIf* vlanIf);
 
 /* Finds the slot for 'key', in this order: the entry that holds it already, with its handle in
@@ -91,32 +93,35 @@ typedef int32_t HalFdbMacLookupFn(uint32_t* handle, const uint8_t* mac, const Ha
  * of the address that it holds and that the HAL is to retire. Nothing is written to the slot; the
  * HAL adds next. Asks getVlanIfByInstance once. 0; HAL_FDB_UNKNOWN_VLAN when the HAL does not know
  * the instance, else HAL_FDB_NOT_INITIALISED before the init, and then nothing is stored. An entry
- * in use with handle 0 that the search meets stops the process. */
+ * in use with handle 0 that the search meets stops the process. Live but for the entry that a full
+ * bucket gives away, which is simulated. */
 typedef int32_t HalFdbAllocEntryFn(uint32_t* handle, HalFdbEntry** slot, const HalFdbKey* key);
 
-/* Frees 'slot' by zeroing its 28 bytes. 0; -1 when it is null. Not checked to lie in the table. */
+/* Frees 'slot' by zeroing its 28 bytes. 0; -1 when it is null. Not checked to lie in the table.
+ * Live. */
 typedef int32_t HalFdbDeleteEntryFn(HalFdbEntry* slot);
 
 /* Fills 'slot' from 'record' and marks it in use under 'handle' (non-zero). 'ignored' may be null.
- * 0; -1 when 'slot' or 'record' is null or 'handle' is 0, and then nothing is written. */
+ * 0; -1 when 'slot' or 'record' is null or 'handle' is 0, and then nothing is written. Live. */
 typedef int32_t HalFdbAddEntryFn(void* ignored, uint32_t handle, HalFdbEntry* slot,
                                  const HalFdbRecord* record);
 
 /* Copies VLAN instance, values A and B and address of '*slot' to 'record'; the port is not copied
- * and the rest of the record stays. 0; -1 when a pointer is null. */
+ * and the rest of the record stays. 0; -1 when a pointer is null. Live. */
 typedef int32_t HalFdbReadEntryFn(HalFdbEntry* const* slot, HalFdbRecord* record);
 
-/* Acknowledges a flush: removes nothing, and has 'callback' run as a task (delay 100) with the two
- * arguments and two zeros. The first callback stays registered for the life of the library; another
- * one is refused with a message on standard output, and the task is scheduled for the first. 1;
- * 0 when 'callback' is null. The first two parameters are not used. */
+/* Acknowledges a flush: removes nothing, and has 'callback' run as a task (delay 100, in the unit
+ * of halScheduleTask, which is the host's) with the two arguments and two zeros. The first callback
+ * stays registered for the life of the library; another one is refused with a message on standard
+ * output, and the task is scheduled for the first. 1; 0 when 'callback' is null. The first two
+ * parameters are not used. Simulated. */
 typedef int32_t HalFdbFlushFn(uint32_t unused1, uint32_t unused2, HalCompletionFn* callback,
                               uint32_t argument1, uint32_t argument2);
 
-/* Prints every entry in use, in table order, and their number. 0. */
+/* Prints every entry in use, in table order, and their number. 0. Live. */
 typedef int32_t HalFdbDumpFn(const pcSimDumpSink* sink);
 
-/* Filters in hardware: accepted and ignored. */
+/* Filters in hardware. Accepted and ignored. */
 typedef HalStubFn HalFdbFilterAddFn;
 typedef HalStubFn HalFdbFilterDelFn;
 typedef HalStubFn HalFdbFilterAddIngressFn;
@@ -128,7 +133,7 @@ typedef HalStubFn HalFdbFilterDumpFn;
 /* --- Forwarding database: card operations ----------------------------------------------------- */
 
 /* A card's own copy of the table comes up, goes down, is brought up to date. The simulated cards
- * have none: traced. 0. */
+ * have none: traced. 0. Accepted and ignored. */
 typedef int32_t HalCardFdbInitFn(int32_t slot);
 typedef int32_t HalCardFdbCleanupFn(int32_t slot);
 typedef int32_t HalCardFdbSyncHwFn(int32_t slot);
@@ -140,31 +145,32 @@ typedef HalStubFn HalCardMacFdbCheckMacRefreshFn;
 /* --- VLANs, ports and memberships ------------------------------------------------------------- */
 
 /* Makes a hardware handle for the record and stores it in '*handle', null when there is no memory.
- * A vlanIf's handle reads 1, the others 0. Traced. 0. */
+ * A vlanIf's handle reads 1, the others 0. Traced. 0. Simulated. */
 typedef int32_t HalVlanIfCreateFn(const HalVlanIf* vlanIf, HalHwHandle** handle);
 typedef int32_t HalCardPifCreateFn(const HalPif* pif, HalHwHandle** handle);
 typedef int32_t HalVpifCreateFn(const HalVpif* vpif, HalHwHandle** handle);
 
 /* Frees '*handle' and sets it to null; a null one is left alone. A handle other than the one the
  * record holds is reported on standard output, and is freed all the same. The recorded handle is
- * only compared. Traced. 0. */
+ * only compared. Traced. 0. Simulated. */
 typedef int32_t HalVlanIfDeleteFn(const HalVlanIf* vlanIf, HalHwHandle** handle);
 typedef int32_t HalCardPifDeleteFn(const HalPif* pif, HalHwHandle** handle);
 typedef int32_t HalVpifDeleteFn(const HalVpif* vpif, HalHwHandle** handle);
 
-/* A VLAN appears on a card or goes from it. Traced. 0. */
+/* A VLAN appears on a card or goes from it. Traced. 0. Accepted and ignored. */
 typedef int32_t HalCardVlanCreateFn(int32_t slot, const HalVlanIf* vlanIf);
 typedef int32_t HalCardVlanDeleteFn(int32_t slot, const HalVlanIf* vlanIf);
 
-/* A port joins a VLAN, joins it again after its card came back, leaves it. Traced. 0. */
+/* A port joins a VLAN, joins it again after its card came back, leaves it. Traced. 0. Accepted and
+ * ignored. */
 typedef int32_t HalCardVlanAddPortFn(const HalVpif* vpif);
 typedef int32_t HalCardSyncVlanAddPortFn(const HalVpif* vpif);
 typedef int32_t HalCardVlanDeletePortFn(const HalVpif* vpif);
 
-/* Switches an option of a VLAN; 'enable' is zero or not. Traced. 0. */
+/* Switches an option of a VLAN; 'enable' is zero or not. Traced. 0. Accepted and ignored. */
 typedef int32_t HalVlanOptionEnableFn(const HalVlanIf* vlanIf, int32_t option, int32_t enable);
 
-/* Adds ('add' non-zero) or deletes a protocol filter of a port. Traced. 0. */
+/* Adds ('add' non-zero) or deletes a protocol filter of a port. Traced. 0. Accepted and ignored. */
 typedef int32_t HalCardVpifCfgProtocolFn(const HalPif* pif, const HalProtocolFilter* filter,
                                          uint16_t protocolType, uint16_t value, int32_t add);
 

@@ -8,8 +8,10 @@
  * host route (mask 255.255.255.255) with it. IPv6 next hops reference nothing.
  *
  * Requests and records are the HAL's, read during the call alone. Nodes are the platform's: the HAL
- * and debuggers may look at them between calls, never write. The HAL serialises all calls to the
- * three tables. Addresses and masks are in network byte order, everything else in host order. */
+ * and debuggers may look at them between calls, never write. Addresses and masks are in
+ * network byte order, everything else in host order.
+ *
+ * Thread: any of the HAL's, one call at a time into the three tables together. */
 #ifndef PCSIM_L3_H
 #define PCSIM_L3_H
 
@@ -134,16 +136,17 @@ typedef struct pcSimIPv6FibRoute {
 /* Adds the adjacency of 'record' (VR, address, VLAN), or gives the one that is there, a placeholder
  * too, the record's MAC address, port and carried bytes; references stay. Unless the address has a
  * host route already, one is made that references the adjacency; that this failed is traced and
- * otherwise ignored. 0; -1 when there is no memory, and then nothing has changed. Null traps. */
+ * otherwise ignored. 0; -1 when there is no memory, and then nothing has changed. Null traps. Live.
+ * */
 typedef int32_t HalIpAdjAddFn(const pcSimIpAdjRec* record);
 
 /* Removes the port of the adjacency with 'record's VR, address and VLAN (nothing else is read) and
  * takes its host route away. It stays, with port 0, while other routes reference it. Does nothing
- * when there is no such adjacency. Null traps. */
+ * when there is no such adjacency. Null traps. Live. */
 typedef void HalIpAdjRemoveFn(const pcSimIpAdjRec* record);
 
 /* Lists the adjacencies in the byte order of their keys (so VR 256 comes before VR 1) to 'sink', to
- * standard output when it is null. 0. */
+ * standard output when it is null. 0. Live. */
 typedef uint32_t HalIpAdjDumpFn(const pcSimDumpSink* sink);
 
 /* --- IPv4 route operations -------------------------------------------------------------------- */
@@ -151,37 +154,42 @@ typedef uint32_t HalIpAdjDumpFn(const pcSimDumpSink* sink);
 /* Adds the slots' next hops to the route of 'request', which is made when it is not there; a slot
  * that the route has already is skipped. With 'count' below 1 a route without next hops is made,
  * and an existing one is left alone. 0; -1 when there is no memory, and then no route has changed.
- * An adjacency that can't be made traps. */
+ * An adjacency that can't be made traps. Live. */
 typedef int32_t HalIPv4FibAddEntryFn(const pcSimIPv4FibReq* request);
 
 /* Removes from the route of 'request' the slots' next hops, and the route when it has none left.
  * 'count' 0 removes the route and all it has; a negative one removes it only when it has no next
- * hops. 0, also when there is no such route. */
+ * hops. 0, also when there is no such route. Live. */
 typedef uint32_t HalIPv4FibDeleteEntryFn(const pcSimIPv4FibReq* request);
 
 /* Makes the slots' next hops the only ones of the route of 'request', which is made when it is not
  * there. What both have stays untouched, with its reference. With 'count' below 1 the route stays
  * without next hops. 0; -1 when there is no memory, and then no route has changed. An adjacency
- * that can't be made traps. */
+ * that can't be made traps. Live. */
 typedef int32_t HalIPv4FibReplaceEntryFn(const pcSimIPv4FibReq* request);
 
 /* Removes the next hops of 'filter's VR whose gateway agrees with 'prefix' in the bits of 'mask'
  * and whose VLAN is that of the first slot (0: any), and then the VR's routes without next hops. 0.
- */
+ * Live. */
 typedef uint32_t HalIPv4FibFlushFn(const pcSimIPv4FibReq* filter);
 
 /* Lists the routes, by VR, longest mask first, then by address, to 'sink', to standard output when
- * it is null. 0. */
+ * it is null. 0. Live. */
 typedef uint32_t HalIPv4FibDumpFn(const pcSimDumpSink* sink);
 
 /* --- IPv6 route operations -------------------------------------------------------------------- */
-/* As those of IPv4, without adjacencies; 'count' is never negative. */
-
+/* As those of IPv4, without adjacencies; 'count' is never negative. Live. */
 typedef int32_t HalIPv6FibAddEntryFn(const pcSimIPv6FibReq* request);
 typedef uint32_t HalIPv6FibDeleteEntryFn(const pcSimIPv6FibReq* request);
 typedef int32_t HalIPv6FibReplaceEntryFn(const pcSimIPv6FibReq* request);
-/* Gateways agree with 'prefix' in the first 'maskLen' bits; more than 128 mean all of them. */
+
+/* As that of IPv4. Gateways agree with 'prefix' in the first 'maskLen' bits; more than 128 mean all
+ * of them. Live.
+ * */
 typedef uint32_t HalIPv6FibFlushFn(const pcSimIPv6FibReq* filter);
+
+/* Lists the routes, by VR, longest prefix first, then by address, to 'sink', to standard output
+ * when it is null. 0. Live. */
 typedef uint32_t HalIPv6FibDumpFn(const pcSimDumpSink* sink);
 
 /* --- What serves the operations --------------------------------------------------------------- */

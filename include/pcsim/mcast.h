@@ -3,8 +3,9 @@
  *
  * A cache is one (group, source, incoming VLAN) with the ports that its packets leave by. Addresses
  * are in network byte order throughout. The platform keeps its own copy of what a request says and
- * never writes to it; the HAL keeps the interface records alive while a cache names them, and
- * serialises all calls. */
+ * never writes to it; the HAL keeps the interface records alive while a cache names them.
+ *
+ * Thread: any of the HAL's, one multicast call at a time. */
 #ifndef PCSIM_MCAST_H
 #define PCSIM_MCAST_H
 
@@ -15,7 +16,7 @@ PCSIM_BEGIN_DECLS
 
 /* Which cache a request is about. 0 stands for "any" where an operation takes a pattern. */
 typedef struct HalMcastKey {
-    uint32_t vr;           /* 0: virtual router, below dmGetMaxVr() */
+    uint32_t vr;           /* 0: virtual router, below what dmGetMaxVr() was at set-up */
     uint32_t incomingVlan; /* 4: VLAN instance that the packets arrive on */
     uint32_t reserved8;
     uint32_t group;  /* 12: network byte order */
@@ -49,33 +50,34 @@ typedef struct HalMcastStats {
  * makes a cache of its own for any source.
  * 0; -1 when the virtual router has no table, the same cache for any source is there already, or an
  * outgoing VLAN or port has no interface record: then the ports before it stay. The process stops
- * when memory runs out. */
+ * when memory runs out. Live. */
 typedef int32_t HalIpv4McHwCacheAddFn(const HalMcastRequest* request);
 
 /* Deletes the cache that 'key' names; the outgoing ports are not looked at.
- * 0, also when there is no such cache; -1 when group, source or incoming VLAN is 0. */
+ * 0, also when there is no such cache; -1 when group, source or incoming VLAN is 0. Live. */
 typedef int32_t HalIpv4McHwCacheDelFn(const HalMcastRequest* request);
 
 /* Adds outgoing ports to a cache.
  * 0; -1 when there is no such cache, or for the first VLAN or port without an interface record: the
- * ports before it stay. */
+ * ports before it stay. Live. */
 typedef int32_t HalIpv4McHwCacheOifPortAddFn(const HalMcastRequest* request);
 
 /* Removes outgoing ports from one cache, from the caches of a group, or (source, group and incoming
  * VLAN all 0) from every cache. In an outgoing entry a VLAN of 0 means every VLAN but the incoming
  * one, a port of 0 every port and with it the VLAN.
- * 0; -1 when a source is given without an incoming VLAN, or names no cache. */
+ * 0; -1 when a source is given without an incoming VLAN, or names no cache. Live. */
 typedef int32_t HalIpv4McHwCacheOifPortDelFn(const HalMcastRequest* request);
 
 /* Deletes the caches that match 'key': of an incoming VLAN, of a group on an incoming VLAN, one
- * cache, or all. 0; -1 when a source is given without a group. */
+ * cache, or all. 0; -1 when a source is given without a group. Live. */
 typedef int32_t HalIpv4McHwCacheFlushFn(const HalMcastRequest* request);
 
 /* Copies the counters of the cache that 'key' names. They are constant 0: no packet is forwarded.
- * 0; -1 when there is no such cache, and then nothing is written. */
+ * 0; -1 when there is no such cache, and then nothing is written. Constant. */
 typedef int32_t HalIpv4McHwCacheGetStatsFn(HalMcastStats* stats);
 
-/* Lists the caches of virtual router 2 to 'sink', or to standard output when it is null. 0. */
+/* Lists the caches of virtual router 2 to 'sink', or to standard output when it is null. 0. Live.
+ * */
 typedef int32_t HalDumpHalMcDbFn(const pcSimDumpSink* sink);
 
 /* --- What serves the operations --------------------------------------------------------------- */

@@ -4,7 +4,9 @@
  * counters returns three process-wide numbers that grow with every read. PoE queries answer at once
  * with constant messages through replyHandleSend (handle 'poeHandle', message HAL_REPLY_POE, flag
  * 1); PoE settings are accepted and ignored. All operations return 0. Reserved bytes of messages
- * are 0; words without a name are the HAL's own. Integers are little-endian. */
+ * are 0; words without a name are the HAL's own. Integers are little-endian.
+ *
+ * Thread: any of the HAL's; sampling one call at a time, as the ports share the counters. */
 #ifndef PCSIM_MISC_H
 #define PCSIM_MISC_H
 
@@ -38,10 +40,10 @@ typedef struct HalSampleCounters {
     uint8_t reserved88[20];
 } HalSampleCounters;
 
-/* Prints a line. */
+/* Prints a line. Accepted and ignored. */
 typedef int32_t HalAllocSampleBinFn(void);
 
-/* Print a line that names 'port' (not null); nothing is remembered. */
+/* Print a line that names 'port' (not null); nothing is remembered. Accepted and ignored. */
 typedef int32_t HalSFLOWAddPortsForSampleFn(uint32_t ignored, const HalSamplePort* port);
 typedef int32_t HalSFLOWDelPortsForSampleFn(uint32_t ignored, const HalSamplePort* port);
 
@@ -112,16 +114,17 @@ typedef struct HalPoePortDetails {
     uint8_t reserved46[2];
 } HalPoePortDetails;
 
-/* Queries. The reply is sent before they return. Constant. */
+/* Queries about a slot. The reply is sent before they return. Constant. */
 typedef int32_t HalCardPoeGetVersionFn(uint32_t slot);
 typedef int32_t HalCardPoeSNMPGetSlotInfoFn(uint32_t slot);
-/* 'port' is a port instance: bits 16 to 23 are the slot, the low 16 bits the port; the rest is
- * ignored. */
+
+/* Queries about a port. The reply is sent before they return. 'port' is a port instance: bits 16 to
+ * 23 are the slot, the low 16 bits the port; the rest is ignored. Constant. */
 typedef int32_t HalCardPoeSNMPGetPortInfoFn(uint32_t port);
 typedef int32_t HalCardPoePortInfoFn(uint32_t port);
 typedef int32_t HalCardPoeGetPortDetailsFn(uint32_t port, uint32_t value);
 
-/* Settings: accepted and ignored. */
+/* Settings. Accepted and ignored. */
 typedef HalStubFn HalCardPoeSlotEnableFn;
 typedef HalStubFn HalCardPoeSlotDisableFn;
 typedef HalStubFn HalCardPoeSlotEnableLegacyFn;

@@ -8,8 +8,11 @@
  * The per-port tables cover slots 0 to 10 and ports 0 to 256. An instance outside them is never an
  * error of the process: a query of a table answers as for an absent or not disabled port, a change
  * of one does nothing. Restart and shutdown look at no table and act on whatever interface the host
- * maps the port to. All operations run on the calling thread and take no lock: the HAL serialises
- * its calls into the port tables. Pointers must be valid unless said otherwise; nothing is kept. */
+ * maps the port to. Pointers must be valid unless said otherwise; nothing is kept.
+ *
+ * Thread: any of the HAL's, one call into the port tables at a time; the link poll and the
+ * completions of forwarding states come from its timer and task contexts and count as such
+ * calls. */
 #ifndef PCSIM_PORT_H
 #define PCSIM_PORT_H
 
@@ -86,104 +89,108 @@ extern PCSIM_API PortStatsRecord prevstats[PCSIM_PORT_SLOTS][PCSIM_PORTS_PER_SLO
 extern PCSIM_API int32_t skfd;
 
 /* --- Operations ----------------------------------------------------------------------------------
- * All return 0 on success and -1 on failure unless said otherwise. Operations that the table types
- * as HalStubFn are accepted and ignored. "Traces" means: says so in the event log, as information
- * of the 'Port' component, and does nothing else. */
+ * All return 0 on success and -1 on failure unless said otherwise. What is accepted and ignored
+ * here says so in the event log, as information of the 'Port' component, or on standard output
+ * where its comment says that it is printed; operations that the table types as HalStubFn do
+ * neither. */
 
-/* Live. Whether 'portInstance' has been disabled: 1 or 0. */
+/* Whether 'portInstance' has been disabled: 1 or 0. Live. */
 typedef int32_t HalIsPortDisabledFn(uint32_t portInstance);
 
-/* Trace. The HAL is about to update, or has updated, the ports of 'slot'. */
+/* The HAL is about to update, or has updated, the ports of 'slot'. Accepted and ignored. */
 typedef int32_t HalCardDeferUpdatePortStartFn(uint32_t slot, uint32_t syncNumber);
 typedef int32_t HalCardDeferUpdatePortEndFn(uint32_t slot, uint32_t syncNumber);
 
 /* Enables (non-zero) or disables a front-panel port: marks it in portInfo and restarts or silences
  * its PHY, so that the far end sees the link come or go. The result does not tell how the PHY took
  * it. -1 for a slot or port outside the tables, and then nothing changes. 0 for other port types,
- * which are not touched. */
+ * which are not touched. Live. */
 typedef int32_t HalCardPortEnableFn(uint32_t portInstance, uint32_t enable);
 
-/* Trace. Jumbo frames of 'frameSize' bytes on (non-zero) or off. */
+/* Jumbo frames of 'frameSize' bytes on (non-zero) or off. Accepted and ignored. */
 typedef int32_t HalCardPortEnableJumboFn(uint32_t portInstance, uint32_t enable,
                                          uint32_t frameSize);
 
-/* Traces and prints the wanted speed and duplex; the PHY keeps what it has. */
+/* The wanted speed and duplex are traced and printed; the PHY keeps what it has. Accepted and
+ * ignored. */
 typedef int32_t HalCardPortConfigAutoNegFn(uint32_t portInstance, const HalPortAutoNeg* config);
 
-/* Live. Resets the port's PHY, which then advertises its default abilities. -1 when the PHY can't
- * be reached. */
+/* Resets the port's PHY, which then advertises its default abilities. -1 when the PHY can't be
+ * reached. Live. */
 typedef int32_t HalCardPortRestartFn(uint32_t portInstance);
 
-/* Live. Makes the port's PHY advertise nothing and renegotiate, which keeps the link down until a
- * restart. -1 when the PHY can't be reached; remaining steps are skipped. */
+/* Makes the port's PHY advertise nothing and renegotiate, which keeps the link down until a
+ * restart. -1 when the PHY can't be reached; remaining steps are skipped. Live. */
 typedef int32_t HalCardPortShutDownFn(uint32_t portInstance);
 
-/* Prints. 'mac' is the 6-byte address of the router on this port. */
+/* 'mac', the 6-byte address of the router on this port, is printed. Accepted and ignored. */
 typedef int32_t HalCardPortSetRouterAddressFn(uint32_t portInstance, const uint8_t* mac);
 
-/* Trace. The HAL has seen the link of a front-panel port come up ('state' 1) or go down (0). */
+/* The HAL has seen the link of a front-panel port come up ('state' 1) or go down (0). Accepted and
+ * ignored. */
 typedef int32_t HalCardPortLinkChangeFn(uint32_t portInstance, uint32_t state);
 
-/* Trace. Receiver on (non-zero) or off. */
+/* Receiver on (non-zero) or off. Accepted and ignored. */
 typedef int32_t HalCardPortEnableRcvFn(uint32_t portInstance, uint32_t enable);
 
-/* Trace. */
+/* The colour of the port's link LED. Accepted and ignored. */
 typedef int32_t HalCardPortSetLinkLEDFn(uint32_t portInstance, uint32_t color);
 
 /* The HAL sets the spanning-tree state of a port in a group; the state is not stored. With a
- * 'callback', completion is reported by a task, with delay 50, as callback(argument1, argument2, 0,
- * 0), and the result is 1. The first callback ever given is the one that runs; another one is
- * refused with a printed line. Without a callback the result is 0. */
+ * 'callback', completion is reported by a task, with delay 50 (in the unit of halScheduleTask,
+ * which is the host's), as callback(argument1, argument2, 0, 0), and the result is 1. The first
+ * callback ever given is the one that runs; another one is refused with a printed line. Without a
+ * callback the result is 0. Simulated. */
 typedef int32_t HalCardPortSetForwardingStateFn(uint32_t portInstance, uint32_t group,
                                                 uint32_t ignored1, uint32_t ignored2,
                                                 uint32_t ignored3, HalCompletionFn* callback,
                                                 uint32_t argument1, uint32_t argument2);
 
-/* Constant. Stores 3 (forwarding) in '*state'. */
+/* Stores 3 (forwarding) in '*state', whatever has been set. Constant. */
 typedef int32_t HalCardPortGetForwardingStateFn(uint32_t portInstance, uint32_t ignored,
                                                 uint32_t* state);
 
-/* Trace. */
+/* The mirrored or forwarding state of a port whose card came back. Accepted and ignored. */
 typedef int32_t HalCardPortSyncSetMirroredStateFn(uint32_t portInstance);
 typedef int32_t HalCardPortSyncSetForwardingStateFn(uint32_t portInstance);
 
-/* Constant. 1. */
+/* The interrupt status of a port: 1. Constant. */
 typedef int32_t HalCardPortGetIntStatusFn(void);
 
-/* Trace. */
+/* The VLAN that the port is to count for. Accepted and ignored. */
 typedef int32_t HalCardPortConfigVlanStatFn(uint32_t portInstance, uint32_t vlanId);
 
-/* Trace. 'gap' is the inter-packet gap. */
+/* The inter-packet gap. Accepted and ignored. */
 typedef int32_t HalCardPortConfigIPGFn(uint32_t portInstance, uint32_t gap);
 
-/* Constant. Primary 4, redundant 0. The values that the record held on entry show up in the trace.
- * -1 for trunks and the other logical port types, the record untouched. */
+/* Primary 4, redundant 0. The values that the record held on entry show up in the trace. -1 for
+ * trunks and the other logical port types, the record untouched. Constant. */
 typedef int32_t HalCardPortGetMediaTypeFn(uint32_t portInstance, HalPortMediaType* media);
 
-/* Live. The link of a front-panel port or of the management port, from the PHY of its interface:
+/* The link of a front-panel port or of the management port, from the PHY of its interface:
  * '*link' 1 up, 0 down; '*duplex' 1 full, 0 half; '*speed' HAL_PORT_SPEED_10 or _100;
  * '*flowControl' 3 with pause negotiated on a full-duplex link, else 0; '*extra' always 0.
  * A disabled port is down without a look at its PHY, its other outputs as they were. A port without
  * an interface is down, the outputs 0. -1 for other port types, without a socket, when the PHY
  * can't be read and when both ends share no 10 or 100 Mbps ability; outputs not yet known stay as
  * they were ('*link' is 0 from the start and 1 once the PHY has said so).
- * The library's own poll asks once a second for the own slot's management port alone. */
+ * The library's own poll asks once a second for the own slot's management port alone. Live. */
 typedef int32_t HalCardPortLinkInfoFn(uint32_t portInstance, uint32_t* link, uint32_t* duplex,
                                       uint32_t* speed, uint32_t* flowControl, uint32_t* extra);
 
-/* Live. Reads the port's counters and stores in 'out' what they have grown since the baseline.
+/* Reads the port's counters and stores in 'out' what they have grown since the baseline.
  * 0 with 'out' untouched while the link is down, for logical ports and for the management port of
  * another slot. -1, with a message, for a port outside the tables and when the kernel's table can't
- * be opened. */
+ * be opened. Live. */
 typedef int32_t HalCardPortGetStatsFn(uint32_t portInstance, PortStatsRecord* out);
 
-/* Live. The same, but the baseline first moves to the previous reading, so that 'out' has the
- * growth since the last statistics call of either kind. */
+/* The same, but the baseline first moves to the previous reading, so that 'out' has the growth
+ * since the last statistics call of either kind. Live. */
 typedef int32_t HalCardPortGetStatsReadClearFn(uint32_t portInstance, PortStatsRecord* out);
 
 /* Makes the latest reading the baseline, transmit drops excepted; the kernel's table is not read.
  * Port 0 stands for ports 1 to 256 of the slot. 0 for logical ports; -1, with a message, outside
- * the tables. */
+ * the tables. Live. */
 typedef int32_t HalCardPortZeroStatsFn(uint32_t portInstance);
 
 /* --- What serves the operations --------------------------------------------------------------- */

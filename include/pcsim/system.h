@@ -1,7 +1,9 @@
 /* The system-operations table: what the HAL gets from platformSystemInit and reaches everything
  * else through. With it the chassis-information record and the record of the chassis's card types.
  *
- * A word that is null is a function the platform does not offer. */
+ * A word that is null is a function the platform does not offer.
+ *
+ * Thread: the HAL's main thread, the entry point once at start-up before anything else. */
 #ifndef PCSIM_SYSTEM_H
 #define PCSIM_SYSTEM_H
 
@@ -56,7 +58,8 @@ typedef struct HalChassisInfo {
 
 /* Fills 'info' in place. Asks getSystemMac for the first entry of the MAC table: when it fails all
  * 32 entries become placeholders (five zero bytes and the entry's number), when it succeeds the
- * other 31 stay as they are. Always 0. 'info' must not be null. */
+ * other 31 stay as they are. Always 0. 'info' must not be null. Constant but for the MAC addresses,
+ * the own slot of a chassis and the time stamp. */
 typedef int32_t HalChassisGetInfoFn(HalChassisInfo* info);
 
 /* --- Chassis capability ----------------------------------------------------------------------- */
@@ -92,12 +95,12 @@ typedef HalChassisCapability* HalChassisGetCapabilityFn(void);
 /* Makes units appear and disappear, and passes device command lines on. 'module' is not used.
  * 'argument' is, for the first three requests, a 32-bit presence mask (bit n: the unit or slot n is
  * there); for HAL_MODULE_DEVICE_COMMAND, the device command line. 0, whatever the device answers;
- * -2 for any other request, which changes nothing. */
+ * -2 for any other request, which changes nothing. Live. */
 typedef int32_t HalModuleIoctlFn(uint32_t module, int32_t request, void* argument);
 
 /* --- Checkpoints ------------------------------------------------------------------------------ */
 
-/* Reports the checkpoint as complete at once, setCheckpointStats(0, 0, 100). Always 0. */
+/* Reports the checkpoint as complete at once, setCheckpointStats(0, 0, 100). Always 0. Constant. */
 typedef int32_t HalCheckpointStartFn(void);
 
 /* --- The table -------------------------------------------------------------------------------- */
@@ -127,7 +130,7 @@ typedef struct HalSystemOps {
 } HalSystemOps;
 
 /* The library's one entry point, called once at start-up. Initialises the platform in the shape
- * that dmGetPlatformType names and fills 'table'. Always 0. */
+ * that dmGetPlatformType names and fills 'table'. Always 0. Live. */
 typedef int32_t HalPlatformSystemInitFn(HalSystemOps* table);
 
 /* --- What serves the entry point -------------------------------------------------------------- */
