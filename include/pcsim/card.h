@@ -231,8 +231,8 @@ typedef struct HalCardHwInfo {
  * the type and the four words at the end written. Constant but for the time stamps. */
 typedef int32_t HalCardGetHwInfoFn(int32_t slot, HalCardHwInfo* info);
 
-/* Fills the identity of one part of the card in 'slot'. Always 0. Constant but for the time stamp.
- * */
+/* Fills the identity of one part of the card in 'slot'. Always 0. Constant but for the time
+ * stamp. */
 typedef int32_t HalCardGetPartInfoFn(int32_t slot, HalPartInfo* part);
 
 /* --- Life cycle and supervision --------------------------------------------------------------- */
@@ -263,8 +263,8 @@ typedef int32_t HalMacIntrGetMaskFn(int32_t slot, uint32_t* mask);
  * and ignored. */
 typedef int32_t HalCardInternalLinkEnableFn(int32_t fromSlot, int32_t toSlot, int32_t enable);
 
-/* Sets how load is shared on the backplane link between two slots. Always 0. Accepted and ignored.
- * */
+/* Sets how load is shared on the backplane link between two slots. Always 0. Accepted and
+ * ignored. */
 typedef int32_t HalCardInternalLinkConfigLoadSharingFn(int32_t fromSlot, int32_t toSlot,
                                                        int32_t mode);
 

@@ -75,8 +75,8 @@ typedef struct HalProtocolFilter {
 
 /* Makes the table, zeroed, and stores it in '*table' as well as in the exported pcSimFdbTable.
  * Called once, when the family comes up; a second call without a clean-up makes another table and
- * frees nothing. 0; HAL_FDB_OUT_OF_MEMORY leaves pcSimFdbTable null and '*table' as it was. Live.
- * */
+ * frees nothing. 0; HAL_FDB_OUT_OF_MEMORY leaves pcSimFdbTable null and '*table' as it was.
+ * Live. */
 typedef int32_t HalFdbInitFn(HalFdbEntry** table);
 
 /* Frees the table. pcSimFdbTable keeps its old value, so no operation on the table may follow but

@@ -136,8 +136,8 @@ typedef struct pcSimIPv6FibRoute {
 /* Adds the adjacency of 'record' (VR, address, VLAN), or gives the one that is there, a placeholder
  * too, the record's MAC address, port and carried bytes; references stay. Unless the address has a
  * host route already, one is made that references the adjacency; that this failed is traced and
- * otherwise ignored. 0; -1 when there is no memory, and then nothing has changed. Null traps. Live.
- * */
+ * otherwise ignored. 0; -1 when there is no memory, and then nothing has changed. Null traps.
+ * Live. */
 typedef int32_t HalIpAdjAddFn(const pcSimIpAdjRec* record);
 
 /* Removes the port of the adjacency with 'record's VR, address and VLAN (nothing else is read) and
@@ -184,8 +184,7 @@ typedef uint32_t HalIPv6FibDeleteEntryFn(const pcSimIPv6FibReq* request);
 typedef int32_t HalIPv6FibReplaceEntryFn(const pcSimIPv6FibReq* request);
 
 /* As that of IPv4. Gateways agree with 'prefix' in the first 'maskLen' bits; more than 128 mean all
- * of them. Live.
- * */
+ * of them. Live. */
 typedef uint32_t HalIPv6FibFlushFn(const pcSimIPv6FibReq* filter);
 
 /* Lists the routes, by VR, longest prefix first, then by address, to 'sink', to standard output

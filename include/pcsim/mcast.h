@@ -76,8 +76,8 @@ typedef int32_t HalIpv4McHwCacheFlushFn(const HalMcastRequest* request);
  * 0; -1 when there is no such cache, and then nothing is written. Constant. */
 typedef int32_t HalIpv4McHwCacheGetStatsFn(HalMcastStats* stats);
 
-/* Lists the caches of virtual router 2 to 'sink', or to standard output when it is null. 0. Live.
- * */
+/* Lists the caches of virtual router 2 to 'sink', or to standard output when it is null. 0.
+ * Live. */
 typedef int32_t HalDumpHalMcDbFn(const pcSimDumpSink* sink);
 
 /* --- What serves the operations --------------------------------------------------------------- */
@@ -106,7 +106,8 @@ typedef int32_t HalIPv4McDbInitFn(void);
  * Live. */
 typedef int32_t HalIpv4McHwCacheFindFn(const HalMcastKey* key, HalMcastCacheNode** cache);
 
-/* Deletes every cache that uses a VLAN. 0; -1 when a cascade fails. Live. */
+/* Deletes every cache, one VLAN after the other. 0; -1 when pcSimHalIpv4McHwVlanDel, which it calls
+ * by name, returns anything but 0. Live. */
 typedef int32_t HalIpv4McHwFlushAllFn(void);
 
 /* Do the work of the table's words ...OifPortAdd and ...OifPortDel, with the same results. Live. */
@@ -118,7 +119,7 @@ typedef int32_t HalIpv4McHwCacheOifDelFn(const HalMcastRequest* request);
 typedef int32_t HalIpv4McHwVlanDelFn(uint32_t vlanInstance);
 
 /* A port ('portKey': slot << 16 | port), or one VLAN on a port, goes away: takes it out of every
- * cache. Called before the host frees the port's record. 0; -1 when a cascade fails. Live. */
+ * cache. Called before the host frees the port's record. Always 0. Live. */
 typedef int32_t HalIpv4McHwPifDelFn(uint32_t portKey);
 typedef int32_t HalIpv4McHwVpifDelFn(uint32_t vlanInstance, uint32_t portKey);
 
