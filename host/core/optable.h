@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <vector>
 
 namespace pcsim::host {
@@ -26,9 +25,10 @@ struct WordStats {
 
 // One kind of table. Tables that exist once per slot share the statistics of their kind.
 struct TableInfo {
-    std::string name;
+    const char* name;
+    const char* record;    // that the operations are, or are a part of
+    size_t firstWord = 0;  // number of the first operation in it
     std::vector<WordStats> words;
-    size_t firstWord = 0;  // number of the first word in its record
 };
 
 // A table of 'Ops', a record of the interface. 'valid' once the library has filled it.

@@ -7,6 +7,7 @@
 #define PCSIM_HOST_CORE_PLATFORM_H
 
 #include <array>
+#include <cstddef>
 #include <cstdio>
 #include <functional>
 #include <initializer_list>
@@ -26,14 +27,12 @@
 namespace pcsim::host {
 
 class Platform {
-    // Where the operations start in their records.
-    static constexpr size_t kCardDbFirstWord = 2;
-    static constexpr size_t kSlotFirstWord = 11;
-
-    TableInfo systemInfo_{"system", {}}, cardDbInfo_{"cardDb", {}, kCardDbFirstWord},
-        slotInfo_{"slot", {}, kSlotFirstWord}, familyInfo_{"family", {}}, fanDbInfo_{"fanDb", {}},
-        fanSlotInfo_{"fanSlot", {}}, powerSupplyDbInfo_{"psDb", {}},
-        powerSupplySlotInfo_{"psSlot", {}};
+    TableInfo systemInfo_{"system", "HalSystemOps"},
+        cardDbInfo_{"cardDb", "HalCardDb", offsetof(HalCardDb, ops) / sizeof(void*)},
+        slotInfo_{"slot", "HalCardSlotDb", offsetof(HalCardSlotDb, ops) / sizeof(void*)},
+        familyInfo_{"family", "HalFamilyOps"}, fanDbInfo_{"fanDb", "HalEnvDb"},
+        fanSlotInfo_{"fanSlot", "HalFanSlotDb"}, powerSupplyDbInfo_{"psDb", "HalEnvDb"},
+        powerSupplySlotInfo_{"psSlot", "HalPSSlotDb"};
 
 public:
     static constexpr int kSlots = 11;  // slots 0 to 10

@@ -1,36 +1,37 @@
 // Verbs of the platform's tables: what their words hold, which were called, and faults on request.
 #include "host/verbs/host_verbs.h"
 
-#include <cstring>
+#include <map>
+
+#include "host/core/word_names.h"
 
 namespace pcsim::host {
 
 namespace {
 
-// The name of a word in its table: the operation's, without what tells the variants apart.
-std::string slotName(std::string operation) {
-    if (operation == "-") return operation;
-    for (const char* prefix : {"pcSim", "PCFam", "Stack", "Chassis", "Hal"})
-        if (operation.starts_with(prefix) && operation.size() > std::strlen(prefix))
-            operation.erase(0, std::strlen(prefix));
-    operation[0] = static_cast<char>(std::tolower(operation[0]));
-    // Initials are one word: ipv4..., sflow...
-    for (const auto& [written, name] : {std::pair{"iPv", "ipv"}, {"sFLOW", "sflow"}})
-        if (operation.starts_with(written)) operation.replace(0, std::strlen(written), name);
-    return operation;
-}
+// An operation of a table kind that the platform has filled.
+struct Operation {
+    TableInfo& table;
+    size_t index;             // of its word among the operations
+    const char* name;         // of the word
+    std::string implemented;  // by which function; the word's name when that has none
 
-// Calls 'each' for every word of a table kind that the platform has filled.
-void forEachWord(Platform& platform, const TableInfo& info,
-                 const std::function<void(size_t word, const std::string& operation,
-                                          const WordStats& stats)>& each) {
-    const void* const* words = platform.wordsOf(info);
-    if (words == nullptr) return;
-    for (size_t i = 0; i < info.words.size(); ++i) {
-        const std::string operation = Platform::operationName(words[i]);
-        // Words that hold constants have no name.
-        if (operation != "-" && operation != "?") each(i, operation, info.words[i]);
+    WordStats& stats() const { return table.words[index]; }
+};
+
+std::vector<Operation> operations(Platform& platform) {
+    std::vector<Operation> result;
+    for (TableInfo* table : platform.tables()) {
+        const void* const* words = platform.wordsOf(*table);
+        for (size_t i = 0; words != nullptr && i < table->words.size(); ++i) {
+            const WordName* const word = wordName(table->record, i + table->firstWord);
+            if (word == nullptr || !word->isOperation || words[i] == nullptr) continue;
+            std::string implemented = Platform::operationName(words[i]);
+            if (implemented == "?") implemented = word->name;
+            result.push_back({*table, i, word->name, std::move(implemented)});
+        }
     }
+    return result;
 }
 
 Report showFamily(Call& call) {
@@ -50,7 +51,9 @@ Report showFamily(Call& call) {
         const bool null = family.words()[word] == nullptr;
         filled += null ? 0 : 1;
         if (null && call.given("filled")) continue;
-        table.rows.push_back({word, slotName(operation), operation, null ? "null" : "filled"});
+        const WordName* const name = wordName(family.info->record, word);
+        table.rows.push_back({word, name != nullptr ? Cell(name->name) : Cell(), operation,
+                              null ? "null" : "filled"});
     }
     table.footer = fmt::format("{} of {} words are filled", filled, family.wordCount());
     return table;
@@ -80,47 +83,53 @@ Report showCoverage(Call& call) {
                 {},
                 "none",
                 ""};
-    for (const TableInfo* info : platform.tables()) {
+    struct Sum {
         uint64_t operations = 0, called = 0, calls = 0, failures = 0;
-        forEachWord(platform, *info,
-                    [&](size_t word, const std::string& operation, const WordStats& stats) {
-                        ++operations;
-                        called += stats.calls != 0 ? 1 : 0;
-                        calls += stats.calls;
-                        failures += stats.failures;
-                        if (never && stats.calls != 0) return;
-                        words.rows.push_back({operation, info->name, word + info->firstWord,
-                                              stats.calls, stats.failures});
-                    });
-        if (operations != 0)
-            summary.rows.push_back(
-                {info->name, operations, called, operations - called, calls, failures});
+    };
+    std::map<const TableInfo*, Sum> sums;
+    for (const Operation& operation : operations(platform)) {
+        const WordStats& stats = operation.stats();
+        Sum& sum = sums[&operation.table];
+        ++sum.operations;
+        sum.called += stats.calls != 0 ? 1 : 0;
+        sum.calls += stats.calls;
+        sum.failures += stats.failures;
+        if (never && stats.calls != 0) continue;
+        words.rows.push_back({operation.implemented, operation.table.name,
+                              operation.index + operation.table.firstWord, stats.calls,
+                              stats.failures});
+    }
+    for (const TableInfo* table : platform.tables()) {
+        const auto sum = sums.find(table);
+        if (sum == sums.end()) continue;
+        const auto& [count, called, calls, failures] = sum->second;
+        summary.rows.push_back({table->name, count, called, count - called, calls, failures});
     }
     return Report(summary).add(words);
 }
 
-// The statistics of the words that hold an operation; several when tables share it.
-std::vector<WordStats*> wordsOfOperation(Platform& platform, const std::string& name) {
-    std::vector<WordStats*> found;
-    for (TableInfo* info : platform.tables())
-        forEachWord(platform, *info,
-                    [&](size_t word, const std::string& operation, const WordStats&) {
-                        if (operation == name) found.push_back(&info->words[word]);
-                    });
+// By the function that implements it, by its word's name, or by both table and word:
+// "pcSimPCFamFdbInit", "fdbInit", "family.fdbInit". Several when tables share it.
+std::vector<Operation> operationsCalled(Platform& platform, const std::string& name) {
+    std::vector<Operation> found;
+    for (const Operation& operation : operations(platform))
+        if (name == operation.implemented || name == operation.name ||
+            name == std::string(operation.table.name) + "." + operation.name)
+            found.push_back(operation);
     return found;
 }
 
 void setFault(Call& call) {
     const std::string& name = call.text("operation");
-    const auto words = wordsOfOperation(call.context.platform, name);
-    if (words.empty())
+    const auto found = operationsCalled(call.context.platform, name);
+    if (found.empty())
         fail("'{}' is in none of the tables; 'show coverage' lists the operations", name);
     FaultRule rule;
     rule.after = call.numberOr("after", 0);
     rule.count = call.numberOr("count", 1);
     if (call.has("returns"))
         rule.returns = parseSigned("returns", call.text("returns"), 0x7FFFFFFF);
-    for (WordStats* word : words) word->fault = rule;
+    for (const Operation& operation : found) operation.stats().fault = rule;
 }
 
 void clearFaults(Call& call) {
@@ -139,14 +148,12 @@ Report showFaults(Call& call) {
                 {},
                 "none",
                 ""};
-    Platform& platform = call.context.platform;
-    for (const TableInfo* info : platform.tables())
-        forEachWord(platform, *info,
-                    [&](size_t, const std::string& operation, const WordStats& stats) {
-                        if (stats.fault)
-                            table.rows.push_back({operation, stats.fault->after, stats.fault->count,
-                                                  stats.fault->returns, stats.fault->seen});
-                    });
+    for (const Operation& operation : operations(call.context.platform)) {
+        const auto& fault = operation.stats().fault;
+        if (fault)
+            table.rows.push_back(
+                {operation.implemented, fault->after, fault->count, fault->returns, fault->seen});
+    }
     return table;
 }
 

@@ -59,6 +59,15 @@ answers '010.000.000.001 .*02:00:00:00:00:01' 'vlan create 5' 'vlan 5 add 1:1' \
     'neighbor add 10.0.0.1 vlan 5 mac 02:00:00:00:00:01 port 1:1' \
     'fault pcSimIpAdjRemove' 'neighbor del 10.0.0.1 vlan 5' 'neighbor dump'
 
+# An operation goes by its function, by its word, or by both table and word.
+for name in pcSimCardPortRestart cardPortRestart slot.cardPortRestart; do
+    succeeds "fault $name" 'expect show faults -- pcSimCardPortRestart.count is 1'
+done
+refuses "'family.cardPortRestart' is in none of the tables; 'show coverage' lists the operations" \
+    'fault family.cardPortRestart'
+answers '^ +30 +fdbAddEntry +pcSimPCFamFdbAddEntry +filled$' 'show family'
+answers '^ +331 +- +- +null$' 'show family'
+
 refuses "level '9' is not a number from 0 to 8" 'trace Sys 9'
 
 # Help.
