@@ -53,21 +53,34 @@ MacAddress macOf(const std::string& word) {
     return mac;
 }
 
-MacAddress stationMacOf(const std::string& word) {
-    const MacAddress mac = macOf(word);
-    checkStation(mac);
-    return mac;
+namespace {
+
+// What kind of address it is that is no station's, or null.
+const char* groupKind(const MacAddress& mac) {
+    const bool broadcast =
+        std::all_of(mac.begin(), mac.end(), [](uint8_t byte) { return byte == 0xFF; });
+    return broadcast           ? "the broadcast address"
+           : (mac[0] & 1) != 0 ? "a multicast address"
+                               : nullptr;
+}
+
+void checkNotZero(const MacAddress& mac) {
+    if (mac == MacAddress{})
+        fail("{} is all zeros; expected the address of one station", macText(mac.data()));
+}
+
+}  // namespace
+
+void checkTableMac(const MacAddress& mac, bool isStatic) {
+    checkNotZero(mac);
+    const char* const kind = groupKind(mac);
+    if (kind != nullptr && !isStatic)
+        fail("{} is {}, which is never learned; 'static' configures it", macText(mac.data()), kind);
 }
 
 void checkStation(const MacAddress& mac) {
-    const auto all = [&](uint8_t value) {
-        return std::all_of(mac.begin(), mac.end(), [=](uint8_t byte) { return byte == value; });
-    };
-    const char* const kind = all(0)              ? "all zeros"
-                             : all(0xFF)         ? "the broadcast address"
-                             : (mac[0] & 1) != 0 ? "a multicast address"
-                                                 : nullptr;
-    if (kind != nullptr)
+    checkNotZero(mac);
+    if (const char* const kind = groupKind(mac))
         fail("{} is {}; expected the address of one station", macText(mac.data()), kind);
 }
 

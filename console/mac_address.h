@@ -18,9 +18,10 @@ std::string macText(const uint8_t* mac);
 bool readMac(std::string_view word, MacAddress& mac);
 // The address that a word names, or a CommandError.
 MacAddress macOf(const std::string& word);
-// The same of what is behind a port: neither multicast nor broadcast, nor all zeros.
-MacAddress stationMacOf(const std::string& word);
-// Fails unless 'mac' may be behind a port.
+// Fails unless a MAC table can hold 'mac': never all zeros, and multicast and broadcast addresses
+// only when they are configured, since nothing sends from them.
+void checkTableMac(const MacAddress& mac, bool isStatic);
+// Fails unless 'mac' is the address of one station.
 void checkStation(const MacAddress& mac);
 
 }  // namespace pcsim

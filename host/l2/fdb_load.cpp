@@ -25,7 +25,7 @@ public:
 
 private:
     void load(const MacLine& entry) {
-        checkStation(entry.mac);
+        checkTableMac(entry.mac, entry.isStatic);
         VlanIf& vlan = vlanOf(entry.vlanId);
         const uint32_t port = portOf(vlan, entry.port);
         const Fdb::Added added = l2_.fdb().add(entry.mac, vlan, port, entry.isStatic);

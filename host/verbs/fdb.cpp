@@ -42,7 +42,8 @@ uint32_t filterPort(Call& call) {
 }
 
 void add(Call& call) {
-    const MacAddress mac = stationMacOf(call.text("mac"));
+    const MacAddress mac = macOf(call.text("mac"));
+    checkTableMac(mac, call.given("static"));
     L2Manager& l2 = call.machine.l2();
     VlanIf& vlan = l2.vlan(call.vlan());
     const SlotPort at = call.port();

@@ -23,6 +23,7 @@ NeighborKey neighborOf(Call& call) {
 
 void addNeighbor(Call& call) {
     const MacAddress mac = macOf(call.text("mac"));
+    checkStation(mac);
     const NeighborKey key = neighborOf(call);
     call.machine.l3().addNeighbor(key, {mac, instanceOf(call)});
 }

@@ -29,11 +29,16 @@ for mac in 02:00:00:00:ab:01 02-00-00-00-AB-01 0200.0000.ab01; do
 done
 refuses "'0200.0000:ab01' is not a MAC address; expected six bytes as 00:11:22:aa:bb:cc" \
     'neighbor add 10.0.0.1 vlan 10 mac 0200.0000:ab01 port 1:1'
+for type in '' ' static'; do
+    refuses "00:00:00:00:00:00 is all zeros; expected the address of one station" \
+        "${member[@]}" "fdb add 00:00:00:00:00:00 vlan 10 port 1:1$type"
+done
 while read -r mac kind; do
-    refuses "$mac is $kind; expected the address of one station" \
+    refuses "$mac is $kind, which is never learned; 'static' configures it" \
         "${member[@]}" "fdb add $mac vlan 10 port 1:1"
+    refuses "$mac is $kind; expected the address of one station" \
+        "${member[@]}" "neighbor add 10.0.0.1 vlan 10 mac $mac port 1:1"
 done <<'KINDS'
-00:00:00:00:00:00 all zeros
 ff:ff:ff:ff:ff:ff the broadcast address
 01:00:5e:01:01:01 a multicast address
 03:00:00:00:00:00 a multicast address
@@ -168,9 +173,11 @@ answers 'VLANs made +1$' "${member[@]}" "fdb load $scratch/macs create-vlans"
 answers '"bad": 10' "${member[@]}" "fdb load $scratch/macs --json"
 [ -s "$scratch/err" ] && problem "loading without a terminal wrote to standard error"
 
-# A file's addresses are what 'fdb add' takes.
-printf '01:00:5e:00:00:01 10 1:1\n02:00:00:00:00:01 10 1:1\n' >"$scratch/multicast"
-answers "^ +1  01:00:5e:00:00:01 is a multicast address; expected the address of" \
-    "${member[@]}" "fdb load $scratch/multicast"
+# A file's addresses are what 'fdb add' takes: groups are configured, never learned.
+printf '01:00:5e:00:00:01 10 1:1\n01:00:5e:00:00:02 10 1:1 static\n' >"$scratch/groups"
+answers "^ +1  01:00:5e:00:00:01 is a multicast address, which is never learned; " \
+    "${member[@]}" "fdb load $scratch/groups"
+prints 'Added +1$'
+succeeds "${member[@]}" 'fdb add 01:00:5e:00:00:02 vlan 10 port 1:1 static'
 
 finish
