@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "platform/acl/internal.h"
-#include "platform/base/order.h"
+#include "platform/acl/memberIndex.h"
 
 extern "C" {
 HalTreeRoot aclInstanceTree;
@@ -14,40 +14,9 @@ namespace pcsim {
 
 namespace {
 
-// VLAN, then port, then key: the order of the instance tree and of the members of a list.
-int32_t compareInstances(const AclInstance* a, const AclInstance* b) noexcept {
-    if (const int32_t byVlan = order(a->vlan, b->vlan); byVlan != 0) return byVlan;
-    if (const int32_t byPort = order(a->port, b->port); byPort != 0) return byPort;
-    return order(a->key, b->key);
-}
-
 int32_t compareInstanceNodes(const HalTreeNode* a, const HalTreeNode* b) {
     return compareInstances(reinterpret_cast<const AclInstance*>(a),
                             reinterpret_cast<const AclInstance*>(b));
-}
-
-int32_t compareIndexNodes(const HalTreeNode* a, const HalTreeNode* b) {
-    return compareInstances(reinterpret_cast<const AclIndexNode*>(a)->instance,
-                            reinterpret_cast<const AclIndexNode*>(b)->instance);
-}
-
-// Links the instance before the first member that orders after it, at the tail when none does. The
-// index finds that member. False when the host's tree refuses the index node.
-bool linkMember(AclList* list, uint32_t slot, AclInstance* instance) noexcept {
-    AclIndexNode* const node = &instance->indexNodes[slot];
-    node->instance = instance;
-    if (p2BtreeInsert(&node->tree, &list->index[slot], compareIndexNodes) == -1) return false;
-    const HalTreeNode* const after = p2BtreeNext(&node->tree);
-    ListLink* const place =
-        after != nullptr ? &reinterpret_cast<const AclIndexNode*>(after)->instance->links[slot]
-                         : &list->members[slot];
-    listInsertBefore(&instance->links[slot], place);
-    return true;
-}
-
-void unlinkMember(AclList* list, uint32_t slot, AclInstance* instance) noexcept {
-    listUnlink(&instance->links[slot]);
-    p2BtreeDelete(&instance->indexNodes[slot].tree, &list->index[slot]);
 }
 
 // The instance that a request names, made when there is none; null when it can't be.
@@ -71,6 +40,19 @@ void releaseIfUnbound(AclInstance* instance) noexcept {
         if (list != nullptr) return;
     p2BtreeDelete(&instance->tree, &aclInstanceTree);
     std::free(instance);
+}
+
+// Set by the platform's own unattach. A host that has defined that operation itself knows nothing
+// of the entry that the member may have in the list's index.
+bool entryForgotten;
+
+// Unbinds a slot.
+void release(AclInstance* instance, uint32_t slot) noexcept {
+    AclList* const list = instance->lists[slot];
+    if (list == nullptr) return;
+    entryForgotten = false;
+    aclUnAttachInstance(list, slot, instance);
+    if (!entryForgotten) forgetMember(list, slot, instance);
 }
 
 void printDynamic(const char* action, const HalAclBindRequest* request) noexcept {
@@ -128,8 +110,7 @@ int32_t pcSimIPv4AclUnconfig(const HalAclBindRequest* request) noexcept {
     AclInstance* const instance = findInstance(request->vlan, request->port, request->key);
     if (instance == nullptr || request->slot >= kAclSlots) return 0;
     // Whatever list it is: the name only tells a dynamic rule.
-    AclList* const list = instance->lists[request->slot];
-    if (list != nullptr) aclUnAttachInstance(list, request->slot, instance);
+    release(instance, request->slot);
     releaseIfUnbound(instance);
     return 0;
 }
@@ -143,17 +124,13 @@ int32_t aclAttachInstance(AclList* list, uint32_t slot, AclInstance* instance) n
         counters = static_cast<uint8_t*>(std::calloc(1, counterBytes(list)));
         if (counters == nullptr) return -1;
     }
-    AclList* const former = instance->lists[slot];
-    if (former == list) {
+    if (instance->lists[slot] == list) {
         std::free(instance->counters[slot]);
         instance->counters[slot] = counters;
         return 0;
     }
-    if (former != nullptr) aclUnAttachInstance(former, slot, instance);
-    if (!linkMember(list, slot, instance)) {
-        std::free(counters);
-        return -1;
-    }
+    release(instance, slot);
+    linkMember(list, slot, instance);
     instance->lists[slot] = list;
     instance->counters[slot] = counters;
     ++list->boundCount;
@@ -165,11 +142,13 @@ int32_t aclUnAttachInstance(AclList* list, uint32_t slot, AclInstance* instance)
     ACL_ASSERT(instance != nullptr);
     if (slot >= kAclSlots || instance->lists[slot] != list) return 0;
     unlinkMember(list, slot, instance);
+    entryForgotten = true;
     instance->lists[slot] = nullptr;
     std::free(instance->counters[slot]);
     instance->counters[slot] = nullptr;
-    --list->boundCount;
-    if (list->deleted && list->boundCount == 0) std::free(list);
+    if (--list->boundCount != 0) return 0;
+    dropMemberIndex(list);
+    if (isDeleted(list)) freeList(list);
     return 0;
 }
 

@@ -6,6 +6,7 @@
 
 #include "platform/acl/pcSimIPv4Acl.h"
 #include "platform/base/assertion.h"
+#include "platform/base/order.h"
 
 // Stops the process unless 'condition' holds.
 #define ACL_ASSERT(condition) PCSIM_ASSERT_NAMED("pcSimIPv4Acl.c", condition, #condition)
@@ -36,11 +37,25 @@ inline size_t counterBytes(const AclList* list) noexcept {
 void printRules(const char* heading, const char* total, const HalAclRule* rules,
                 uint16_t ruleCount) noexcept;
 
+// VLAN, then port, then key: the order of the instance tree and of the members of a list.
+inline int32_t compareInstances(const AclInstance* a, const AclInstance* b) noexcept {
+    if (const int32_t byVlan = order(a->vlan, b->vlan); byVlan != 0) return byVlan;
+    if (const int32_t byPort = order(a->port, b->port); byPort != 0) return byPort;
+    return order(a->key, b->key);
+}
+
 // The instance whose link of 'slot' this is.
 inline AclInstance* instanceOf(ListLink* link, uint32_t slot) noexcept {
     const size_t offset = offsetof(AclInstance, links) + slot * sizeof(ListLink);
     return reinterpret_cast<AclInstance*>(reinterpret_cast<char*>(link) - offset);
 }
+
+// A list that is deleted while it is bound has no rules any more. Its rule pointer says so.
+void markDeleted(AclList* list) noexcept;
+bool isDeleted(const AclList* list) noexcept;
+
+// Frees a list that is in no tree.
+void freeList(AclList* list) noexcept;
 
 }  // namespace pcsim
 

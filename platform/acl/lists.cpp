@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "platform/acl/internal.h"
+#include "platform/acl/memberIndex.h"
 
 extern "C" {
 HalTreeRoot aclTree;
@@ -17,6 +18,9 @@ namespace {
 
 // The name and its terminating NUL.
 constexpr size_t kDynamicNameSize = sizeof(HAL_ACL_DYNAMIC_RULES);
+
+// What the rule pointer of a deleted list points at: no HAL can own it.
+HalAclRule rulesOfDeleted;
 
 const AclList* listOf(const HalTreeNode* tree) noexcept {
     return reinterpret_cast<const AclList*>(tree);
@@ -68,6 +72,19 @@ AclList* findList(const char* requestName) noexcept {
     AclList wanted{};
     std::memcpy(wanted.name, name.text, sizeof wanted.name);
     return reinterpret_cast<AclList*>(findNode(&wanted.tree, aclTree, compareNames));
+}
+
+void markDeleted(AclList* list) noexcept {
+    list->rules = &rulesOfDeleted;
+}
+
+bool isDeleted(const AclList* list) noexcept {
+    return list->rules == &rulesOfDeleted;
+}
+
+void freeList(AclList* list) noexcept {
+    dropMemberIndex(list);
+    std::free(list);
 }
 
 // Frees the rules of a request that stores nothing. A HAL that names the same array once more than
@@ -132,11 +149,12 @@ int32_t pcSimIPv4AclDel(const HalAclDeleteRequest* request) noexcept {
     if (list == nullptr) return 0;
     p2BtreeDelete(&list->tree, &aclTree);
     std::free(list->rules);
-    list->rules = nullptr;
     // Instances stay bound, as the HAL expects: it unbinds them one by one. The node waits for the
     // last of them.
-    list->deleted = true;
-    if (list->boundCount == 0) std::free(list);
+    if (list->boundCount != 0)
+        markDeleted(list);
+    else
+        freeList(list);
     return 0;
 }
 

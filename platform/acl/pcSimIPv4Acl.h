@@ -4,15 +4,15 @@
 //       |                                    |
 //       v          lists[slot]               v
 //    AclList <--------------------------- AclInstance ---> counters[slot]
-//       | bindings[slot].members (list)      ^
+//       | members[slot] (list)               ^
 //       +------------------------------------+
-//       | bindings[slot].index (tree, to find a new member's place in that list)
 //       +--> rules
 //
 // A list owns its rule array; an instance owns one counter block per slot that is bound, of the
-// list's counter count. The members of a list stand in the order of the instance tree. The index
-// is a host tree over the same members: it finds the neighbour of a new one in logarithmic time,
-// however many instances the list has.
+// list's counter count. The members of a list stand in the order of the instance tree; how the
+// place of a new one is found without a walk over all of them is memberIndex.h's business alone.
+// The nodes have no more than the fields that the HAL's tools know, so that those may bind nodes of
+// their own making.
 //
 // An instance is freed with its last binding. A list that is deleted while it is bound leaves
 // aclTree and loses its rules at once; its node is freed with its last binding.
@@ -35,12 +35,6 @@ constexpr uint32_t kAclCounterSize = 16;
 using AclList = HalAclList;
 using AclInstance = HalAclInstance;
 
-// Where an instance stands in the index of the list that it is bound to.
-struct AclIndexNode {
-    HalTreeNode tree;
-    AclInstance* instance;
-};
-
 }  // namespace pcsim
 
 struct HalAclList {
@@ -52,8 +46,6 @@ struct HalAclList {
     HalAclRule* rules;
     uint32_t boundCount;
     pcsim::ListLink members[pcsim::kAclSlots];  // of HalAclInstance, in the instance tree's order
-    HalTreeRoot index[pcsim::kAclSlots];        // of AclIndexNode: the same members
-    bool deleted;                               // out of aclTree; goes with its last binding
 };
 
 struct HalAclInstance {
@@ -64,7 +56,6 @@ struct HalAclInstance {
     uint32_t port;
     uint8_t key;
     uint8_t* counters[pcsim::kAclSlots];  // null when the list has no counters
-    pcsim::AclIndexNode indexNodes[pcsim::kAclSlots];
 };
 
 extern "C" {
