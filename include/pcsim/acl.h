@@ -125,8 +125,8 @@ typedef struct HalAclInstance HalAclInstance;
 
 /* Binds 'instance' to 'list' in 'slot' with zeroed counters, as a config does once it has found
  * both: the slot leaves the list it was bound to; bound to this one already, it only gets fresh
- * counters. 0; -1 when the slot is neither 0 nor 1, memory runs out, or the host's tree refuses the
- * member, and then it is not bound to 'list'. Live. */
+ * counters. 0; -1 when the slot is neither 0 nor 1 or there is no memory for the counters, and then
+ * nothing has changed. Live. */
 typedef int32_t HalAclAttachInstanceFn(HalAclList* list, uint32_t slot, HalAclInstance* instance);
 
 /* Reverses it; the instance itself stays. Nothing happens when the slot is not bound to 'list'. A

@@ -7,7 +7,8 @@
 #include "platform/acl/memberIndex.h"
 
 extern "C" {
-HalTreeRoot aclInstanceTree;
+HalTreeRoot ownAclInstanceTree;
+PCSIM_SHOW_AS(aclInstanceTree, ownAclInstanceTree);
 }
 
 namespace pcsim {
@@ -28,7 +29,7 @@ AclInstance* getInstance(const HalAclBindRequest* request) noexcept {
     instance->vlan = request->vlan;
     instance->port = request->port;
     instance->key = request->key;
-    if (p2BtreeInsert(&instance->tree, &aclInstanceTree, compareInstanceNodes) != -1)
+    if (p2BtreeInsert(&instance->tree, &ownAclInstanceTree, compareInstanceNodes) != -1)
         return instance;
     std::free(instance);
     return nullptr;
@@ -38,7 +39,7 @@ AclInstance* getInstance(const HalAclBindRequest* request) noexcept {
 void releaseIfUnbound(AclInstance* instance) noexcept {
     for (const AclList* list : instance->lists)
         if (list != nullptr) return;
-    p2BtreeDelete(&instance->tree, &aclInstanceTree);
+    p2BtreeDelete(&instance->tree, &ownAclInstanceTree);
     std::free(instance);
 }
 
@@ -77,7 +78,7 @@ AclInstance* findInstance(uint32_t vlan, uint32_t port, uint8_t key) noexcept {
     wanted.port = port;
     wanted.key = key;
     return reinterpret_cast<AclInstance*>(
-        findNode(&wanted.tree, aclInstanceTree, compareInstanceNodes));
+        findNode(&wanted.tree, ownAclInstanceTree, compareInstanceNodes));
 }
 
 }  // namespace pcsim

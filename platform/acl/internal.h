@@ -11,6 +11,12 @@
 // Stops the process unless 'condition' holds.
 #define ACL_ASSERT(condition) PCSIM_ASSERT_NAMED("pcSimIPv4Acl.c", condition, #condition)
 
+// aclTree and aclInstanceTree, which the library itself knows by these names alone.
+extern "C" {
+extern PCSIM_HIDDEN HalTreeRoot ownAclTree;
+extern PCSIM_HIDDEN HalTreeRoot ownAclInstanceTree;
+}
+
 namespace pcsim {
 
 // A list name as it is stored and looked for: cut at 31 characters, zero-filled.

@@ -9,7 +9,8 @@
 #include "platform/acl/memberIndex.h"
 
 extern "C" {
-HalTreeRoot aclTree;
+HalTreeRoot ownAclTree;
+PCSIM_SHOW_AS(aclTree, ownAclTree);
 }
 
 namespace pcsim {
@@ -71,7 +72,7 @@ AclList* findList(const char* requestName) noexcept {
     const AclName name(requestName);
     AclList wanted{};
     std::memcpy(wanted.name, name.text, sizeof wanted.name);
-    return reinterpret_cast<AclList*>(findNode(&wanted.tree, aclTree, compareNames));
+    return reinterpret_cast<AclList*>(findNode(&wanted.tree, ownAclTree, compareNames));
 }
 
 void markDeleted(AclList* list) noexcept {
@@ -132,7 +133,7 @@ int32_t pcSimIPv4AclAdd(const HalAclListRequest* request) noexcept {
     std::memcpy(list->name, AclName(request->name).text, sizeof list->name);
     takeOver(list, request);
     for (ListLink& head : list->members) listInit(&head);
-    if (p2BtreeInsert(&list->tree, &aclTree, compareNames) == -1) {
+    if (p2BtreeInsert(&list->tree, &ownAclTree, compareNames) == -1) {
         std::free(list);
         freeUnlessStored(request);
     }
@@ -147,7 +148,7 @@ int32_t pcSimIPv4AclDel(const HalAclDeleteRequest* request) noexcept {
     }
     AclList* const list = findList(request->name);
     if (list == nullptr) return 0;
-    p2BtreeDelete(&list->tree, &aclTree);
+    p2BtreeDelete(&list->tree, &ownAclTree);
     std::free(list->rules);
     // Instances stay bound, as the HAL expects: it unbinds them one by one. The node waits for the
     // last of them.

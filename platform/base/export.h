@@ -8,4 +8,10 @@
 
 #define PCSIM_EXPORT __attribute__((visibility("default")))
 
+// State that debuggers look up under a name so common that a host may well have a global of its own
+// under it. The library itself uses 'own', which nobody else sees; 'visible' is the same variable.
+#define PCSIM_HIDDEN __attribute__((visibility("hidden")))
+#define PCSIM_SHOW_AS(visible, own) \
+    extern PCSIM_EXPORT decltype(own) visible __attribute__((alias(#own)))
+
 #endif

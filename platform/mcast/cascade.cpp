@@ -10,7 +10,7 @@ namespace {
 HalTreeNode* retired;
 
 void freeVlanNode(VlanNode* vlan) noexcept {
-    p2BtreeDelete(&vlan->tree, &vlanTree);
+    p2BtreeDelete(&vlan->tree, &ownVlanTree);
     std::free(vlan);
 }
 
@@ -19,7 +19,7 @@ void freeVpifNode(VpifNode* vpif) noexcept {
     p2BtreeDelete(&vpif->tree, &port->vpifs);
     std::free(vpif);
     if (port->vpifs != nullptr) return;
-    p2BtreeDelete(&port->tree, &portTree);
+    p2BtreeDelete(&port->tree, &ownPortTree);
     std::free(port);
 }
 
@@ -87,7 +87,7 @@ using namespace pcsim;
 extern "C" {
 
 int32_t pcSimHalIpv4McHwVlanDel(uint32_t vlanInstance) noexcept {
-    VlanNode* const vlan = findBy<VlanNode, &VlanNode::vlanInstance>(vlanTree, vlanInstance);
+    VlanNode* const vlan = findBy<VlanNode, &VlanNode::vlanInstance>(ownVlanTree, vlanInstance);
     if (vlan == nullptr) return 0;
     if (listEmpty(&vlan->users)) {
         freeVlanNode(vlan);
@@ -108,7 +108,7 @@ int32_t pcSimHalIpv4McHwVlanDel(uint32_t vlanInstance) noexcept {
 }
 
 int32_t pcSimHalIpv4McHwVpifDel(uint32_t vlanInstance, uint32_t portKey) noexcept {
-    PortNode* const port = findBy<PortNode, &PortNode::portKey>(portTree, portKey);
+    PortNode* const port = findBy<PortNode, &PortNode::portKey>(ownPortTree, portKey);
     if (port == nullptr) return 0;
     VpifNode* const vpif = findBy<VpifNode, &VpifNode::vlanInstance>(port->vpifs, vlanInstance);
     if (vpif != nullptr) emptyVpif(vpif);
@@ -116,7 +116,7 @@ int32_t pcSimHalIpv4McHwVpifDel(uint32_t vlanInstance, uint32_t portKey) noexcep
 }
 
 int32_t pcSimHalIpv4McHwPifDel(uint32_t portKey) noexcept {
-    PortNode* const port = findBy<PortNode, &PortNode::portKey>(portTree, portKey);
+    PortNode* const port = findBy<PortNode, &PortNode::portKey>(ownPortTree, portKey);
     if (port == nullptr) return 0;
     for (VpifNode* vpif = firstOf<VpifNode>(&port->vpifs); vpif != nullptr;) {
         VpifNode* const next = nextOf(vpif);
@@ -127,7 +127,7 @@ int32_t pcSimHalIpv4McHwPifDel(uint32_t portKey) noexcept {
 }
 
 int32_t pcSimHalIpv4McHwFlushAll() noexcept {
-    while (const VlanNode* vlan = firstOf<VlanNode>(&vlanTree))
+    while (const VlanNode* vlan = firstOf<VlanNode>(&ownVlanTree))
         if (pcSimHalIpv4McHwVlanDel(vlan->vlanInstance) != 0) return -1;
     return 0;
 }

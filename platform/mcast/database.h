@@ -23,6 +23,13 @@
             std::printf("VNMC %s %d: %s is called \n", MCAST_SOURCE_FILE, __LINE__, __func__); \
     } while (false)
 
+// groupTable, vlanTree and portTree, which the library itself knows by these names alone.
+extern "C" {
+extern PCSIM_HIDDEN HalTreeRoot* ownGroupTable;
+extern PCSIM_HIDDEN HalTreeRoot ownVlanTree;
+extern PCSIM_HIDDEN HalTreeRoot ownPortTree;
+}
+
 namespace pcsim {
 
 constexpr uint32_t kBucketsPerRouter = 512;

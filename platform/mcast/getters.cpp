@@ -19,7 +19,7 @@ Node* inserted(Node* node, HalTreeRoot* root, HalTreeCompareFn* compare) noexcep
 extern "C" {
 
 VlanNode* pcSimGetVlanNode(uint32_t vlanInstance) noexcept {
-    VlanNode* ret = findBy<VlanNode, &VlanNode::vlanInstance>(vlanTree, vlanInstance);
+    VlanNode* ret = findBy<VlanNode, &VlanNode::vlanInstance>(ownVlanTree, vlanInstance);
     if (ret != nullptr) return ret;
 
     HalVlanIf* vlan = nullptr;
@@ -32,7 +32,7 @@ VlanNode* pcSimGetVlanNode(uint32_t vlanInstance) noexcept {
     MCAST_ASSERT_NAMED(vlanInstance == vlan->instance, "vlanInstance == vlan->l2common.ifInstance");
     ret->vlanIf = vlan;
     listInit(&ret->users);
-    return inserted(ret, &vlanTree, compareBy<VlanNode, &VlanNode::vlanInstance>);
+    return inserted(ret, &ownVlanTree, compareBy<VlanNode, &VlanNode::vlanInstance>);
 }
 
 CacheIf* pcSimGetCacheIf(CacheNode* cache, uint32_t vlanInstance) noexcept {
@@ -53,7 +53,7 @@ CacheIf* pcSimGetCacheIf(CacheNode* cache, uint32_t vlanInstance) noexcept {
 }
 
 PortNode* pcSimGetPortNode(uint32_t portKey) noexcept {
-    PortNode* portNode = findBy<PortNode, &PortNode::portKey>(portTree, portKey);
+    PortNode* portNode = findBy<PortNode, &PortNode::portKey>(ownPortTree, portKey);
     if (portNode != nullptr) return portNode;
 
     HalPif* pif = nullptr;
@@ -63,7 +63,7 @@ PortNode* pcSimGetPortNode(uint32_t portKey) noexcept {
     MCAST_ASSERT_NAMED(portNode != nullptr, "portNode");
     portNode->portKey = portKey;
     portNode->pif = pif;
-    return inserted(portNode, &portTree, compareBy<PortNode, &PortNode::portKey>);
+    return inserted(portNode, &ownPortTree, compareBy<PortNode, &PortNode::portKey>);
 }
 
 VpifNode* pcSimGetVpifNode(PortNode* portNode, uint32_t vlanInstance) noexcept {

@@ -7,9 +7,12 @@
 #include "platform/mcast/database.h"
 
 extern "C" {
-HalTreeRoot* groupTable;
-HalTreeRoot vlanTree;
-HalTreeRoot portTree;
+HalTreeRoot* ownGroupTable;
+PCSIM_SHOW_AS(groupTable, ownGroupTable);
+HalTreeRoot ownVlanTree;
+PCSIM_SHOW_AS(vlanTree, ownVlanTree);
+HalTreeRoot ownPortTree;
+PCSIM_SHOW_AS(portTree, ownPortTree);
 uint32_t mcLogMess;
 }
 
@@ -32,13 +35,13 @@ void clearBucket(HalTreeRoot* root) noexcept {
 
 // Frees the ports that an add has left without users when it failed half way.
 void clearPorts() noexcept {
-    if (portTree == nullptr) return;
-    while (PortNode* port = firstOf<PortNode>(&portTree)) {
+    if (ownPortTree == nullptr) return;
+    while (PortNode* port = firstOf<PortNode>(&ownPortTree)) {
         while (VpifNode* vpif = firstOf<VpifNode>(&port->vpifs)) {
             p2BtreeDelete(&vpif->tree, &port->vpifs);
             std::free(vpif);
         }
-        p2BtreeDelete(&port->tree, &portTree);
+        p2BtreeDelete(&port->tree, &ownPortTree);
         std::free(port);
     }
 }
@@ -50,8 +53,8 @@ void clearDatabase() noexcept {
         for (uint32_t bucket = 0; bucket < kBucketsPerRouter; ++bucket)
             clearBucket(bucketRoot(router, bucket));
     // What is left belongs to caches that are in no tree.
-    if (vlanTree != nullptr) pcSimHalIpv4McHwFlushAll();
-    if (vlanTree == nullptr) clearPorts();
+    if (ownVlanTree != nullptr) pcSimHalIpv4McHwFlushAll();
+    if (ownVlanTree == nullptr) clearPorts();
 }
 
 }  // namespace
@@ -62,7 +65,7 @@ uint32_t bucketOf(uint32_t group) noexcept {
 
 HalTreeRoot* bucketRoot(uint32_t virtualRouter, uint32_t bucket) noexcept {
     if (virtualRouter >= routerCount) return nullptr;
-    return groupTable + size_t{virtualRouter} * kBucketsPerRouter + bucket;
+    return ownGroupTable + size_t{virtualRouter} * kBucketsPerRouter + bucket;
 }
 
 int32_t compareGroups(const HalTreeNode* a, const HalTreeNode* b) {
@@ -116,8 +119,8 @@ int32_t pcSimHalIPv4McDbInit() noexcept {
     auto* const table = static_cast<HalTreeRoot*>(std::calloc(routers, kRouterSize));
     if (table == nullptr) return 0;
     clearDatabase();
-    std::free(groupTable);
-    groupTable = table;
+    std::free(ownGroupTable);
+    ownGroupTable = table;
     routerCount = routers;
     return 1;
 }
