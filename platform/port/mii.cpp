@@ -7,6 +7,7 @@
 #include <string.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include "platform/port/pcSimPort.h"
 
@@ -18,7 +19,7 @@ namespace {
 bool exchange(unsigned long code, ifreq& request, mii_ioctl_data& block) noexcept {
     static_assert(sizeof block <= sizeof request.ifr_ifru);
     memcpy(&request.ifr_ifru, &block, sizeof block);
-    if (ioctl(skfd, code, &request) < 0) return false;
+    if (ioctl(__atomic_load_n(&skfd, __ATOMIC_ACQUIRE), code, &request) < 0) return false;
     memcpy(&block, &request.ifr_ifru, sizeof block);
     return true;
 }
@@ -26,8 +27,16 @@ bool exchange(unsigned long code, ifreq& request, mii_ioctl_data& block) noexcep
 }  // namespace
 
 bool openPortSocket() noexcept {
-    if (skfd < 0) skfd = socket(AF_INET, SOCK_DGRAM, 0);
-    return skfd >= 0;
+    int32_t known = __atomic_load_n(&skfd, __ATOMIC_ACQUIRE);
+    if (known >= 0) return true;
+    const int opened = socket(AF_INET, SOCK_DGRAM, 0);
+    if (opened < 0) return false;
+    // Of two threads that come first together, one goes without its own.
+    if (__atomic_compare_exchange_n(&skfd, &known, opened, false, __ATOMIC_ACQ_REL,
+                                    __ATOMIC_ACQUIRE))
+        return true;
+    close(opened);
+    return known >= 0;
 }
 
 InterfaceName::InterfaceName(uint32_t number) noexcept {

@@ -11,7 +11,7 @@
 namespace pcsim {
 
 // Opens 'skfd' unless it is open already. A failure leaves it negative, so the next call tries
-// again.
+// again. Threads that come first together end up with one socket.
 bool openPortSocket() noexcept;
 
 class Mii {

@@ -18,19 +18,32 @@ constexpr size_t kReadLength = 4096;  // the kernel never hands out more at a ti
 constexpr size_t kNearby = 512;       // how far to read on where the line isn't where it was
 constexpr int kHeaderLines = 2;
 
-int table = -1;
+// The table that a call has left open, -1 without one. Taken and left by atomic operations, so that
+// no two calls ever have the same.
+int leftOpen = -1;
 
 // Where the line of each interface ended when it was last read, 0 when that isn't known. Lines
 // seldom move: the columns are wide, and interfaces stay in the order in which they were made. The
-// host counts at most 100 interfaces beside eth0; any beyond have no entry.
+// host counts at most 100 interfaces beside eth0; any beyond have no entry. An entry is a hint, so
+// calls on several threads may overwrite each other's.
 constexpr uint32_t kKnownInterfaces = 101;
 size_t lineEnds[kKnownInterfaces];
+
+size_t lineEndOf(uint32_t interfaceNumber) noexcept {
+    if (interfaceNumber >= kKnownInterfaces) return 0;
+    return __atomic_load_n(&lineEnds[interfaceNumber], __ATOMIC_RELAXED);
+}
+
+void rememberLineEnd(uint32_t interfaceNumber, size_t lineEnd) noexcept {
+    if (interfaceNumber >= kKnownInterfaces) return;
+    __atomic_store_n(&lineEnds[interfaceNumber], lineEnd, __ATOMIC_RELAXED);
+}
 
 // The lines of the table, in pieces of at most kLineLength characters with their line ends.
 class Lines {
 public:
     // 'expected' is how much of the table is likely to be needed.
-    explicit Lines(size_t expected) noexcept : expected_(expected) {}
+    Lines(int table, size_t expected) noexcept : table_(table), expected_(expected) {}
 
     // Each piece ends with a NUL and stays valid until the next. Null at the end of the table.
     char* next() noexcept {
@@ -73,7 +86,7 @@ private:
         filled_ = text_ + unfinished;
         size_t wanted = expected_ > offset_ ? expected_ - offset_ : kNearby;
         if (wanted > kReadLength) wanted = kReadLength;
-        const ssize_t length = pread(table, filled_, wanted, static_cast<off_t>(offset_));
+        const ssize_t length = pread(table_, filled_, wanted, static_cast<off_t>(offset_));
         if (length <= 0) return false;
         filled_ += length;
         offset_ += static_cast<size_t>(length);
@@ -85,6 +98,7 @@ private:
     char* end_ = text_;     // end of the piece last handed out
     char saved_ = '\0';     // the character that its NUL stands for
     size_t offset_ = 0;     // how much of the table has been read
+    const int table_;
     const size_t expected_;
 };
 
@@ -101,31 +115,33 @@ uint32_t readNumbers(const char* text, uint64_t (&columns)[kProcNetDevColumns]) 
 
 }  // namespace
 
-bool openProcNetDev() noexcept {
-    if (table < 0) table = open(kProcNetDev, O_RDONLY | O_CLOEXEC);
-    return table >= 0;
+ProcNetDev::ProcNetDev() noexcept
+    : descriptor_(__atomic_exchange_n(&leftOpen, -1, __ATOMIC_ACQ_REL)) {
+    if (descriptor_ < 0) descriptor_ = open(kProcNetDev, O_RDONLY | O_CLOEXEC);
 }
 
-void closeProcNetDev() noexcept {
-    if (table >= 0) close(table);
-    table = -1;
+ProcNetDev::~ProcNetDev() {
+    if (descriptor_ >= 0) close(descriptor_);
 }
 
-uint32_t readProcNetDev(uint32_t interfaceNumber,
-                        uint64_t (&columns)[kProcNetDevColumns]) noexcept {
-    // Between opening and reading the host was asked for the interface; a host that took another
-    // port's statistics meanwhile has had the table closed.
-    if (!openProcNetDev()) return 0;
+void ProcNetDev::leaveOpen() noexcept {
+    int none = -1;
+    if (__atomic_compare_exchange_n(&leftOpen, &none, descriptor_, false, __ATOMIC_ACQ_REL,
+                                    __ATOMIC_RELAXED))
+        descriptor_ = -1;
+}
+
+uint32_t ProcNetDev::read(uint32_t interfaceNumber,
+                          uint64_t (&columns)[kProcNetDevColumns]) const noexcept {
     const InterfaceName wanted(interfaceNumber);
-    size_t* lineEnd = interfaceNumber < kKnownInterfaces ? &lineEnds[interfaceNumber] : nullptr;
-    Lines lines(lineEnd != nullptr ? *lineEnd : 0);
+    Lines lines(descriptor_, lineEndOf(interfaceNumber));
     for (int i = 0; i < kHeaderLines; ++i)
         if (lines.next() == nullptr) return 0;
     while (char* line = lines.next()) {
         char name[kLineLength + 1];
         const char* counters = pcSimProcNetDevSplitName(name, line);
         if (strcmp(name, wanted.text) != 0) continue;
-        if (lineEnd != nullptr) *lineEnd = lines.consumed();
+        rememberLineEnd(interfaceNumber, lines.consumed());
         return readNumbers(counters, columns);
     }
     return 0;

@@ -15,16 +15,30 @@ namespace pcsim {
 constexpr char kProcNetDev[] = "/proc/net/dev";
 constexpr uint32_t kProcNetDevColumns = 16;
 
-// Opens the table, or takes the one that is still open and begins at its start. False: can't.
-bool openProcNetDev() noexcept;
+// The table as one call reads it. The descriptor is the call's own, so that statistics may be taken
+// of several ports at a time; what is left open is taken by one call alone.
+class ProcNetDev {
+public:
+    // Opens the table, or takes the one that is left open.
+    ProcNetDev() noexcept;
+    // Closes it.
+    ~ProcNetDev();
+    ProcNetDev(const ProcNetDev&) = delete;
+    ProcNetDev& operator=(const ProcNetDev&) = delete;
 
-// Closes the table. A caller that leaves it open leaves it to the next one, which opens none.
-void closeProcNetDev() noexcept;
+    bool isOpen() const noexcept { return descriptor_ >= 0; }
 
-// Reads the counters of "eth<interfaceNumber>" from the table, opened if need be. Returns how many
-// numbers its line holds, at most kProcNetDevColumns, 0 when there is no such line. The rest of
-// 'columns' is left alone.
-uint32_t readProcNetDev(uint32_t interfaceNumber, uint64_t (&columns)[kProcNetDevColumns]) noexcept;
+    // Leaves the table open to a later call, which begins at its start. One at most stays open,
+    // however many are left.
+    void leaveOpen() noexcept;
+
+    // Reads the counters of "eth<interfaceNumber>". Returns how many numbers its line holds, at
+    // most kProcNetDevColumns, 0 when there is no such line. The rest of 'columns' is left alone.
+    uint32_t read(uint32_t interfaceNumber, uint64_t (&columns)[kProcNetDevColumns]) const noexcept;
+
+private:
+    int descriptor_;
+};
 
 }  // namespace pcsim
 

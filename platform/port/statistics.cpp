@@ -77,7 +77,8 @@ void printOutOfRange(const char* operation, uint32_t slot, uint32_t number) noex
 enum class Refreshed : uint8_t { kRead, kOtherSlot, kFailed };
 
 Refreshed refresh(const char* operation, uint32_t portInstance, PortStatsRecord& current) noexcept {
-    if (!pcsim::openProcNetDev()) {
+    pcsim::ProcNetDev table;
+    if (!table.isOpen()) {
         TRACE_PORT_AS(operation, "Can't open %s.  Limited output. file handle = %p",
                       pcsim::kProcNetDev, static_cast<void*>(nullptr));
         return Refreshed::kFailed;
@@ -90,17 +91,19 @@ Refreshed refresh(const char* operation, uint32_t portInstance, PortStatsRecord&
             break;
         case HAL_PORT_TYPE_MANAGEMENT:
             // These two ways out leave the table open for the next reading.
-            if (static_cast<int32_t>(portSlotOf(portInstance)) != pcSimGetMySlotNum())
+            if (static_cast<int32_t>(portSlotOf(portInstance)) != pcSimGetMySlotNum()) {
+                table.leaveOpen();
                 return Refreshed::kOtherSlot;
+            }
             break;
         default:
+            table.leaveOpen();
             return Refreshed::kFailed;
     }
     uint64_t columns[pcsim::kProcNetDevColumns];
-    const uint32_t count = pcsim::readProcNetDev(interfaceNumber, columns);
+    const uint32_t count = table.read(interfaceNumber, columns);
     for (uint32_t i = 0; i < count; ++i)
         if (const Counter counter = kColumnCounters[i]) current.*counter = columns[i];
-    pcsim::closeProcNetDev();
     return Refreshed::kRead;
 }
 

@@ -218,7 +218,7 @@ TEST_F(AclModel, RandomOperationsMatchANaiveModel) {
 
 TEST_F(AclModel, RandomOperationsOnLongListsMatchANaiveModel) {
     vlans = 60;
-    run(40000, 200);
+    run(20000, 200);
 }
 
 }  // namespace
