@@ -12,4 +12,12 @@
 #include "pcsim/l3.h"
 #include "platform/base/export.h"
 
+namespace pcsim {
+
+// The adjacency that a look-up or an add has made last: who has just looked one up and finds it
+// here has made it. Compared alone, never followed; whoever looks resets it first.
+extern const pcSimIpAdjEntry* newestAdjacency;
+
+}  // namespace pcsim
+
 #endif

@@ -13,6 +13,7 @@
 //   mask(request)                            widened as the route keeps it
 //   same(gateway, gateway)
 //   attach(nextHop), detach(nextHop)         adjacency references
+//   detachIdle(nextHop)                      the same for one whose adjacency is to stay
 //   flushes(filter, gateway)
 //   dumpHeader(sink), dumpRows(sink, route)
 //
@@ -27,6 +28,10 @@
 #include "platform/base/dump.h"
 
 namespace pcsim {
+
+// How an attached next hop found its adjacency: kWasIdle is one that nobody referenced and that was
+// there all the same.
+enum class Standing : uint8_t { kOrdinary, kWasIdle };
 
 template <typename Family>
 class FibTable {
@@ -127,12 +132,13 @@ private:
             Family::setKey(*route, request.vrId, request.prefix, Family::mask(request));
         }
         NextHop* const oldNextHops = route->nextHops;
-        if (!pushMissing(route, request) || (isNew && !insert(route))) {
-            while (route->nextHops != nullptr && route->nextHops != oldNextHops)
-                removeAt(&route->nextHops);
+        bool anyUnsettled = false;
+        if (!pushMissing(route, request, anyUnsettled) || (isNew && !insert(route))) {
+            takeBack(route, oldNextHops);
             if (isNew) free(route);
             return -1;
         }
+        if (anyUnsettled) settle(route, oldNextHops);
         if (exclusive) {
             NextHop** link = &route->nextHops;
             while (*link != oldNextHops) link = &(*link)->next;
@@ -158,15 +164,37 @@ private:
         return link;
     }
 
-    static bool pushMissing(Route* route, const Request& request) noexcept {
+    // A next hop that has found an idle adjacency is unsettled, which means without a route, until
+    // the request has succeeded: if it fails, that adjacency has to stay.
+    static bool pushMissing(Route* route, const Request& request, bool& anyUnsettled) noexcept {
         for (int32_t i = 0; i < request.count; ++i) {
             const Slot& slot = request.slots[i];
             if (*linkTo(route, slot) != nullptr) continue;
             NextHop* const nextHop = push(route, slot.gateway, slot.vlan);
             if (nextHop == nullptr) return false;
-            Family::attach(nextHop);
+            if (Family::attach(nextHop) == Standing::kOrdinary) continue;
+            nextHop->route = nullptr;
+            anyUnsettled = true;
         }
         return true;
+    }
+
+    static void settle(Route* route, const NextHop* oldNextHops) noexcept {
+        for (NextHop* nextHop = route->nextHops; nextHop != oldNextHops; nextHop = nextHop->next)
+            nextHop->route = route;
+    }
+
+    // Takes the new next hops away again and leaves the adjacencies as they were.
+    static void takeBack(Route* route, const NextHop* oldNextHops) noexcept {
+        while (route->nextHops != oldNextHops) {
+            NextHop* const nextHop = route->nextHops;
+            route->nextHops = nextHop->next;
+            if (nextHop->route == nullptr)
+                Family::detachIdle(nextHop);
+            else
+                Family::detach(nextHop);
+            free(nextHop);
+        }
     }
 
     // A new next hop at the head of the route's list, attached to nothing; null without memory.

@@ -10,6 +10,8 @@
 
 namespace {
 
+using pcsim::Standing;
+
 struct IPv4Family {
     using Route = pcSimIPv4FibRoute;
     using NextHop = pcSimFibNextHop;
@@ -36,14 +38,24 @@ struct IPv4Family {
     static uint32_t mask(const Request& request) noexcept { return request.mask; }
     static bool same(Address a, Address b) noexcept { return a == b; }
 
-    static void attach(NextHop* nextHop) noexcept {
+    static Standing attach(NextHop* nextHop) noexcept {
+        pcsim::newestAdjacency = nullptr;
         pcSimIpAdjEntry* const entry =
             pcSimIpAdjLookup(nextHop->route->vrId, nextHop->gateway, nextHop->vlan, 1);
         if (entry == nullptr) __builtin_trap();
+        const bool wasIdle = entry->refCount == 0 && entry != pcsim::newestAdjacency;
         rtAttachIpAdjEntry(entry, nextHop);
+        return wasIdle ? Standing::kWasIdle : Standing::kOrdinary;
     }
 
     static void detach(NextHop* nextHop) noexcept { rtDeattachIpAdjEntry(nextHop); }
+
+    static void detachIdle(NextHop* nextHop) noexcept {
+        pcSimIpAdjEntry* const entry = nextHop->adjacency;
+        ++entry->refCount;  // an adjacency goes with its last reference
+        rtDeattachIpAdjEntry(nextHop);
+        --entry->refCount;
+    }
 
     static bool flushes(const Request& filter, Address gateway) noexcept {
         return ((gateway ^ filter.prefix) & filter.mask) == 0;

@@ -41,8 +41,9 @@ struct IPv6Family {
     }
 
     // There are no IPv6 adjacencies.
-    static void attach(NextHop*) noexcept {}
+    static pcsim::Standing attach(NextHop*) noexcept { return pcsim::Standing::kOrdinary; }
     static void detach(NextHop*) noexcept {}
+    static void detachIdle(NextHop*) noexcept {}
 
     static bool flushes(const Request& filter, const Address& gateway) noexcept;
     static void dumpHeader(const pcSimDumpSink* sink) noexcept;

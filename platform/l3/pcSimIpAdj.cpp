@@ -15,6 +15,10 @@ extern "C" {
 extern HalGlobal gHal __attribute__((weak));
 }
 
+namespace pcsim {
+const pcSimIpAdjEntry* newestAdjacency;
+}
+
 namespace {
 
 HalTreeRoot pcSimIpAdjTree;
@@ -84,9 +88,12 @@ pcSimIpAdjEntry* create(uint32_t vrId, uint32_t ip, uint32_t vlan) noexcept {
     if (entry == nullptr) return nullptr;
     entry->nextHops = {&entry->nextHops, &entry->nextHops};
     setKey(*entry, vrId, ip, vlan);
-    if (p2BtreeInsert(&entry->node, &pcSimIpAdjTree, pcSimIpAdjComp) != -1) return entry;
-    free(entry);
-    return nullptr;
+    if (p2BtreeInsert(&entry->node, &pcSimIpAdjTree, pcSimIpAdjComp) == -1) {
+        free(entry);
+        return nullptr;
+    }
+    pcsim::newestAdjacency = entry;
+    return entry;
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include "tests/platform/l3/support.h"
 #include "tests/support/stubs.h"
+#include "tests/support/tree.h"
 
 namespace {
 
@@ -573,6 +574,54 @@ TEST(IPv4Failure, AddOverKnownNeighboursNeedsNoPlaceholders) {
         pcSimIpAdjAdd(&neighbour);
     }
     failEachAllocation([] { return add({kA, kB}); }, {});
+}
+
+// A placeholder that nobody references yet: looked up by the HAL, or what a removal has left.
+TEST(IPv4Failure, PlaceholdersThatWereThereBeforeSurvive) {
+    pcSimIpAdjEntry* const older = pcSimIpAdjLookup(0, ip(kB.gateway.c_str()), kB.vlan, 1);
+    failEachAllocation([] { return add({kA, kB, kC}); }, {3, 6});
+    EXPECT_EQ(adjacency(0, kB.gateway.c_str(), kB.vlan), older);
+    for (const Hop& hop : {kA, kB, kC}) EXPECT_EQ(references(hop), 1u);
+    for (const pcSimFibNextHop* hop = theRoute()->nextHops; hop != nullptr; hop = hop->next)
+        EXPECT_EQ(hop->route, theRoute());
+    remove({});
+    EXPECT_EQ(libc().blocksInUse, 0) << "once used, it goes with its last reference";
+}
+
+TEST(IPv4Failure, PlaceholdersSurviveAReplaceThatFails) {
+    add({kA});
+    pcSimIpAdjLookup(0, ip(kB.gateway.c_str()), kB.vlan, 1);
+    failEachAllocation([] { return replace({kB, kC}); }, {3});
+    EXPECT_EQ(references(kB), 1u);
+    for (const pcSimFibNextHop* hop = theRoute()->nextHops; hop != nullptr; hop = hop->next)
+        EXPECT_EQ(hop->route, theRoute());
+}
+
+// The neighbours that a /32 of another VLAN has kept without a host route of their own.
+TEST(IPv4Failure, NeighboursWithoutAReferenceSurvive) {
+    const pcSimIpAdjRec removed = record(0, kA.gateway.c_str(), kA.vlan, {}, 0);
+    const pcSimIpAdjRec resolved = record(0, kB.gateway.c_str(), kB.vlan);
+    for (const char* address : {"10.0.0.1", "10.0.0.2"})
+        pcSimPCFamIPv4FibAddEntry(Request4(0, address, "255.255.255.255", {}));
+    pcSimIpAdjAdd(&removed);
+    pcSimIpAdjAdd(&resolved);
+    ASSERT_EQ(references(kA) + references(kB), 0u);
+    failEachAllocation([] { return add({kA, kB}); }, {});
+    EXPECT_EQ(references(kA), 1u);
+    EXPECT_EQ(references(kB), 1u);
+}
+
+// The tree takes the new placeholder and refuses the route.
+TEST(IPv4Failure, PlaceholdersSurviveARouteThatTheTreeRefuses) {
+    pcSimIpAdjLookup(0, ip(kB.gateway.c_str()), kB.vlan, 1);
+    const std::string before = dumped(pcSimIpAdjDump);
+    const int32_t blocks = libc().blocksInUse;
+    tree().refuseInsert = 2;
+    EXPECT_EQ(add({kA, kB}), -1);
+    EXPECT_EQ(tree().refuseInsert, 0u);
+    EXPECT_EQ(dumped(pcSimIpAdjDump), before);
+    EXPECT_EQ(libc().blocksInUse, blocks);
+    EXPECT_EQ(references(kB), 0u);
 }
 
 TEST(IPv4Failure, AddWithoutNextHops) {
