@@ -93,7 +93,7 @@ void search(Index* index, uint32_t slot, const AclInstance* instance,
 void addEntry(Entry** (&before)[kLevels], AclInstance* instance) noexcept {
     const uint32_t height = heightOf(instance);
     if (height == 0) return;
-    auto* const entry = static_cast<Entry*>(std::malloc(sizeof(Entry) + height * sizeof(Entry*)));
+    auto* const entry = static_cast<Entry*>(std::malloc(sizeof(Entry) + height * sizeof(void*)));
     if (entry == nullptr) return;
     entry->instance = instance;
     entry->place = placeOf(instance);

@@ -196,7 +196,7 @@ TEST_F(Threads, EachSlotReadsItsOwnLine) {
             currstats[slot][1].receivedPackets = 0;  // what an earlier reading has left
             PortStatsRecord record{};
             EXPECT_EQ(pcSimCardPortGetStats(portOf(slot), &record), 0);
-            lost += record.receivedPackets != slot * 101;
+            lost += record.receivedPackets != uint64_t{101} * slot;
         }
         EXPECT_EQ(lost, 0);
     });
