@@ -2,15 +2,15 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
+#include <cerrno>
 #include <cstdio>
-#include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "console/session.h"
 #include "console/text.h"
+#include "host/options.h"
 #include "host/verbs/host_verbs.h"
 #include "lab/lab.h"
 #include "lab/options.h"
@@ -20,36 +20,21 @@ namespace {
 using namespace pcsim;
 using namespace pcsim::host;
 
-// What -x and -f ask for, in their order.
+// A command, or a script instead of one.
 struct Step {
     std::string command;
-    std::unique_ptr<Script> script;  // instead of a command
-};
-
-struct CommandLine {
-    Options options;
-    std::string shape = "stack";
-    std::vector<std::string> commands;
-    std::vector<std::string> scripts;
-    std::vector<Step> steps;
-    bool json = false;
-    bool quiet = false;
-    bool echo = false;
-    bool stopped = false;
-};
-
-const pcsim::OptionNeeds kNeeds{
-    {"--lab", "a number of ports from 1 to 100"},
-    {"--shape", "'stack' or 'chassis'"},
-    {"--library", "the name of a platform library"},
-    {"--virtual-routers", "a number from 1 to 4096"},
-    {"--execute", "a command, for example -x 'show ports'"},
-    {"--file", "the name of a script, or - for standard input"},
+    std::unique_ptr<Script> script;
 };
 
 int complain(const std::string& what, int status) {
     std::fprintf(stderr, "pcsim: %s\n", printable(what).c_str());
     return status;
+}
+
+int print(const std::string& text) {
+    if (std::fputs(text.c_str(), stdout) == EOF || std::fflush(stdout) != 0)
+        return complain(OutputError(errno).what(), 1);
+    return 0;
 }
 
 // The library beside this program, or where the linker finds it.
@@ -65,54 +50,36 @@ std::string defaultLibrary() {
     return "libpcsimulation.so.0";
 }
 
-void describe(CLI::App& app, CommandLine& line) {
-    app.add_option("--shape", line.shape, "Shape of the switch")
-        ->check(CLI::IsMember({"stack", "chassis"}))
-        ->capture_default_str();
-    app.add_option("--lab", line.options.labPorts,
-                   "Run in a private network with this many cabled front-panel ports")
-        ->check(CLI::Range(1, 100));
-    app.add_option("--library", line.options.library, "Platform library to load");
-    app.add_flag("--remote-io", line.options.remoteIo,
-                 "Simulate remote I/O: cards report their steps after a delay");
-    app.add_option("--virtual-routers", line.options.maxVr, "Number of virtual routers")
-        ->check(CLI::Range(1, 4096))
-        ->capture_default_str();
-    app.add_option("-x,--execute", line.commands,
-                   "Run this command and end. -x and -f may be repeated and run in their order")
-        ->allow_extra_args(false);
-    app.add_option("-f,--file", line.scripts,
-                   "Run the commands of this file and end; - is standard input")
-        ->allow_extra_args(false);
-    app.add_flag("--json", line.json, "Answer every show in JSON");
-    app.add_flag("--quiet", line.quiet, "Don't print events as they happen");
-    app.add_flag("--echo", line.echo, "Print a script's commands before they run");
-    app.add_flag("--stopped", line.stopped, "Boot with the clock stopped");
-    for (CLI::Option* option : app.get_options())
-        if (option->get_expected_max() == 0) option->disable_flag_override();
-    app.set_version_flag("--version", PCSIM_VERSION);
+Options optionsOf(const CommandLine& line) {
+    Options options;
+    options.library = line.library.empty() ? defaultLibrary() : line.library;
+    options.chassis = line.chassis;
+    options.remoteIo = line.remoteIo;
+    options.labPorts = line.labPorts;
+    options.maxVr = line.maxVr;
+    return options;
 }
 
 // Scripts are opened before anything is booted: a name that is wrong is told at once.
-void collectSteps(const CLI::App& app, CommandLine& line) {
-    size_t commands = 0, scripts = 0;
-    for (const CLI::Option* option : app.parse_order()) {
-        if (option->get_name() == "--execute") {
-            line.steps.push_back({line.commands[commands++], nullptr});
-        } else if (option->get_name() == "--file") {
-            const std::string& name = line.scripts[scripts++];
-            line.steps.push_back(
-                {"", name == "-" ? std::make_unique<Script>() : std::make_unique<Script>(name)});
-        }
+std::vector<Step> openSteps(const CommandLine& line) {
+    std::vector<Step> steps;
+    for (const auto& [isScript, text] : line.steps) {
+        if (!isScript)
+            steps.push_back({text, nullptr});
+        else if (text == "-")
+            steps.push_back({"", std::make_unique<Script>()});
+        else
+            steps.push_back({"", std::make_unique<Script>(text)});
     }
+    return steps;
 }
 
-void runSteps(Session& session, const CommandLine& line) {
-    for (const Step& step : line.steps) {
+void runSteps(Session& session, const std::vector<Step>& steps, bool json) {
+    for (const Step& step : steps) {
         if (step.script != nullptr) {
             session.runScript(*step.script);
         } else {
-            if (!line.json) session.separate();
+            if (!json) session.separate();
             session.run(step.command);
         }
         if (session.ended()) return;
@@ -120,15 +87,16 @@ void runSteps(Session& session, const CommandLine& line) {
 }
 
 void runDoors(const CommandLine& line) {
-    if (line.options.labPorts != 0) {
+    const std::vector<Step> steps = openSteps(line);
+    if (line.labPorts != 0) {
         if (const auto problem = pcsim::lab::enterNamespace()) fail("{}", *problem);
     }
-    Machine machine(line.options);
+    Machine machine(optionsOf(line));
     if (line.stopped) machine.context.scheduler.stopAtZero();
     Session::Look look;
     look.json = line.json;
     look.echo = line.echo;
-    look.liveEvents = line.commands.empty() && !line.json && !line.quiet;
+    look.liveEvents = !line.hasCommands() && !line.json && !line.quiet;
     Session session(machine.context.loop, machine.context.events, look);
     addHostVerbs(session, machine);
     // The machine goes on calling while it shuts down, when the session is gone.
@@ -137,8 +105,8 @@ void runDoors(const CommandLine& line) {
         ~Quiet() { platform.onCall = nullptr; }
     } const quiet{machine.context.platform};
     machine.boot();
-    if (!line.steps.empty()) {
-        runSteps(session, line);
+    if (!steps.empty()) {
+        runSteps(session, steps, line.json);
     } else if (isatty(STDIN_FILENO) != 0) {
         session.prompt();
     } else {
@@ -151,28 +119,9 @@ void runDoors(const CommandLine& line) {
 int run(int argc, char** argv) {
     // A descriptor that is opened later must not be taken for standard input.
     if (fcntl(STDIN_FILENO, F_GETFD) < 0) open("/dev/null", O_RDONLY);
-    CommandLine line;
-    CLI::App app{"pcsim: a simulated switch, and the reference host of its platform library.",
-                 "pcsim"};
-    describe(app, line);
-    try {
-        app.parse(argc, argv);
-        for (const std::string& name : line.scripts)
-            if (name.empty()) throw CLI::ValidationError("--file", "empty");
-    } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == 0) {
-            app.exit(error);  // help, or the version
-            std::cout.flush();
-            return std::cout ? 0 : complain(OutputError(errno).what(), 1);
-        }
-        return complain(pcsim::optionProblem(app, error, kNeeds,
-                                             "commands go behind -x, for example: pcsim --lab 4 "
-                                             "-x 'show ports'"),
-                        pcsim::kBadOptions);
-    }
-    line.options.chassis = line.shape == "chassis";
-    if (line.options.library.empty()) line.options.library = defaultLibrary();
-    collectSteps(app, line);
+    const CommandLine line = readCommandLine(argc, argv);
+    if (line.help) return print(commandLineHelp());
+    if (line.version) return print(PCSIM_VERSION "\n");
     runDoors(line);
     return 0;
 }
@@ -182,6 +131,8 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
     try {
         return run(argc, argv);
+    } catch (const pcsim::OptionProblem& problem) {
+        return complain(problem.what(), pcsim::kBadOptions);
     } catch (const OutputError& error) {
         return error.readerGone() ? 1 : complain(error.what(), 1);
     } catch (const std::exception& error) {

@@ -3,11 +3,9 @@
 //   pcsim-lab --ports 4 -- ip -brief link
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <exception>
 #include <string>
 #include <vector>
 
@@ -17,46 +15,55 @@
 namespace {
 
 constexpr int kNoLab = 77;  // distinct from what a command returns; "skipped" to a test driver
+constexpr char kExample[] = "expected a command, for example: pcsim-lab --ports 4 -- ip link";
+
+const pcsim::Option kOptions[] = {
+    {.name = "help", .letter = 'h', .help = "Print this help and exit", .takes = pcsim::Takes::End},
+    {.name = "ports",
+     .letter = 'p',
+     .value = "N",
+     .help = "Front-panel ports, eth1 to ethN; 4 without it",
+     .need = "a number from 1 to 2816",
+     .takes = pcsim::Takes::Number,
+     .low = 1,
+     .high = pcsim::lab::kMostPorts},
+};
+static_assert(pcsim::lab::kMostPorts == 2816, "the text above says so");
+
+const pcsim::Program kProgram{
+    .name = "pcsim-lab",
+    .about = "pcsim-lab: runs a command in a private network with the interfaces eth0 to ethN.",
+    .usage = "[options] [--] command [argument...]",
+    .onWord = nullptr,
+    .options = kOptions,
+};
 
 int complain(const std::string& what, int status) {
     fprintf(stderr, "pcsim-lab: %s\n", what.c_str());
     return status;
 }
 
+int printHelp() {
+    if (fputs(helpText(kProgram).c_str(), stdout) == EOF || fflush(stdout) != 0)
+        return complain(std::string("standard output can't be written: ") + strerror(errno), 1);
+    return 0;
+}
+
 int run(int argc, char** argv) {
-    CLI::App options("Runs a command in a private network with the interfaces eth0 to ethN.",
-                     "pcsim-lab");
-    unsigned ports = 4;
-    std::vector<std::string> command;
-    options.add_option("--ports,-p", ports, "Front-panel ports: N")
-        ->check(CLI::Range(1U, pcsim::lab::kMostPorts))
-        ->capture_default_str();
-    options.add_option("command", command, "The command and its arguments, after --")->required();
-    options.positionals_at_end();
-    try {
-        options.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == 0) return options.exit(error);
-        const std::string range = "a number from 1 to " + std::to_string(pcsim::lab::kMostPorts);
-        const std::string example = "a command, for example: pcsim-lab --ports 4 -- ip link";
-        if (options.remaining().empty() &&
-            dynamic_cast<const CLI::RequiredError*>(&error) != nullptr)
-            return complain("expected " + example, pcsim::kBadOptions);
-        return complain(
-            pcsim::optionProblem(options, error, {{"--ports", range}}, "expected " + example),
-            pcsim::kBadOptions);
-    }
+    pcsim::GivenOptions given = pcsim::readOptions(kProgram, argc, argv);
+    if (given.has("help")) return printHelp();
+    if (given.command.empty()) throw pcsim::OptionProblem(kExample);
 
     if (auto problem = pcsim::lab::enterNamespace()) return complain(*problem, kNoLab);
     pcsim::lab::Lab lab;
-    if (auto problem = lab.create(ports)) return complain(*problem, 1);
+    if (auto problem = lab.create(given.number("ports", 4))) return complain(*problem, 1);
 
     std::vector<char*> arguments;
-    arguments.reserve(command.size() + 1);
-    for (std::string& argument : command) arguments.push_back(argument.data());
+    arguments.reserve(given.command.size() + 1);
+    for (std::string& argument : given.command) arguments.push_back(argument.data());
     arguments.push_back(nullptr);
     execvp(arguments[0], arguments.data());
-    return complain(command[0] + ": " + strerror(errno), errno == ENOENT ? 127 : 126);
+    return complain(given.command[0] + ": " + strerror(errno), errno == ENOENT ? 127 : 126);
 }
 
 }  // namespace
@@ -64,8 +71,9 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
     try {
         return run(argc, argv);
+    } catch (const pcsim::OptionProblem& problem) {
+        return complain(problem.what(), pcsim::kBadOptions);
     } catch (const std::exception& problem) {
-        fprintf(stderr, "pcsim-lab: %s\n", problem.what());
-        return 1;
+        return complain(problem.what(), 1);
     }
 }

@@ -1,50 +1,76 @@
-// What is wrong with a command line, in one line that says what would be right: shared by the
-// programs, which end with kBadOptions then.
+// The options of a command line, as data: a table says what each is called, takes and needs, and
+// from it come the reading, the help and the one line that says what would be right. Shared by the
+// programs, which end with kBadOptions when a command line is wrong.
 #ifndef PCSIM_LAB_OPTIONS_H
 #define PCSIM_LAB_OPTIONS_H
 
-#include <CLI/CLI.hpp>
+#include <span>
+#include <stdexcept>
 #include <string>
-#include <utility>
+#include <string_view>
 #include <vector>
 
 namespace pcsim {
 
 inline constexpr int kBadOptions = 2;
 
-// What each option with a value needs, by its long name: {"--lab", "a number from 1 to 100"}.
-using OptionNeeds = std::vector<std::pair<std::string, std::string>>;
+// What an option takes behind its name.
+enum class Takes {
+    Nothing,
+    End,     // nothing, and what stands behind it is not looked at: --help
+    Text,    // anything
+    Name,    // anything but an empty word
+    Choice,  // one of 'choices'
+    Number,  // a decimal number from 'low' to 'high'
+};
 
-// 'onWord' is what to say about a word that is no option.
-inline std::string optionProblem(const CLI::App& app, const CLI::ParseError& error,
-                                 const OptionNeeds& needs, const std::string& onWord) {
-    // A word too many is also seen as one that lacks the words behind it.
-    const bool aboutWords = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr ||
-                            dynamic_cast<const CLI::RequiredError*>(&error) != nullptr;
-    const std::vector<std::string> words = app.remaining();
-    if (aboutWords && !words.empty()) {
-        const std::string& word = words.front();
-        if (word.size() > 1 && word.front() == '-')
-            return "there is no option " + word + "; '" + app.get_name() + " --help' lists them";
-        return "'" + word + "' is not an option; " + onWord;
-    }
-    // The library's own words begin with the option's name, or hold it.
-    const std::string text = error.what();
-    const auto isAbout = [&](const std::string& name) { return text.starts_with(name + ":"); };
-    for (const auto& [name, need] : needs) {
-        if (!isAbout(name) && text.find(" " + name + " ") == std::string::npos) continue;
-        if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr &&
-            text.find("At Most") != std::string::npos)
-            return name + " may be given once";
-        return name + " needs " + need;
-    }
-    for (const CLI::Option* option : app.get_options()) {
-        const std::string name = option->get_name();  // its long one, with the dashes
-        if (name.starts_with("--") && text.starts_with(name.substr(2) + " "))
-            return name + " takes no value";
-    }
-    return text.substr(0, text.find('\n'));
-}
+struct Option {
+    const char* name;        // its long name, without the dashes
+    char letter = 0;         // 0: it has none
+    const char* value = "";  // what the help calls its value
+    const char* help = "";
+    const char* need = "";  // behind "--name needs": "a number from 1 to 100"
+    Takes takes = Takes::Nothing;
+    bool repeats = false;  // may be given more than once; whatever takes nothing may
+    unsigned low = 0, high = 0;
+    std::vector<std::string_view> choices{};
+};
+
+struct Program {
+    const char* name;
+    const char* about;   // what it does, in one line of the help
+    const char* usage;   // behind its name in the help: "[options]"
+    const char* onWord;  // what to say about a word that is no option; null: words are a command
+    std::span<const Option> options;
+};
+
+// One line that says what is wrong and what would be right.
+class OptionProblem : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+struct GivenOption {
+    std::string name;
+    std::string value;
+};
+
+// What was given. Names are long ones, without the dashes.
+class GivenOptions {
+public:
+    bool has(std::string_view name) const;
+    std::string text(std::string_view name, std::string otherwise = "") const;
+    unsigned number(std::string_view name, unsigned otherwise) const;
+
+    std::vector<GivenOption> inOrder;
+    std::vector<std::string> command;  // a program's words, from the first that is no option
+};
+
+// Throws an OptionProblem. Keeps the C library's state of the reading: one call at a time.
+GivenOptions readOptions(const Program& program, int argc, char* const* argv);
+
+// Aligned, in 80 columns, with a line end.
+std::string helpText(const Program& program);
 
 }  // namespace pcsim
 

@@ -5,7 +5,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 # Everything that a bare Debian 12 lacks. One line per purpose.
 build_packages="g++ g++-multilib cmake ninja-build
-    libboost1.81-dev nlohmann-json3-dev libfmt-dev libcli11-dev lib32readline-dev
+    libboost1.81-dev nlohmann-json3-dev libfmt-dev lib32readline-dev
     iproute2 procps"
 check_packages="googletest clang-format clang-tidy git python3
     qemu-system-x86 busybox-static xz-utils abigail-tools"

@@ -1,0 +1,100 @@
+#include "host/options.h"
+
+#include "lab/options.h"
+
+namespace pcsim::host {
+
+namespace {
+
+constexpr unsigned kStandardVr = 8;
+
+const Option kOptions[] = {
+    {.name = "help", .letter = 'h', .help = "Print this help and exit", .takes = Takes::End},
+    {.name = "version", .help = "Print the version and exit", .takes = Takes::End},
+    {.name = "shape",
+     .value = "SHAPE",
+     .help = "Shape of the switch: stack or chassis; stack without it",
+     .need = "'stack' or 'chassis'",
+     .takes = Takes::Choice,
+     .choices = {"stack", "chassis"}},
+    {.name = "lab",
+     .value = "PORTS",
+     .help = "Run in a private network with this many cabled front-panel ports, 1 to 100",
+     .need = "a number of ports from 1 to 100",
+     .takes = Takes::Number,
+     .low = 1,
+     .high = 100},
+    {.name = "library",
+     .value = "FILE",
+     .help = "Platform library to load",
+     .need = "the name of a platform library",
+     .takes = Takes::Text},
+    {.name = "remote-io", .help = "Simulate remote I/O: cards report their steps after a delay"},
+    {.name = "virtual-routers",
+     .value = "N",
+     .help = "Number of virtual routers, 1 to 4096; 8 without it",
+     .need = "a number from 1 to 4096",
+     .takes = Takes::Number,
+     .low = 1,
+     .high = 4096},
+    {.name = "execute",
+     .letter = 'x',
+     .value = "COMMAND",
+     .help = "Run this command and end. -x and -f may be repeated and run in their order",
+     .need = "a command, for example -x 'show ports'",
+     .takes = Takes::Text,
+     .repeats = true},
+    {.name = "file",
+     .letter = 'f',
+     .value = "SCRIPT",
+     .help = "Run the commands of this file and end; - is standard input",
+     .need = "the name of a script, or - for standard input",
+     .takes = Takes::Name,
+     .repeats = true},
+    {.name = "json", .help = "Answer every show in JSON"},
+    {.name = "quiet", .help = "Don't print events as they happen"},
+    {.name = "echo", .help = "Print a script's commands before they run"},
+    {.name = "stopped", .help = "Boot with the clock stopped"},
+};
+
+const Program kProgram{
+    .name = "pcsim",
+    .about = "pcsim: a simulated switch, and the reference host of its platform library.",
+    .usage = "[options]",
+    .onWord = "commands go behind -x, for example: pcsim --lab 4 -x 'show ports'",
+    .options = kOptions,
+};
+
+}  // namespace
+
+bool CommandLine::hasCommands() const {
+    for (const Step& step : steps)
+        if (!step.isScript) return true;
+    return false;
+}
+
+CommandLine readCommandLine(int argc, char* const* argv) {
+    const GivenOptions given = readOptions(kProgram, argc, argv);
+    CommandLine line;
+    line.help = given.has("help");
+    line.version = given.has("version");
+    line.chassis = given.text("shape") == "chassis";
+    line.remoteIo = given.has("remote-io");
+    line.json = given.has("json");
+    line.quiet = given.has("quiet");
+    line.echo = given.has("echo");
+    line.stopped = given.has("stopped");
+    line.labPorts = given.number("lab", 0);
+    line.maxVr = given.number("virtual-routers", kStandardVr);
+    line.library = given.text("library");
+    for (const GivenOption& option : given.inOrder)
+        if (option.name == "execute" || option.name == "file")
+            line.steps.push_back({option.name == "file", option.value});
+    return line;
+}
+
+std::string commandLineHelp() {
+    return helpText(kProgram);
+}
+
+}  // namespace pcsim::host

@@ -1,0 +1,41 @@
+// The command line of pcsim: what it can be, and what it says.
+#ifndef PCSIM_HOST_OPTIONS_H
+#define PCSIM_HOST_OPTIONS_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace pcsim::host {
+
+struct CommandLine {
+    // What -x and -f ask for, in their order.
+    struct Step {
+        bool isScript;
+        std::string text;  // the command, or the script's name
+    };
+
+    bool help = false;  // nothing else counts with these two
+    bool version = false;
+    bool chassis = false;
+    bool remoteIo = false;
+    bool json = false;
+    bool quiet = false;
+    bool echo = false;
+    bool stopped = false;
+    unsigned labPorts = 0;  // 0: the PC's own interfaces
+    uint32_t maxVr = 0;
+    std::string library;  // empty: the one that belongs to this program
+    std::vector<Step> steps;
+
+    bool hasCommands() const;
+};
+
+// Throws an OptionProblem (lab/options.h).
+CommandLine readCommandLine(int argc, char* const* argv);
+
+std::string commandLineHelp();
+
+}  // namespace pcsim::host
+
+#endif
