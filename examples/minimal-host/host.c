@@ -39,8 +39,7 @@ static unsigned timerCount;
 static int cardState[kSlots]; /* the last HAL_CARD_STATE_... reported, 0 for none */
 static HalCardSlotDb slots[kSlots];
 
-/* --- Host functions: system, timers, tasks -----------------------------------------------------
- */
+/* --- Host functions: system, timers, tasks ---------------------------------------------------- */
 
 int32_t dmGetPlatformType(void) {
     return isChassis ? HAL_PLATFORM_CHASSIS : 1;
@@ -95,8 +94,7 @@ static void passSecond(void) {
         if (nowMs % timers[i].periodMs == 0) timers[i].run(timers[i].argument);
 }
 
-/* --- Host functions: cards and ports ------------------------------------------------------------
- */
+/* --- Host functions: cards and ports ---------------------------------------------------------- */
 
 int32_t halCardStatusUpdate(int32_t slot, int32_t state, uint32_t argument) {
     if (slot >= 0 && slot < kSlots) cardState[slot] = state;
@@ -136,8 +134,7 @@ int32_t halNotifyLinkStateChange(uint32_t portInstance, uint32_t link, uint32_t 
     return 0;
 }
 
-/* --- Host functions: devices, replies, the logger ------------------------------------------------
- */
+/* --- Host functions: devices, replies, the logger --------------------------------------------- */
 
 uint32_t poeHandle;
 HalGlobal gHal;
@@ -173,8 +170,7 @@ int emsRegisterComponent(int kind, HalEmsDescriptor* descriptor, HalEmsComponent
     return -1;
 }
 
-/* --- Host functions: interface records. This host has none.
- * --------------------------------------- */
+/* --- Host functions: interface records. This host has none. ----------------------------------- */
 
 void getVlanIfByInstance(uint32_t instance, HalVlanIf** record) {
     *record = NULL;
@@ -192,8 +188,7 @@ HalPif* getNextPif(uint32_t instance) {
     return NULL;
 }
 
-/* --- Host functions: the ordered tree, as a sorted list. A real host balances it.
- * ------------------ */
+/* --- Host functions: the ordered tree, as a sorted list. A real host balances it. ------------- */
 
 int32_t p2BtreeInsert(HalTreeNode* node, HalTreeRoot* root, HalTreeCompareFn* compare) {
     HalTreeNode** link = root;
@@ -220,11 +215,9 @@ HalTreeNode* findNode(const HalTreeNode* key, HalTreeRoot root, HalTreeCompareFn
     return root;
 }
 
-/* --- Booting
- * ----------------------------------------------------------------------------------------- */
+/* --- Booting ---------------------------------------------------------------------------------- */
 
-/* A step is done when the platform answers 0, or when its report has arrived after it answered 1.
- */
+/* A step is done when the platform answers 0, or when its report has arrived if it answered 1. */
 static void finishStep(int slot, int32_t answer, int state) {
     if (answer == 0) cardState[slot] = state;
     while (cardState[slot] != state) passSecond();
