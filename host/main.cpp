@@ -37,22 +37,9 @@ int print(const std::string& text) {
     return 0;
 }
 
-// The library beside this program, or where the linker finds it.
-std::string defaultLibrary() {
-    char path[4096];
-    const ssize_t size = readlink("/proc/self/exe", path, sizeof path - 1);
-    if (size > 0) {
-        std::string beside(path, static_cast<size_t>(size));
-        beside.erase(beside.rfind('/') + 1);
-        beside += "libpcsimulation.so.0";
-        if (access(beside.c_str(), R_OK) == 0) return beside;
-    }
-    return "libpcsimulation.so.0";
-}
-
 Options optionsOf(const CommandLine& line) {
     Options options;
-    options.library = line.library.empty() ? defaultLibrary() : line.library;
+    options.library = line.library;
     options.chassis = line.chassis;
     options.remoteIo = line.remoteIo;
     options.labPorts = line.labPorts;
