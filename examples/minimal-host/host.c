@@ -1,7 +1,7 @@
 /* A complete minimal host: loads the platform, boots it in either shape and shows what it found.
  *
  * usage: minimal-host LIBRARY stack|chassis
- *
+ * Compiled with -DLINKED_WITH_THE_PLATFORM and linked with the library, it ignores LIBRARY.
  * It provides every host function that booting, ports and routes need, follows the chain of tables
  * and takes each card through its life. Time is simulated: tasks run when nothing else is to do. */
 #include <dlfcn.h>
@@ -264,17 +264,24 @@ static void programRoute(const HalFamilyOps* family) {
     family->ipv4FibDeleteEntry(&route.request);
 }
 
+static HalPlatformSystemInitFn* findInit(const char* library) {
+#ifdef LINKED_WITH_THE_PLATFORM
+    extern HalPlatformSystemInitFn platformSystemInit;
+    return platformSystemInit;
+#else
+    void* platform = dlopen(library, RTLD_LAZY | RTLD_GLOBAL);
+    if (platform == NULL) return fprintf(stderr, "minimal-host: %s\n", dlerror()), NULL;
+    return (HalPlatformSystemInitFn*)dlsym(platform, "platformSystemInit");
+#endif
+}
+
 int main(int argc, char** argv) {
     if (argc != 3) return fprintf(stderr, "usage: minimal-host LIBRARY stack|chassis\n"), 2;
     isChassis = strcmp(argv[2], "chassis") == 0;
-    void* platform = dlopen(argv[1], RTLD_LAZY | RTLD_GLOBAL);
-    if (platform == NULL) return fprintf(stderr, "minimal-host: %s\n", dlerror()), 1;
-    HalPlatformSystemInitFn* init = (HalPlatformSystemInitFn*)dlsym(platform, "platformSystemInit");
+    HalPlatformSystemInitFn* init = findInit(argv[1]);
     HalSystemOps system;
-    if (init == NULL || init(&system) != 0) {
-        fprintf(stderr, "minimal-host: %s is no platform library\n", argv[1]);
-        return 1;
-    }
+    if (init == NULL || init(&system) != 0)
+        return fprintf(stderr, "minimal-host: %s is no platform library\n", argv[1]), 1;
     HalChassisInfo info;
     memset(&info, 0, sizeof info);
     system.chassisGetInfo(&info);
