@@ -3,6 +3,7 @@
 
 #include <dlfcn.h>
 #include <elf.h>
+#include <link.h>
 #include <stdio_ext.h>
 
 #include <cstring>
@@ -90,7 +91,9 @@ void Platform::load(const std::string& path) {
     cardPresentMask_ = static_cast<const uint32_t*>(dlsym(handle, "pcSimCardPresentMask"));
     if (cardPresentMask_ == nullptr)
         fail("library {} has no pcSimCardPresentMask; is it a platform library?", path);
-    path_ = path;
+    // Where only a name was given: the file that was found.
+    link_map* loaded = nullptr;
+    path_ = dlinfo(handle, RTLD_DI_LINKMAP, &loaded) == 0 ? loaded->l_name : path;
     captureStandardOutput();
     const int32_t result = entry(&system.ops);
     drainPrints();
