@@ -37,9 +37,27 @@ int print(const std::string& text) {
     return 0;
 }
 
+// The library beside this program, as in a build directory, or in the library folder of the tree
+// that both are installed in, or what the dynamic linker finds. A run path would not do: the linker
+// ignores it when the program has file capabilities, and when dlopen is called by way of another
+// library, as under sanitizers.
+std::string defaultLibrary() {
+    const std::string name = "libpcsimulation.so.0";
+    char program[4096];
+    const ssize_t size = readlink("/proc/self/exe", program, sizeof program);
+    if (size <= 0) return name;
+    std::string folder(program, static_cast<size_t>(size));
+    folder.erase(folder.rfind('/') + 1);
+    for (const char* place : {"", PCSIM_LIBRARIES "/"}) {
+        const std::string path = folder + place + name;
+        if (access(path.c_str(), R_OK) == 0) return path;
+    }
+    return name;
+}
+
 Options optionsOf(const CommandLine& line) {
     Options options;
-    options.library = line.library;
+    options.library = line.library.empty() ? defaultLibrary() : line.library;
     options.chassis = line.chassis;
     options.remoteIo = line.remoteIo;
     options.labPorts = line.labPorts;

@@ -8,10 +8,6 @@ namespace {
 
 constexpr unsigned kStandardVr = 8;
 
-// The dynamic linker looks for it where this program's own RUNPATH says: beside it in a build
-// directory, in the library folder of the same tree when installed.
-constexpr char kStandardLibrary[] = "libpcsimulation.so.0";
-
 const Option kOptions[] = {
     {.name = "help", .letter = 'h', .help = "Print this help and exit", .takes = Takes::End},
     {.name = "version", .help = "Print the version and exit", .takes = Takes::End},
@@ -91,7 +87,6 @@ CommandLine readCommandLine(int argc, char* const* argv) {
     line.labPorts = given.number("lab", 0);
     line.maxVr = given.number("virtual-routers", kStandardVr);
     line.library = given.text("library");
-    if (line.library.empty()) line.library = kStandardLibrary;
     for (const GivenOption& option : given.inOrder)
         if (option.name == "execute" || option.name == "file")
             line.steps.push_back({option.name == "file", option.value});

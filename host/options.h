@@ -25,7 +25,7 @@ struct CommandLine {
     bool stopped = false;
     unsigned labPorts = 0;  // 0: the PC's own interfaces
     uint32_t maxVr = 0;
-    std::string library;
+    std::string library;  // empty: the one that belongs to this program
     std::vector<Step> steps;
 
     bool hasCommands() const;
