@@ -266,7 +266,6 @@ static void programRoute(const HalFamilyOps* family) {
 
 static HalPlatformSystemInitFn* findInit(const char* library) {
 #ifdef LINKED_WITH_THE_PLATFORM
-    extern HalPlatformSystemInitFn platformSystemInit;
     return platformSystemInit;
 #else
     void* platform = dlopen(library, RTLD_LAZY | RTLD_GLOBAL);
