@@ -119,6 +119,3 @@ std::string Report::names() const {
 }
 
 }  // namespace pcsim
-
-template class std::vector<pcsim::Cell>;
-template class std::vector<std::vector<pcsim::Cell>>;

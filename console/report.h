@@ -115,8 +115,4 @@ private:
 
 }  // namespace pcsim
 
-// Their code is made once, in report.cpp.
-extern template class std::vector<pcsim::Cell>;
-extern template class std::vector<std::vector<pcsim::Cell>>;
-
 #endif

@@ -7,9 +7,9 @@ namespace pcsim::host {
 
 namespace {
 
-class Loader {
+class MacLoader {
 public:
-    Loader(Context& context, L2Manager& l2, bool makeVlans, FdbLoad& load)
+    MacLoader(Context& context, L2Manager& l2, bool makeVlans, FdbLoad& load)
         : context_(context), l2_(l2), makeVlans_(makeVlans), result_(load) {}
 
     // Fails when the line is not right.
@@ -75,7 +75,7 @@ private:
 
 FdbLoad loadMacTable(Context& context, L2Manager& l2, const std::string& path, bool makeVlans) {
     FdbLoad result(path);
-    Loader loader(context, l2, makeVlans, result);
+    MacLoader loader(context, l2, makeVlans, result);
     result.file.run(context.loop, "lines",
                     [&](uint64_t, std::string_view line) { loader.line(line); });
     return result;

@@ -70,9 +70,10 @@ bool parseUsualPrefix(std::string_view text, IpPrefix& prefix) {
     return true;
 }
 
-class Loader {
+class RouteLoader {
 public:
-    Loader(L3Manager& manager, uint32_t vr, const std::vector<TypedHop>& otherwise, RouteLoad& load)
+    RouteLoader(L3Manager& manager, uint32_t vr, const std::vector<TypedHop>& otherwise,
+                RouteLoad& load)
         : manager_(manager), vr_(vr), load_(load) {
         for (const TypedHop& hop : otherwise) {
             if (hop.gateway.v6)
@@ -147,7 +148,7 @@ RouteLoad loadRoutes(Context& context, L3Manager& manager, const std::string& pa
     context.checkVirtualRouter(vr);
     RouteLoad result(path);
     const auto start = Clock::now();
-    Loader loader(manager, vr, otherwise, result);
+    RouteLoader loader(manager, vr, otherwise, result);
     result.file.run(context.loop, "routes",
                     [&](uint64_t, std::string_view line) { loader.take(line); });
     result.seconds = std::chrono::duration<double>(Clock::now() - start).count();

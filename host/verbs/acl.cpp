@@ -15,8 +15,6 @@ namespace pcsim::host {
 
 namespace {
 
-constexpr uint64_t kDefaultRows = 100, kHighestLimit = 1000000;
-
 const char* actionName(AclAction action) {
     return action == AclAction::kPermit ? "permit" : "deny";
 }
@@ -115,7 +113,7 @@ Cell valueCell(const AclManager::Counter& counter) {
     return Cell(fmt::format("0x{:x}{:016x}", words[1], words[0]));
 }
 
-Report showCounters(Call& call) {
+Report showAclCounters(Call& call) {
     const std::string& name = call.text("name");
     const AclPlace place = placeOf(call);
     Table table{"counters",
@@ -163,7 +161,7 @@ void changeBinding(Call& call) {
         acl.unbind(call.text("name"), place, index);
 }
 
-void clearCounters(Call& call) {
+void clearAclCounters(Call& call) {
     const uint16_t number =
         call.text("counter") == "all"
             ? 0
@@ -206,9 +204,9 @@ void addAclVerbs(HostVerbs& verbs) {
     verbs.action("acl <action:bind|unbind> <name> vlan <vlan> port all slot <direction:0|1>",
                  "the same on every port", bindEverywhere);
     verbs.show("acl counters <name> vlan <vlan> port <port> slot <direction:0|1>",
-               "read the counters of a binding", showCounters);
+               "read the counters of a binding", showAclCounters);
     verbs.action("acl counters <name> vlan <vlan> port <port> slot <direction:0|1> clear <counter>",
-                 "zero one counter, or all", clearCounters);
+                 "zero one counter, or all", clearAclCounters);
 }
 
 }  // namespace pcsim::host

@@ -14,7 +14,7 @@ namespace pcsim::host {
 
 namespace {
 
-constexpr uint64_t kDefaultRows = 20;
+constexpr uint64_t kDefaultAddresses = 20;
 
 Fdb& fdbOf(Call& call) {
     return call.machine.l2().fdb();
@@ -181,7 +181,7 @@ Report showFdb(Call& call) {
         if (!prefix.empty() && !macText(entry.mac.data()).starts_with(prefix)) return;
         found.emplace_back(&entry, handle);
     });
-    const size_t count = std::min<size_t>(found.size(), call.numberOr("limit", kDefaultRows));
+    const size_t count = std::min<size_t>(found.size(), call.numberOr("limit", kDefaultAddresses));
     std::partial_sort(found.begin(), found.begin() + static_cast<ptrdiff_t>(count), found.end(),
                       [](const auto& a, const auto& b) {
                           return std::tie(a.first->vlanId, a.first->mac) <

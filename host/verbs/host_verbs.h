@@ -22,6 +22,9 @@ public:
     Context& context;
 };
 
+// Rows of a listing, unless the command says how many.
+inline constexpr uint64_t kDefaultRows = 100, kHighestLimit = 1000000;
+
 class HostVerbs {
 public:
     using Show = Report (*)(Call&);

@@ -15,8 +15,6 @@ namespace pcsim::host {
 
 namespace {
 
-constexpr uint64_t kDefaultRows = 100, kHighestLimit = 1000000;
-
 uint32_t vlanInstanceOf(Call& call, const std::string& word) {
     const auto id = static_cast<uint16_t>(parseNumber("VLAN", word, 1, 4094));
     return call.machine.l2().vlan(id).record.instance;

@@ -93,7 +93,7 @@ Report countersReport(const Port& port, const PortStatsRecord& record, bool coun
     return fields;
 }
 
-Report showCounters(Call& call) {
+Report showPortCounters(Call& call) {
     Port& port = portOf(call);
     const bool counted = call.machine.ports().readCounters(port);
     return countersReport(port, port.counters, counted);
@@ -140,7 +140,8 @@ void configureAutoNeg(Call& call) {
 void addPortVerbs(HostVerbs& verbs) {
     verbs.show("show ports", "the front panel", showPorts);
     verbs.show("show port <port>", "one port, asked now", showPort);
-    verbs.show("show counters <port>", "counters of a port since they were zeroed", showCounters);
+    verbs.show("show counters <port>", "counters of a port since they were zeroed",
+               showPortCounters);
     verbs.action("port <port> <action:enable|disable|restart>", "administrative state, PHY reset",
                  changePort);
     verbs.action(

@@ -8,7 +8,7 @@ namespace pcsim::host {
 
 namespace {
 
-Report showPort(Call& call) {
+Report showSampling(Call& call) {
     const Port& port = portOf(call);
     SamplingManager& sampling = call.machine.sampling();
     const HalSampleCounters counters = sampling.read(port.instance);
@@ -25,7 +25,7 @@ Report showPort(Call& call) {
                    {"pool80", "Pool (80)", uint64_t{counters.pool80}}}};
 }
 
-Report showPorts(Call& call) {
+Report showSampledPorts(Call& call) {
     Table table{"sampled", "Sampled ports", {{"port", "Port"}}, {}, "none", ""};
     for (const uint32_t instance : call.machine.sampling().ports())
         table.rows.push_back({fmt::format("{}:{}", slotOf(instance), host::portOf(instance))});
@@ -44,8 +44,8 @@ void change(Call& call) {
 }  // namespace
 
 void addSamplingVerbs(HostVerbs& verbs) {
-    verbs.show("show sflow", "the ports that are sampled", showPorts);
-    verbs.show("show sflow <port>", "sampling counters, which all ports share", showPort);
+    verbs.show("show sflow", "the ports that are sampled", showSampledPorts);
+    verbs.show("show sflow <port>", "sampling counters, which all ports share", showSampling);
     verbs.action("sflow <port> <action:add|del>", "sample a port, or no more", change);
 }
 
