@@ -6,7 +6,7 @@
 #include <algorithm>
 
 #include "console/error.h"
-#include "console/present.h"
+#include "console/text.h"
 
 namespace pcsim {
 

@@ -1,4 +1,4 @@
-// Shortening and cleaning of texts.
+// Wrapping of lines and shortening of tables.
 #include "console/present.h"
 
 #include <fmt/core.h>
@@ -7,15 +7,12 @@
 #include <algorithm>
 #include <cstring>
 
-#include "console/text.h"
-
 namespace pcsim {
 
 namespace {
 
 constexpr size_t kTerminalWidth = 80;
 constexpr size_t kLeast = 12;  // what is left of a column at least
-constexpr std::string_view kLeftOut = "...";
 
 std::string withoutEnd(const std::string& text, size_t width) {
     size_t end = width - kLeftOut.size() - 1;
@@ -37,21 +34,6 @@ size_t widthOf(const Table& table, size_t column) {
 }
 
 }  // namespace
-
-std::string shown(std::string_view word) {
-    constexpr size_t kLongest = 40;
-    const std::string text = presentable(std::string(word.substr(0, kLongest)));
-    return word.size() > kLongest ? text + std::string(kLeftOut) : text;
-}
-
-std::string presentable(std::string text) {
-    constexpr size_t kLongest = 160;
-    if (text.size() > kLongest) {
-        text.resize(kLongest);
-        text.append(kLeftOut);
-    }
-    return printable(text);
-}
 
 void appendWrapped(std::string& result, std::string_view text, size_t column, size_t width) {
     size_t lineStart = result.rfind('\n') + 1;

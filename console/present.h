@@ -1,5 +1,5 @@
-// Making what is shown fit to be shown: text from files without what a terminal would act on, and
-// tables of values of any length on a line of 80 columns.
+// Making what is shown fit the terminal: lines broken at words, and tables of values of any length
+// on a line of 80 columns.
 #ifndef PCSIM_CONSOLE_PRESENT_H
 #define PCSIM_CONSOLE_PRESENT_H
 
@@ -11,12 +11,6 @@
 #include "console/report.h"
 
 namespace pcsim {
-
-// A word of a file as a message quotes it: short and printable.
-std::string shown(std::string_view word);
-
-// A message that may quote bytes of a file: printable, and not longer than two lines.
-std::string presentable(std::string text);
 
 // Appends 'text', broken at blanks where a line would be wider than 'width': it starts at the
 // line's end, and goes on at 'column'.

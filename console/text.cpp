@@ -38,6 +38,21 @@ std::string printable(std::string_view text) {
     return result;
 }
 
+std::string shown(std::string_view word) {
+    constexpr size_t kLongest = 40;
+    const std::string text = presentable(std::string(word.substr(0, kLongest)));
+    return word.size() > kLongest ? text + std::string(kLeftOut) : text;
+}
+
+std::string presentable(std::string text) {
+    constexpr size_t kLongest = 160;
+    if (text.size() > kLongest) {
+        text.resize(kLongest);
+        text.append(kLeftOut);
+    }
+    return printable(text);
+}
+
 std::string counted(uint64_t count, const char* one, const char* many) {
     return std::to_string(count) + " " + (count == 1 ? one : many);
 }

@@ -19,6 +19,15 @@ std::string textOf(const char (&field)[size]) {
 // characters but tabs, and what is not UTF-8. Whatever came out of a file goes through this.
 std::string printable(std::string_view text);
 
+// Stands for what is left out of a text.
+inline constexpr std::string_view kLeftOut = "...";
+
+// A word of a file as a message quotes it: short and printable.
+std::string shown(std::string_view word);
+
+// A message that may quote bytes of a file: printable, and not longer than two lines.
+std::string presentable(std::string text);
+
 // "1 MAC address", "2 MAC addresses".
 std::string counted(uint64_t count, const char* one, const char* many);
 

@@ -4,7 +4,6 @@
 #include <fmt/core.h>
 
 #include "console/error.h"
-#include "console/present.h"
 #include "console/progress.h"
 #include "console/text.h"
 #include "host/core/text_file.h"

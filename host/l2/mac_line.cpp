@@ -3,7 +3,6 @@
 
 #include <fmt/core.h>
 
-#include "console/present.h"
 #include "console/text.h"
 
 namespace pcsim::host {

@@ -4,7 +4,6 @@
 #include <charconv>
 #include <chrono>
 
-#include "console/present.h"
 #include "console/text.h"
 
 namespace pcsim::host {

@@ -50,13 +50,6 @@ TEST(FitTableTest, TheWidestColumnGivesFirstAndATitleNever) {
     EXPECT_EQ(table.rows[0][1].text(), std::string(19, 'b'));
 }
 
-TEST(PresentTest, WhatIsNotPrintableOrTooLongIsNotShown) {
-    EXPECT_EQ(shown("\x1b[2J\xff"), "?[2J?");
-    EXPECT_EQ(shown(std::string(40, 'x')), std::string(40, 'x'));
-    EXPECT_EQ(shown(std::string(41, 'x')), std::string(40, 'x') + "...");
-    EXPECT_EQ(presentable(std::string(161, 'x') + "\n"), std::string(160, 'x') + "...");
-}
-
 TEST(PresentTest, ALimitIsAdvisedUnlessItEndsThere) {
     EXPECT_EQ(firstRows(2, 5, "rules", 10), "the first 2 of 5 rules; 'limit' shows more");
     EXPECT_EQ(firstRows(10, 50, "rules", 10), "the first 10 of 50 rules");

@@ -29,5 +29,12 @@ TEST(Printable, ControlCharactersAndWhatIsNoUtf8AreQuestionMarks) {
     for (const auto& [text, expected] : kRows) EXPECT_EQ(printable(text), expected) << text;
 }
 
+TEST(Printable, WhatIsNotPrintableOrTooLongIsNotShown) {
+    EXPECT_EQ(shown("\x1b[2J\xff"), "?[2J?");
+    EXPECT_EQ(shown(std::string(40, 'x')), std::string(40, 'x'));
+    EXPECT_EQ(shown(std::string(41, 'x')), std::string(40, 'x') + "...");
+    EXPECT_EQ(presentable(std::string(161, 'x') + "\n"), std::string(160, 'x') + "...");
+}
+
 }  // namespace
 }  // namespace pcsim::host
