@@ -1,44 +1,12 @@
 // Patterns and matching.
 #include "console/grammar.h"
 
+#include <algorithm>
+
 #include "console/error.h"
 #include "console/values.h"
 
 namespace pcsim {
-
-Words splitWords(std::string_view line) {
-    Words words;
-    std::string word;
-    bool open = false, quoted = false;
-    for (const char c : line) {
-        if (quoted) {
-            if (c == '"')
-                quoted = false;
-            else
-                word += c;
-        } else if (c == '"') {
-            quoted = open = true;
-        } else if (c == '#' && !open) {
-            break;
-        } else if (c == ' ' || c == '\t' || c == '\r' || c == '\n') {
-            if (open) words.push_back(std::move(word));
-            word.clear();
-            open = false;
-        } else {
-            word += c;
-            open = true;
-        }
-    }
-    if (quoted) fail("the quote before '{}' is not closed; end it with \"", word);
-    if (open) words.push_back(std::move(word));
-    return words;
-}
-
-std::string joinWords(const Words& words, size_t count, const char* separator) {
-    std::string text;
-    for (size_t i = 0; i < count; ++i) text += (i == 0 ? "" : separator) + words[i];
-    return text;
-}
 
 std::string Element::text() const {
     if (!word.empty()) return word;
@@ -163,6 +131,40 @@ Match match(const Pattern& pattern, const Words& words) {
     }
     matchOptions(pattern, words, result.matched, result);
     return result;
+}
+
+std::optional<std::string> valueProblem(const std::string& type, const std::string& name,
+                                        const std::string& word) {
+    if (type.find('|') != std::string::npos) {
+        for (size_t start = 0; start <= type.size();) {
+            const size_t end = std::min(type.find('|', start), type.size());
+            if (type.compare(start, end - start, word) == 0 && end - start == word.size())
+                return std::nullopt;
+            start = end + 1;
+        }
+        return fmt::format("'{}' is not known here; expected {}", word, type);
+    }
+    try {
+        const size_t dash = type.find('-');
+        if (dash != std::string::npos)
+            parseNumber(name, word, std::stoull(type.substr(0, dash)),
+                        std::stoull(type.substr(dash + 1)));
+        else if (type == "port")
+            parseSlotPort(word);
+        else if (type == "vlan")
+            parseNumber("VLAN", word, 1, 4094);
+        else if (type == "u32")
+            parseU32(name, word);
+        else if (type == "ipv4")
+            parseIpv4(word);
+        else if (type == "address")
+            parseAddress(word);
+        else if (type == "prefix")
+            parsePrefix(word);
+    } catch (const CommandError& error) {
+        return error.what();
+    }
+    return std::nullopt;
 }
 
 }  // namespace pcsim

@@ -15,19 +15,9 @@
 #include <string_view>
 #include <vector>
 
+#include "console/words.h"
+
 namespace pcsim {
-
-using Words = std::vector<std::string>;
-
-// Splits a line at blanks; "quotes" keep blanks, # starts a comment. Throws a CommandError when a
-// quote is left open.
-Words splitWords(std::string_view line);
-
-// The first 'count' words with a separator between them.
-std::string joinWords(const Words& words, size_t count, const char* separator = " ");
-inline std::string joinWords(const Words& words) {
-    return joinWords(words, words.size());
-}
 
 struct Element {
     std::string word;  // stands for itself, or empty

@@ -10,7 +10,6 @@
 #include <optional>
 
 #include "console/error.h"
-#include "console/grammar.h"
 
 namespace pcsim {
 
@@ -173,40 +172,6 @@ IpPrefix parsePrefix(const std::string& word) {
         }
     }
     fail("'{}' is not a prefix; expected 10.1.0.0/16, 10.1.0.0/255.255.0.0 or fd00:1::/32", word);
-}
-
-std::optional<std::string> valueProblem(const std::string& type, const std::string& name,
-                                        const std::string& word) {
-    if (type.find('|') != std::string::npos) {
-        for (size_t start = 0; start <= type.size();) {
-            const size_t end = std::min(type.find('|', start), type.size());
-            if (type.compare(start, end - start, word) == 0 && end - start == word.size())
-                return std::nullopt;
-            start = end + 1;
-        }
-        return fmt::format("'{}' is not known here; expected {}", word, type);
-    }
-    try {
-        const size_t dash = type.find('-');
-        if (dash != std::string::npos)
-            parseNumber(name, word, std::stoull(type.substr(0, dash)),
-                        std::stoull(type.substr(dash + 1)));
-        else if (type == "port")
-            parseSlotPort(word);
-        else if (type == "vlan")
-            parseNumber("VLAN", word, 1, 4094);
-        else if (type == "u32")
-            parseU32(name, word);
-        else if (type == "ipv4")
-            parseIpv4(word);
-        else if (type == "address")
-            parseAddress(word);
-        else if (type == "prefix")
-            parsePrefix(word);
-    } catch (const CommandError& error) {
-        return error.what();
-    }
-    return std::nullopt;
 }
 
 }  // namespace pcsim

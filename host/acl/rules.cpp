@@ -9,8 +9,8 @@
 #include <optional>
 
 #include "console/error.h"
-#include "console/grammar.h"
 #include "console/values.h"
+#include "console/words.h"
 
 namespace pcsim::host {
 
