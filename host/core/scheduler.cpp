@@ -9,9 +9,9 @@ namespace pcsim::host {
 Scheduler::Scheduler() : offsetMs_(realMs()) {}
 
 uint64_t Scheduler::realMs() {
-    using namespace std::chrono;
+    const auto sinceBoot = std::chrono::steady_clock::now().time_since_epoch();
     return static_cast<uint64_t>(
-        duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
+        std::chrono::duration_cast<std::chrono::milliseconds>(sinceBoot).count());
 }
 
 uint64_t Scheduler::nowMs() const {
