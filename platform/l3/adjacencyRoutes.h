@@ -6,8 +6,8 @@
 //
 //   routes of adjacencies   pcSimIpAdjLookup, rtAttachIpAdjEntry, rtDeattachIpAdjEntry
 //   adjacencies of routes   pcSimIPv4FibDirectRtLookup, ...DirectRtCreate, ...DirectRtFree
-#ifndef PCSIM_L3_ADJACENCY_ROUTES_H
-#define PCSIM_L3_ADJACENCY_ROUTES_H
+#ifndef PCSIM_L3_ADJACENCYROUTES_H
+#define PCSIM_L3_ADJACENCYROUTES_H
 
 #include "pcsim/l3.h"
 #include "platform/base/export.h"

@@ -19,8 +19,8 @@
 //
 // Every route of a tree has a distinct key, every next hop of a route a distinct (gateway, vlan).
 // An operation that fails has changed nothing.
-#ifndef PCSIM_L3_FIB_TABLE_H
-#define PCSIM_L3_FIB_TABLE_H
+#ifndef PCSIM_L3_FIBTABLE_H
+#define PCSIM_L3_FIBTABLE_H
 
 #include <stdlib.h>
 
