@@ -1,3 +1,4 @@
+// What the command line of pcsim may say, and how it is read.
 #include "host/options.h"
 
 #include "lab/options.h"

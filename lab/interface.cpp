@@ -1,3 +1,4 @@
+// What the kernel says of an interface, and is told to do with it.
 #include "lab/interface.h"
 
 #include <linux/ethtool.h>

@@ -1,3 +1,4 @@
+// Reading a command line by its table, and the help that the table makes.
 #include "lab/options.h"
 
 #include <getopt.h>

@@ -1,4 +1,4 @@
-// Trunks.
+// Making trunks, and moving ports in and out of them.
 #include "host/l2/trunks.h"
 
 namespace pcsim::host {

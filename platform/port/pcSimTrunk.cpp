@@ -1,4 +1,4 @@
-// Trunks.
+// The operations of trunks: handles of pifs, accepted members, and the walk over pif records.
 #include "platform/port/pcSimTrunk.h"
 
 #include <stdio.h>

@@ -1,3 +1,4 @@
+// Requests and rule arrays as the host would make them, and walks over the database.
 #include "tests/platform/acl/fixture.h"
 
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// Requests in the layout of the HAL, the hooks that note their calls, and walks over the database.
 #include "tests/platform/mcast/fixture.h"
 
 #include <arpa/inet.h>

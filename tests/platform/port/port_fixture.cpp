@@ -1,3 +1,4 @@
+// The scripted PHYs and the counter table, and the host state that each case starts with.
 #include "tests/platform/port/port_fixture.h"
 
 #include <dirent.h>
