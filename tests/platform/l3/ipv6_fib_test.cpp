@@ -337,6 +337,22 @@ TEST(IPv6Fib, RouteAllocGivesAZeroedNode) {
     EXPECT_EQ(pcSimIPv6FibRouteAlloc(), nullptr);
 }
 
+// Whichever of its allocations fails, once or for ever, the operation fails and leaves no trace.
+void expectNothingDone(int32_t (*operation)(), uint32_t allocations) {
+    const std::string before = dumped(pcSimPCFamIPv6FibDump);
+    const int32_t blocks = libc().blocksInUse;
+    for (uint32_t n = 1; n <= allocations; ++n) {
+        for (bool forEver : {false, true}) {
+            libc().failAllocation = n;
+            libc().failForEver = forEver;
+            EXPECT_EQ(operation(), -1) << n;
+            libc().failNone();
+            EXPECT_EQ(dumped(pcSimPCFamIPv6FibDump), before);
+            EXPECT_EQ(libc().blocksInUse, blocks);
+        }
+    }
+}
+
 TEST(IPv6Failure, EveryAllocationOfAddAndReplace) {
     using Operation = int32_t (*)();
     const struct {
@@ -370,18 +386,7 @@ TEST(IPv6Failure, EveryAllocationOfAddAndReplace) {
     for (const auto& row : rows) {
         SCOPED_TRACE(&row - rows);
         EXPECT_EQ(row.prepare(), 0);
-        const std::string before = dumped(pcSimPCFamIPv6FibDump);
-        const int32_t blocks = libc().blocksInUse;
-        for (uint32_t n = 1; n <= row.allocations; ++n) {
-            for (bool forEver : {false, true}) {
-                libc().failAllocation = n;
-                libc().failForEver = forEver;
-                EXPECT_EQ(row.operation(), -1) << n;
-                libc().failNone();
-                EXPECT_EQ(dumped(pcSimPCFamIPv6FibDump), before);
-                EXPECT_EQ(libc().blocksInUse, blocks);
-            }
-        }
+        expectNothingDone(row.operation, row.allocations);
         libc().failNext(row.allocations + 1);
         EXPECT_EQ(row.operation(), 0);
         libc().failNone();
