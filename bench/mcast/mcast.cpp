@@ -16,13 +16,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <map>
 #include <numeric>
 #include <random>
 #include <set>
 #include <vector>
 
+#include "bench/mcast/steps.h"
 #include "pcsim/host.h"
 #include "platform/mcast/pcSimIPv4McDb.h"
 
@@ -60,7 +60,6 @@ constexpr uint32_t kFewVlan = 299;  // an outgoing VLAN of exactly kFew caches
 constexpr uint32_t kFew = 100;
 
 uint32_t sourcesPerGroup = 100;
-bool cold = false;
 
 struct Request {
     HalMcastKey key;
@@ -221,45 +220,7 @@ private:
     std::map<uint32_t, std::map<uint32_t, std::set<Cache*>>> ports_;
 };
 
-// --- One run
-// --------------------------------------------------------------------------------------
-
-constexpr const char* kSteps[] = {
-    "add",  "find in order", "find shuffled", "oif add",      "oif delete",
-    "dump", "VLAN of 100",   "port cascade",  "VLAN cascade", "incoming VLAN cascade"};
-constexpr size_t kStepCount = std::size(kSteps);
-struct Times {
-    double ns[kStepCount];
-};
-
-void evictCaches() {
-    static std::vector<uint8_t> other(128u << 20);
-    for (size_t i = 0; i < other.size(); i += 64) ++other[i];
-}
-
-// Processor time: other work on the machine does not count.
-class Watch {
-public:
-    double ns(double count) {
-        const double passed = now() - start_;
-        restart();
-        return passed / count;
-    }
-    void restart() { start_ = now(); }
-    // Begins a step whose predecessor has been timed.
-    void begin() {
-        if (cold) evictCaches();
-        restart();
-    }
-
-private:
-    static double now() {
-        timespec time{};
-        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-        return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
-    }
-    double start_ = now();
-};
+// --- One run -------------------------------------------------------------------------------------
 
 // How many of the ports of all caches are on one of 'chosen' of the ports, and how many cache VLANs
 // the VLAN cascade meets.
@@ -270,67 +231,77 @@ double portMembers(uint32_t caches, uint32_t ports, uint32_t below) {
     return count;
 }
 
+// Every cache is added, found in order, found in no order, and gets one more VLAN and port, which
+// go away again.
 template <typename Peer>
-Times run(uint32_t caches, uint32_t ports) {
-    Times times{};
-    size_t step = 0;
-    static Peer peer;
+void buildUp(Peer& peer, uint32_t caches, uint32_t ports, Steps& steps) {
     Request request{};
-    std::vector<uint32_t> shuffled(caches);
-    std::iota(shuffled.begin(), shuffled.end(), 0);
+    std::vector<uint32_t> inOrder(caches);
+    std::iota(inOrder.begin(), inOrder.end(), 0);
+    std::vector<uint32_t> shuffled = inOrder;
     std::shuffle(shuffled.begin(), shuffled.end(), std::mt19937(7));
-    Watch watch;
+    steps.watch.restart();
     for (uint32_t i = 0; i < caches; ++i) {
         fill(request, i, ports);
         peer.add(request);
     }
-    times.ns[step++] = watch.ns(caches);
-    uint32_t found = 0;
-    watch.begin();
-    for (uint32_t i = 0; i < caches; ++i) {
-        fillKey(request, i);
-        found += peer.find(request);
+    steps.done(caches);
+    for (const auto* order : {&inOrder, &shuffled}) {
+        uint32_t found = 0;
+        steps.watch.begin();
+        for (uint32_t i : *order) {
+            fillKey(request, i);
+            found += peer.find(request);
+        }
+        steps.done(caches);
+        if (found != caches) std::abort();
     }
-    times.ns[step++] = watch.ns(caches);
-    watch.begin();
-    for (uint32_t i : shuffled) {
-        fillKey(request, i);
-        found += peer.find(request);
-    }
-    times.ns[step++] = watch.ns(caches);
-    if (found != 2 * caches) std::abort();
-    // One more VLAN and port for each, and away again.
     for (bool adding : {true, false}) {
-        watch.begin();
+        steps.watch.begin();
         for (uint32_t i = 0; i < caches; ++i) {
             fillKey(request, i);
             addEntry(request, 250, i % kPorts);
             adding ? peer.addPort(request) : peer.deletePort(request);
         }
-        times.ns[step++] = watch.ns(caches);
+        steps.done(caches);
     }
-    watch.begin();
+}
+
+// The dump, and the cascades that leave nothing: a VLAN that few caches have, a quarter of the
+// ports, the outgoing VLANs, the incoming ones.
+template <typename Peer>
+void tearDown(Peer& peer, uint32_t caches, uint32_t ports, Steps& steps) {
+    Request request{};
+    steps.watch.begin();
     peer.dump();
-    times.ns[step++] = watch.ns(caches);
+    steps.done(caches);
     for (uint32_t i = 0; i < kFew; ++i) {
         fillKey(request, caches / kFew * i);
         addEntry(request, kFewVlan, i);
         peer.addPort(request);
     }
-    watch.begin();
+    steps.watch.begin();
     peer.vlan(kFewVlan);
-    times.ns[step++] = watch.ns(kFew);
+    steps.done(kFew);
     const double members = portMembers(caches, ports, kPorts / 4);
-    watch.begin();
+    steps.watch.begin();
     for (uint32_t port = 0; port < kPorts / 4; ++port) peer.port(portKey(port));
-    times.ns[step++] = watch.ns(members);
-    watch.begin();
+    steps.done(members);
+    steps.watch.begin();
     for (uint32_t vlan = 200; vlan < 200 + kOutgoingVlans; ++vlan) peer.vlan(vlan);
-    times.ns[step++] = watch.ns(1.0 * caches * std::min(ports, kOutgoingVlans));
-    watch.begin();
+    steps.done(1.0 * caches * std::min(ports, kOutgoingVlans));
+    steps.watch.begin();
     for (uint32_t i = 0; i < kIncomingVlans; ++i) peer.vlan(100 + i);
-    times.ns[step++] = watch.ns(caches);
-    return times;
+    steps.done(caches);
+}
+
+template <typename Peer>
+Times run(uint32_t caches, uint32_t ports) {
+    static Peer peer;
+    Steps steps;
+    buildUp(peer, caches, ports, steps);
+    tearDown(peer, caches, ports, steps);
+    return steps.times;
 }
 
 // A run in a process of its own, so that each starts with a fresh heap.
