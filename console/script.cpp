@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <string_view>
 
 #include "console/error.h"
@@ -58,8 +57,9 @@ bool Script::sameFile(const Script& other) const {
 }
 
 std::string Script::beside(const std::string& path) const {
-    if (!isFile_) return path;
-    return (std::filesystem::path(name_).parent_path() / path).string();
+    const size_t slash = name_.rfind('/');
+    if (!isFile_ || path.starts_with('/') || slash == std::string::npos) return path;
+    return name_.substr(0, slash + 1) + path;
 }
 
 // Reads on; whether there was something.

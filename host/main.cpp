@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "console/present.h"
 #include "console/session.h"
 #include "console/text.h"
 #include "host/options.h"
@@ -27,7 +28,8 @@ struct Step {
 };
 
 int complain(const std::string& what, int status) {
-    std::fprintf(stderr, "pcsim: %s\n", printable(what).c_str());
+    const std::string line = wrappedFor(STDERR_FILENO, "pcsim: " + printable(what));
+    std::fprintf(stderr, "%s\n", line.c_str());
     return status;
 }
 

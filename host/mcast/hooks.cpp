@@ -5,11 +5,11 @@
 namespace pcsim::host {
 
 namespace {
-McastHooks counts;
+McastHooks hookCounts;
 }
 
 const McastHooks& mcastHooks() {
-    return counts;
+    return hookCounts;
 }
 
 }  // namespace pcsim::host
@@ -22,18 +22,18 @@ void asicAddPort() noexcept;
 void asicDelPort() noexcept;
 
 void ptagInit() noexcept {
-    ++pcsim::host::counts.cachesMade;
+    ++pcsim::host::hookCounts.cachesMade;
 }
 
 void ptagRelease() noexcept {
-    ++pcsim::host::counts.cachesReleased;
+    ++pcsim::host::hookCounts.cachesReleased;
 }
 
 void asicAddPort() noexcept {
-    ++pcsim::host::counts.portsAdded;
+    ++pcsim::host::hookCounts.portsAdded;
 }
 
 void asicDelPort() noexcept {
-    ++pcsim::host::counts.portsRemoved;
+    ++pcsim::host::hookCounts.portsRemoved;
 }
 }
