@@ -1,4 +1,5 @@
-// Where the library's wrapped C library calls arrive (the linker's --wrap).
+// Where the library's calls of the C library arrive: count, fail or answer as the test wants, or go
+// on to the C library.
 #include "tests/support/libc.h"
 
 #include <fcntl.h>
@@ -53,25 +54,18 @@ const char* redirected(const char* path) {
     return state.redirectTo->c_str();
 }
 
-}  // namespace
-}  // namespace pcsim::test
-
-using namespace pcsim::test;
-
-extern "C" {
-
 // Memory from malloc is never zero here, so that what the library leaves unset shows.
-void* __wrap_malloc(size_t size) {
+void* mallocHook(size_t size) {
     void* block = allocationFails() ? nullptr : allocated(malloc(size));
     if (block != nullptr) std::memset(block, 0xA5, size);
     return block;
 }
 
-void* __wrap_calloc(size_t count, size_t size) {
+void* callocHook(size_t count, size_t size) {
     return allocationFails() ? nullptr : allocated(calloc(count, size));
 }
 
-void* __wrap_realloc(void* block, size_t size) {
+void* reallocHook(void* block, size_t size) {
     if (allocationFails()) return nullptr;
     void* moved = realloc(block, size);
     if (block == nullptr) return allocated(moved);
@@ -79,12 +73,12 @@ void* __wrap_realloc(void* block, size_t size) {
     return moved;
 }
 
-void __wrap_free(void* block) {
+void freeHook(void* block) {
     if (block != nullptr) --libc().blocksInUse;
     free(block);
 }
 
-int __wrap_socket(int domain, int type, int protocol) {
+int socketHook(int domain, int type, int protocol) {
     if (libc().failSocket) {
         errno = EMFILE;
         return -1;
@@ -97,7 +91,7 @@ int __wrap_socket(int domain, int type, int protocol) {
     return socket(domain, type, protocol);
 }
 
-int __wrap_ioctl(int descriptor, unsigned long request, ...) {
+int ioctlHook(int descriptor, unsigned long request, ...) {
     va_list arguments;
     va_start(arguments, request);
     void* argument = va_arg(arguments, void*);
@@ -106,12 +100,12 @@ int __wrap_ioctl(int descriptor, unsigned long request, ...) {
     return ioctl(descriptor, request, argument);
 }
 
-int __wrap_close(int descriptor) {
+int closeHook(int descriptor) {
     ++libc().descriptorsClosed;
     return close(descriptor);
 }
 
-FILE* __wrap_fopen(const char* path, const char* mode) {
+FILE* fopenHook(const char* path, const char* mode) {
     const char* actual = redirected(path);
     if (actual == nullptr) return nullptr;
     FILE* file = fopen(actual, mode);
@@ -119,12 +113,12 @@ FILE* __wrap_fopen(const char* path, const char* mode) {
     return file;
 }
 
-int __wrap_fclose(FILE* file) {
+int fcloseHook(FILE* file) {
     ++libc().filesClosed;
     return fclose(file);
 }
 
-int __wrap_open(const char* path, int flags, ...) {
+int openHook(const char* path, int flags, ...) {
     const char* actual = redirected(path);
     if (actual == nullptr) return -1;
     const int descriptor = open(actual, flags);
@@ -132,26 +126,45 @@ int __wrap_open(const char* path, int flags, ...) {
     return descriptor;
 }
 
-ssize_t __wrap_read(int descriptor, void* buffer, size_t size) {
-    return read(descriptor, buffer, size);
-}
-
-time_t __wrap_time(time_t* out) {
+time_t timeHook(time_t* out) {
     const time_t now = libc().now.value_or(time(nullptr));
     if (out != nullptr) *out = now;
     return now;
 }
 
-char* __wrap_getenv(const char* name) {
+char* getenvHook(const char* name) {
     libc().variablesRead.push_back(name);
     return getenv(name);
 }
 
-int __wrap_rand(void) {
+int randHook() {
     LibcState& state = libc();
     if (state.randoms.empty()) return rand();
     const int next = state.randoms.front();
     state.randoms.erase(state.randoms.begin());
     return next;
 }
+
+template <typename Function>
+void* address(Function* function) {
+    return reinterpret_cast<void*>(function);
 }
+
+}  // namespace
+
+// A library that was compiled for large files calls the names that end in 64.
+const std::vector<LibcHook>& libcHooks() {
+    static const std::vector<LibcHook> hooks = {
+        {"malloc", address(mallocHook)},   {"calloc", address(callocHook)},
+        {"realloc", address(reallocHook)}, {"free", address(freeHook)},
+        {"socket", address(socketHook)},   {"ioctl", address(ioctlHook)},
+        {"close", address(closeHook)},     {"fopen", address(fopenHook)},
+        {"fopen64", address(fopenHook)},   {"fclose", address(fcloseHook)},
+        {"open", address(openHook)},       {"open64", address(openHook)},
+        {"time", address(timeHook)},       {"getenv", address(getenvHook)},
+        {"rand", address(randHook)},
+    };
+    return hooks;
+}
+
+}  // namespace pcsim::test

@@ -1,7 +1,7 @@
 // The C library calls of the platform that a test can make fail or answer for.
 //
-// The library under test is linked so that its own calls come here; calls of the test itself and
-// of GoogleTest go straight to the C library.
+// The calls of the library under test alone come here (library.cpp); calls of the test
+// itself and of GoogleTest go straight to the C library.
 #ifndef PCSIM_TESTS_SUPPORT_LIBC_H
 #define PCSIM_TESTS_SUPPORT_LIBC_H
 
@@ -56,6 +56,14 @@ struct LibcState {
 };
 
 LibcState& libc();
+
+// A function of the C library and what the library under test calls in its place.
+struct LibcHook {
+    const char* name;
+    void* function;
+};
+
+const std::vector<LibcHook>& libcHooks();
 
 }  // namespace pcsim::test
 
