@@ -15,12 +15,12 @@ if(NOT PCSIM_NATIVE)
     target_link_options(pcsim_flags INTERFACE -m32)
     set(CMAKE_SYSTEM_PROCESSOR i386)
 endif()
-# Optimising instrumented templates takes four times as long as compiling them as they are, so with
-# sanitizers the library alone is optimised: the tests call it millions of times. Tests need no more
-# than line numbers; whole debug information is a third of the time that they take to compile.
-set(PCSIM_TEST_OPTIMISATION -O1 -g1)
+# Tests run for less time than it takes to optimise them; where not, their target says so. With
+# sanitizers, too, where optimising takes four times as long: there the library alone is optimised,
+# which the tests call millions of times. Tests need no more than line numbers; whole debug
+# information is a third of the time that they take to compile.
+set(PCSIM_TEST_OPTIMISATION -O0 -g1)
 if(PCSIM_SANITIZE)
-    set(PCSIM_TEST_OPTIMISATION -O0 -g1)
     set(PCSIM_SANITIZERS -fsanitize=address,undefined -fno-sanitize-recover=all
         -fno-omit-frame-pointer -g1)
     target_compile_options(pcsim_flags INTERFACE ${PCSIM_SANITIZERS})
