@@ -95,8 +95,8 @@ def ability(registers):
     status, own, partner = (int(registers[i], 16) for i in (1, 4, 5))
     if not status & 0x0004:
         return ("down", None, None, None)
-    for bit, speed, duplex in ((0x0100, "100", "full"), (0x0080, "100", "half"),
-                               (0x0040, "10", "full"), (0x0020, "10", "half")):
+    for bit, speed, duplex in ((0x0100, 100, "full"), (0x0080, 100, "half"),
+                               (0x0040, 10, "full"), (0x0020, 10, "half")):
         if own & partner & bit:
             pause = duplex == "full" and own & partner & 0x0400
             return ("up", speed, duplex, "pause" if pause else "none")
