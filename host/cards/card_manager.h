@@ -4,21 +4,33 @@
 // platform either answers a step at once, and the next follows, or it promises a report, and the
 // card waits for it. When a card disappears everything that hangs on it goes first.
 //
+//    EMPTY
+//      | appears
+//      v
+//    PRESENT
+//      | has hardware information
+//      v                             power on, or the second half of a reset
+//    POWERING ON <---------------------------------------------+------------+
+//      | *                                                     |            |
+//      v  checked and initialised                              |            |
+//    TESTING                                                   |            |
+//      | *                                                     |            |
+//      v                                                       |            |
+//    DOWNLOADING                                               |            |
+//      | *                                                     |            |
+//      v                                                       |            |
+//    BOOTING                                                   |            |
+//      | *                                                     |            |
+//      v           diagnostics                                 |            |
+//    OPERATIONAL -------------> DIAGNOSING                     |            |
+//      ^                          | *                          |            |
+//      +--------------------------+                            |            |
+//                                                              |            |
+//    power off or reset, from all of these and FAILED:         |            |
+//    POWERING OFF ---------- * ----------------------> POWERED OFF       FAILED
 //
-//            appears                    0 or report             0 or report
-//   EMPTY ----------> PRESENT --> POWERING ON ----------> TESTING ----------> DOWNLOADING
-//     ^                               ^  ^                (check, init)            |
-//     | disappears, from any state    |  | power on                                | 0 or report
-//     |                       reset's |  +--------- FAILED <---+                   v
-//     |                       second  |                        | any other answer, BOOTING
-//     |                       half    |                        | or no report       | 0 or report
-//     |                               |                        | within 30 s        v
-//   (managers and platform      POWERED OFF <-- POWERING OFF <-+--------------- OPERATIONAL
-//    let go first)              (power on: up     0 or report    power off,       ^      | diag
-//                                again)                          reset            |      v
-//                                                                     0 or report +-- DIAGNOSING
-//
-// Power off and reset are taken in every state but EMPTY, POWERING OFF and POWERED OFF.
+// * The platform answers 0, or the report that it promised with 1 arrives. Any other answer, and no
+// report within 30 s, is FAILED. A card that disappears leaves EMPTY behind at once.
 //
 // The platform remembers no requests, so a report may come when the card that it was promised to is
 // long gone, even replaced. The tasks that a request has scheduled tell whose a report is: only the
