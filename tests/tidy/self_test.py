@@ -217,7 +217,7 @@ class SpellingsTest(CheckTest):
         self.one(spellings.check, "bench/a.cpp", "#define FMT_HEADER" + "_ONLY\n")
 
     def test_what_looks_alike(self) -> None:
-        for text in ("mktemp aXXXXXX", "$scratch/work/a", "network/work/a", "bare Debian 12",
+        for text in ("mktemp aXXXXXX", "$scratch/home/a", "network/home/a", "bare Debian 12",
                      "using namespace stdlike;", "using namespace pcsim::test;"):
             with self.subTest(text=text):
                 self.one(spellings.check, "lab/a.h", f"{text}\n")
