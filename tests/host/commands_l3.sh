@@ -192,14 +192,12 @@ answers '"withoutNextHops": 0' "route load $scratch/both --json"
 
 # A load without an end is stopped by a signal at once, and says what it has loaded.
 for signal in INT TERM; do
-    "$pcsim" --lab 2 --stopped -x 'echo started' -x 'route load /dev/zero' \
-        >"$scratch/out" 2>"$scratch/err" &
+    "$pcsim" --lab 2 --stopped -x 'route load /dev/zero' >"$scratch/out" 2>"$scratch/err" &
     process=$!
-    for _ in $(seq 100); do
-        grep -q started "$scratch/out" && break
+    for _ in $(seq 200); do
+        readlink /proc/$process/fd/* | grep -qx /dev/zero && break
         sleep 0.05
     done
-    sleep 0.2
     kill -$signal $process
     wait $process
     status=$?
