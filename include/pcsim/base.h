@@ -26,6 +26,28 @@
  * thread and when, is said by "Thread:" in the comment that opens a header, and again behind the
  * tag of an operation that differs. */
 
+/* What C's types don't say of a parameter, a field, a result or a typedef stands in front of it in
+ * PCSIM_IS, for tools that decode calls; a compiler sees nothing of it. Several tags are separated
+ * by commas; those of a typedef hold for everything of that type.
+ *
+ *   port, port key, slot, vlan, vlan instance, vr, ipv4, ipv6, mask, mac, text, flag, hex
+ *                      what the number or the bytes stand for
+ *   count NAME         as many elements (bytes behind a void pointer) as the parameter or field
+ * NAME says; count NAME >> N: after a shift elements N         that many elements behind the
+ * pointer at least N         elements that are read whatever the count says chain NAME >> N records
+ * one after the other, each as long as its own field NAME says record size        the size of the
+ * whole record, in bytes out                written by the callee; what was there before is not
+ * read ignored            neither read nor written taken, given       from malloc: passes to the
+ * callee with the call, to the caller with it kept               the callee keeps the pointer
+ *   varies             may rightly differ from run to run: times, random choices
+ *   carried            reserved bytes that are copied along
+ *   platform           (a record) made and freed by the library */
+#ifdef PCSIM_DESCRIBE
+#define PCSIM_IS(...) __attribute__((annotate(#__VA_ARGS__)))
+#else
+#define PCSIM_IS(...)
+#endif
+
 #ifdef __cplusplus
 #define PCSIM_BEGIN_DECLS extern "C" {
 #define PCSIM_END_DECLS }
@@ -37,6 +59,9 @@
 /* An exported operation, declared under its own name with the type that a table word for it has. In
  * C++ it also says that it throws nothing, which a word leaves open: a HAL may fill a table with
  * functions of its own. PCSIM_API is what the library's own build marks its exports with. */
+#ifdef PCSIM_DESCRIBE
+#define PCSIM_API PCSIM_IS(exported)
+#endif
 #ifndef PCSIM_API
 #define PCSIM_API
 #endif

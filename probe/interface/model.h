@@ -1,0 +1,148 @@
+// The interface as data: what include/ declares, with names, for everybody who meets it at run
+// time: trace, fault rules, recording and replay, the console's names.
+//
+// The data is generated from the headers by tools/describe-interface; nothing of it is written by
+// hand, and a test holds it to be current. Everything is constant, lives as long as the program,
+// and can be compared by address: one Type, Record, Function per type, record and function type.
+#ifndef PCSIM_PROBE_INTERFACE_MODEL_H
+#define PCSIM_PROBE_INTERFACE_MODEL_H
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace pcsim::probe {
+
+struct Function;
+struct Record;
+
+enum class Kind : uint8_t {
+    kVoid,      // nothing, or behind a pointer: bytes
+    kSigned,    // integers, by their size
+    kUnsigned,  //
+    kPointer,   // to 'target'
+    kArray,     // 'count' times 'target'; 0: as many as fit, the last field of its record
+    kRecord,    // structs and unions, in memory or embedded
+    kFunction,  // behind a pointer alone
+};
+
+// What a number or some bytes stand for.
+enum class Meaning : uint8_t {
+    kNone,
+    kPort,           // port instance: type, slot and port
+    kPortKey,        // slot << 16 | port
+    kSlot,           // slot number
+    kVlan,           // VLAN id
+    kVlanInstance,   // VLAN instance number
+    kVirtualRouter,  // virtual router
+    kIpv4,           // IPv4 address in network byte order
+    kIpv6,           // 16 bytes of an IPv6 address
+    kMask,           // IPv4 mask in network byte order
+    kMac,            // 6 bytes of a MAC address
+    kText,           // characters up to a NUL, or the end of their array
+    kFlag,           // zero or not
+    kHex,            // bits: told in hexadecimal
+};
+
+// Says what C's types don't. The tags are those of base.h.
+struct Semantics {
+    Meaning meaning = Meaning::kNone;
+    // The parameter or field of the same function or record that says how many elements (bytes of
+    // void) lie behind this pointer or are in this array; null when the type says it. Shifted right
+    // by 'countShift' first.
+    const char* countedBy = nullptr;
+    uint8_t countShift = 0;
+    uint32_t elements = 0;            // a number that the declaration states, else 0
+    uint32_t atLeast = 0;             // elements that are read whatever the count says
+    const char* chainedBy = nullptr;  // records of their own length, one after the other: the field
+                                      // of the element that has it, in bytes after the shift
+    bool out = false;                 // written by the callee, what was there before is not read
+    bool ignored = false;             // neither read nor written
+    bool taken = false;               // from malloc, passes to the callee with the call
+    bool given = false;               // from malloc, passes to the caller
+    bool kept = false;                // the callee keeps the pointer after the call
+    bool varies = false;              // may rightly differ from run to run: times, random choices
+    bool recordSize = false;          // this field is the size of its whole record, in bytes
+    bool carried = false;             // reserved bytes that are copied along
+};
+
+struct Type {
+    Kind kind;
+    bool isConst;        // of a pointer: its target is only read
+    uint32_t size;       // in bytes; 0 where it is not known or has none
+    uint32_t count;      // of an array
+    const Type* target;  // of a pointer or an array
+    const Record* record;
+    const Function* function;
+    std::string_view name;  // as the headers spell it: "uint32_t", "HalPif"
+};
+
+struct Field {
+    std::string_view name;
+    const Type* type;
+    uint32_t offset;
+    Semantics semantics;
+};
+
+struct Record {
+    std::string_view name;
+    uint32_t size;                  // 0: never looked into
+    bool platformOwned;             // made and freed by the library
+    std::span<const Field> fields;  // in the order of declaration, reserved ones too
+
+    const Field* field(std::string_view wanted) const;
+};
+
+struct Parameter {
+    std::string_view name;
+    const Type* type;
+    Semantics semantics;
+};
+
+// A function type, under the name of its typedef; of a host function, under the function's own.
+struct Function {
+    std::string_view name;
+    const Type* result;
+    Semantics resultSemantics;
+    std::span<const Parameter> parameters;  // each takes one word on the stack
+    bool variadic;                          // more words follow
+    bool stub;                              // accepted and ignored, with whatever arguments
+};
+
+enum class Side : uint8_t {
+    kPlatform,  // exported by the library, called by the HAL
+    kHost,      // provided by the HAL, called by the library
+};
+
+// A function that has a name of its own at the boundary.
+struct Operation {
+    std::string_view name;
+    const Function* function;
+    Side side;
+    std::string_view header;  // the file of its area: "l3"
+};
+
+struct Variable {
+    std::string_view name;
+    const Type* type;
+    Side side;
+};
+
+// All of it, sorted by name.
+std::span<const Operation> operations();
+std::span<const Record> records();
+std::span<const Function> functions();
+std::span<const Variable> variables();
+
+// Null when there is none of that name.
+const Operation* operationNamed(std::string_view name);
+const Record* recordNamed(std::string_view name);
+const Function* functionNamed(std::string_view name);
+
+// A word of an operation table: the field of 'record' that holds a function, by its byte offset,
+// also when it lies in a record inside. Null where there is none.
+const Field* wordAt(const Record& record, uint32_t offset);
+
+}  // namespace pcsim::probe
+
+#endif
