@@ -19,10 +19,10 @@ PCSIM_BEGIN_DECLS
 
 /* One compiled rule, 'length' bytes long; the next one follows at once. */
 typedef struct HalAclRule {
-    char name[36];      /* 0: NUL-terminated */
-    uint32_t ruleIndex; /* 36 */
-    uint32_t nextIndex; /* 40 */
-    uint8_t action;     /* 44: the low 3 bits */
+    PCSIM_IS(text) char name[36]; /* 0: NUL-terminated */
+    uint32_t ruleIndex;           /* 36 */
+    uint32_t nextIndex;           /* 40 */
+    uint8_t action;               /* 44: the low 3 bits */
     uint8_t reserved45;
     uint16_t length; /* 46: bits 6 to 15 are the record's length in bytes; 0 ends the array */
 } HalAclRule;
@@ -32,57 +32,58 @@ typedef struct HalAclRule {
 
 /* Add, refresh, refresh-diff. */
 typedef struct HalAclListRequest {
-    char name[HAL_ACL_NAME_SIZE]; /* 0 */
+    PCSIM_IS(text) char name[HAL_ACL_NAME_SIZE]; /* 0 */
     uint8_t reserved32[4];
     uint32_t value; /* 36: the HAL's, stored with the list */
     uint8_t reserved40[8];
     uint16_t ruleCount;    /* 48 */
     uint16_t counterCount; /* 50: 16-byte counters that each binding gets */
     uint8_t reserved52[48];
-    HalAclRule* rules; /* 100: from malloc; passes to the platform with the call */
+    /* 100: from malloc; passes to the platform with the call */
+    PCSIM_IS(chain length >> 6, count ruleCount, taken) HalAclRule* rules;
 } HalAclListRequest;
 
 /* Delete. */
 typedef struct HalAclDeleteRequest {
-    char name[HAL_ACL_NAME_SIZE]; /* 0 */
+    PCSIM_IS(text) char name[HAL_ACL_NAME_SIZE]; /* 0 */
     uint8_t reserved32[20];
-    uint32_t flags; /* 52: HAL_ACL_DELETE_DYNAMIC */
-    uint32_t index; /* 56: of the dynamic rule; printed alone */
+    PCSIM_IS(hex) uint32_t flags; /* 52: HAL_ACL_DELETE_DYNAMIC */
+    uint32_t index;               /* 56: of the dynamic rule; printed alone */
 } HalAclDeleteRequest;
 
 #define HAL_ACL_DELETE_DYNAMIC 2u
 
 /* Config, unconfig: binds a list to an instance, which is one (VLAN, port, key). */
 typedef struct HalAclBindRequest {
-    char name[HAL_ACL_NAME_SIZE]; /* 0 */
+    PCSIM_IS(text) char name[HAL_ACL_NAME_SIZE]; /* 0 */
     uint8_t reserved32[4];
-    uint32_t vlan; /* 36 */
-    uint32_t port; /* 40 */
-    uint8_t key;   /* 44: the HAL's; part of the instance */
-    uint8_t slot;  /* 45: 0 or 1 */
+    HalVlanInstance vlan;          /* 36 */
+    HalPortInstance port;          /* 40 */
+    uint8_t key;                   /* 44: the HAL's; part of the instance */
+    PCSIM_IS(number) uint8_t slot; /* 45: 0 or 1 */
     uint8_t reserved46[2];
     uint32_t index; /* 48: of a dynamic rule; printed alone */
 } HalAclBindRequest;
 
 typedef struct HalAclCounterEntry {
-    uint8_t value[16]; /* 0: written by a read */
-    uint16_t counter;  /* 16: number of the counter to clear, from 1; 0 for all */
+    PCSIM_IS(out) uint8_t value[16]; /* 0: written by a read */
+    uint16_t counter;                /* 16: number of the counter to clear, from 1; 0 for all */
     uint8_t reserved18[34];
 } HalAclCounterEntry;
 
 /* Get and clear counters. */
 typedef struct HalAclCounterRequest {
-    char name[HAL_ACL_NAME_SIZE]; /* 0 */
+    PCSIM_IS(text) char name[HAL_ACL_NAME_SIZE]; /* 0 */
     uint8_t reserved32[4];
-    uint32_t vlan; /* 36 */
-    uint32_t port; /* 40 */
+    HalVlanInstance vlan; /* 36 */
+    HalPortInstance port; /* 40 */
     uint8_t reserved44[4];
-    uint8_t key;  /* 48 */
-    uint8_t slot; /* 49 */
+    uint8_t key;                   /* 48 */
+    PCSIM_IS(number) uint8_t slot; /* 49 */
     uint8_t reserved50[2];
     uint16_t entryCount; /* 52 */
     uint8_t reserved54[2];
-    HalAclCounterEntry entries[]; /* 56: 'entryCount' of them */
+    PCSIM_IS(count entryCount) HalAclCounterEntry entries[]; /* 56 */
 } HalAclCounterRequest;
 
 /* Stores a list and takes its rules over; a name that is stored already keeps its first list.
@@ -127,11 +128,13 @@ typedef struct HalAclInstance HalAclInstance;
  * both: the slot leaves the list it was bound to; bound to this one already, it only gets fresh
  * counters. 0; -1 when the slot is neither 0 nor 1 or there is no memory for the counters, and then
  * nothing has changed. Live. */
-typedef int32_t HalAclAttachInstanceFn(HalAclList* list, uint32_t slot, HalAclInstance* instance);
+typedef int32_t HalAclAttachInstanceFn(HalAclList* list, PCSIM_IS(number) uint32_t slot,
+                                       HalAclInstance* instance);
 
 /* Reverses it; the instance itself stays. Nothing happens when the slot is not bound to 'list'. A
  * deleted list goes with its last binding. Always 0. Live. */
-typedef int32_t HalAclUnAttachInstanceFn(HalAclList* list, uint32_t slot, HalAclInstance* instance);
+typedef int32_t HalAclUnAttachInstanceFn(HalAclList* list, PCSIM_IS(number) uint32_t slot,
+                                         HalAclInstance* instance);
 
 /* --- Operations by name ----------------------------------------------------------------------- */
 

@@ -26,22 +26,36 @@
  * thread and when, is said by "Thread:" in the comment that opens a header, and again behind the
  * tag of an operation that differs. */
 
-/* What C's types don't say of a parameter, a field, a result or a typedef stands in front of it in
- * PCSIM_IS, for tools that decode calls; a compiler sees nothing of it. Several tags are separated
- * by commas; those of a typedef hold for everything of that type.
- *
- *   port, port key, slot, vlan, vlan instance, vr, ipv4, ipv6, mask, mac, text, flag, hex
- *                      what the number or the bytes stand for
- *   count NAME         as many elements (bytes behind a void pointer) as the parameter or field
- * NAME says; count NAME >> N: after a shift elements N         that many elements behind the
- * pointer at least N         elements that are read whatever the count says chain NAME >> N records
- * one after the other, each as long as its own field NAME says record size        the size of the
- * whole record, in bytes out                written by the callee; what was there before is not
- * read ignored            neither read nor written taken, given       from malloc: passes to the
- * callee with the call, to the caller with it kept               the callee keeps the pointer
+/* What C's types don't say of a parameter, a field, a result, a record or a typedef stands in front
+ * of it in PCSIM_IS, for tools that decode calls; a compiler sees nothing of it. Several tags are
+ * separated by commas. Those of a typedef hold for everything of that type, those of a pointer or
+ * an array for what is behind it or in it. */
+/* clang-format off */
+/*   port, port key, slot, vlan, vlan instance, vr, ipv4, ipv6, mask, mac, text, flag, hex
+ *                      what the number or the bytes stand for. An integer that is called 'slot', or
+ *                      whose name ends in 'Slot', is a slot without saying so
+ *   number             what its name says and no more: no slot
+ *   address of NAME    an IPv4 or IPv6 address, by the family that the field NAME says
+ *   format, arguments  a printf format; its arguments as a va_list (else they follow it)
+ *   count NAME         as many elements (bytes behind a void pointer) as the parameter or field NAME
+ *                      says; count NAME >> N: after a shift
+ *   elements N         that many elements behind the pointer
+ *   at least N         elements that are read whatever the count says; before a pointer to a record
+ *                      that ends in an array, those of the array
+ *   at most N          a larger count is none
+ *   chain NAME >> N    records one after the other, each as long as its own field NAME says
+ *   when NAME V TYPE   a TYPE is behind the void pointer when the parameter NAME is V
+ *   result bytes       as many bytes are written as the result says
+ *   record size        the size of the whole record, in bytes
+ *   out                written by the callee; what was there before is not read
+ *   in                 read also where its record is an output
+ *   ignored            neither read nor written
+ *   taken, given       from malloc: passes to the callee with the call, to the caller with it
+ *   kept               the callee keeps the pointer after the call (of an output: the caller)
  *   varies             may rightly differ from run to run: times, random choices
  *   carried            reserved bytes that are copied along
- *   platform           (a record) made and freed by the library */
+ *   platform, host     made and freed by the library, by the HAL, who knows each by its address */
+/* clang-format on */
 #ifdef PCSIM_DESCRIBE
 #define PCSIM_IS(...) __attribute__((annotate(#__VA_ARGS__)))
 #else
@@ -82,6 +96,22 @@ struct PcsimNoexcept<Result(Parameters..., ...)> {
 #else
 #define PCSIM_OPERATION(type, name) PCSIM_API type name
 #endif
+
+/* A port instance is the name of a port: bits 24 to 31 are the type, 16 to 23 the slot, 0 to 15 the
+ * port. */
+typedef PCSIM_IS(port) uint32_t HalPortInstance;
+
+/* The HAL's number of a VLAN's record, not the VLAN id. */
+typedef PCSIM_IS(vlan instance) uint32_t HalVlanInstance;
+
+typedef PCSIM_IS(vr) uint32_t HalVirtualRouter;
+
+/* In network byte order. */
+typedef PCSIM_IS(ipv4) uint32_t HalIpv4Address;
+typedef PCSIM_IS(mask) uint32_t HalIpv4Mask;
+
+/* Bit n set: unit n is present. */
+typedef PCSIM_IS(hex) uint32_t HalPresenceMask;
 
 /* A 64-bit counter at the 4-byte alignment that i386 gives it inside records. */
 typedef uint64_t HalCounter64 __attribute__((aligned(4)));

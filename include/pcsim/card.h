@@ -21,7 +21,7 @@ struct HalCardSlotDb;
 
 /* Bit n set: a card sits in slot n, of the low five bits of a slot's number. Set by module control,
  * at any time. At load slot 8 and slots 11 to 15 are empty. */
-extern PCSIM_API uint32_t pcSimCardPresentMask;
+extern PCSIM_API HalPresenceMask pcSimCardPresentMask;
 
 /* 1 when the delayed reports of card states are wanted: set by the chassis card-database setup from
  * the environment (HAL_SIM_REMOTE_IO), never cleared. */
@@ -95,41 +95,42 @@ typedef struct HalCardResources {
 } HalCardResources;
 
 typedef struct HalCardPortEntry {
-    uint32_t kind;  /* 0 */
-    uint32_t word4; /* 4 */
-    uint32_t flags; /* 8: the last port of a stackable has bit 0 */
-    uint8_t index;  /* 12 */
+    uint32_t kind;                /* 0 */
+    uint32_t word4;               /* 4 */
+    PCSIM_IS(hex) uint32_t flags; /* 8: the last port of a stackable has bit 0 */
+    uint8_t index;                /* 12 */
     uint8_t reserved13[3];
 } HalCardPortEntry;
 
 /* What a card type can do. All bytes that are not listed are 0. */
 typedef struct HalCardCapability {
-    uint32_t size;     /* 0: of the whole record, in bytes */
-    uint32_t cardType; /* 4: HAL_CARD_UNKNOWN for a name that is not known */
-    char name[16];     /* 8: as asked for, NUL-padded, not terminated when 16 long */
+    PCSIM_IS(record size) uint32_t size; /* 0: of the whole record, in bytes */
+    uint32_t cardType;                   /* 4: HAL_CARD_UNKNOWN for a name that is not known */
+    PCSIM_IS(text) char name[16]; /* 8: as asked for, NUL-padded, not terminated when 16 long */
     uint8_t reserved24[4];
-    int32_t word28;             /* 28 */
-    uint32_t portCount;         /* 32: number of 'ports' */
-    uint32_t word36;            /* 36 */
-    uint32_t word40;            /* 40 */
-    uint32_t word44;            /* 44 */
-    uint32_t word48;            /* 48 */
-    uint32_t word52;            /* 52 */
-    HalCardResources resources; /* 56 */
-    HalCardPortEntry ports[];   /* 260 */
+    int32_t word28;                                     /* 28 */
+    uint32_t portCount;                                 /* 32: number of 'ports' */
+    uint32_t word36;                                    /* 36 */
+    uint32_t word40;                                    /* 40 */
+    uint32_t word44;                                    /* 44 */
+    uint32_t word48;                                    /* 48 */
+    uint32_t word52;                                    /* 52 */
+    HalCardResources resources;                         /* 56 */
+    PCSIM_IS(count portCount) HalCardPortEntry ports[]; /* 260 */
 } HalCardCapability;
 
 /* A new capability record of the card type called 'name' (NUL-terminated, not null; compared
  * whole). 'slot' is not used. A name that is not known yields a record of type HAL_CARD_UNKNOWN
  * without resources. The HAL owns the record and frees it with free(). Null when there is no
  * memory. Constant but for the number of ports of a stackable, which are the PC's interfaces. */
-typedef HalCardCapability* HalCardGetCapabilityFn(int32_t slot, const char* name);
+typedef PCSIM_IS(given) HalCardCapability* HalCardGetCapabilityFn(int32_t slot,
+                                                                  PCSIM_IS(text) const char* name);
 
 /* --- Card database ---------------------------------------------------------------------------- */
 
 /* Fills 'table' with the operations of a card family; word 0 is left alone. 'family' is not used:
  * there is one family. Always 0. Constant. */
-typedef int32_t HalFamilyDBSetupFn(uint32_t family, struct HalFamilyOps* table);
+typedef int32_t HalFamilyDBSetupFn(uint32_t family, PCSIM_IS(out) struct HalFamilyOps* table);
 
 /* 5 when a card sits in 'slot', 0 when none does: bit (slot mod 32) of the presence mask. Live. */
 typedef int32_t HalIsCardHwPresentFn(int32_t slot);
@@ -142,14 +143,14 @@ typedef int32_t HalIsCardHwPresentFn(int32_t slot);
 
 /* Turns the card's power on ('on' non-zero) or off. Reports HAL_CARD_STATE_POWERED_ON or
  * HAL_CARD_STATE_POWERED_OFF after 2 s. Simulated. */
-typedef int32_t HalCardPowerEnableFn(int32_t slot, int32_t on);
+typedef int32_t HalCardPowerEnableFn(int32_t slot, PCSIM_IS(flag) int32_t on);
 
 /* Runs the extended self test. 'maxTimeMs' is for the trace alone. Reports HAL_CARD_STATE_POST_DONE
  * after 10 s. Simulated. */
 typedef int32_t HalCardRunExtPostFn(int32_t slot, int32_t maxTimeMs);
 
 /* Downloads 'image' (a text, not null). Reports HAL_CARD_STATE_DOWNLOADED after 5 s. Simulated. */
-typedef int32_t HalCardStartDownloadFn(int32_t slot, const char* image);
+typedef int32_t HalCardStartDownloadFn(int32_t slot, PCSIM_IS(text) const char* image);
 
 /* Boots the card. Reports HAL_CARD_STATE_BOOTED after 5 s. Simulated. */
 typedef int32_t HalCardStartBootingFn(int32_t slot);
@@ -162,7 +163,7 @@ typedef int32_t HalCardLinkIntrMaskFn(void);
 
 /* Enables ('enable' non-zero) or disables link interrupts; there are none. Always 0. Accepted and
  * ignored. */
-typedef int32_t HalCardLinkIntrEnableFn(int32_t slot, int32_t enable);
+typedef int32_t HalCardLinkIntrEnableFn(int32_t slot, PCSIM_IS(flag) int32_t enable);
 
 /* Operations of the card database. */
 typedef struct HalCardDbOps {
@@ -187,11 +188,11 @@ typedef struct HalCardDb {
 
 /* Fills the HAL's card database. The chassis also learns here whether remote I/O is simulated, from
  * the environment. Always 0. 'db' must not be null. Constant. */
-typedef int32_t HalCardDBSetupFn(HalCardDb* db);
+typedef int32_t HalCardDBSetupFn(PCSIM_IS(out) HalCardDb* db);
 
 /* Fills the record of one slot (card_slot.h), except for its reserved bytes. Always 0. 'db' must
  * not be null. Constant but for the ports of a stackable, which are the PC's interfaces. */
-typedef int32_t HalCardSlotDBSetupFn(int32_t slot, struct HalCardSlotDb* db);
+typedef int32_t HalCardSlotDBSetupFn(int32_t slot, PCSIM_IS(out) struct HalCardSlotDb* db);
 
 /* --- Hardware information --------------------------------------------------------------------- */
 
@@ -199,19 +200,19 @@ typedef int32_t HalCardSlotDBSetupFn(int32_t slot, struct HalCardSlotDb* db);
  * management module alone; I/O cards leave them as they are. */
 typedef struct HalCardHwInfo {
     uint8_t reserved0[8];
-    uint32_t cardType; /* 8 */
-    char name[16];     /* 12: NUL-terminated */
+    uint32_t cardType;            /* 8 */
+    PCSIM_IS(text) char name[16]; /* 12: NUL-terminated */
     uint8_t reserved28[4];
     HalPartInfo cardPart; /* 32 */
     uint8_t reserved112[32];
     HalPartInfo cpuSubSystemPart; /* 144 */
     uint8_t reserved224[32];
-    char bootStrapVersion[40]; /* 256 */
-    char bootStrapBuild[64];   /* 296 */
-    char bootRomVersion[40];   /* 360 */
-    char bootRomBuild[64];     /* 400 */
-    char softwareVersion[40];  /* 464 */
-    char softwareBuild[64];    /* 504 */
+    PCSIM_IS(text) char bootStrapVersion[40]; /* 256 */
+    PCSIM_IS(text) char bootStrapBuild[64];   /* 296 */
+    PCSIM_IS(text) char bootRomVersion[40];   /* 360 */
+    PCSIM_IS(text) char bootRomBuild[64];     /* 400 */
+    PCSIM_IS(text) char softwareVersion[40];  /* 464 */
+    PCSIM_IS(text) char softwareBuild[64];    /* 504 */
     uint8_t reserved568[1952];
     uint8_t byte2520;  /* 2520 */
     uint8_t byte2521;  /* 2521 */
@@ -229,11 +230,11 @@ typedef struct HalCardHwInfo {
 
 /* Fills 'info' for the card in 'slot'. 0; -1 for a card type without an identity, which has only
  * the type and the four words at the end written. Constant but for the time stamps. */
-typedef int32_t HalCardGetHwInfoFn(int32_t slot, HalCardHwInfo* info);
+typedef int32_t HalCardGetHwInfoFn(int32_t slot, PCSIM_IS(out) HalCardHwInfo* info);
 
 /* Fills the identity of one part of the card in 'slot'. Always 0. Constant but for the time
  * stamp. */
-typedef int32_t HalCardGetPartInfoFn(int32_t slot, HalPartInfo* part);
+typedef int32_t HalCardGetPartInfoFn(int32_t slot, PCSIM_IS(out) HalPartInfo* part);
 
 /* --- Life cycle and supervision --------------------------------------------------------------- */
 
@@ -247,21 +248,22 @@ typedef int32_t HalCardCleanupFn(int32_t slot);
 typedef int32_t HalCardPowerOnCheckFn(int32_t slot);
 
 /* Stores the card's temperature, 2000 + 10 x 'slot', in '*temperature'. Always 0. Simulated. */
-typedef int32_t HalCardReadTemperatureFn(int32_t slot, int32_t* temperature);
+typedef int32_t HalCardReadTemperatureFn(int32_t slot, PCSIM_IS(out) int32_t* temperature);
 
 /* Stores the card's operating time, 1000 x 'slot', in '*odometer'. Always 0. Simulated. */
-typedef int32_t HalCardGetOdometerFn(int32_t slot, int32_t* odometer);
+typedef int32_t HalCardGetOdometerFn(int32_t slot, PCSIM_IS(out) int32_t* odometer);
 
 /* Enables ('enable' non-zero) or disables MAC interrupts; there are none. Always 0. Accepted and
  * ignored. */
-typedef int32_t HalMacIntEnableFn(int32_t slot, int32_t enable);
+typedef int32_t HalMacIntEnableFn(int32_t slot, PCSIM_IS(flag) int32_t enable);
 
 /* Stores the mask of MAC interrupts, all ones, in '*mask'. Always 0. Constant. */
-typedef int32_t HalMacIntrGetMaskFn(int32_t slot, uint32_t* mask);
+typedef int32_t HalMacIntrGetMaskFn(int32_t slot, PCSIM_IS(out, hex) uint32_t* mask);
 
 /* Enables ('enable' non-zero) or disables the backplane link between two slots. Always 0. Accepted
  * and ignored. */
-typedef int32_t HalCardInternalLinkEnableFn(int32_t fromSlot, int32_t toSlot, int32_t enable);
+typedef int32_t HalCardInternalLinkEnableFn(int32_t fromSlot, int32_t toSlot,
+                                            PCSIM_IS(flag) int32_t enable);
 
 /* Sets how load is shared on the backplane link between two slots. Always 0. Accepted and
  * ignored. */
@@ -276,11 +278,12 @@ typedef struct HalCardDiagnosticsResult {
     uint8_t reserved53[63];
     uint8_t byte116; /* 116: cleared */
     uint8_t reserved117[2249];
-    char message[19]; /* 2366: NUL-terminated */
+    PCSIM_IS(text) char message[19]; /* 2366: NUL-terminated */
 } HalCardDiagnosticsResult;
 
 /* Stores "Diag not supported" in 'result'. Always 0. Constant. */
-typedef int32_t HalCardDiagnosticsGetResultFn(int32_t slot, HalCardDiagnosticsResult* result);
+typedef int32_t HalCardDiagnosticsGetResultFn(int32_t slot,
+                                              PCSIM_IS(out) HalCardDiagnosticsResult* result);
 
 /* The card type of every slot of a stackable: HAL_CARD_STACKABLE. Constant. */
 typedef uint32_t HalStackCardGetIdFn(void);

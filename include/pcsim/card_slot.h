@@ -160,13 +160,14 @@ typedef struct HalCardSlotOps {
 /* The HAL's record of a slot. Port p of the card is the interface that the pattern names with
  * portMap[p - 1]. */
 typedef struct HalCardSlotDb {
-    uint32_t word0;           /* 0 */
-    uint32_t word4;           /* 4 */
-    uint32_t word8;           /* 8 */
-    char interfacePattern[8]; /* 12: "eth%d", NUL-terminated */
+    uint32_t word0;                          /* 0 */
+    uint32_t word4;                          /* 4 */
+    uint32_t word8;                          /* 8 */
+    PCSIM_IS(text) char interfacePattern[8]; /* 12: "eth%d", NUL-terminated */
     uint8_t reserved20[8];
-    uint32_t portCount;      /* 28: live for a stackable, else constant */
-    const uint32_t* portMap; /* 32: the library's, 'portCount' interface numbers; or null */
+    uint32_t portCount; /* 28: live for a stackable, else constant */
+    /* 32: the library's, interface numbers; or null */
+    PCSIM_IS(count portCount) const uint32_t* portMap;
     uint8_t reserved36[8];
     HalCardSlotOps ops; /* 44: words 11 to 266 */
 } HalCardSlotDb;

@@ -27,34 +27,34 @@ extern PCSIM_API uint32_t pcSimDeviceState[HAL_DEVICE_NUMBERS];
 /* --- Records ---------------------------------------------------------------------------------- */
 
 typedef struct HalDeviceEntry {
-    char typeName[32];     /* 0: "PSUCTRL", "mouse" or "floppy", NUL-padded */
-    uint8_t reserved32;    /* 32: 0 */
-    char label[32];        /* 33: which one of its type, NUL-padded */
-    uint8_t reserved65[7]; /* 65: 0 */
-    uint32_t device;       /* 72: device number */
+    PCSIM_IS(text) char typeName[32]; /* 0: "PSUCTRL", "mouse" or "floppy", NUL-padded */
+    uint8_t reserved32;               /* 32: 0 */
+    PCSIM_IS(text) char label[32];    /* 33: which one of its type, NUL-padded */
+    uint8_t reserved65[7];            /* 65: 0 */
+    uint32_t device;                  /* 72: device number */
 } HalDeviceEntry;
 
-typedef struct HalDeviceRegistration {
-    uint32_t size;                                  /* 0: of the whole record, in bytes */
+typedef struct PCSIM_IS(platform) HalDeviceRegistration {
+    PCSIM_IS(record size) uint32_t size;            /* 0: of the whole record, in bytes */
     uint32_t deviceCount;                           /* 4 */
     HalDeviceEntry devices[HAL_DEVICES_REGISTERED]; /* 8 */
 } HalDeviceRegistration;
 
 /* Identity of a device. Constant but for the state and the time of registration. */
-typedef struct HalDeviceInfo {
+typedef struct PCSIM_IS(platform) HalDeviceInfo {
     uint32_t reportedState; /* 0: what the HAL was last told */
     uint32_t device;        /* 4 */
     uint8_t reserved8[36];
     HalPartInfo part; /* 44 */
     uint8_t reserved124[32];
-    char version[40]; /* 156: "major.minor" */
-    char build[64];   /* 196 */
-    uint8_t byte260;  /* 260 */
-    uint8_t byte261;  /* 261 */
-    uint16_t half262; /* 262 */
-    uint32_t word264; /* 264 */
-    uint32_t word268; /* 268 */
-    uint32_t word272; /* 272 */
+    PCSIM_IS(text) char version[40]; /* 156: "major.minor" */
+    PCSIM_IS(text) char build[64];   /* 196 */
+    uint8_t byte260;                 /* 260 */
+    uint8_t byte261;                 /* 261 */
+    uint16_t half262;                /* 262 */
+    uint32_t word264;                /* 264 */
+    uint32_t word268;                /* 268 */
+    uint32_t word272;                /* 272 */
     uint8_t reserved276[24];
 } HalDeviceInfo;
 
@@ -62,12 +62,12 @@ typedef struct HalDeviceInfo {
  * them: that of a Tarn to the host's monotonic time and 2500 or 2600, that of the mouse to 0 and
  * 2700. One of the floppy leaves its own as they are (so 0 and 0) and sets the mouse's to the
  * monotonic time and 0, which the mouse's own next query undoes. */
-typedef struct HalDeviceStatus {
-    uint32_t device;    /* 0 */
-    uint32_t size;      /* 4: of the whole record, in bytes */
-    uint32_t timeStamp; /* 8 */
-    uint32_t value;     /* 12 */
-    char text[256];     /* 16: "None" until a command has written it */
+typedef struct PCSIM_IS(platform) HalDeviceStatus {
+    uint32_t device;                     /* 0 */
+    PCSIM_IS(record size) uint32_t size; /* 4: of the whole record, in bytes */
+    PCSIM_IS(varies) uint32_t timeStamp; /* 8 */
+    uint32_t value;                      /* 12 */
+    PCSIM_IS(text) char text[256];       /* 16: "None" until a command has written it */
 } HalDeviceStatus;
 
 #define HAL_DEVICE_REGISTER 1u
@@ -85,23 +85,24 @@ typedef struct HalDeviceCommand {
 
 /* What a device type can do. */
 typedef struct HalDeviceCapability {
-    uint32_t size;      /* 0: of the whole record, in bytes */
-    char typeName[32];  /* 4: NUL-padded, not terminated when 32 long */
-    uint8_t unset36[4]; /* 36: whatever the memory held */
-    uint32_t bits;      /* 40: 7 for "PSUCTRL", 1 for "mouse", 3 for "floppy", else 0 */
+    PCSIM_IS(record size) uint32_t size; /* 0: of the whole record, in bytes */
+    PCSIM_IS(text) char typeName[32];    /* 4: NUL-padded, not terminated when 32 long */
+    PCSIM_IS(varies) uint8_t unset36[4]; /* 36: whatever the memory held */
+    PCSIM_IS(hex) uint32_t bits; /* 40: 7 for "PSUCTRL", 1 for "mouse", 3 for "floppy", else 0 */
 } HalDeviceCapability;
 
 /* A device command of the HAL's command line. */
 typedef struct HalDeviceCli {
-    char keyword[88];      /* 0: NUL-terminated */
-    uint32_t arguments[3]; /* 88 */
+    PCSIM_IS(text) char keyword[88]; /* 0: NUL-terminated */
+    uint32_t arguments[3];           /* 88 */
 } HalDeviceCli;
 
 /* --- Operations ------------------------------------------------------------------------------- */
 
 /* A new capability record for 'typeName' (NUL-terminated, not null; compared whole). The HAL owns
  * it and frees it with free(). Null when there is no memory. Constant. */
-typedef HalDeviceCapability* HalGetDeviceCapabilityFn(const char* typeName);
+typedef PCSIM_IS(given) HalDeviceCapability* HalGetDeviceCapabilityFn(PCSIM_IS(text)
+                                                                          const char* typeName);
 
 #define HAL_DEVICE_UNSUPPORTED (-2)
 #define HAL_DEVICE_INVALID (-32)

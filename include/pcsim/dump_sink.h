@@ -8,7 +8,7 @@
 
 /* Receives one piece of a dump, usually a line with its newline. 'format' and its arguments are
  * valid during the call alone. The result is ignored. Callback. */
-typedef int HalDumpPrintFn(uint32_t context, const char* format, ...)
+typedef int HalDumpPrintFn(uint32_t context, PCSIM_IS(format) const char* format, ...)
     __attribute__((format(printf, 2, 3)));
 
 /* Owned by the caller of the dump, read during the dump alone. */

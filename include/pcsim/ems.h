@@ -15,17 +15,19 @@
 PCSIM_BEGIN_DECLS
 
 /* Where a component keeps its current trace level. */
-typedef struct HalEmsLevel {
+typedef struct PCSIM_IS(host) HalEmsLevel {
     uint8_t reserved0[18];
     uint16_t level; /* 18: a class is counted and sent from its minimum level upwards */
 } HalEmsLevel;
 
 /* One traced component. */
-typedef struct HalEmsComponent {
+typedef struct PCSIM_IS(host) HalEmsComponent {
     uint8_t reserved0[32];
-    HalEmsLevel* level;         /* 32 */
-    uint32_t* counters;         /* 36: one per class, indexed by class number */
-    const uint8_t* enabledMask; /* 40: bit (1 << class) of the first byte lets the class through */
+    HalEmsLevel* level; /* 32 */
+    /* 36: one per class, indexed by class number */
+    PCSIM_IS(elements 6) uint32_t* counters;
+    /* 40: bit (1 << class) of the first byte lets the class through */
+    PCSIM_IS(hex, elements 1) const uint8_t* enabledMask;
 } HalEmsComponent;
 
 /* Component numbers, the high half of an incident identifier. */
@@ -46,24 +48,29 @@ extern PCSIM_API HalEmsComponent* _ems_trace_ComponentHandle;
 
 /* The host's descriptor of the 'trace' component; never looked into. A host without one cannot
  * have that component registered. */
-typedef struct HalEmsDescriptor HalEmsDescriptor;
+typedef struct PCSIM_IS(host) HalEmsDescriptor HalEmsDescriptor;
 extern HalEmsDescriptor _ems_trace_ComponentDesc;
 
 /* Formats and records one incident. 'arguments' belong to 'format' and are read before the call
  * returns. The library hands the result on. Called from whatever context the traced operation runs
  * in, after level and mask have let the incident through. */
-int emsNotifyIncident(const char* file, int line, const char* function, HalEmsComponent* component,
-                      uint32_t incidentId, const char* format, va_list arguments);
+int emsNotifyIncident(PCSIM_IS(text) const char* file, int line,
+                      PCSIM_IS(text) const char* function, HalEmsComponent* component,
+                      PCSIM_IS(hex) uint32_t incidentId, PCSIM_IS(format) const char* format,
+                      PCSIM_IS(arguments) va_list arguments);
 
 /* Registers the component that 'descriptor' describes and stores its record in '*handle'; leaves
  * '*handle' null when it can't. The library registers the 'trace' component alone, with kind 2, at
  * the first adjacency trace that finds its handle null. The result is ignored. */
-int emsRegisterComponent(int kind, HalEmsDescriptor* descriptor, HalEmsComponent** handle);
+int emsRegisterComponent(int kind, HalEmsDescriptor* descriptor,
+                         PCSIM_IS(out, kept) HalEmsComponent** handle);
 
 /* Sends one incident of a module of the library to emsNotifyIncident, with the module's own file
  * name whatever 'file' says, its component's handle and its incident identifier, and returns what
  * that returns. Level and mask have been looked at before: a call sends. Live. */
-typedef int HalTraceFn(const char* file, int line, const char* function, const char* format, ...);
+typedef int HalTraceFn(PCSIM_IS(text) const char* file, int line,
+                       PCSIM_IS(text) const char* function, PCSIM_IS(format) const char* format,
+                       ...);
 
 #define PCSIM_TRACE_OPERATION(name) \
     PCSIM_OPERATION(HalTraceFn, name) __attribute__((format(printf, 4, 5)))

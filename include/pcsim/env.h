@@ -19,9 +19,10 @@
 
 PCSIM_BEGIN_DECLS
 
-/* Bit n set: unit n is present. Set by module control, at any time. */
-extern PCSIM_API uint32_t pcSimFanPresentMask;         /* 0x0000000F at load: fans 0 to 3 */
-extern PCSIM_API uint32_t pcSimPowerSupplyPresentMask; /* 0x0000001E at load: supplies 1 to 4 */
+/* Set by module control, at any time. At load 0x0000000F (fans 0 to 3) and 0x0000001E (power
+ * supplies 1 to 4). */
+extern PCSIM_API HalPresenceMask pcSimFanPresentMask;
+extern PCSIM_API HalPresenceMask pcSimPowerSupplyPresentMask;
 
 /* --- Records and operations of both kinds ----------------------------------------------------- */
 
@@ -39,7 +40,7 @@ typedef struct HalEnvDb {
 } HalEnvDb;
 
 /* A reading of one slot, stored in '*out': a fixed function of the slot's number. Simulated. */
-typedef uint32_t HalSlotReadingFn(uint32_t slot, uint32_t* out);
+typedef uint32_t HalSlotReadingFn(uint32_t slot, PCSIM_IS(out) uint32_t* out);
 
 /* A rating: what a fan draws, or what an output line of a power supply delivers. Of a stack's
  * records only some fields are filled. */
@@ -59,8 +60,8 @@ typedef struct HalEnvHwHead {
     uint8_t reserved0[4];
     HalPartInfo part; /* 4: bytes 70 to 75 of this head are left alone */
     uint8_t reserved84[32];
-    char version[40]; /* 116: "major.minor" */
-    char build[64];   /* 156 */
+    PCSIM_IS(text) char version[40]; /* 116: "major.minor" */
+    PCSIM_IS(text) char build[64];   /* 156 */
 } HalEnvHwHead;
 
 /* --- Fans ------------------------------------------------------------------------------------- */
@@ -74,7 +75,7 @@ typedef HalIsUnitPresentFn HalIsFanPresentFn;
 
 /* One named fan of a slot. */
 typedef struct HalFanEntry {
-    char name[20];
+    PCSIM_IS(text) char name[20];
 } HalFanEntry;
 
 /* A slot has at most this many fans: as many as the presence mask tells apart. */
@@ -86,18 +87,18 @@ typedef struct HalFanHwInfo {
     uint8_t reserved240[16];
     uint32_t fanCount; /* 256: number of 'fans' */
     uint8_t reserved260[4];
-    HalFanEntry fans[]; /* 264 */
+    PCSIM_IS(count fanCount, at most 32) HalFanEntry fans[]; /* 264 */
 } HalFanHwInfo;
 
 /* Fills the part information of fan 'number': a stack's fans are all called "Fan", on a chassis
  * number 1 is "Left" and every other "Right". Constant but for the time stamp. */
-typedef uint32_t HalFanGetPartInfoFn(uint32_t number, HalPartInfo* info);
+typedef uint32_t HalFanGetPartInfoFn(uint32_t number, PCSIM_IS(out) HalPartInfo* info);
 
 /* Fills the hardware information of a slot with 'number' fans, and in it the part information of
  * fan 'number'. Each entry's name becomes empty; of a chassis with two fans the first is "Right"
  * and the second "Left". 'info' must have room for 'number' entries; a number above HAL_FANS_MAX
  * is stored but can't be a count, and no entry is touched. Constant but for the time stamp. */
-typedef uint32_t HalFanReadHwInfoFn(uint32_t number, HalFanHwInfo* info);
+typedef uint32_t HalFanReadHwInfoFn(uint32_t number, PCSIM_IS(out) HalFanHwInfo* info);
 
 /* The temperature, slot + 2500, and the odometer, slot * 10 whatever was set. Simulated. */
 typedef HalSlotReadingFn HalFanReadTempFn;
@@ -110,7 +111,7 @@ typedef uint32_t HalFanInitOdometerFn(int32_t slot);
 typedef uint32_t HalFanSetOdometerFn(int32_t slot, int32_t value);
 
 /* Speed in revolutions per minute: fan + 10000 on a stack, fan + 20000 on a chassis. Simulated. */
-typedef uint32_t HalFanReadRpmFn(uint32_t slot, uint32_t fan, uint32_t* out);
+typedef uint32_t HalFanReadRpmFn(uint32_t slot, uint32_t fan, PCSIM_IS(out) uint32_t* out);
 
 /* Traced, not stored. 'percent' is of the maximum. Accepted and ignored. */
 typedef uint32_t HalFanSetSpeedFn(int32_t fan, int32_t slot, int32_t percent);
@@ -135,8 +136,8 @@ typedef struct HalFanSlotDb {
 
 /* Fill the HAL's records with constants and operations, the same at every call. 'slot' is not
  * used. Constant. */
-typedef uint32_t HalFanDBSetupFn(HalFanDb* record);
-typedef uint32_t HalFanSlotDBSetupFn(uint32_t slot, HalFanSlotDb* record);
+typedef uint32_t HalFanDBSetupFn(PCSIM_IS(out) HalFanDb* record);
+typedef uint32_t HalFanSlotDBSetupFn(uint32_t slot, PCSIM_IS(out) HalFanSlotDb* record);
 
 /* --- Power supplies --------------------------------------------------------------------------- */
 
@@ -159,12 +160,14 @@ typedef struct HalPowerSupplyHwInfo {
     HalEnvRating lines[HAL_POWER_SUPPLY_LINES]; /* 228: a stack leaves half4 to half6, word12 and
                                                    word16 of the first alone; the others copy it */
     uint8_t reserved288[28];
-    uint32_t flags; /* 316: HAL_POWER_SUPPLY_FLAG3 is cleared, the other bits stay */
+    /* 316: HAL_POWER_SUPPLY_FLAG3 is cleared, the other bits stay */
+    PCSIM_IS(in, hex) uint32_t flags;
 } HalPowerSupplyHwInfo;
 
 /* Fills the hardware information of power supply 'slot': name "Internal PSU-(slot + 1)", version
  * "1.(slot)". Constant but for these two, which follow the number, and the time stamp. */
-typedef uint32_t HalPowerSupplyReadHwInfoFn(uint32_t slot, HalPowerSupplyHwInfo* info);
+typedef uint32_t HalPowerSupplyReadHwInfoFn(uint32_t slot,
+                                            PCSIM_IS(out) HalPowerSupplyHwInfo* info);
 
 /* The temperature, slot + 3000, and the odometer, slot * 100 whatever was set. Simulated. */
 typedef HalSlotReadingFn HalPSReadTempFn;
@@ -178,11 +181,13 @@ typedef uint32_t HalPSSetOdometerFn(uint32_t slot, uint32_t value);
 
 /* The two values of the input line: 12000 and 5000 on a stack, 24000 and 5000 on a chassis.
  * Constant. */
-typedef uint32_t HalPSReadInputLineFn(uint32_t slot, uint32_t* a, uint32_t* b);
+typedef uint32_t HalPSReadInputLineFn(uint32_t slot, PCSIM_IS(out) uint32_t* a,
+                                      PCSIM_IS(out) uint32_t* b);
 
 /* The two values of output line 'line'. On a chassis line 1 has 4891 and 5000, line 2 has 1376 and
  * 200; every other line, and every line of a stack, has 0 and 0. Constant. */
-typedef uint32_t HalPSReadOutputLineFn(uint32_t slot, int32_t line, uint32_t* a, uint32_t* b);
+typedef uint32_t HalPSReadOutputLineFn(uint32_t slot, int32_t line, PCSIM_IS(out) uint32_t* a,
+                                       PCSIM_IS(out) uint32_t* b);
 
 /* Slot database of power supplies, sixteen words. */
 typedef struct HalPSSlotDb {
@@ -203,8 +208,8 @@ typedef struct HalPSSlotDb {
 
 /* Fill the HAL's records with constants and operations, the same at every call. Word 1 of the
  * database record is left alone. 'slot' is not used. Constant. */
-typedef uint32_t HalPSDBSetupFn(HalPowerSupplyDb* record);
-typedef uint32_t HalPSSlotDBSetupFn(uint32_t slot, HalPSSlotDb* record);
+typedef uint32_t HalPSDBSetupFn(PCSIM_IS(out) HalPowerSupplyDb* record);
+typedef uint32_t HalPSSlotDBSetupFn(uint32_t slot, PCSIM_IS(out) HalPSSlotDb* record);
 
 /* --- Operations by name ----------------------------------------------------------------------- */
 /* One name per shape where the shapes differ. */

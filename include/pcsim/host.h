@@ -29,17 +29,18 @@ int32_t dmGetPlatformType(void);
 uint32_t dmGetMaxVr(void);
 
 /* Non-zero on the primary system. A backup never drives card states. */
-int32_t halAmIPrimary(void);
+PCSIM_IS(flag) int32_t halAmIPrimary(void);
 
 /* Writes the 6-byte system MAC address to 'mac'. 0; non-zero when there is none, and then the
  * library uses placeholder addresses. */
-int32_t getSystemMac(uint8_t* mac, int32_t ignored);
+int32_t getSystemMac(PCSIM_IS(out, mac, elements 6) uint8_t* mac,
+                     PCSIM_IS(ignored) int32_t ignored);
 
 /* Records the progress of a checkpoint. */
 void setCheckpointStats(int32_t a, int32_t b, int32_t percent);
 
 /* Monotonic time stamp in the host's unit; 'ignored' is 0. */
-uint32_t monotime(int32_t ignored);
+PCSIM_IS(varies) uint32_t monotime(PCSIM_IS(ignored) int32_t ignored);
 
 /* --- Timers and tasks ------------------------------------------------------------------------- */
 
@@ -48,8 +49,8 @@ typedef void HalTimerFn(uint32_t argument);
 
 /* Starts a periodic timer of 'periodMs' milliseconds that calls 'callback(argument)'. The library
  * passes 0 for the third and fifth argument and never stops a timer. The result is ignored. */
-int32_t halStartTimer(HalTimerFn* callback, uint32_t argument, uint32_t zero1, uint32_t periodMs,
-                      uint32_t zero2);
+int32_t halStartTimer(PCSIM_IS(kept) HalTimerFn* callback, uint32_t argument, uint32_t zero1,
+                      uint32_t periodMs, uint32_t zero2);
 
 /* Called with the two arguments given to halScheduleTask. Callback. */
 typedef int32_t HalTaskFn(uint32_t argument1, uint32_t argument2);
@@ -58,8 +59,8 @@ typedef int32_t HalTaskFn(uint32_t argument1, uint32_t argument2);
  * host's: the reports of cards (2000, 5000, 10000) are meant as milliseconds; the completions of a
  * forwarding state (50) and of a flush (100) are whatever the same call makes of them.
  * 'name' is a constant text for the host's listings. The result is ignored. */
-int32_t halScheduleTask(HalTaskFn* task, uint32_t argument1, uint32_t argument2, uint32_t delay,
-                        const char* name);
+int32_t halScheduleTask(PCSIM_IS(kept) HalTaskFn* task, uint32_t argument1, uint32_t argument2,
+                        uint32_t delay, PCSIM_IS(text, kept) const char* name);
 
 /* A completion callback that the HAL hands to an operation: run by the scheduled task with the
  * HAL's two arguments and two zeros. Callback. */
@@ -81,13 +82,13 @@ typedef int32_t HalCompletionFn(uint32_t argument1, uint32_t argument2, uint32_t
 int32_t halCardStatusUpdate(int32_t slot, int32_t state, uint32_t argument);
 
 /* Printable name of a card state; valid until the next call. For traces. */
-const char* halGetCardStateString(int32_t state);
+PCSIM_IS(text) const char* halGetCardStateString(int32_t state);
 
 /* Non-zero when the card in 'slot' is operational. */
-int32_t halIsCardOperational(uint32_t slot);
+PCSIM_IS(flag) int32_t halIsCardOperational(uint32_t slot);
 
 /* Printable name of a slot; valid until the next call. For traces. */
-const char* getSlotName(int32_t slot);
+PCSIM_IS(text) const char* getSlotName(int32_t slot);
 
 /* --- Ports ------------------------------------------------------------------------------------ */
 
@@ -98,11 +99,11 @@ int32_t getMgmtPort(uint32_t slot);
 uint32_t halGetHwPortMapping(uint32_t slot, uint32_t port);
 
 /* Printable name of a port; valid until the next call. For traces and messages. */
-const char* halPortInstName(uint32_t portInstance);
+PCSIM_IS(text) const char* halPortInstName(HalPortInstance portInstance);
 
 /* The management port's link went up ('link' 1) or down (0). 'duplex', 'speed' and 'flowControl'
  * are the link query's outputs in its own order. The result is ignored. */
-int32_t halNotifyLinkStateChange(uint32_t portInstance, uint32_t link, uint32_t duplex,
+int32_t halNotifyLinkStateChange(HalPortInstance portInstance, uint32_t link, uint32_t duplex,
                                  uint32_t speed, uint32_t flowControl, uint32_t zero1,
                                  uint32_t zero2);
 
@@ -115,7 +116,7 @@ struct HalDeviceCommand;
 
 /* Hands over the registration record, which stays the library's and stays valid. The result is
  * ignored. */
-int32_t halRegisterDevice(struct HalDeviceRegistration* registration);
+int32_t halRegisterDevice(PCSIM_IS(kept) struct HalDeviceRegistration* registration);
 
 /* A device's information, asked for ('reply' is the command's handle) or reported by the state
  * poll ('reply' is 0). The record stays the library's. */
@@ -127,7 +128,7 @@ int32_t halUpdateDeviceStatus(struct HalDeviceStatus* status, uint32_t reply);
 /* A command that can't be carried out, with the code that it answers. 'command' and 'text' are
  * valid during the call alone. The result is ignored. */
 int32_t halDeviceCmdError(const struct HalDeviceCommand* command, int32_t errorCode,
-                          const char* text);
+                          PCSIM_IS(text) const char* text);
 
 /* --- Replies ---------------------------------------------------------------------------------- */
 
@@ -135,8 +136,8 @@ int32_t halDeviceCmdError(const struct HalDeviceCommand* command, int32_t errorC
 
 /* Sends 'length' bytes of 'message' to the owner of 'handle'. The message is the caller's and is
  * copied before the call returns. The result is ignored. */
-int32_t replyHandleSend(uint32_t handle, uint32_t messageId, const void* message, uint32_t length,
-                        int32_t flag);
+int32_t replyHandleSend(uint32_t handle, PCSIM_IS(hex) uint32_t messageId,
+                        PCSIM_IS(count length) const void* message, uint32_t length, int32_t flag);
 
 /* Reply handle of the host's PoE manager, read at each query; 0 when the host has none. */
 extern uint32_t poeHandle;
@@ -149,7 +150,7 @@ extern uint32_t poeHandle;
 /* The host's global record; one byte of it is read. A host without one has all switches off. */
 typedef struct HalGlobal {
     uint8_t reserved0[15];
-    uint8_t switches15; /* 15 */
+    PCSIM_IS(hex) uint8_t switches15; /* 15 */
 } HalGlobal;
 
 extern HalGlobal gHal;

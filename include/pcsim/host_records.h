@@ -9,30 +9,29 @@
 
 PCSIM_BEGIN_DECLS
 
-/* Port instance: the 32-bit name of a port. Bits 24 to 31 are the type, 16 to 23 the slot, 0 to 15
- * the port. */
+/* The types of a port instance (base.h). */
 #define HAL_PORT_TYPE_FRONT_PANEL 0u
 #define HAL_PORT_TYPE_TRUNK 1u
 #define HAL_PORT_TYPE_MANAGEMENT 2u
 
 /* A hardware handle: an opaque 4-byte block that the library allocates on create and frees on the
  * matching delete. The HAL keeps the pointer. */
-typedef uint32_t HalHwHandle;
+typedef PCSIM_IS(platform) uint32_t HalHwHandle;
 
-typedef struct HalVlanIf {
+typedef struct PCSIM_IS(host) HalVlanIf {
     HalHwHandle** hwHandle; /* 0: where the HAL keeps the VLAN's hardware handle */
     uint8_t reserved4[8];
-    uint32_t instance; /* 12: VLAN instance number */
+    HalVlanInstance instance; /* 12 */
     uint8_t reserved16[116];
-    uint16_t vlanId; /* 132 */
+    PCSIM_IS(vlan) uint16_t vlanId; /* 132 */
     uint8_t reserved134[2];
 } HalVlanIf;
 
-typedef struct HalPif {
+typedef struct PCSIM_IS(host) HalPif {
     uint8_t reserved0[16];
-    uint32_t instance; /* 16: the pif's own port instance */
+    HalPortInstance instance; /* 16: the pif's own */
     uint8_t reserved20[20];
-    uint32_t trunkInstance; /* 40: port instance of its trunk; type 1 when it is a member of one */
+    HalPortInstance trunkInstance; /* 40: of its trunk; type 1 when it is a member of one */
     uint8_t reserved44[20];
     uint16_t slot; /* 64 */
     uint16_t port; /* 66 */
@@ -45,33 +44,33 @@ typedef struct HalPif {
 /* Bits of HalVpif.state that hold the forwarding state. */
 #define HAL_VPIF_FORWARDING_STATE 0xFFFFu
 
-typedef struct HalVpif {
+typedef struct PCSIM_IS(host) HalVpif {
     uint8_t reserved0[36];
     HalPif* pif; /* 36 */
     uint8_t reserved40[16];
     HalVlanIf* vlanIf; /* 56 */
     uint8_t reserved60[16];
-    uint32_t state; /* 76 */
+    PCSIM_IS(hex) uint32_t state; /* 76 */
     uint8_t reserved80[12];
-    uint32_t flags; /* 92 */
+    PCSIM_IS(hex) uint32_t flags; /* 92 */
     uint8_t reserved96[8];
     HalHwHandle** hwHandle; /* 104: where the HAL keeps the vpif's hardware handle */
 } HalVpif;
 
 /* Stores the record of a VLAN instance in '*record', null when there is none. */
-void getVlanIfByInstance(uint32_t instance, HalVlanIf** record);
+void getVlanIfByInstance(HalVlanInstance instance, PCSIM_IS(out, kept) HalVlanIf** record);
 
 /* Stores the record of a port instance in '*record', null when there is none. */
-void getPifByPortInstance(uint32_t portInstance, HalPif** record);
+void getPifByPortInstance(HalPortInstance portInstance, PCSIM_IS(out, kept) HalPif** record);
 
 /* Stores the record of a port in '*record', null when there is none. */
-void getPifBySlotPort(uint32_t slot, uint32_t port, HalPif** record);
+void getPifBySlotPort(uint32_t slot, uint32_t port, PCSIM_IS(out, kept) HalPif** record);
 
 /* The HAL's first pif in its own order, null when there is none. */
 HalPif* getFirstPif(void);
 
 /* The pif after the one with 'portInstance', null at the end. */
-HalPif* getNextPif(uint32_t portInstance);
+HalPif* getNextPif(HalPortInstance portInstance);
 
 PCSIM_END_DECLS
 

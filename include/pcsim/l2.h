@@ -34,32 +34,32 @@ PCSIM_BEGIN_DECLS
 #define HAL_FDB_OUT_OF_MEMORY (-33)
 
 /* One entry of the table. Entry i of the table is entry i & 7 of bucket i >> 3. */
-typedef struct HalFdbEntry {
-    uint32_t handle;             /* 0: the HAL's handle, non-zero while in use */
-    uint32_t vlanInstance;       /* 4 */
-    uint32_t valueA;             /* 8: the HAL's, returned unchanged */
-    uint32_t valueB;             /* 12: the HAL's, returned unchanged */
-    uint32_t port;               /* 16 */
-    uint8_t mac[HAL_MAC_LENGTH]; /* 20 */
-    uint8_t inUse;               /* 26: 1 in use, 0 free */
-    uint8_t reserved27;          /* 27: zero */
+typedef struct PCSIM_IS(platform) HalFdbEntry {
+    uint32_t handle;                           /* 0: the HAL's handle, non-zero while in use */
+    HalVlanInstance vlanInstance;              /* 4 */
+    uint32_t valueA;                           /* 8: the HAL's, returned unchanged */
+    uint32_t valueB;                           /* 12: the HAL's, returned unchanged */
+    HalPortInstance port;                      /* 16 */
+    PCSIM_IS(mac) uint8_t mac[HAL_MAC_LENGTH]; /* 20 */
+    uint8_t inUse;                             /* 26: 1 in use, 0 free */
+    uint8_t reserved27;                        /* 27: zero */
 } HalFdbEntry;
 
 /* What an entry is found by. A record of the HAL begins with one. 10 bytes are read. */
 typedef struct HalFdbKey {
-    uint32_t vlanInstance;       /* 0 */
-    uint8_t mac[HAL_MAC_LENGTH]; /* 4 */
+    HalVlanInstance vlanInstance;              /* 0 */
+    PCSIM_IS(mac) uint8_t mac[HAL_MAC_LENGTH]; /* 4 */
 } HalFdbKey;
 
 /* The HAL's record of one address, as far as the platform knows it. */
 typedef struct HalFdbRecord {
-    uint32_t vlanInstance;       /* 0 */
-    uint8_t mac[HAL_MAC_LENGTH]; /* 4 */
+    HalVlanInstance vlanInstance;              /* 0 */
+    PCSIM_IS(mac) uint8_t mac[HAL_MAC_LENGTH]; /* 4 */
     uint8_t reserved10[18];
     uint32_t valueA; /* 28 */
     uint32_t valueB; /* 32 */
     uint8_t reserved36[4];
-    uint32_t port; /* 40 */
+    HalPortInstance port; /* 40 */
 } HalFdbRecord;
 
 /* Bit of HalProtocolFilter.flags148: frames of the protocol are tagged. */
@@ -68,7 +68,7 @@ typedef struct HalFdbRecord {
 /* The HAL's record of a protocol filter on a port, as far as the platform reads it. */
 typedef struct HalProtocolFilter {
     uint8_t reserved0[148];
-    uint8_t flags148; /* 148 */
+    PCSIM_IS(hex) uint8_t flags148; /* 148 */
 } HalProtocolFilter;
 
 /* --- Forwarding database: family operations --------------------------------------------------- */
@@ -77,7 +77,7 @@ typedef struct HalProtocolFilter {
  * Called once, when the family comes up; a second call without a clean-up makes another table and
  * frees nothing. 0; HAL_FDB_OUT_OF_MEMORY leaves pcSimFdbTable null and '*table' as it was.
  * Live. */
-typedef int32_t HalFdbInitFn(HalFdbEntry** table);
+typedef int32_t HalFdbInitFn(PCSIM_IS(out) HalFdbEntry** table);
 
 /* Frees the table. pcSimFdbTable keeps its old value, so no operation on the table may follow but
  * another init. 0. Live. */
@@ -86,7 +86,9 @@ typedef int32_t HalFdbCleanupFn(void);
 /* Stores the handle of the entry in use that holds 'mac' (6 bytes) in the VLAN of 'vlanIf' in
  * '*handle'. 0; -1 when there is none, HAL_FDB_NOT_INITIALISED before the init, and then '*handle'
  * stays as it was. An entry in use with handle 0 that the search meets stops the process. Live. */
-typedef int32_t HalFdbMacLookupFn(uint32_t* handle, const uint8_t* mac, const HalVlanIf* vlanIf);
+typedef int32_t HalFdbMacLookupFn(PCSIM_IS(out) uint32_t* handle,
+                                  PCSIM_IS(mac, elements 6) const uint8_t* mac,
+                                  const HalVlanIf* vlanIf);
 
 /* Finds the slot for 'key', in this order: the entry that holds it already, with its handle in
  * '*handle'; the bucket's first free entry, with 0; a random one of the bucket's 8, with the handle
@@ -95,7 +97,8 @@ typedef int32_t HalFdbMacLookupFn(uint32_t* handle, const uint8_t* mac, const Ha
  * the instance, else HAL_FDB_NOT_INITIALISED before the init, and then nothing is stored. An entry
  * in use with handle 0 that the search meets stops the process. Live but for the entry that a full
  * bucket gives away, which is simulated. */
-typedef int32_t HalFdbAllocEntryFn(uint32_t* handle, HalFdbEntry** slot, const HalFdbKey* key);
+typedef int32_t HalFdbAllocEntryFn(PCSIM_IS(out) uint32_t* handle, PCSIM_IS(out) HalFdbEntry** slot,
+                                   const HalFdbKey* key);
 
 /* Frees 'slot' by zeroing its 28 bytes. 0; -1 when it is null. Not checked to lie in the table.
  * Live. */
@@ -103,20 +106,22 @@ typedef int32_t HalFdbDeleteEntryFn(HalFdbEntry* slot);
 
 /* Fills 'slot' from 'record' and marks it in use under 'handle' (non-zero). 'ignored' may be null.
  * 0; -1 when 'slot' or 'record' is null or 'handle' is 0, and then nothing is written. Live. */
-typedef int32_t HalFdbAddEntryFn(void* ignored, uint32_t handle, HalFdbEntry* slot,
-                                 const HalFdbRecord* record);
+typedef int32_t HalFdbAddEntryFn(PCSIM_IS(ignored) void* ignored, uint32_t handle,
+                                 HalFdbEntry* slot, const HalFdbRecord* record);
 
 /* Copies VLAN instance, values A and B and address of '*slot' to 'record'; the port is not copied
  * and the rest of the record stays. 0; -1 when a pointer is null. Live. */
-typedef int32_t HalFdbReadEntryFn(HalFdbEntry* const* slot, HalFdbRecord* record);
+typedef int32_t HalFdbReadEntryFn(HalFdbEntry* const* slot, PCSIM_IS(out) HalFdbRecord* record);
 
 /* Acknowledges a flush: removes nothing, and has 'callback' run as a task (delay 100, in the unit
  * of halScheduleTask, which is the host's) with the two arguments and two zeros. The first callback
  * stays registered for the life of the library; another one is refused with a message on standard
  * output, and the task is scheduled for the first. 1; 0 when 'callback' is null. The first two
  * parameters are not used. Simulated. */
-typedef int32_t HalFdbFlushFn(uint32_t unused1, uint32_t unused2, HalCompletionFn* callback,
-                              uint32_t argument1, uint32_t argument2);
+typedef int32_t HalFdbFlushFn(PCSIM_IS(ignored) uint32_t unused1,
+                              PCSIM_IS(ignored) uint32_t unused2,
+                              PCSIM_IS(kept) HalCompletionFn* callback, uint32_t argument1,
+                              uint32_t argument2);
 
 /* Prints every entry in use, in table order, and their number. 0. Live. */
 typedef int32_t HalFdbDumpFn(const pcSimDumpSink* sink);
@@ -146,9 +151,9 @@ typedef HalStubFn HalCardMacFdbCheckMacRefreshFn;
 
 /* Makes a hardware handle for the record and stores it in '*handle', null when there is no memory.
  * A vlanIf's handle reads 1, the others 0. Traced. 0. Simulated. */
-typedef int32_t HalVlanIfCreateFn(const HalVlanIf* vlanIf, HalHwHandle** handle);
-typedef int32_t HalCardPifCreateFn(const HalPif* pif, HalHwHandle** handle);
-typedef int32_t HalVpifCreateFn(const HalVpif* vpif, HalHwHandle** handle);
+typedef int32_t HalVlanIfCreateFn(const HalVlanIf* vlanIf, PCSIM_IS(out) HalHwHandle** handle);
+typedef int32_t HalCardPifCreateFn(const HalPif* pif, PCSIM_IS(out) HalHwHandle** handle);
+typedef int32_t HalVpifCreateFn(const HalVpif* vpif, PCSIM_IS(out) HalHwHandle** handle);
 
 /* Frees '*handle' and sets it to null; a null one is left alone. A handle other than the one the
  * record holds is reported on standard output, and is freed all the same. The recorded handle is
@@ -168,11 +173,13 @@ typedef int32_t HalCardSyncVlanAddPortFn(const HalVpif* vpif);
 typedef int32_t HalCardVlanDeletePortFn(const HalVpif* vpif);
 
 /* Switches an option of a VLAN; 'enable' is zero or not. Traced. 0. Accepted and ignored. */
-typedef int32_t HalVlanOptionEnableFn(const HalVlanIf* vlanIf, int32_t option, int32_t enable);
+typedef int32_t HalVlanOptionEnableFn(const HalVlanIf* vlanIf, int32_t option,
+                                      PCSIM_IS(flag) int32_t enable);
 
 /* Adds ('add' non-zero) or deletes a protocol filter of a port. Traced. 0. Accepted and ignored. */
 typedef int32_t HalCardVpifCfgProtocolFn(const HalPif* pif, const HalProtocolFilter* filter,
-                                         uint16_t protocolType, uint16_t value, int32_t add);
+                                         PCSIM_IS(hex) uint16_t protocolType, uint16_t value,
+                                         PCSIM_IS(flag) int32_t add);
 
 /* Accepted and ignored. */
 typedef HalStubFn HalCardVlanDeferUpdateStartFn;
@@ -209,7 +216,7 @@ extern PCSIM_API HalFdbEntry* pcSimFdbTable;
 
 /* CRC-16/ARC of the 6 bytes at 'mac'. XORed with the VLAN id it is the number of a bucket.
  * Constant. */
-typedef uint32_t HalFdbHashFn(const uint8_t* mac);
+typedef uint32_t HalFdbHashFn(PCSIM_IS(mac, elements 6) const uint8_t* mac);
 
 /* The task that a flush schedules: runs the registered callback with the two arguments and two
  * zeros and returns its result, 0 when there is none. Simulated. Thread: the HAL's task context. */

@@ -26,64 +26,66 @@ PCSIM_BEGIN_DECLS
 /* An address of either family, in network byte order. An IPv4 address fills the first word, the
  * others are 0. */
 typedef union HalIpAddress {
-    uint8_t bytes[16];
-    uint32_t words[4];
+    PCSIM_IS(ipv6) uint8_t bytes[16];
+    PCSIM_IS(hex) uint32_t words[4];
 } HalIpAddress;
 
 #define HAL_IP_FAMILY_IPV4 2u
 
 /* One adjacency. The first 28 bytes are its key. */
 typedef struct pcSimIpAdjRec {
-    uint32_t vrId;
+    HalVirtualRouter vrId;
     uint32_t family; /* 4: HAL_IP_FAMILY_IPV4; the table keeps no other */
-    HalIpAddress ipAddr;
-    uint32_t vlan;
-    uint8_t reserved28[2]; /* 28: carried */
-    uint8_t mac[6];
-    uint32_t port;          /* 36: port instance; 0: not resolved, or removed */
-    uint8_t reserved40[24]; /* 40: carried */
+    PCSIM_IS(address of family) HalIpAddress ipAddr;
+    PCSIM_IS(vlan) uint32_t vlan;
+    PCSIM_IS(carried) uint8_t reserved28[2]; /* 28 */
+    PCSIM_IS(mac) uint8_t mac[6];
+    HalPortInstance port;                     /* 36: 0: not resolved, or removed */
+    PCSIM_IS(carried) uint8_t reserved40[24]; /* 40 */
 } pcSimIpAdjRec;
 
 typedef struct pcSimIPv4FibSlot {
     uint32_t reserved0;
-    uint32_t gateway;
-    uint32_t vlan;
+    HalIpv4Address gateway;
+    PCSIM_IS(vlan) uint32_t vlan;
     uint32_t reserved12;
 } pcSimIPv4FibSlot;
 
 typedef struct pcSimIPv4FibReq {
-    uint32_t vrId;
-    uint32_t prefix;
-    uint32_t mask; /* 8: any bit mask */
+    HalVirtualRouter vrId;
+    HalIpv4Address prefix;
+    HalIpv4Mask mask; /* 8: any bit mask */
     int32_t count; /* 12: number of slots that follow; what 0 and less mean is each operation's */
-    pcSimIPv4FibSlot slots[]; /* 16: a flush reads the VLAN of the first, whatever 'count' says */
+    /* 16: a flush reads the VLAN of the first, whatever 'count' says */
+    PCSIM_IS(count count) pcSimIPv4FibSlot slots[];
 } pcSimIPv4FibReq;
 
 typedef struct pcSimIPv6FibSlot {
-    HalIpAddress gateway;
-    uint32_t vlan;
+    PCSIM_IS(ipv6) HalIpAddress gateway;
+    PCSIM_IS(vlan) uint32_t vlan;
     uint8_t reserved20[8];
 } pcSimIPv6FibSlot;
 
 typedef struct pcSimIPv6FibReq {
-    uint32_t vrId;
-    HalIpAddress prefix;
+    HalVirtualRouter vrId;
+    PCSIM_IS(ipv6) HalIpAddress prefix;
     uint8_t maskLen; /* 20: prefix length in bits */
     uint8_t count;   /* 21: number of slots that follow */
     uint8_t reserved22[2];
-    pcSimIPv6FibSlot slots[]; /* 24: a flush reads the VLAN of the first, whatever 'count' says */
+    /* 24: a flush reads the VLAN of the first, whatever 'count' says */
+    PCSIM_IS(count count) pcSimIPv6FibSlot slots[];
 } pcSimIPv6FibReq;
 
 /* --- Nodes of the tables ---------------------------------------------------------------------- */
 
 /* A place in a circular doubly linked list; alone, it points at itself. */
-typedef struct pcSimFibLinks {
+typedef struct PCSIM_IS(platform) pcSimFibLinks {
     struct pcSimFibLinks* next;
     struct pcSimFibLinks* previous;
 } pcSimFibLinks;
 
 /* One adjacency of the table. */
-typedef struct pcSimIpAdjEntry {
+typedef struct PCSIM_IS(platform) pcSimIpAdjEntry {
     HalTreeNode node;
     uint32_t refCount;      /* 16: attached next hops */
     pcSimFibLinks nextHops; /* 20: their list, in the order they were attached */
@@ -94,39 +96,39 @@ struct pcSimIPv4FibRoute;
 struct pcSimIPv6FibRoute;
 
 /* One next hop of an IPv4 route. */
-typedef struct pcSimFibNextHop {
+typedef struct PCSIM_IS(platform) pcSimFibNextHop {
     pcSimFibLinks links;          /* 0: its place in the adjacency's list */
     struct pcSimFibNextHop* next; /* 8: the next older one of the route */
-    uint32_t gateway;
-    uint32_t vlan;
+    HalIpv4Address gateway;
+    PCSIM_IS(vlan) uint32_t vlan;
     struct pcSimIPv4FibRoute* route;
     pcSimIpAdjEntry* adjacency; /* 24: null until attached, kept when detached */
 } pcSimFibNextHop;
 
 /* One next hop of an IPv6 route: the same shape around a longer gateway. */
-typedef struct pcSimIPv6FibNextHop {
+typedef struct PCSIM_IS(platform) pcSimIPv6FibNextHop {
     pcSimFibLinks links;              /* 0: always alone */
     struct pcSimIPv6FibNextHop* next; /* 8 */
-    HalIpAddress gateway;
-    uint32_t vlan;
+    PCSIM_IS(ipv6) HalIpAddress gateway;
+    PCSIM_IS(vlan) uint32_t vlan;
     struct pcSimIPv6FibRoute* route;
     pcSimIpAdjEntry* adjacency; /* 36: always null */
 } pcSimIPv6FibNextHop;
 
 /* One IPv4 route; vrId, prefix and mask are its key. */
-typedef struct pcSimIPv4FibRoute {
+typedef struct PCSIM_IS(platform) pcSimIPv4FibRoute {
     HalTreeNode node;
-    uint32_t vrId;
-    uint32_t prefix;
-    uint32_t mask;
+    HalVirtualRouter vrId;
+    HalIpv4Address prefix;
+    HalIpv4Mask mask;
     pcSimFibNextHop* nextHops; /* 28: the newest one, null when there is none */
 } pcSimIPv4FibRoute;
 
 /* One IPv6 route; vrId, prefix and maskLen are its key. */
-typedef struct pcSimIPv6FibRoute {
+typedef struct PCSIM_IS(platform) pcSimIPv6FibRoute {
     HalTreeNode node;
-    uint32_t vrId;
-    HalIpAddress prefix;
+    HalVirtualRouter vrId;
+    PCSIM_IS(ipv6) HalIpAddress prefix;
     uint32_t maskLen;
     pcSimIPv6FibNextHop* nextHops; /* 40: the newest one, null when there is none */
 } pcSimIPv6FibRoute;
@@ -171,7 +173,7 @@ typedef int32_t HalIPv4FibReplaceEntryFn(const pcSimIPv4FibReq* request);
 /* Removes the next hops of 'filter's VR whose gateway agrees with 'prefix' in the bits of 'mask'
  * and whose VLAN is that of the first slot (0: any), and then the VR's routes without next hops. 0.
  * Live. */
-typedef uint32_t HalIPv4FibFlushFn(const pcSimIPv4FibReq* filter);
+typedef uint32_t HalIPv4FibFlushFn(PCSIM_IS(at least 1) const pcSimIPv4FibReq* filter);
 
 /* Lists the routes, by VR, longest mask first, then by address, to 'sink', to standard output when
  * it is null. 0. Live. */
@@ -185,7 +187,7 @@ typedef int32_t HalIPv6FibReplaceEntryFn(const pcSimIPv6FibReq* request);
 
 /* As that of IPv4. Gateways agree with 'prefix' in the first 'maskLen' bits; more than 128 mean all
  * of them. Live. */
-typedef uint32_t HalIPv6FibFlushFn(const pcSimIPv6FibReq* filter);
+typedef uint32_t HalIPv6FibFlushFn(PCSIM_IS(at least 1) const pcSimIPv6FibReq* filter);
 
 /* Lists the routes, by VR, longest prefix first, then by address, to 'sink', to standard output
  * when it is null. 0. Live. */
@@ -202,8 +204,9 @@ extern PCSIM_API HalTreeRoot gIPv6FibTable;
 
 /* The adjacency of (vrId, IPv4 address 'ip', vlan). With 'create' one that isn't there is made as a
  * placeholder without MAC address and port. Null when there is none, or no memory for it. Live. */
-typedef pcSimIpAdjEntry* HalIpAdjLookupFn(uint32_t vrId, uint32_t ip, uint32_t vlan,
-                                          uint8_t create);
+typedef pcSimIpAdjEntry* HalIpAdjLookupFn(HalVirtualRouter vrId, HalIpv4Address ip,
+                                          PCSIM_IS(vlan) uint32_t vlan,
+                                          PCSIM_IS(flag) uint8_t create);
 
 /* Frees 'entry' unless it is referenced or has a port. Live. */
 typedef void HalIpAdjFreeFn(pcSimIpAdjEntry* entry);
@@ -231,9 +234,12 @@ typedef HalTreeCompareFn HalIPv6FibEntryCmpFuncFn;
 typedef void HalDumpSimEntryFn(const pcSimDumpSink* sink, const pcSimIPv4FibRoute* route);
 
 /* The route of that key, or null. An IPv6 prefix is four words as they lie in memory. Live. */
-typedef pcSimIPv4FibRoute* HalIPv4FibFindFn(uint32_t vrId, uint32_t prefix, uint32_t mask);
-typedef pcSimIPv6FibRoute* HalIPv6FibFindFn(uint32_t vrId, uint32_t prefix0, uint32_t prefix1,
-                                            uint32_t prefix2, uint32_t prefix3, uint32_t maskLen);
+typedef pcSimIPv4FibRoute* HalIPv4FibFindFn(HalVirtualRouter vrId, HalIpv4Address prefix,
+                                            HalIpv4Mask mask);
+typedef pcSimIPv6FibRoute* HalIPv6FibFindFn(HalVirtualRouter vrId, PCSIM_IS(hex) uint32_t prefix0,
+                                            PCSIM_IS(hex) uint32_t prefix1,
+                                            PCSIM_IS(hex) uint32_t prefix2,
+                                            PCSIM_IS(hex) uint32_t prefix3, uint32_t maskLen);
 
 /* A zero-filled route that is in no table yet and is the caller's; null when there is no memory.
  * Simulated. */
@@ -241,19 +247,22 @@ typedef pcSimIPv4FibRoute* HalIPv4FibRouteAllocFn(void);
 typedef pcSimIPv6FibRoute* HalIPv6FibRouteAllocFn(void);
 
 /* The host route (mask 255.255.255.255, length 128) of an address, or null. Live. */
-typedef pcSimIPv4FibRoute* HalIPv4FibDirectRtLookupFn(uint32_t vrId, uint32_t address);
-typedef pcSimIPv6FibRoute* HalIPv6FibDirectRtLookupFn(uint32_t vrId, uint32_t address0,
-                                                      uint32_t address1, uint32_t address2,
-                                                      uint32_t address3);
+typedef pcSimIPv4FibRoute* HalIPv4FibDirectRtLookupFn(HalVirtualRouter vrId,
+                                                      HalIpv4Address address);
+typedef pcSimIPv6FibRoute* HalIPv6FibDirectRtLookupFn(HalVirtualRouter vrId,
+                                                      PCSIM_IS(hex) uint32_t address0,
+                                                      PCSIM_IS(hex) uint32_t address1,
+                                                      PCSIM_IS(hex) uint32_t address2,
+                                                      PCSIM_IS(hex) uint32_t address3);
 
 /* Makes a host route with one next hop, the address itself on 'vlan', which the caller attaches
  * (IPv6 ones are attached to nothing). Null when there is no memory or the tree refuses the route,
  * and then nothing has changed. Live. */
-typedef pcSimIPv4FibRoute* HalIPv4FibDirectRtCreateFn(uint32_t vrId, uint32_t address,
-                                                      uint32_t vlan);
-typedef pcSimIPv6FibRoute* HalIPv6FibDirectRtCreateFn(uint32_t vrId, uint32_t address0,
-                                                      uint32_t address1, uint32_t address2,
-                                                      uint32_t address3, uint32_t vlan);
+typedef pcSimIPv4FibRoute* HalIPv4FibDirectRtCreateFn(HalVirtualRouter vrId, HalIpv4Address address,
+                                                      PCSIM_IS(vlan) uint32_t vlan);
+typedef pcSimIPv6FibRoute* HalIPv6FibDirectRtCreateFn(
+    HalVirtualRouter vrId, PCSIM_IS(hex) uint32_t address0, PCSIM_IS(hex) uint32_t address1,
+    PCSIM_IS(hex) uint32_t address2, PCSIM_IS(hex) uint32_t address3, PCSIM_IS(vlan) uint32_t vlan);
 
 /* Frees 'route' and the first of its next hops, which the caller has detached. Live. */
 typedef void HalIPv4FibDirectRtFreeFn(pcSimIPv4FibRoute* route);

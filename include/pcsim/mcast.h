@@ -16,34 +16,34 @@ PCSIM_BEGIN_DECLS
 
 /* Which cache a request is about. 0 stands for "any" where an operation takes a pattern. */
 typedef struct HalMcastKey {
-    uint32_t vr;           /* 0: virtual router, below what dmGetMaxVr() was at set-up */
-    uint32_t incomingVlan; /* 4: VLAN instance that the packets arrive on */
+    HalVirtualRouter vr;          /* 0: virtual router, below what dmGetMaxVr() was at set-up */
+    HalVlanInstance incomingVlan; /* 4: that the packets arrive on */
     uint32_t reserved8;
-    uint32_t group;  /* 12: network byte order */
-    uint32_t source; /* 16: network byte order */
+    HalIpv4Address group;  /* 12 */
+    HalIpv4Address source; /* 16 */
 } HalMcastKey;
 
 /* One outgoing VLAN and port. */
 typedef struct HalMcastOutgoing {
-    uint32_t vlanInstance; /* 0 */
-    uint16_t port;         /* 4: with 'slot' the port key, slot << 16 | port */
-    uint16_t slot;         /* 6 */
-    uint32_t portWord;     /* 8: the HAL's; bits 12 to 31 are stored with the port */
-    uint32_t vlanWord;     /* 12: the HAL's; the last one given is stored with the VLAN */
+    HalVlanInstance vlanInstance;    /* 0 */
+    uint16_t port;                   /* 4: with 'slot' the port key, slot << 16 | port */
+    uint16_t slot;                   /* 6 */
+    PCSIM_IS(hex) uint32_t portWord; /* 8: the HAL's; bits 12 to 31 are stored with the port */
+    PCSIM_IS(hex) uint32_t vlanWord; /* 12: the HAL's; the last one given is stored with the VLAN */
 } HalMcastOutgoing;
 
 typedef struct HalMcastRequest {
     HalMcastKey key; /* 0 */
     uint32_t reserved20[2];
-    int32_t outgoingCount;       /* 28: a count below 1 means none */
-    HalMcastOutgoing outgoing[]; /* 32: 'outgoingCount' of them */
+    int32_t outgoingCount;                                     /* 28: a count below 1 means none */
+    PCSIM_IS(count outgoingCount) HalMcastOutgoing outgoing[]; /* 32 */
 } HalMcastRequest;
 
 /* A question for a cache's counters, and its answer. */
 typedef struct HalMcastStats {
-    HalMcastKey key;    /* 0 */
-    uint32_t second[2]; /* 20: the cache's second pair of counters */
-    uint32_t first[2];  /* 28: the cache's first pair */
+    HalMcastKey key;                  /* 0 */
+    PCSIM_IS(out) uint32_t second[2]; /* 20: the cache's second pair of counters */
+    PCSIM_IS(out) uint32_t first[2];  /* 28: the cache's first pair */
 } HalMcastStats;
 
 /* Adds a cache, or extends the one that 'key' names, by the outgoing ports, in order. A source of 0
@@ -104,7 +104,8 @@ typedef int32_t HalIPv4McDbInitFn(void);
 /* Stores the cache that 'key' names in '*cache', null when there is none. Without an incoming VLAN
  * the source alone is looked for, and may be missed. 0; -1 when not found or the source is 0.
  * Live. */
-typedef int32_t HalIpv4McHwCacheFindFn(const HalMcastKey* key, HalMcastCacheNode** cache);
+typedef int32_t HalIpv4McHwCacheFindFn(const HalMcastKey* key,
+                                       PCSIM_IS(out) HalMcastCacheNode** cache);
 
 /* Deletes every cache, one VLAN after the other. 0; -1 when pcSimHalIpv4McHwVlanDel, which it calls
  * by name, returns anything but 0. Live. */
@@ -116,19 +117,20 @@ typedef int32_t HalIpv4McHwCacheOifDelFn(const HalMcastRequest* request);
 
 /* A VLAN goes away: takes it out of every cache, and deletes the caches that it was the incoming
  * VLAN of. Called before the host frees the VLAN's record. Always 0. Live. */
-typedef int32_t HalIpv4McHwVlanDelFn(uint32_t vlanInstance);
+typedef int32_t HalIpv4McHwVlanDelFn(HalVlanInstance vlanInstance);
 
 /* A port ('portKey': slot << 16 | port), or one VLAN on a port, goes away: takes it out of every
  * cache. Called before the host frees the port's record. Always 0. Live. */
-typedef int32_t HalIpv4McHwPifDelFn(uint32_t portKey);
-typedef int32_t HalIpv4McHwVpifDelFn(uint32_t vlanInstance, uint32_t portKey);
+typedef int32_t HalIpv4McHwPifDelFn(PCSIM_IS(port key) uint32_t portKey);
+typedef int32_t HalIpv4McHwVpifDelFn(HalVlanInstance vlanInstance,
+                                     PCSIM_IS(port key) uint32_t portKey);
 
 /* Lists one cache to 'sink', to standard output when it is null. Always 0. Live. */
 typedef int32_t HalDumpCacheNodeFn(const pcSimDumpSink* sink, HalMcastCacheNode* cache);
 
 /* Dotted text of an address in network byte order, in one of five buffers of the library: five
  * results stay valid at once. Constant. */
-typedef char* HalHmcNtoaFn(uint32_t address);
+typedef PCSIM_IS(text) char* HalHmcNtoaFn(HalIpv4Address address);
 
 /* What ptagInit (a cache has been made), ptagRelease (one is being deleted), asicAddPort (a port
  * has been added to a cache) and asicDelPort (a port has been taken from its VLAN on the port) are.
@@ -139,10 +141,11 @@ typedef void HalMcastHookFn(void);
 /* The node of a VLAN, of a VLAN in a cache, of a port, of a VLAN on a port: the one that is there,
  * else a new one. Null when the host has no record for the VLAN or port, or its tree refuses the
  * node. The process stops when memory runs out. Live. */
-typedef HalMcastVlanNode* HalGetVlanNodeFn(uint32_t vlanInstance);
-typedef HalMcastCacheIf* HalGetCacheIfFn(HalMcastCacheNode* cache, uint32_t vlanInstance);
-typedef HalMcastPortNode* HalGetPortNodeFn(uint32_t portKey);
-typedef HalMcastVpifNode* HalGetVpifNodeFn(HalMcastPortNode* portNode, uint32_t vlanInstance);
+typedef HalMcastVlanNode* HalGetVlanNodeFn(HalVlanInstance vlanInstance);
+typedef HalMcastCacheIf* HalGetCacheIfFn(HalMcastCacheNode* cache, HalVlanInstance vlanInstance);
+typedef HalMcastPortNode* HalGetPortNodeFn(PCSIM_IS(port key) uint32_t portKey);
+typedef HalMcastVpifNode* HalGetVpifNodeFn(HalMcastPortNode* portNode,
+                                           HalVlanInstance vlanInstance);
 
 /* Adds the outgoing port to the cache. 0, also when it is there already; -1 when one of the nodes
  * above can't be had or a tree refuses the port: what has been made stays. Live. */

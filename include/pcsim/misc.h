@@ -44,12 +44,15 @@ typedef struct HalSampleCounters {
 typedef int32_t HalAllocSampleBinFn(void);
 
 /* Print a line that names 'port' (not null); nothing is remembered. Accepted and ignored. */
-typedef int32_t HalSFLOWAddPortsForSampleFn(uint32_t ignored, const HalSamplePort* port);
-typedef int32_t HalSFLOWDelPortsForSampleFn(uint32_t ignored, const HalSamplePort* port);
+typedef int32_t HalSFLOWAddPortsForSampleFn(PCSIM_IS(ignored) uint32_t ignored,
+                                            const HalSamplePort* port);
+typedef int32_t HalSFLOWDelPortsForSampleFn(PCSIM_IS(ignored) uint32_t ignored,
+                                            const HalSamplePort* port);
 
 /* Advances the counters, fills 'record' (not null) with them and prints a line. 'port' is not
  * used. Simulated. */
-typedef int32_t HalSFLOWGetCntSampleOnPortFn(uint32_t port, HalSampleCounters* record);
+typedef int32_t HalSFLOWGetCntSampleOnPortFn(PCSIM_IS(port key) uint32_t port,
+                                             PCSIM_IS(out) HalSampleCounters* record);
 
 /* --- Power over Ethernet ---------------------------------------------------------------------- */
 
@@ -120,9 +123,9 @@ typedef int32_t HalCardPoeSNMPGetSlotInfoFn(uint32_t slot);
 
 /* Queries about a port. The reply is sent before they return. 'port' is a port instance: bits 16 to
  * 23 are the slot, the low 16 bits the port; the rest is ignored. Constant. */
-typedef int32_t HalCardPoeSNMPGetPortInfoFn(uint32_t port);
-typedef int32_t HalCardPoePortInfoFn(uint32_t port);
-typedef int32_t HalCardPoeGetPortDetailsFn(uint32_t port, uint32_t value);
+typedef int32_t HalCardPoeSNMPGetPortInfoFn(HalPortInstance port);
+typedef int32_t HalCardPoePortInfoFn(HalPortInstance port);
+typedef int32_t HalCardPoeGetPortDetailsFn(HalPortInstance port, uint32_t value);
 
 /* Settings. Accepted and ignored. */
 typedef HalStubFn HalCardPoeSlotEnableFn;

@@ -32,12 +32,12 @@ PCSIM_BEGIN_DECLS
 
 /* What the HAL asks of a port's auto-negotiation. Owned by the caller, read during the call. */
 typedef struct HalPortAutoNeg {
-    uint32_t word0;       /* 0: not read */
-    uint32_t on;          /* 4: auto-negotiation on (non-zero) or off */
-    uint32_t speed;       /* 8: HAL_PORT_SPEED_... */
-    uint32_t fullDuplex;  /* 12: non-zero for full */
-    uint32_t speedGiven;  /* 16: with auto-negotiation on, 'speed' counts */
-    uint32_t duplexGiven; /* 20: with auto-negotiation on, 'fullDuplex' counts */
+    PCSIM_IS(ignored) uint32_t word0;    /* 0: not read */
+    PCSIM_IS(flag) uint32_t on;          /* 4: auto-negotiation on (non-zero) or off */
+    uint32_t speed;                      /* 8: HAL_PORT_SPEED_... */
+    PCSIM_IS(flag) uint32_t fullDuplex;  /* 12: non-zero for full */
+    PCSIM_IS(flag) uint32_t speedGiven;  /* 16: with auto-negotiation on, 'speed' counts */
+    PCSIM_IS(flag) uint32_t duplexGiven; /* 20: with auto-negotiation on, 'fullDuplex' counts */
 } HalPortAutoNeg;
 
 /* Media of a port that may have two connectors. */
@@ -95,7 +95,7 @@ extern PCSIM_API int32_t skfd;
  * neither. */
 
 /* Whether 'portInstance' has been disabled: 1 or 0. Live. */
-typedef int32_t HalIsPortDisabledFn(uint32_t portInstance);
+typedef int32_t HalIsPortDisabledFn(HalPortInstance portInstance);
 
 /* The HAL is about to update, or has updated, the ports of 'slot'. Accepted and ignored. */
 typedef int32_t HalCardDeferUpdatePortStartFn(uint32_t slot, uint32_t syncNumber);
@@ -105,67 +105,74 @@ typedef int32_t HalCardDeferUpdatePortEndFn(uint32_t slot, uint32_t syncNumber);
  * its PHY, so that the far end sees the link come or go. The result does not tell how the PHY took
  * it. -1 for a slot or port outside the tables, and then nothing changes. 0 for other port types,
  * which are not touched. Live. */
-typedef int32_t HalCardPortEnableFn(uint32_t portInstance, uint32_t enable);
+typedef int32_t HalCardPortEnableFn(HalPortInstance portInstance, PCSIM_IS(flag) uint32_t enable);
 
 /* Jumbo frames of 'frameSize' bytes on (non-zero) or off. Accepted and ignored. */
-typedef int32_t HalCardPortEnableJumboFn(uint32_t portInstance, uint32_t enable,
-                                         uint32_t frameSize);
+typedef int32_t HalCardPortEnableJumboFn(HalPortInstance portInstance,
+                                         PCSIM_IS(flag) uint32_t enable, uint32_t frameSize);
 
 /* The wanted speed and duplex are traced and printed; the PHY keeps what it has. Accepted and
  * ignored. */
-typedef int32_t HalCardPortConfigAutoNegFn(uint32_t portInstance, const HalPortAutoNeg* config);
+typedef int32_t HalCardPortConfigAutoNegFn(HalPortInstance portInstance,
+                                           const HalPortAutoNeg* config);
 
 /* Resets the port's PHY, which then advertises its default abilities. -1 when the PHY can't be
  * reached. Live. */
-typedef int32_t HalCardPortRestartFn(uint32_t portInstance);
+typedef int32_t HalCardPortRestartFn(HalPortInstance portInstance);
 
 /* Makes the port's PHY advertise nothing and renegotiate, which keeps the link down until a
  * restart. -1 when the PHY can't be reached; remaining steps are skipped. Live. */
-typedef int32_t HalCardPortShutDownFn(uint32_t portInstance);
+typedef int32_t HalCardPortShutDownFn(HalPortInstance portInstance);
 
 /* 'mac', the 6-byte address of the router on this port, is printed. Accepted and ignored. */
-typedef int32_t HalCardPortSetRouterAddressFn(uint32_t portInstance, const uint8_t* mac);
+typedef int32_t HalCardPortSetRouterAddressFn(HalPortInstance portInstance,
+                                              PCSIM_IS(mac, elements 6) const uint8_t* mac);
 
 /* The HAL has seen the link of a front-panel port come up ('state' 1) or go down (0). Accepted and
  * ignored. */
-typedef int32_t HalCardPortLinkChangeFn(uint32_t portInstance, uint32_t state);
+typedef int32_t HalCardPortLinkChangeFn(HalPortInstance portInstance, uint32_t state);
 
 /* Receiver on (non-zero) or off. Accepted and ignored. */
-typedef int32_t HalCardPortEnableRcvFn(uint32_t portInstance, uint32_t enable);
+typedef int32_t HalCardPortEnableRcvFn(HalPortInstance portInstance,
+                                       PCSIM_IS(flag) uint32_t enable);
 
 /* The colour of the port's link LED. Accepted and ignored. */
-typedef int32_t HalCardPortSetLinkLEDFn(uint32_t portInstance, uint32_t color);
+typedef int32_t HalCardPortSetLinkLEDFn(HalPortInstance portInstance, uint32_t color);
 
 /* The HAL sets the spanning-tree state of a port in a group; the state is not stored. With a
  * 'callback', completion is reported by a task, with delay 50 (in the unit of halScheduleTask,
  * which is the host's), as callback(argument1, argument2, 0, 0), and the result is 1. The first
  * callback ever given is the one that runs; another one is refused with a printed line. Without a
  * callback the result is 0. Simulated. */
-typedef int32_t HalCardPortSetForwardingStateFn(uint32_t portInstance, uint32_t group,
-                                                uint32_t ignored1, uint32_t ignored2,
-                                                uint32_t ignored3, HalCompletionFn* callback,
+typedef int32_t HalCardPortSetForwardingStateFn(HalPortInstance portInstance, uint32_t group,
+                                                PCSIM_IS(ignored) uint32_t ignored1,
+                                                PCSIM_IS(ignored) uint32_t ignored2,
+                                                PCSIM_IS(ignored) uint32_t ignored3,
+                                                PCSIM_IS(kept) HalCompletionFn* callback,
                                                 uint32_t argument1, uint32_t argument2);
 
 /* Stores 3 (forwarding) in '*state', whatever has been set. Constant. */
-typedef int32_t HalCardPortGetForwardingStateFn(uint32_t portInstance, uint32_t ignored,
-                                                uint32_t* state);
+typedef int32_t HalCardPortGetForwardingStateFn(HalPortInstance portInstance,
+                                                PCSIM_IS(ignored) uint32_t ignored,
+                                                PCSIM_IS(out) uint32_t* state);
 
 /* The mirrored or forwarding state of a port whose card came back. Accepted and ignored. */
-typedef int32_t HalCardPortSyncSetMirroredStateFn(uint32_t portInstance);
-typedef int32_t HalCardPortSyncSetForwardingStateFn(uint32_t portInstance);
+typedef int32_t HalCardPortSyncSetMirroredStateFn(HalPortInstance portInstance);
+typedef int32_t HalCardPortSyncSetForwardingStateFn(HalPortInstance portInstance);
 
 /* The interrupt status of a port: 1. Constant. */
 typedef int32_t HalCardPortGetIntStatusFn(void);
 
 /* The VLAN that the port is to count for. Accepted and ignored. */
-typedef int32_t HalCardPortConfigVlanStatFn(uint32_t portInstance, uint32_t vlanId);
+typedef int32_t HalCardPortConfigVlanStatFn(HalPortInstance portInstance,
+                                            PCSIM_IS(vlan) uint32_t vlanId);
 
 /* The inter-packet gap. Accepted and ignored. */
-typedef int32_t HalCardPortConfigIPGFn(uint32_t portInstance, uint32_t gap);
+typedef int32_t HalCardPortConfigIPGFn(HalPortInstance portInstance, uint32_t gap);
 
 /* Primary 4, redundant 0. The values that the record held on entry show up in the trace. -1 for
  * trunks and the other logical port types, the record untouched. Constant. */
-typedef int32_t HalCardPortGetMediaTypeFn(uint32_t portInstance, HalPortMediaType* media);
+typedef int32_t HalCardPortGetMediaTypeFn(HalPortInstance portInstance, HalPortMediaType* media);
 
 /* The link of a front-panel port or of the management port, from the PHY of its interface:
  * '*link' 1 up, 0 down; '*duplex' 1 full, 0 half; '*speed' HAL_PORT_SPEED_10 or _100;
@@ -175,23 +182,27 @@ typedef int32_t HalCardPortGetMediaTypeFn(uint32_t portInstance, HalPortMediaTyp
  * can't be read and when both ends share no 10 or 100 Mbps ability; outputs not yet known stay as
  * they were ('*link' is 0 from the start and 1 once the PHY has said so).
  * The library's own poll asks once a second for the own slot's management port alone. Live. */
-typedef int32_t HalCardPortLinkInfoFn(uint32_t portInstance, uint32_t* link, uint32_t* duplex,
-                                      uint32_t* speed, uint32_t* flowControl, uint32_t* extra);
+typedef int32_t HalCardPortLinkInfoFn(HalPortInstance portInstance, PCSIM_IS(out) uint32_t* link,
+                                      PCSIM_IS(out) uint32_t* duplex, PCSIM_IS(out) uint32_t* speed,
+                                      PCSIM_IS(out) uint32_t* flowControl,
+                                      PCSIM_IS(out) uint32_t* extra);
 
 /* Reads the port's counters and stores in 'out' what they have grown since the baseline.
  * 0 with 'out' untouched while the link is down, for logical ports and for the management port of
  * another slot. -1, with a message, for a port outside the tables and when the kernel's table can't
  * be opened. Live. */
-typedef int32_t HalCardPortGetStatsFn(uint32_t portInstance, PortStatsRecord* out);
+typedef int32_t HalCardPortGetStatsFn(HalPortInstance portInstance,
+                                      PCSIM_IS(out) PortStatsRecord* out);
 
 /* The same, but the baseline first moves to the previous reading, so that 'out' has the growth
  * since the last statistics call of either kind. Live. */
-typedef int32_t HalCardPortGetStatsReadClearFn(uint32_t portInstance, PortStatsRecord* out);
+typedef int32_t HalCardPortGetStatsReadClearFn(HalPortInstance portInstance,
+                                               PCSIM_IS(out) PortStatsRecord* out);
 
 /* Makes the latest reading the baseline, transmit drops excepted; the kernel's table is not read.
  * Port 0 stands for ports 1 to 256 of the slot. 0 for logical ports; -1, with a message, outside
  * the tables. Live. */
-typedef int32_t HalCardPortZeroStatsFn(uint32_t portInstance);
+typedef int32_t HalCardPortZeroStatsFn(HalPortInstance portInstance);
 
 /* --- What serves the operations --------------------------------------------------------------- */
 
@@ -207,7 +218,8 @@ typedef HalTaskFn HalSetVpstCallbackFn;
 /* Splits a line of "/proc/net/dev": copies the interface's name, which may be an alias such as
  * "eth0:1", to 'name' (as long as 'line', at least) and returns where the counters begin in 'line',
  * which is its end when it has none. Neither text may be null. Constant. */
-typedef char* HalProcNetDevSplitNameFn(char* name, char* line);
+typedef PCSIM_IS(text) char* HalProcNetDevSplitNameFn(PCSIM_IS(out, text) char* name,
+                                                      PCSIM_IS(text) char* line);
 
 /* --- Operations by name ----------------------------------------------------------------------- */
 

@@ -26,21 +26,22 @@ PCSIM_BEGIN_DECLS
 /* Identity of the chassis. The HAL's record; reserved bytes and bytes behind the NUL of a text are
  * never touched. Words without a name are the HAL's own; the platform gives them constants. */
 typedef struct HalChassisInfo {
-    char modelName[8]; /* 0: NUL-terminated */
+    PCSIM_IS(text) char modelName[8]; /* 0: NUL-terminated */
     uint8_t reserved8[24];
-    uint8_t macAddresses[HAL_CHASSIS_MAC_COUNT][6]; /* 32: entry 0 is the system's; live */
-    uint8_t macSource;                              /* 224: HAL_MAC_SOURCE_... */
+    /* 32: entry 0 is the system's; live */
+    PCSIM_IS(mac) uint8_t macAddresses[HAL_CHASSIS_MAC_COUNT][6];
+    uint8_t macSource; /* 224: HAL_MAC_SOURCE_... */
     uint8_t reserved225[3];
-    uint32_t word228;     /* 228 */
-    uint32_t word232;     /* 232 */
-    char description[32]; /* 236: NUL-terminated */
-    char serialNumber[8]; /* 268: NUL-terminated */
+    uint32_t word228;                    /* 228 */
+    uint32_t word232;                    /* 232 */
+    PCSIM_IS(text) char description[32]; /* 236: NUL-terminated */
+    PCSIM_IS(text) char serialNumber[8]; /* 268: NUL-terminated */
     uint8_t reserved276[8];
-    char partNumber[16]; /* 284: NUL-terminated */
-    uint8_t byte300;     /* 300 */
-    uint8_t byte301;     /* 301 */
+    PCSIM_IS(text) char partNumber[16]; /* 284: NUL-terminated */
+    uint8_t byte300;                    /* 300 */
+    uint8_t byte301;                    /* 301 */
     uint8_t reserved302[6];
-    uint32_t timeStamp; /* 308: seconds since the epoch at the call; live */
+    PCSIM_IS(varies) uint32_t timeStamp; /* 308: seconds since the epoch at the call; live */
     uint8_t reserved312[36];
     uint32_t word348; /* 348 */
     uint32_t word352; /* 352 */
@@ -60,7 +61,7 @@ typedef struct HalChassisInfo {
  * 32 entries become placeholders (five zero bytes and the entry's number), when it succeeds the
  * other 31 stay as they are. Always 0. 'info' must not be null. Constant but for the MAC addresses,
  * the own slot of a chassis and the time stamp. */
-typedef int32_t HalChassisGetInfoFn(HalChassisInfo* info);
+typedef int32_t HalChassisGetInfoFn(PCSIM_IS(out) HalChassisInfo* info);
 
 /* --- Chassis capability ----------------------------------------------------------------------- */
 
@@ -69,21 +70,21 @@ typedef int32_t HalChassisGetInfoFn(HalChassisInfo* info);
 #define HAL_CARD_TYPE_MANAGEMENT 2u
 
 typedef struct HalCardTypeEntry {
-    char name[16];     /* 0: NUL-padded */
-    uint32_t cardType; /* 16: HAL_CARD_TYPE_... number */
-    uint32_t flags;    /* 20 */
+    PCSIM_IS(text) char name[16]; /* 0: NUL-padded */
+    uint32_t cardType;            /* 16: HAL_CARD_TYPE_... number */
+    PCSIM_IS(hex) uint32_t flags; /* 20 */
 } HalCardTypeEntry;
 
 /* The card types that may sit in the chassis. */
 typedef struct HalChassisCapability {
-    uint32_t size;              /* 0: of the whole record, in bytes */
-    uint32_t entryCount;        /* 4 */
-    HalCardTypeEntry entries[]; /* 8 */
+    PCSIM_IS(record size) uint32_t size;                   /* 0: of the whole record, in bytes */
+    uint32_t entryCount;                                   /* 4 */
+    PCSIM_IS(count entryCount) HalCardTypeEntry entries[]; /* 8 */
 } HalChassisCapability;
 
 /* A new record, which the HAL owns from now on and frees with free(). Null when there is no memory.
  * Constant. */
-typedef HalChassisCapability* HalChassisGetCapabilityFn(void);
+typedef PCSIM_IS(given) HalChassisCapability* HalChassisGetCapabilityFn(void);
 
 /* --- Module control --------------------------------------------------------------------------- */
 
@@ -96,7 +97,11 @@ typedef HalChassisCapability* HalChassisGetCapabilityFn(void);
  * 'argument' is, for the first three requests, a 32-bit presence mask (bit n: the unit or slot n is
  * there); for HAL_MODULE_DEVICE_COMMAND, the device command line. 0, whatever the device answers;
  * -2 for any other request, which changes nothing. Live. */
-typedef int32_t HalModuleIoctlFn(uint32_t module, int32_t request, void* argument);
+typedef int32_t HalModuleIoctlFn(PCSIM_IS(ignored) uint32_t module, int32_t request,
+                                 PCSIM_IS(when request 0 HalPresenceMask,
+                                          when request 1 HalPresenceMask,
+                                          when request 2 HalPresenceMask,
+                                          when request 3 HalDeviceCli) void* argument);
 
 /* --- Checkpoints ------------------------------------------------------------------------------ */
 
@@ -131,7 +136,7 @@ typedef struct HalSystemOps {
 
 /* The library's one entry point, called once at start-up. Initialises the platform in the shape
  * that dmGetPlatformType names and fills 'table'. Always 0. Live. */
-typedef int32_t HalPlatformSystemInitFn(HalSystemOps* table);
+typedef int32_t HalPlatformSystemInitFn(PCSIM_IS(out) HalSystemOps* table);
 
 /* --- What serves the entry point -------------------------------------------------------------- */
 
@@ -140,7 +145,7 @@ typedef int32_t HalPlatformSystemInitFn(HalSystemOps* table);
 extern PCSIM_API uint32_t pcSimSystemNumPorts;
 
 /* Fills 'table' for one of the shapes; the last step of the entry point. Always 0. Constant. */
-typedef int32_t HalSystemDBSetupFn(HalSystemOps* table);
+typedef int32_t HalSystemDBSetupFn(PCSIM_IS(out) HalSystemOps* table);
 
 /* Counts the PC's interfaces, eth1 upwards without a gap and at most 100, with a socket of its own.
  * Live. */
@@ -148,7 +153,7 @@ typedef uint32_t HalGetSystemNumberPortsFn(void);
 
 /* The slot that the running system occupies: what the environment (VORN_SLOT_ID) says, else 9 in a
  * chassis and 1 in a stackable. A host that has to name its own slot asks this. Live. */
-typedef int32_t HalGetMySlotNumFn(void);
+typedef PCSIM_IS(slot) int32_t HalGetMySlotNumFn(void);
 
 /* The poll of the management port's link, which the entry point starts with the own slot as its
  * argument: a change, and nothing else, goes to halNotifyLinkStateChange. There is one link flag

@@ -14,7 +14,7 @@ PCSIM_BEGIN_DECLS
 
 /* Stores a new hardware handle for the trunk's pif in '*handle'; null when memory is short. Traces
  * as the creation of a pif. Simulated. */
-typedef int32_t HalTrunkCreateFn(const HalPif* trunk, HalHwHandle** handle);
+typedef int32_t HalTrunkCreateFn(const HalPif* trunk, PCSIM_IS(out) HalHwHandle** handle);
 
 /* Frees '*handle' and sets it to null; null is accepted. Traces as the deletion of a pif.
  * Simulated. */
@@ -22,13 +22,15 @@ typedef int32_t HalTrunkDeleteFn(const HalPif* trunk, HalHwHandle** handle);
 
 /* Adds 'portCount' members, whose instances are read during the call. Accepted and ignored. */
 typedef int32_t HalTrunkAddPortsFn(const HalPif* trunk, uint32_t portCount,
-                                   const uint32_t* portInstances, uint32_t flag);
+                                   PCSIM_IS(count portCount) const HalPortInstance* portInstances,
+                                   uint32_t flag);
 
 /* Chooses the address algorithm. -1 for the algorithms 1 and 2, which are refused. Constant. */
 typedef int32_t HalTrunkConfigAddrAlgoFn(uint32_t algorithm);
 
 /* The same for a slot that has just come up. Constant. */
-typedef int32_t HalSyncLoadShareAddrAlgoSlotFn(uint32_t slot, uint32_t algorithm, uint32_t ignored);
+typedef int32_t HalSyncLoadShareAddrAlgoSlotFn(uint32_t slot, uint32_t algorithm,
+                                               PCSIM_IS(ignored) uint32_t ignored);
 
 /* Adds each member that 'slot' has to its trunk again, walking all pifs of the HAL. A member whose
  * trunk the HAL doesn't know yet holds the walk, with a printed line at each attempt, until the

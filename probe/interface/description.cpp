@@ -1,6 +1,7 @@
 // The generated description, compiled against the headers that it describes: sizes and offsets are
 // the compiler's.
 #include "pcsim/layout.h"
+#include "probe/interface/c_library.h"
 #include "probe/interface/tables.h"
 
 namespace pcsim::probe::description {

@@ -15,6 +15,7 @@ namespace pcsim::probe {
 
 struct Function;
 struct Record;
+struct Type;
 
 enum class Kind : uint8_t {
     kVoid,      // nothing, or behind a pointer: bytes
@@ -42,7 +43,19 @@ enum class Meaning : uint8_t {
     kText,           // characters up to a NUL, or the end of their array
     kFlag,           // zero or not
     kHex,            // bits: told in hexadecimal
+    kAddress,        // HalIpAddress of the family that 'countedBy' says
+    kFormat,         // a printf format
+    kArguments,      // the arguments of the format before it: where they lie
 };
+
+// Which type is behind a void pointer when the parameter that selects it has a value.
+struct Case {
+    uint32_t value;
+    const Type* type;
+};
+
+// Where there is no parameter or field of that kind.
+constexpr uint16_t kNoIndex = 0xFFFF;
 
 // Says what C's types don't. The tags are those of base.h.
 struct Semantics {
@@ -51,19 +64,34 @@ struct Semantics {
     // void) lie behind this pointer or are in this array; null when the type says it. Shifted right
     // by 'countShift' first.
     const char* countedBy = nullptr;
+    uint16_t countIndex = kNoIndex;  // its place among the function's parameters, the record's
+                                     // fields
     uint8_t countShift = 0;
     uint32_t elements = 0;            // a number that the declaration states, else 0
     uint32_t atLeast = 0;             // elements that are read whatever the count says
+    uint32_t atMost = 0;              // a larger count is none; 0: no such limit
     const char* chainedBy = nullptr;  // records of their own length, one after the other: the field
-                                      // of the element that has it, in bytes after the shift
+                                      // of the element that has it, in bytes after 'chainShift'
+    uint8_t chainShift = 0;
+    uint16_t selectIndex = kNoIndex;  // the parameter that 'cases' are about
+    std::span<const Case> cases{};    // what is behind this void pointer
+    bool resultBytes = false;         // the result says how many bytes are written
+    bool in = false;                  // read also where its record is an output
     bool out = false;                 // written by the callee, what was there before is not read
     bool ignored = false;             // neither read nor written
     bool taken = false;               // from malloc, passes to the callee with the call
     bool given = false;               // from malloc, passes to the caller
-    bool kept = false;                // the callee keeps the pointer after the call
+    bool kept = false;                // who gets the pointer keeps it after the call
     bool varies = false;              // may rightly differ from run to run: times, random choices
     bool recordSize = false;          // this field is the size of its whole record, in bytes
     bool carried = false;             // reserved bytes that are copied along
+};
+
+// Who makes and frees the things of a type, and knows each by its address.
+enum class Owner : uint8_t {
+    kNobody,    // a record on its way, known by what is in it
+    kPlatform,  // the library
+    kHost,      // the HAL
 };
 
 struct Type {
@@ -75,6 +103,8 @@ struct Type {
     const Record* record;
     const Function* function;
     std::string_view name;  // as the headers spell it: "uint32_t", "HalPif"
+    Meaning meaning;        // of everything of this type
+    Owner owner;            // of a typedef or record: who makes and frees what is of this type
 };
 
 struct Field {
@@ -86,8 +116,10 @@ struct Field {
 
 struct Record {
     std::string_view name;
-    uint32_t size;                  // 0: never looked into
-    bool platformOwned;             // made and freed by the library
+    uint32_t size;  // 0: never looked into
+    Owner owner;
+    bool reaches;                   // has fields, also of records inside, that data hangs on: what
+                                    // is behind its pointers, an array of its own at its end
     std::span<const Field> fields;  // in the order of declaration, reserved ones too
 
     const Field* field(std::string_view wanted) const;
@@ -112,6 +144,7 @@ struct Function {
 enum class Side : uint8_t {
     kPlatform,  // exported by the library, called by the HAL
     kHost,      // provided by the HAL, called by the library
+    kSystem,    // of the C library, called by the library
 };
 
 // A function that has a name of its own at the boundary.

@@ -17,10 +17,11 @@ def headers(folder=HEADERS):
 
 
 def code(text):
-    """The text without comments and preprocessor lines, line for line."""
+    """The text without comments, preprocessor lines and tags (PCSIM_IS), line for line."""
     blank = lambda match: "\n" * match.group().count("\n")
     text = re.sub(r"/\*.*?\*/", blank, text, flags=re.S)
-    return re.sub(r"^#(?:.*\\\n)*.*$", blank, text, flags=re.M)
+    text = re.sub(r"^#(?:.*\\\n)*.*$", blank, text, flags=re.M)
+    return re.sub(r"PCSIM_IS\([^)]*\)\s+", blank, text)
 
 
 def records(text):
