@@ -8,7 +8,8 @@
 // files, link registers, memory), only while somebody wants it. The ordered tree and its compare
 // functions, likewise only while wanted.
 //
-// There is one in a process, and it stays: stubs that a HAL has copied are called for ever.
+// There is one in a process, and it stays: stubs that a HAL has copied are called for ever. The
+// same function has the same stub for ever. All of this may be called from any thread.
 #ifndef PCSIM_PROBE_BOUNDARY_BOUNDARY_H
 #define PCSIM_PROBE_BOUNDARY_BOUNDARY_H
 
@@ -26,7 +27,9 @@ public:
     static Boundary& instance();
 
     // Takes the library that 'handle' (of dlopen) names under the probe: writes stubs into its own
-    // table of addresses for what it calls. False when it is no platform library.
+    // table of addresses for what it calls, and makes the sites of all that it exports and refers
+    // to. False when it is no platform library, or another one is attached. Callers find stubs
+    // through looksUp and in the tables that operations fill.
     bool attach(void* handle);
     // The library that is attached, as the loader names its file; "" before.
     const std::string& libraryPath() const;
@@ -36,28 +39,41 @@ public:
     // it is none of the operations.
     void* looksUp(std::string_view name, void* found);
     // The function behind a stub, through as many stubs as there are; 'function' itself when it is
-    // no stub. Knows stubs of another probe in the same process, too.
+    // no stub. Knows stubs of another probe in the same process, too. Null where the function
+    // behind a stub hasn't been looked up yet. Any address will do.
     static void* behind(void* function);
     // The site of a stub of this boundary; null when it is none.
-    Site* siteOf(void* stub);
+    Site* siteOf(const void* stub);
 
-    // All sites so far, in the order of their numbers.
+    // All sites so far, in the order of their numbers. Those of what the library exports and refers
+    // to are there from the beginning, in the same order in each run. The list never moves; it
+    // grows at its end.
     const std::vector<Site*>& sites() const;
     Site* siteNamed(std::string_view name);
 
-    // Adds or removes an observer, which must outlive the boundary or be removed. What an observer
-    // wants is asked anew at refresh().
-    void add(Observer& observer);
+    // Adds or removes an observer; false when there are 16. What an observer wants is asked when it
+    // is added, for each new site, and anew at refresh(). A call that is under way on another
+    // thread may still come to an observer that has been removed.
+    bool add(Observer& observer);
     void remove(Observer& observer);
     void refresh();
     // Called for each new site, before anybody is asked whether he wants it.
-    std::function<void(Site&)> onSite;
+    void onSite(std::function<void(Site&)> tell);
+
+    // Says where the counts of a site are kept, for those that there are at once, and for each new
+    // one before onSite; null leaves them where they would be, in memory of this process. What has
+    // been counted elsewhere isn't carried over.
+    void placeCounts(std::function<Counts*(const Site&)> place);
+
+    // Asked first for each function that the library refers to, when it is first called; null: the
+    // process's own, as the dynamic linker finds it.
+    void provide(std::function<void*(const Site&)> function);
 
     // Takes the time of every call, or stops it.
     void takeTimes(bool on);
 
-    // When '*flag' isn't 0, the next call of any site runs 'serve' first, on its thread; null:
-    // none.
+    // When '*flag' isn't 0, the next call of any site runs 'serve' first, on its thread, one thread
+    // at a time; null: none.
     void poll(const volatile uint32_t* flag, std::function<void()> serve);
 };
 

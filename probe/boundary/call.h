@@ -18,7 +18,7 @@ namespace pcsim::probe {
 // What is counted of a site, always; it may lie in memory that other processes read.
 struct Counts {
     std::atomic<uint64_t> calls;
-    std::atomic<uint64_t> failures;  // results below 0
+    std::atomic<uint64_t> failures;  // results below 0, where they are codes
     std::atomic<uint64_t> nulls;     // results that are null records
     std::atomic<uint64_t> totalNs;   // while times are taken
     std::atomic<uint64_t> longestNs;
@@ -30,8 +30,8 @@ struct Site {
     Side side;                 // who is called
     std::string table;         // "HalFamilyOps" and so on, where a word was first handed out; or ""
     std::string word;          // the word's name in it
-    uint32_t index;            // sites are numbered in the order in which they are met
-    void* target;              // what the stub calls
+    uint32_t index;            // sites are numbered in the order in which they are met, from 0
+    void* target;              // what the stub calls; null until a host function is first called
     Counts* counts;
 };
 
@@ -45,11 +45,14 @@ struct Call {
     uint64_t number = 0;     // of all calls that took the long way, from 1
     uint32_t thread = 0;     // from 1, in the order in which threads first called
     uint32_t depth = 0;      // calls around this one on its thread, of both directions
+    int error = 0;           // errno as the target finds it, then as the caller gets it
     bool answered = false;   // an observer has answered instead: the target isn't called
 };
 
 // Looks at calls. 'before' runs in the order in which observers were added, 'after' in reverse: the
-// one added last stands next to the target. Called on the thread of the call, without a lock.
+// one added last stands next to the target. Called on the thread of the call, without a lock; calls
+// that an observer makes itself are looked at by nobody. A call that is left by longjmp, or by the
+// end of its thread, has no 'after'; one that was under way when the observer was added, neither.
 class Observer {
 public:
     virtual ~Observer() = default;

@@ -1,0 +1,262 @@
+// Reading what the dynamic linker reads, and writing what it writes.
+#include "probe/boundary/image.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace pcsim::probe {
+
+namespace {
+
+// The program headers of the object whose dynamic section is the one that is looked for.
+struct Search {
+    const void* dynamic;
+    std::span<const Elf32_Phdr> found;
+};
+
+int compareDynamic(dl_phdr_info* info, size_t, void* wanted) {
+    auto& search = *static_cast<Search*>(wanted);
+    const std::span<const Elf32_Phdr> segments(info->dlpi_phdr, info->dlpi_phnum);
+    for (const Elf32_Phdr& segment : segments) {
+        if (segment.p_type != PT_DYNAMIC) continue;
+        if (reinterpret_cast<const void*>(info->dlpi_addr + segment.p_vaddr) != search.dynamic)
+            continue;
+        search.found = segments;
+        return 1;
+    }
+    return 0;
+}
+
+bool isCode(const Elf32_Phdr& segment) {
+    return segment.p_type == PT_LOAD && (segment.p_flags & PF_X) != 0;
+}
+
+// The object that has an address in its code.
+struct CodeSearch {
+    uintptr_t address;
+    uintptr_t base;
+    const Elf32_Dyn* dynamic;
+};
+
+int compareCode(dl_phdr_info* info, size_t, void* wanted) {
+    auto& search = *static_cast<CodeSearch*>(wanted);
+    const uintptr_t offset = search.address - info->dlpi_addr;
+    const Elf32_Dyn* dynamic = nullptr;
+    bool found = false;
+    for (const Elf32_Phdr& segment : std::span(info->dlpi_phdr, info->dlpi_phnum)) {
+        if (segment.p_type == PT_DYNAMIC)
+            dynamic = reinterpret_cast<const Elf32_Dyn*>(info->dlpi_addr + segment.p_vaddr);
+        found = found || (isCode(segment) && offset - segment.p_vaddr < segment.p_filesz);
+    }
+    if (!found || dynamic == nullptr) return 0;
+    search.base = info->dlpi_addr;
+    search.dynamic = dynamic;
+    return 1;
+}
+
+}  // namespace
+
+std::optional<Image> objectAt(const void* address) {
+    CodeSearch search{reinterpret_cast<uintptr_t>(address), 0, nullptr};
+    if (dl_iterate_phdr(compareCode, &search) == 0) return std::nullopt;
+    return Image(search.base, search.dynamic);
+}
+
+Image::Image(uintptr_t base, const Elf32_Dyn* dynamic) : base_(base), dynamic_(dynamic) {
+    Search search{dynamic, {}};
+    dl_iterate_phdr(compareDynamic, &search);
+    segments_ = search.found;
+    readDynamic();
+}
+
+// The dynamic linker replaces offsets by addresses where it may write; an object lies above its
+// own offsets.
+const void* Image::pointer(uint32_t value) const {
+    return reinterpret_cast<const void*>(value < base_ ? value + base_ : value);
+}
+
+void Image::readDynamic() {
+    const uint32_t* hashed = nullptr;
+    uint32_t bytes = 0, callBytes = 0;
+    const Elf32_Rel *data = nullptr, *calls = nullptr;
+    for (const Elf32_Dyn* entry = dynamic_; entry->d_tag != DT_NULL; ++entry) {
+        const void* const there = pointer(entry->d_un.d_ptr);
+        switch (entry->d_tag) {
+            case DT_SYMTAB:
+                symbols_ = static_cast<Elf32_Sym*>(const_cast<void*>(there));
+                break;
+            case DT_STRTAB:
+                texts_ = static_cast<const char*>(there);
+                break;
+            case DT_HASH:
+                symbolCount_ = static_cast<const uint32_t*>(there)[1];
+                break;
+            case DT_GNU_HASH:
+                hashed = static_cast<const uint32_t*>(there);
+                break;
+            case DT_REL:
+                data = static_cast<const Elf32_Rel*>(there);
+                break;
+            case DT_RELSZ:
+                bytes = entry->d_un.d_val;
+                break;
+            case DT_JMPREL:
+                calls = static_cast<const Elf32_Rel*>(there);
+                break;
+            case DT_PLTRELSZ:
+                callBytes = entry->d_un.d_val;
+                break;
+            case DT_VERSYM:
+                versions_ = static_cast<const Elf32_Half*>(there);
+                break;
+            case DT_VERNEED:
+                needed_ = static_cast<const char*>(there);
+                break;
+            case DT_VERNEEDNUM:
+                neededCount_ = entry->d_un.d_val;
+                break;
+            default:
+                break;
+        }
+    }
+    if (symbolCount_ == 0 && hashed != nullptr) symbolCount_ = countHashed(hashed);
+    data_ = {data, data == nullptr ? 0 : bytes / sizeof(Elf32_Rel)};
+    calls_ = {calls, calls == nullptr ? 0 : callBytes / sizeof(Elf32_Rel)};
+}
+
+// This kind of hash table doesn't say how many symbols there are: the last chain ends with the
+// last.
+uint32_t Image::countHashed(const uint32_t* table) const {
+    const uint32_t bucketCount = table[0], first = table[1], filterWords = table[2];
+    const uint32_t* const buckets = table + 4 + filterWords;
+    const uint32_t* const chains = buckets + bucketCount;
+    uint32_t last = 0;
+    for (uint32_t i = 0; i < bucketCount; ++i) last = std::max(last, buckets[i]);
+    if (last < first) return first;
+    while ((chains[last - first] & 1) == 0) ++last;
+    return last + 1;
+}
+
+void Image::forEachSymbol(
+    const std::function<void(const char* name, Elf32_Sym& symbol)>& visit) const {
+    for (uint32_t i = 1; i < symbolCount_; ++i) visit(texts_ + symbols_[i].st_name, symbols_[i]);
+}
+
+Elf32_Sym* Image::symbol(std::string_view name) const {
+    for (uint32_t i = 1; i < symbolCount_; ++i)
+        if (symbols_[i].st_shndx != SHN_UNDEF && name == texts_ + symbols_[i].st_name)
+            return &symbols_[i];
+    return nullptr;
+}
+
+const char* Image::nameAt(const void* address) const {
+    const uintptr_t value = reinterpret_cast<uintptr_t>(address) - base_;
+    for (uint32_t i = 1; i < symbolCount_; ++i)
+        if (symbols_[i].st_shndx != SHN_UNDEF && symbols_[i].st_value == value)
+            return texts_ + symbols_[i].st_name;
+    return nullptr;
+}
+
+void* Image::addressOf(const Elf32_Sym& symbol) const {
+    return reinterpret_cast<void*>(base_ + symbol.st_value);
+}
+
+void Image::forEachReference(const std::function<void(const Reference&)>& visit) const {
+    visitTable(data_, false, visit);
+    visitTable(calls_, true, visit);
+}
+
+void Image::visitTable(std::span<const Elf32_Rel> table, bool lazy,
+                       const std::function<void(const Reference&)>& visit) const {
+    for (const Elf32_Rel& entry : table) {
+        const uint32_t type = ELF32_R_TYPE(entry.r_info), number = ELF32_R_SYM(entry.r_info);
+        if (type != R_386_JMP_SLOT && type != R_386_GLOB_DAT && type != R_386_32) continue;
+        if (number == 0 || number >= symbolCount_) continue;
+        const Elf32_Sym& symbol = symbols_[number];
+        auto* const slot = reinterpret_cast<uint32_t*>(base_ + entry.r_offset);
+        const auto offset = static_cast<uint32_t>(reinterpret_cast<const char*>(&entry) -
+                                                  reinterpret_cast<const char*>(table.data()));
+        visit({texts_ + symbol.st_name, versionOf(number), slot, symbol.st_shndx != SHN_UNDEF,
+               lazy && isUnbound(slot, offset)});
+    }
+}
+
+// Whether the slot leads back to the object's own code that pushes the offset of this very entry
+// of the table for the dynamic linker.
+bool Image::isUnbound(const uint32_t* slot, uint32_t offset) const {
+    const auto* code = reinterpret_cast<const uint8_t*>(*slot);
+    constexpr uint8_t kBranchTarget[] = {0xF3, 0x0F, 0x1E, 0xFB};
+    constexpr uint8_t kPush = 0x68;
+    if (!hasCode(code) || !hasCode(code + 8)) return false;
+    if (std::memcmp(code, kBranchTarget, sizeof kBranchTarget) == 0) code += sizeof kBranchTarget;
+    return code[0] == kPush && std::memcmp(code + 1, &offset, sizeof offset) == 0;
+}
+
+const char* Image::versionOf(uint32_t symbol) const {
+    if (versions_ == nullptr || needed_ == nullptr) return nullptr;
+    constexpr Elf32_Half kNumber = 0x7FFF;  // the highest bit hides a definition
+    const auto wanted = static_cast<Elf32_Half>(versions_[symbol] & kNumber);
+    const char* at = needed_;
+    for (uint32_t i = 0; i < neededCount_; ++i) {
+        const auto* const file = reinterpret_cast<const Elf32_Verneed*>(at);
+        const char* version = at + file->vn_aux;
+        for (uint32_t k = 0; k < file->vn_cnt; ++k) {
+            const auto* const entry = reinterpret_cast<const Elf32_Vernaux*>(version);
+            if ((entry->vna_other & kNumber) == wanted) return texts_ + entry->vna_name;
+            version += entry->vna_next;
+        }
+        at += file->vn_next;
+    }
+    return nullptr;
+}
+
+bool Image::hasCode(const void* address) const {
+    const auto offset = reinterpret_cast<uintptr_t>(address) - base_;
+    return std::ranges::any_of(segments_, [&](const Elf32_Phdr& segment) {
+        return isCode(segment) && offset - segment.p_vaddr < segment.p_filesz;
+    });
+}
+
+const void* Image::findCode(size_t length, bool (*matches)(const uint8_t* bytes)) const {
+    for (const Elf32_Phdr& segment : segments_) {
+        if (!isCode(segment) || segment.p_filesz < length) continue;
+        const auto* const code = reinterpret_cast<const uint8_t*>(base_ + segment.p_vaddr);
+        for (size_t i = 0; i + length <= segment.p_filesz; ++i)
+            if (matches(code + i)) return code + i;
+    }
+    return nullptr;
+}
+
+int Image::protectionAt(uintptr_t page) const {
+    const uintptr_t pageBytes = static_cast<uintptr_t>(getpagesize());
+    int protection = PROT_READ;
+    for (const Elf32_Phdr& segment : segments_) {
+        const uintptr_t begin = base_ + segment.p_vaddr;
+        // What is read-only after relocation ends with a page.
+        if (segment.p_type == PT_GNU_RELRO && page >= (begin & ~(pageBytes - 1)) &&
+            page + pageBytes <= begin + segment.p_memsz)
+            return PROT_READ;
+        if (segment.p_type != PT_LOAD || page + pageBytes <= begin ||
+            page >= begin + segment.p_memsz)
+            continue;
+        if ((segment.p_flags & PF_W) != 0) protection |= PROT_WRITE;
+        if ((segment.p_flags & PF_X) != 0) protection |= PROT_EXEC;
+    }
+    return protection;
+}
+
+void Image::write(uint32_t* where, uint32_t value) const {
+    const uintptr_t pageBytes = static_cast<uintptr_t>(getpagesize());
+    const uintptr_t page = reinterpret_cast<uintptr_t>(where) & ~(pageBytes - 1);
+    const int protection = protectionAt(page);
+    const bool locked = (protection & PROT_WRITE) == 0;
+    if (locked && mprotect(reinterpret_cast<void*>(page), pageBytes, protection | PROT_WRITE) != 0)
+        return;
+    __atomic_store_n(where, value, __ATOMIC_RELEASE);
+    if (locked) mprotect(reinterpret_cast<void*>(page), pageBytes, protection);
+}
+
+}  // namespace pcsim::probe

@@ -1,0 +1,77 @@
+// An object that the dynamic linker has loaded: its symbols, and the words in which it holds the
+// addresses of what it refers to.
+#ifndef PCSIM_PROBE_BOUNDARY_IMAGE_H
+#define PCSIM_PROBE_BOUNDARY_IMAGE_H
+
+#include <elf.h>
+#include <link.h>
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string_view>
+
+namespace pcsim::probe {
+
+// A word of an object that the dynamic linker fills with the address of a symbol.
+struct Reference {
+    const char* name;
+    const char* version;  // of the symbol that is meant, or null
+    uint32_t* slot;
+    bool defined;  // by the object itself
+    // The slot is filled when it is first called through, which hasn't happened yet: it holds the
+    // address of the code that has it filled.
+    bool isUnbound;
+};
+
+class Image {
+public:
+    explicit Image(const link_map* map) : Image(map->l_addr, map->l_ld) {}
+    Image(uintptr_t base, const Elf32_Dyn* dynamic);
+
+    // Null when the object doesn't define it.
+    Elf32_Sym* symbol(std::string_view name) const;
+    // The name of a function that begins at 'address'; null when it has none.
+    const char* nameAt(const void* address) const;
+    void forEachSymbol(const std::function<void(const char* name, Elf32_Sym& symbol)>& visit) const;
+    void forEachReference(const std::function<void(const Reference&)>& visit) const;
+    void* addressOf(const Elf32_Sym& symbol) const;
+
+    // Whether 'address' lies in code of the object.
+    bool hasCode(const void* address) const;
+    // The first place in the object's code where 'matches' holds of 'length' bytes; or null.
+    const void* findCode(size_t length, bool (*matches)(const uint8_t* bytes)) const;
+
+    // Writes a word of the object, wherever it is, also where the object may only be read.
+    void write(uint32_t* where, uint32_t value) const;
+
+private:
+    const void* pointer(uint32_t value) const;
+    void readDynamic();
+    uint32_t countHashed(const uint32_t* table) const;
+    void visitTable(std::span<const Elf32_Rel> table, bool lazy,
+                    const std::function<void(const Reference&)>& visit) const;
+    bool isUnbound(const uint32_t* slot, uint32_t offset) const;
+    const char* versionOf(uint32_t symbol) const;
+    int protectionAt(uintptr_t page) const;
+
+    uintptr_t base_;
+    const Elf32_Dyn* dynamic_;
+    std::span<const Elf32_Phdr> segments_;
+    Elf32_Sym* symbols_ = nullptr;
+    uint32_t symbolCount_ = 0;
+    const char* texts_ = nullptr;
+    std::span<const Elf32_Rel> data_, calls_;
+    const Elf32_Half* versions_ = nullptr;
+    const char* needed_ = nullptr;  // the table of versions that the object needs
+    uint32_t neededCount_ = 0;
+};
+
+// The object in whose code 'address' lies; nothing when it lies in none. Waits for no lock that the
+// dynamic linker holds while it runs code of others.
+std::optional<Image> objectAt(const void* address);
+
+}  // namespace pcsim::probe
+
+#endif

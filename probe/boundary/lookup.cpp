@@ -1,0 +1,78 @@
+// Looking a function up as the dynamic linker does for a reference of another object: in the scope
+// of that object, which only the linker knows.
+//
+// dlsym(RTLD_DEFAULT) searches the scope of the object that it returns to. So it is made to return
+// to code of the other object, which comes straight back: the end of any function there that takes
+// three words off the stack and returns.
+#include <dlfcn.h>
+
+#include "probe/boundary/crossing.h"
+
+namespace pcsim::probe {
+
+// Calls 'function' with three words so that it returns through 'gate'. The gate takes the words
+// off the stack into registers that are saved here.
+extern "C" __attribute__((visibility("hidden"))) void* pcsimProbeCallThrough(
+    const void* gate, const void* function, uint32_t first, const char* second, const char* third);
+
+asm(R"(
+    .text
+    .hidden pcsimProbeCallThrough
+    .globl pcsimProbeCallThrough
+    .type pcsimProbeCallThrough, @function
+pcsimProbeCallThrough:
+    .cfi_startproc
+    pushl %ebp
+    pushl %ebx
+    pushl %esi
+    pushl %edi
+    .cfi_def_cfa_offset 20
+    movl 20(%esp), %eax
+    movl 24(%esp), %edx
+    movl 28(%esp), %ecx
+    movl 32(%esp), %esi
+    movl 36(%esp), %edi
+    call 1f
+    jmp 2f
+# Entered with the way back on top of the stack: the gate finds it behind the words.
+1:  pushl %edi
+    pushl %esi
+    pushl %ecx
+    pushl %eax
+    jmp *%edx
+2:  popl %edi
+    popl %esi
+    popl %ebx
+    popl %ebp
+    ret
+    .cfi_endproc
+)");
+
+namespace {
+
+// pop, pop, pop, ret of registers that are not the stack's own.
+bool isGate(const uint8_t* bytes) {
+    constexpr uint8_t kReturn = 0xC3;
+    for (int i = 0; i < 3; ++i)
+        if (bytes[i] != 0x5B && bytes[i] != 0x5D && bytes[i] != 0x5E && bytes[i] != 0x5F)
+            return false;
+    return bytes[3] == kReturn;
+}
+
+}  // namespace
+
+void* lookUpFrom(const Image& object, const char* name, const char* version) {
+    constexpr uint32_t kDefault = 0;
+    static_assert(RTLD_DEFAULT == nullptr);
+    const void* const gate = object.findCode(4, isGate);
+    if (version != nullptr) {
+        if (gate == nullptr) return dlvsym(RTLD_DEFAULT, name, version);
+        return pcsimProbeCallThrough(gate, reinterpret_cast<const void*>(&dlvsym), kDefault, name,
+                                     version);
+    }
+    if (gate == nullptr) return dlsym(RTLD_DEFAULT, name);
+    return pcsimProbeCallThrough(gate, reinterpret_cast<const void*>(&dlsym), kDefault, name,
+                                 nullptr);
+}
+
+}  // namespace pcsim::probe
