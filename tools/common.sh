@@ -9,7 +9,7 @@ build_packages="g++ g++-multilib cmake ninja-build
     libboost1.81-dev nlohmann-json3-dev libfmt-dev lib32readline-dev
     iproute2 procps"
 check_packages="googletest clang-format clang-tidy git python3 pkgconf
-    qemu-system-x86 busybox-static xz-utils abigail-tools"
+    qemu-system-x86 busybox-static xz-utils abigail-tools python3-clang-14"
 
 say() { printf '%s\n' "$*"; }
 

@@ -40,8 +40,9 @@
  *   count NAME         as many elements (bytes behind a void pointer) as the parameter or field NAME
  *                      says; count NAME >> N: after a shift
  *   elements N         that many elements behind the pointer
- *   at least N         elements that are read whatever the count says; before a pointer to a record
- *                      that ends in an array, those of the array
+ *   up to FIELD        what follows FIELD in the record behind the pointer is not looked at
+ *   tail N             so many elements of the array that the record behind the pointer ends in are
+ *                      looked at, whatever their count says
  *   at most N          a larger count is none
  *   chain NAME >> N    records one after the other, each as long as its own field NAME says
  *   when NAME V TYPE   a TYPE is behind the void pointer when the parameter NAME is V
@@ -50,6 +51,8 @@
  *   out                written by the callee; what was there before is not read
  *   in                 read also where its record is an output
  *   ignored            neither read nor written
+ *   by address         a pointer that is handed on without a look at what is behind it; of a
+ *                      record, all pointers to one
  *   taken, given       from malloc: passes to the callee with the call, to the caller with it
  *   kept               the callee keeps the pointer after the call (of an output: the caller)
  *   varies             may rightly differ from run to run: times, random choices

@@ -55,7 +55,8 @@ extern HalEmsDescriptor _ems_trace_ComponentDesc;
  * returns. The library hands the result on. Called from whatever context the traced operation runs
  * in, after level and mask have let the incident through. */
 int emsNotifyIncident(PCSIM_IS(text) const char* file, int line,
-                      PCSIM_IS(text) const char* function, HalEmsComponent* component,
+                      PCSIM_IS(text) const char* function,
+                      PCSIM_IS(by address) HalEmsComponent* component,
                       PCSIM_IS(hex) uint32_t incidentId, PCSIM_IS(format) const char* format,
                       PCSIM_IS(arguments) va_list arguments);
 

@@ -14,7 +14,7 @@
 PCSIM_BEGIN_DECLS
 
 /* First member of every node. */
-typedef struct PCSIM_IS(platform) HalTreeNode {
+typedef struct PCSIM_IS(platform, by address) HalTreeNode {
     void* links[4]; /* 0: the tree's */
 } HalTreeNode;
 

@@ -145,7 +145,7 @@ typedef int32_t HalIpAdjAddFn(const pcSimIpAdjRec* record);
 /* Removes the port of the adjacency with 'record's VR, address and VLAN (nothing else is read) and
  * takes its host route away. It stays, with port 0, while other routes reference it. Does nothing
  * when there is no such adjacency. Null traps. Live. */
-typedef void HalIpAdjRemoveFn(const pcSimIpAdjRec* record);
+typedef void HalIpAdjRemoveFn(PCSIM_IS(up to vlan) const pcSimIpAdjRec* record);
 
 /* Lists the adjacencies in the byte order of their keys (so VR 256 comes before VR 1) to 'sink', to
  * standard output when it is null. 0. Live. */
@@ -173,7 +173,7 @@ typedef int32_t HalIPv4FibReplaceEntryFn(const pcSimIPv4FibReq* request);
 /* Removes the next hops of 'filter's VR whose gateway agrees with 'prefix' in the bits of 'mask'
  * and whose VLAN is that of the first slot (0: any), and then the VR's routes without next hops. 0.
  * Live. */
-typedef uint32_t HalIPv4FibFlushFn(PCSIM_IS(at least 1) const pcSimIPv4FibReq* filter);
+typedef uint32_t HalIPv4FibFlushFn(PCSIM_IS(tail 1) const pcSimIPv4FibReq* filter);
 
 /* Lists the routes, by VR, longest mask first, then by address, to 'sink', to standard output when
  * it is null. 0. Live. */
@@ -187,7 +187,7 @@ typedef int32_t HalIPv6FibReplaceEntryFn(const pcSimIPv6FibReq* request);
 
 /* As that of IPv4. Gateways agree with 'prefix' in the first 'maskLen' bits; more than 128 mean all
  * of them. Live. */
-typedef uint32_t HalIPv6FibFlushFn(PCSIM_IS(at least 1) const pcSimIPv6FibReq* filter);
+typedef uint32_t HalIPv6FibFlushFn(PCSIM_IS(tail 1) const pcSimIPv6FibReq* filter);
 
 /* Lists the routes, by VR, longest prefix first, then by address, to 'sink', to standard output
  * when it is null. 0. Live. */

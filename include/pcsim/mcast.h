@@ -55,7 +55,7 @@ typedef int32_t HalIpv4McHwCacheAddFn(const HalMcastRequest* request);
 
 /* Deletes the cache that 'key' names; the outgoing ports are not looked at.
  * 0, also when there is no such cache; -1 when group, source or incoming VLAN is 0. Live. */
-typedef int32_t HalIpv4McHwCacheDelFn(const HalMcastRequest* request);
+typedef int32_t HalIpv4McHwCacheDelFn(PCSIM_IS(up to key) const HalMcastRequest* request);
 
 /* Adds outgoing ports to a cache.
  * 0; -1 when there is no such cache, or for the first VLAN or port without an interface record: the
@@ -70,7 +70,7 @@ typedef int32_t HalIpv4McHwCacheOifPortDelFn(const HalMcastRequest* request);
 
 /* Deletes the caches that match 'key': of an incoming VLAN, of a group on an incoming VLAN, one
  * cache, or all. 0; -1 when a source is given without a group. Live. */
-typedef int32_t HalIpv4McHwCacheFlushFn(const HalMcastRequest* request);
+typedef int32_t HalIpv4McHwCacheFlushFn(PCSIM_IS(up to key) const HalMcastRequest* request);
 
 /* Copies the counters of the cache that 'key' names. They are constant 0: no packet is forwarded.
  * 0; -1 when there is no such cache, and then nothing is written. Constant. */

@@ -68,13 +68,16 @@ struct Semantics {
                                      // fields
     uint8_t countShift = 0;
     uint32_t elements = 0;            // a number that the declaration states, else 0
-    uint32_t atLeast = 0;             // elements that are read whatever the count says
     uint32_t atMost = 0;              // a larger count is none; 0: no such limit
     const char* chainedBy = nullptr;  // records of their own length, one after the other: the field
                                       // of the element that has it, in bytes after 'chainShift'
     uint8_t chainShift = 0;
     uint16_t selectIndex = kNoIndex;  // the parameter that 'cases' are about
     std::span<const Case> cases{};    // what is behind this void pointer
+    uint32_t upToBytes = 0;           // so much of the record behind is looked at; 0: all of it
+    int32_t tail = -1;                // elements of the array at the end of the record behind that
+                                      // are looked at, whatever their count says; -1: as it says
+    bool byAddress = false;           // handed on without a look at what is behind it
     bool resultBytes = false;         // the result says how many bytes are written
     bool in = false;                  // read also where its record is an output
     bool out = false;                 // written by the callee, what was there before is not read
