@@ -11,12 +11,6 @@ namespace pcsim::probe {
 
 namespace {
 
-// A platform library defines these, whatever else it is.
-bool isPlatform(const Image& image) {
-    return image.symbol("platformSystemInit") != nullptr &&
-           image.symbol("pcSimStackSystemInit") != nullptr;
-}
-
 // Gives each exported operation its stub. Another probe may have put its own in the symbol's place.
 void takeOperations(const Image& library) {
     Inside& in = inside();
@@ -25,12 +19,28 @@ void takeOperations(const Image& library) {
         if (operation.side != Side::kPlatform || symbol == nullptr) continue;
         void* const found = library.addressOf(*symbol);
         in.operations.emplace(Boundary::behind(found), &operation);
-        if (!in.byTarget.contains(found))
+        if (Crossing* const known = crossingNamed(operation.name)) {
+            known->record->target = known->site.target = found;
+            in.byTarget.emplace(found, known);
+        } else if (!in.byTarget.contains(found)) {
             newCrossing(std::string(operation.name), *operation.function, Side::kPlatform, found);
+        }
     }
 }
 
 }  // namespace
+
+bool isPlatform(const Image& image) {
+    return image.symbol("platformSystemInit") != nullptr &&
+           image.symbol("pcSimStackSystemInit") != nullptr;
+}
+
+void take(const Image& library, std::string path) {
+    inside().library = library;
+    inside().path = std::move(path);
+    takeOperations(library);
+    takeOutlets(library);
+}
 
 Boundary& Boundary::instance() {
     static Boundary only;
@@ -43,14 +53,10 @@ bool Boundary::attach(void* handle) {
     if (dlinfo(handle, RTLD_DI_LINKMAP, &map) != 0) return false;
     const Image library(map);
     if (!isPlatform(library)) return false;
-    if (in.map == nullptr) bindOwn(library);
+    if (!in.library) bindOwn(library);
     const std::scoped_lock guard(in.lock);
-    if (in.map != nullptr) return in.map == map;
-    in.map = map;
-    in.path = map->l_name;
-    in.library = library;
-    takeOperations(library);
-    takeOutlets(library);
+    if (in.library) return *in.library == library;
+    take(library, map->l_name);
     return true;
 }
 
@@ -59,7 +65,11 @@ const std::string& Boundary::libraryPath() const {
 }
 
 void* Boundary::libraryHandle() const {
-    return const_cast<link_map*>(inside().map);
+    const Inside& in = inside();
+    if (!in.library) return nullptr;
+    link_map* map = _r_debug.r_map;
+    while (map != nullptr && map->l_ld != in.library->dynamic()) map = map->l_next;
+    return map;
 }
 
 void* Boundary::looksUp(std::string_view name, void* found) {

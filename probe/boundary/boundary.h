@@ -31,6 +31,15 @@ public:
     // to. False when it is no platform library, or another one is attached. Callers find stubs
     // through looksUp and in the tables that operations fill.
     bool attach(void* handle);
+    // Looks for a platform library among everything that is loaded, if anything new is, and
+    // attaches it where none is attached. All others of the process then find stubs, too: who looks
+    // an operation up by name, and who has been linked with the library. The library's references
+    // to its own operations stay direct. True when one is attached. When the library has gone and
+    // come again, it is taken anew.
+    //
+    // Must be called where the HAL can't have called the library yet: when the process starts, and
+    // before each dlsym.
+    bool attachLoaded();
     // The library that is attached, as the loader names its file; "" before.
     const std::string& libraryPath() const;
     void* libraryHandle() const;

@@ -60,7 +60,6 @@ struct Inside {
     std::optional<Image> library;
     std::string path;
     std::map<const void*, const Operation*> operations;  // by address in the library
-    const link_map* map = nullptr;
 
     const volatile uint32_t* poll = nullptr;
     std::function<void()> serve;
@@ -80,6 +79,14 @@ Crossing* crossingNamed(std::string_view name);
 // Lets the stub know what observers want.
 void askObservers(Crossing& crossing);
 void setDetour(Crossing& crossing, uint32_t reason, bool on);
+
+// --- The library (boundary.cpp) ---
+
+// A platform library defines certain names, whatever else it is.
+bool isPlatform(const Image& image);
+// Makes the library the one that is attached, and the sites of what it exports and refers to. The
+// lock is held.
+void take(const Image& library, std::string path);
 
 // --- What crosses with a call (hand_over.cpp) ---
 

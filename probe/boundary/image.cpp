@@ -34,35 +34,53 @@ bool isCode(const Elf32_Phdr& segment) {
     return segment.p_type == PT_LOAD && (segment.p_flags & PF_X) != 0;
 }
 
-// The object that has an address in its code.
-struct CodeSearch {
-    uintptr_t address;
-    uintptr_t base;
-    const Elf32_Dyn* dynamic;
+const Elf32_Dyn* dynamicOf(const dl_phdr_info& info) {
+    for (const Elf32_Phdr& segment : std::span(info.dlpi_phdr, info.dlpi_phnum))
+        if (segment.p_type == PT_DYNAMIC)
+            return reinterpret_cast<const Elf32_Dyn*>(info.dlpi_addr + segment.p_vaddr);
+    return nullptr;
+}
+
+struct ObjectSearch {
+    bool (*matches)(const Image& image, const void* with);
+    const void* with;
+    std::optional<Loaded> found;
 };
 
-int compareCode(dl_phdr_info* info, size_t, void* wanted) {
-    auto& search = *static_cast<CodeSearch*>(wanted);
-    const uintptr_t offset = search.address - info->dlpi_addr;
-    const Elf32_Dyn* dynamic = nullptr;
-    bool found = false;
-    for (const Elf32_Phdr& segment : std::span(info->dlpi_phdr, info->dlpi_phnum)) {
-        if (segment.p_type == PT_DYNAMIC)
-            dynamic = reinterpret_cast<const Elf32_Dyn*>(info->dlpi_addr + segment.p_vaddr);
-        found = found || (isCode(segment) && offset - segment.p_vaddr < segment.p_filesz);
-    }
-    if (!found || dynamic == nullptr) return 0;
-    search.base = info->dlpi_addr;
-    search.dynamic = dynamic;
+int compareObject(dl_phdr_info* info, size_t, void* wanted) {
+    auto& search = *static_cast<ObjectSearch*>(wanted);
+    const Elf32_Dyn* const dynamic = dynamicOf(*info);
+    if (dynamic == nullptr) return 0;
+    const Image image(info->dlpi_addr, dynamic);
+    if (!search.matches(image, search.with)) return 0;
+    search.found = Loaded{image, info->dlpi_name};
+    return 1;
+}
+
+int readLoadCount(dl_phdr_info* info, size_t, void* count) {
+    *static_cast<uint64_t*>(count) = info->dlpi_adds + info->dlpi_subs;
     return 1;
 }
 
 }  // namespace
 
+std::optional<Loaded> findLoaded(bool (*matches)(const Image& image, const void* with),
+                                 const void* with) {
+    ObjectSearch search{matches, with, {}};
+    dl_iterate_phdr(compareObject, &search);
+    return search.found;
+}
+
 std::optional<Image> objectAt(const void* address) {
-    CodeSearch search{reinterpret_cast<uintptr_t>(address), 0, nullptr};
-    if (dl_iterate_phdr(compareCode, &search) == 0) return std::nullopt;
-    return Image(search.base, search.dynamic);
+    const std::optional<Loaded> found = findLoaded(
+        [](const Image& image, const void* wanted) { return image.hasCode(wanted); }, address);
+    return found ? std::optional(found->image) : std::nullopt;
+}
+
+uint64_t loadCount() {
+    uint64_t count = 0;
+    dl_iterate_phdr(readLoadCount, &count);
+    return count;
 }
 
 Image::Image(uintptr_t base, const Elf32_Dyn* dynamic) : base_(base), dynamic_(dynamic) {
@@ -217,6 +235,13 @@ bool Image::hasCode(const void* address) const {
     const auto offset = reinterpret_cast<uintptr_t>(address) - base_;
     return std::ranges::any_of(segments_, [&](const Elf32_Phdr& segment) {
         return isCode(segment) && offset - segment.p_vaddr < segment.p_filesz;
+    });
+}
+
+bool Image::covers(const void* address) const {
+    const auto offset = reinterpret_cast<uintptr_t>(address) - base_;
+    return std::ranges::any_of(segments_, [&](const Elf32_Phdr& segment) {
+        return segment.p_type == PT_LOAD && offset - segment.p_vaddr < segment.p_memsz;
     });
 }
 

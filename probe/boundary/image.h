@@ -30,6 +30,12 @@ public:
     explicit Image(const link_map* map) : Image(map->l_addr, map->l_ld) {}
     Image(uintptr_t base, const Elf32_Dyn* dynamic);
 
+    // Two images of the same object.
+    bool operator==(const Image& other) const { return dynamic_ == other.dynamic_; }
+    const Elf32_Dyn* dynamic() const { return dynamic_; }
+    // Whether 'address' lies anywhere in the object.
+    bool covers(const void* address) const;
+
     // Null when the object doesn't define it.
     Elf32_Sym* symbol(std::string_view name) const;
     // The name of a function that begins at 'address'; null when it has none.
@@ -71,6 +77,17 @@ private:
 // The object in whose code 'address' lies; nothing when it lies in none. Waits for no lock that the
 // dynamic linker holds while it runs code of others.
 std::optional<Image> objectAt(const void* address);
+
+// How often objects have been loaded and unloaded.
+uint64_t loadCount();
+// The first object that 'matches'; nothing when none does. Allocates no memory: its path may be
+// that of the dynamic linker's own memory.
+struct Loaded {
+    Image image;
+    const char* path;
+};
+std::optional<Loaded> findLoaded(bool (*matches)(const Image& image, const void* with),
+                                 const void* with = nullptr);
 
 }  // namespace pcsim::probe
 

@@ -1,0 +1,119 @@
+// Finding the library among what is loaded, and giving its stubs to everybody who looks its
+// operations up or has been linked with it.
+#include <atomic>
+#include <vector>
+
+#include "probe/boundary/boundary.h"
+#include "probe/boundary/crossing.h"
+
+namespace pcsim::probe {
+
+namespace {
+
+uint32_t wordOf(const void* address) {
+    return reinterpret_cast<uint32_t>(address);
+}
+
+// Points the library's own symbols at stubs: whoever looks an operation up from now on, by name or
+// as the dynamic linker does for a reference, finds the stub.
+void leadSymbols(const Image& library) {
+    const Inside& in = inside();
+    const uint32_t base = wordOf(library.addressOf({}));
+    library.forEachSymbol([&](const char*, Elf32_Sym& symbol) {
+        if (symbol.st_shndx == SHN_UNDEF) return;
+        const auto known = in.byTarget.find(library.addressOf(symbol));
+        if (known == in.byTarget.end() || known->second->site.side != Side::kPlatform) return;
+        library.write(&symbol.st_value, wordOf(known->second->stub) - base);
+    });
+}
+
+// Points the words of an object at stubs that the dynamic linker has already filled with the
+// addresses of operations.
+void leadReferences(const Image& object) {
+    const Inside& in = inside();
+    object.forEachReference([&](const Reference& reference) {
+        if (reference.defined || reference.isUnbound) return;
+        const auto known = in.byTarget.find(reinterpret_cast<const void*>(*reference.slot));
+        if (known == in.byTarget.end() || known->second->site.side != Side::kPlatform) return;
+        object.write(reference.slot, wordOf(known->second->stub));
+    });
+}
+
+void leadOthers() {
+    // Visits each, finds none.
+    findLoaded([](const Image& object, const void*) {
+        if (!(object == *inside().library)) leadReferences(object);
+        return false;
+    });
+}
+
+// Whether the library that is attached is still there, and not another copy in its place.
+bool isStillThere() {
+    const Inside& in = inside();
+    if (!in.library) return false;
+    const auto found =
+        findLoaded([](const Image& image, const void* wanted) { return image.dynamic() == wanted; },
+                   in.library->dynamic());
+    if (!found) return false;
+    const Elf32_Sym* const symbol = found->image.symbol("platformSystemInit");
+    return symbol != nullptr && recordOf(found->image.addressOf(*symbol)) != nullptr;
+}
+
+// The library has been unloaded: nothing of what is known by its addresses holds any more. Sites
+// stay, with what they have counted.
+void forgetLibrary() {
+    Inside& in = inside();
+    in.library.reset();
+    in.operations.clear();
+    in.byTarget.clear();
+    for (Crossing& crossing : in.crossings) {
+        if (crossing.outlets.empty()) continue;
+        crossing.outlets.clear();
+        crossing.site.target = nullptr;
+    }
+}
+
+std::atomic<uint64_t> seenLoads;
+std::atomic<bool> searching;
+
+// One thread at a time, and none waits for it: it may be the one that loads a library, which the
+// search would wait for.
+class Search {
+public:
+    Search() : mine_(!searching.exchange(true)) {}
+    ~Search() {
+        if (mine_) searching = false;
+    }
+    Search(const Search&) = delete;
+    Search& operator=(const Search&) = delete;
+    bool isMine() const { return mine_; }
+
+private:
+    bool mine_;
+};
+
+}  // namespace
+
+bool Boundary::attachLoaded() {
+    const uint64_t loads = loadCount();
+    if (loads == seenLoads) return inside().library.has_value();
+    const Search search;
+    if (!search.isMine()) return false;
+    Inside& in = inside();
+    if (!isStillThere()) {
+        const auto found =
+            findLoaded([](const Image& image, const void*) { return isPlatform(image); });
+        if (found) bindOwn(found->image);
+        const std::scoped_lock guard(in.lock);
+        if (in.library) forgetLibrary();
+        if (found) {
+            take(found->image, found->path);
+            leadSymbols(found->image);
+            leadOthers();
+        }
+    }
+    seenLoads = loads;
+    return in.library.has_value();
+}
+
+}  // namespace pcsim::probe
