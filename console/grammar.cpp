@@ -9,7 +9,7 @@
 namespace pcsim {
 
 std::string Element::text() const {
-    if (!word.empty()) return word;
+    if (!word.empty()) return optional ? "[" + word + "]" : word;
     if (type.find('|') != std::string::npos) return type;
     return "<" + (type == "rest" ? name + "..." : name) + ">";
 }
@@ -23,6 +23,7 @@ std::string OptionGroup::text() const {
 namespace {
 
 Element parseElement(const std::string& text) {
+    if (text.front() == '(') return {text.substr(1, text.size() - 2), "", "", true};
     if (text.front() != '<') return {text, "", ""};
     const std::string inside = text.substr(1, text.size() - 2);
     const size_t colon = inside.find(':');
@@ -62,6 +63,12 @@ void matchOptions(const Pattern& pattern, const Words& words, size_t at, Match& 
             return;
         }
         for (const Element& element : group->elements) {
+            if (element.optional) {
+                const bool there = at < words.size() && words[at] == element.word;
+                result.values[element.word].push_back(there ? element.word : "");
+                if (there) result.matched = ++at;
+                continue;
+            }
             if (at == words.size() || !fits(element, words[at], result)) {
                 result.expected = {element.text()};
                 return;

@@ -3,7 +3,8 @@
 // A pattern is written as it is shown in help:
 //     port <port> autoneg <state:on|off> [speed <speed:10|100|1000|10000>] [duplex <d:full|half>]
 // Words stand for themselves, <name:type> for a value, [..] for a group that may follow in any
-// order (with a trailing * as often as one likes). Types: port (S:P), slot, vlan, u32 (decimal or
+// order (with a trailing * as often as one likes), (word) in one for a word that may be left out:
+// its value is itself or empty. Types: port (S:P), slot, vlan, u32 (decimal or
 // 0x..), LO-HI (a number in a range), a|b|c (one of these words), mac, ipv4, address (either
 // family), prefix, file, text, rest (everything that follows). <port> is short for <port:port>.
 #ifndef PCSIM_CONSOLE_GRAMMAR_H
@@ -23,6 +24,7 @@ struct Element {
     std::string word;  // stands for itself, or empty
     std::string name;  // of a value
     std::string type;
+    bool optional = false;     // a word that may be left out
     std::string text() const;  // as in help
 };
 

@@ -73,6 +73,19 @@ TEST_F(VerbsTest, ARepeatedGroupHasSeveralValues) {
     EXPECT_EQ(found.at("vr"), (Words{"2"}));
 }
 
+TEST_F(VerbsTest, AWordInAGroupMayBeLeftOut) {
+    verbs.action("fault <name> [where <field> (within) <value>]* [after <n:1-9>]", "",
+                 [](Call&) {});
+    const Values found = values("fault x where a within 1 after 2 where b 3");
+    EXPECT_EQ(found.at("field"), (Words{"a", "b"}));
+    EXPECT_EQ(found.at("within"), (Words{"within", ""}));
+    EXPECT_EQ(found.at("value"), (Words{"1", "3"}));
+    EXPECT_EQ(problem("fault x where a within"),
+              "'fault x where a within' is not complete; expected <value>");
+    EXPECT_EQ(verbs.all().back().pattern.usage(),
+              "fault <name> [where <field> [within] <value>]... [after <n>]");
+}
+
 TEST_F(VerbsTest, RestTakesEverything) {
     EXPECT_EQ(values("echo a b c").at("text"), (Words{"a", "b", "c"}));
 }
