@@ -1,0 +1,149 @@
+// Writing the lines of a trace.
+#include "probe/trace/trace.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "console/error.h"
+#include "console/text.h"
+#include "console/values.h"
+#include "probe/interface/names.h"
+#include "probe/trace/lines.h"
+
+namespace pcsim::probe {
+
+struct Trace::Open {
+    uint64_t number;
+    uint32_t thread;
+    uint32_t depth;
+    uint32_t level;     // open lines around it
+    uint64_t startMs;   // when it began
+    std::string text;   // of the call as it began
+    std::string start;  // the same in short: direction and name
+    bool printed;       // its first line
+};
+
+namespace {
+
+constexpr uint32_t kIndentation = 4;
+
+const char* directionOf(const Site& site) {
+    switch (site.side) {
+        case Side::kPlatform:
+            return "> ";
+        case Side::kHost:
+            break;
+    }
+    return "< ";
+}
+
+void checkFilter(const TraceFilter& filter) {
+    for (const std::string& name : filter.operations)
+        if (calleesNamed(name).empty()) fail("{}", unknownOperation(name));
+    for (const std::string& port : filter.ports) parseSlotPort(port);
+}
+
+// Of the calls that go on, none is inside one that has gone.
+template <typename Open>
+bool isLeft(const Open& open, const Call& call) {
+    return open.thread == call.thread && open.depth >= call.depth;
+}
+
+}  // namespace
+
+Trace::Trace() = default;
+Trace::~Trace() = default;
+
+void Trace::start(TraceFilter filter, std::function<void(const std::string&)> print) {
+    checkFilter(filter);
+    {
+        const std::lock_guard lock(mutex_);
+        filter_ = std::move(filter);
+        print_ = std::move(print);
+        open_.clear();
+    }
+    if (onChange) onChange();
+}
+
+void Trace::startFile(TraceFilter filter, const std::string& path) {
+    const std::shared_ptr<FILE> file(std::fopen(path.c_str(), "we"), [](FILE* opened) {
+        if (opened != nullptr) std::fclose(opened);
+    });
+    if (file == nullptr) fail("file {} can't be written: {}", shown(path), std::strerror(errno));
+    // A line that is complete stays if the process dies.
+    std::setvbuf(file.get(), nullptr, _IOLBF, BUFSIZ);
+    start(std::move(filter),
+          [file](const std::string& line) { std::fputs(line.c_str(), file.get()); });
+}
+
+void Trace::stop() {
+    {
+        const std::lock_guard lock(mutex_);
+        print_ = nullptr;
+        open_.clear();
+    }
+    if (onChange) onChange();
+}
+
+bool Trace::on() const {
+    const std::lock_guard lock(mutex_);
+    return print_ != nullptr;
+}
+
+bool Trace::wants(const Site& site) const {
+    const std::lock_guard lock(mutex_);
+    if (print_ == nullptr) return false;
+    if (filter_.operations.empty()) return true;
+    const Callee callee{site.name, site.table, site.word, site.function};
+    return std::ranges::any_of(filter_.operations,
+                               [&](const std::string& name) { return goesBy(name, callee); });
+}
+
+void Trace::print(const Open& open, const std::string& text) {
+    std::string line;
+    if (nowMs) {
+        char time[32];
+        std::snprintf(time, sizeof time, "[%5llu.%03llu] ",
+                      static_cast<unsigned long long>(open.startMs / 1000),
+                      static_cast<unsigned long long>(open.startMs % 1000));
+        line = time;
+    }
+    // Of a single thread there is nothing to tell.
+    if (open.thread > 1) line += "(" + std::to_string(open.thread) + ") ";
+    line.append(size_t{kIndentation} * open.level, ' ');
+    print_(line + text + "\n");
+}
+
+void Trace::before(Call& call) {
+    if (!wantsCall(filter_, call)) return;
+    Open open{call.number, call.thread, call.depth, 0, nowMs ? nowMs() : 0, "", "", false};
+    open.start = directionOf(call.site) + call.site.name;
+    open.text = directionOf(call.site) + callText(call);
+    const std::lock_guard lock(mutex_);
+    if (print_ == nullptr) return;
+    // Calls that were left by a jump never come back.
+    std::erase_if(open_, [&](const Open& other) { return isLeft(other, call); });
+    for (Open& around : open_) {
+        if (around.thread != call.thread) continue;
+        ++open.level;
+        if (around.printed) continue;
+        print(around, around.text + " ...");
+        around.printed = true;
+    }
+    open_.push_back(std::move(open));
+}
+
+void Trace::after(Call& call) {
+    const std::string answer = answerText(call) + (call.answered ? " [fault]" : "");
+    const std::lock_guard lock(mutex_);
+    const auto found = std::ranges::find(open_, call.number, &Open::number);
+    if (print_ == nullptr || found == open_.end()) return;
+    if (found->printed && nowMs) found->startMs = nowMs();
+    print(*found, (found->printed ? found->start : found->text) + answer);
+    open_.erase(found);
+}
+
+}  // namespace pcsim::probe

@@ -1,0 +1,65 @@
+// Trace: a line for each call across the boundary, with its values decoded.
+//
+//     > pcSimCardPowerEnable slot 1 enable 1 -> 0
+//     > pcSimCardPortInit slot 1 ...
+//         < halStartTimer callback pcSimPortPoll ... -> 0
+//     > pcSimCardPortInit -> 0
+//
+// > is a call into the platform, < one into the HAL, = one into the C library. A call in which
+// others are traced has two lines, and theirs stand further to the right between them.
+#ifndef PCSIM_PROBE_TRACE_TRACE_H
+#define PCSIM_PROBE_TRACE_TRACE_H
+
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "probe/boundary/call.h"
+
+namespace pcsim::probe {
+
+// Which calls are traced: those that fit one of each kind that is given.
+struct TraceFilter {
+    std::vector<std::string> operations;  // as names.h has them
+    std::vector<std::string> ports;       // "1:3": among the call's values
+    std::vector<uint32_t> slots;
+};
+
+class Trace : public Observer {
+public:
+    Trace();
+    ~Trace() override;
+
+    // Gives lines, each with its end, to 'print' until stop(). Throws a CommandError when the
+    // filter names what there is none of.
+    void start(TraceFilter filter, std::function<void(const std::string&)> print);
+    // The same to a file, which is written anew. Throws a CommandError when it can't be.
+    void startFile(TraceFilter filter, const std::string& path);
+    void stop();
+    bool on() const;
+
+    // When set, a time in milliseconds stands in front of each line.
+    std::function<uint64_t()> nowMs;
+    std::function<void()> onChange;
+
+    bool wants(const Site& site) const override;
+    void before(Call& call) override;
+    void after(Call& call) override;
+
+private:
+    struct Open;
+
+    void print(const Open& open, const std::string& text);
+
+    mutable std::mutex mutex_;
+    TraceFilter filter_;
+    std::function<void(const std::string&)> print_;
+    std::vector<Open> open_;  // calls under way, the outer before the inner of each thread
+};
+
+}  // namespace pcsim::probe
+
+#endif
