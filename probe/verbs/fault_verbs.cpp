@@ -1,0 +1,93 @@
+// Verbs of the fault rules.
+#include "probe/interface/names.h"
+#include "probe/verbs/probe_verbs.h"
+
+namespace pcsim::probe {
+
+namespace {
+
+constexpr const char* kFaultPattern =
+    "fault <operation> [where <field> (within) <value>]* [after <after:0-1000000000>] "
+    "[count <count:1-1000000000>] [chance <percent:1-100>] [seed <seed:u32>] "
+    "[delay <ms:1-86400000>] [returns <returns>] [set <output> <to>]*";
+
+Order orderOf(pcsim::Call& call) {
+    Order order;
+    order.operation = call.text("operation");
+    const auto& fields = call.all("field");
+    for (size_t i = 0; i < fields.size(); ++i)
+        order.where.push_back({fields[i], call.all("value")[i], !call.all("within")[i].empty()});
+    order.after = call.numberOr("after", 0);
+    if (call.has("count")) order.count = call.number("count");
+    if (call.has("percent")) order.chancePercent = call.u32("percent");
+    if (call.has("seed")) {
+        if (!order.chancePercent) fail("a seed is that of a chance; expected chance PERCENT, too");
+        order.seed = call.u32("seed");
+    }
+    order.delayMs = call.numberOr("ms", 0);
+    if (call.has("returns")) order.returns = call.text("returns");
+    const auto& outputs = call.all("output");
+    for (size_t i = 0; i < outputs.size(); ++i)
+        order.set.push_back({outputs[i], call.all("to")[i]});
+    return order;
+}
+
+// What the rule's row has no column for.
+std::string restOf(Order order) {
+    order.operation = "*";
+    order.returns.reset();
+    const std::string text = order.text();
+    return text.substr(std::min<size_t>(2, text.size()));
+}
+
+Report showFaults(const Rules& rules) {
+    Table table{"faults",
+                "Faults",
+                {{"rule", "Rule", Align::kRight},
+                 {"operation", "Operation"},
+                 {"returns", "Returns", Align::kRight},
+                 {"seen", "Seen", Align::kRight},
+                 {"hits", "Hits", Align::kRight},
+                 {"state", "State"},
+                 {"when", "When and what"}},
+                {},
+                "none",
+                ""};
+    for (const RuleState& state : rules.states()) {
+        const Order& order = state.order;
+        Cell returns;
+        if (order.returns)
+            returns = *order.returns;
+        else if (order.answers())
+            returns = "failure";
+        table.rows.push_back({state.number, order.operation, returns, state.seen, state.hit,
+                              !state.on        ? "off"
+                              : state.usedUp() ? "used up"
+                                               : "on",
+                              restOf(order)});
+    }
+    return table;
+}
+
+}  // namespace
+
+void addFaultVerbs(Verbs& verbs, ProbeParts& parts) {
+    Rules& rules = parts.rules;
+    verbs.show("show faults", "the rules that 'fault' has set, with the calls they met",
+               [&rules](pcsim::Call&) { return showFaults(rules); });
+    verbs.action(kFaultPattern,
+                 "let an operation fail, answer a number, come late, or hand out other values",
+                 [&rules](pcsim::Call& call) {
+                     const uint32_t number = rules.add(orderOf(call));
+                     if (call.print) call.print("Rule " + std::to_string(number) + "\n");
+                 });
+    verbs.action("fault-off <rule:u32>", "let a rule rest",
+                 [&rules](pcsim::Call& call) { rules.turn(call.u32("rule"), false); });
+    verbs.action("fault-on <rule:u32>", "let it apply again",
+                 [&rules](pcsim::Call& call) { rules.turn(call.u32("rule"), true); });
+    verbs.action("fault-remove <rule:u32>", "remove a rule",
+                 [&rules](pcsim::Call& call) { rules.remove(call.u32("rule")); });
+    verbs.action("fault-clear", "no more faults", [&rules](pcsim::Call&) { rules.clear(); });
+}
+
+}  // namespace pcsim::probe

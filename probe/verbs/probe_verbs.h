@@ -1,0 +1,41 @@
+// The verbs of the probe: faults, coverage, trace, times. They are the same at pcsim's console, in
+// a plan file and from outside of a running process.
+#ifndef PCSIM_PROBE_VERBS_PROBE_VERBS_H
+#define PCSIM_PROBE_VERBS_PROBE_VERBS_H
+
+#include <functional>
+#include <string>
+
+#include "console/verbs.h"
+#include "probe/rules/rules.h"
+#include "probe/trace/trace.h"
+
+namespace pcsim::probe {
+
+// What the verbs work with, beside the boundary of the process. It must outlive them.
+struct ProbeParts {
+    Rules& rules;
+    Trace& trace;
+    // Where trace lines go that no file is named for; null: a file has to be named.
+    std::function<void(const std::string&)> print;
+    // The recorder: begins a file, and ends it with a line about it. Null where there is none.
+    std::function<void(const std::string& path)> record;
+    std::function<std::string()> stopRecord;
+};
+
+void addProbeVerbs(Verbs& verbs, ProbeParts& parts);
+
+// Runs one command and returns what it answers: text, or JSON of a 'show'. Throws a CommandError.
+std::string answerOf(const Verbs& verbs, const std::string& line, bool json);
+
+// Runs the commands of a plan file: lines of these verbs, with comments. Throws a CommandError that
+// names the file and the line.
+void runPlan(const Verbs& verbs, const std::string& path);
+
+void addFaultVerbs(Verbs& verbs, ProbeParts& parts);
+void addCoverageVerbs(Verbs& verbs);
+void addTraceVerbs(Verbs& verbs, ProbeParts& parts);
+
+}  // namespace pcsim::probe
+
+#endif
