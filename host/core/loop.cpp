@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <ctime>
 
 #include "console/error.h"
 
@@ -106,6 +107,14 @@ bool Loop::runSlice(uint64_t ms, int descriptor) {
 
 void Loop::sleep(uint64_t ms) {
     waitUntil([] { return false; }, ms);
+}
+
+void Loop::block(uint64_t ms) {
+    const timespec asked{static_cast<time_t>(ms / 1000), static_cast<long>(ms % 1000 * 1000000)};
+    timespec left = asked;
+    if (!scheduler_.stopped())
+        while (!interrupted() && nanosleep(&left, &left) != 0 && errno == EINTR) continue;
+    scheduler_.pass(ms);
 }
 
 bool Loop::waitUntil(const std::function<bool()>& done, uint64_t timeoutMs) {

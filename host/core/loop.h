@@ -25,6 +25,9 @@ public:
 
     // Lets 'ms' of simulated time pass. Throws a CommandError when interrupted.
     void sleep(uint64_t ms);
+    // Lets 'ms' pass in which nothing else happens, as in a call that takes so long. Ends early
+    // when interrupted.
+    void block(uint64_t ms);
 
     // Timeouts are of simulated time.
     bool waitUntil(const std::function<bool()>& done, uint64_t timeoutMs) override;

@@ -90,7 +90,8 @@ void Scheduler::runOne() {
         }
     } const running{*this};
     runningId_ = id;
-    runningAtMs_ = dueMs;
+    // In stopped time it may be later than that: a clock doesn't go back.
+    runningAtMs_ = stopped_ ? std::max(dueMs, stoppedAtMs_) : dueMs;
     action();
 }
 
@@ -100,7 +101,12 @@ void Scheduler::warp(uint64_t ms) {
         stoppedAtMs_ = std::max(stoppedAtMs_, queue_.begin()->first.first);
         runOne();
     }
-    stoppedAtMs_ = target;
+    stoppedAtMs_ = std::max(stoppedAtMs_, target);
+}
+
+void Scheduler::pass(uint64_t ms) {
+    if (stopped_) stoppedAtMs_ += ms;
+    if (runningAtMs_) *runningAtMs_ += ms;
 }
 
 void Scheduler::runDue() {

@@ -54,6 +54,10 @@ public:
     // Moves a stopped clock forward, running what comes due on the way at its exact time.
     void warp(uint64_t ms);
 
+    // Lets time pass within an action or a command, as work that takes long does: nothing runs
+    // meanwhile, and what came due runs late. A clock that follows the PC's has moved by itself.
+    void pass(uint64_t ms);
+
     // When the next action is due.
     std::optional<uint64_t> nextDueMs() const;
 

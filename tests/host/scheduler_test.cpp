@@ -56,6 +56,23 @@ TEST_F(SchedulerTest, IdsTellWhichActionRuns) {
     EXPECT_EQ(scheduler.runningId(), 0u);
 }
 
+// A call that takes long within an action: what came due meanwhile runs late, and time never goes
+// back.
+TEST_F(SchedulerTest, TimeThatPassesInAnActionMakesOthersLate) {
+    scheduler.after(10, "slow", [&] {
+        scheduler.pass(100);
+        note("slow");
+    });
+    scheduler.every(30, "periodic", [&] { note("periodic"); });
+    scheduler.warp(50);
+    EXPECT_EQ(ran, (std::vector<std::string>{"slow@110", "periodic@110"}));
+    EXPECT_EQ(sinceStart(), 110u);
+    scheduler.warp(10);
+    EXPECT_EQ(ran.size(), 5u) << "60, 90 and 120";
+    EXPECT_EQ(ran.back(), "periodic@120");
+    EXPECT_EQ(sinceStart(), 120u);
+}
+
 TEST_F(SchedulerTest, AnActionThatThrowsRunsNoMore) {
     scheduler.after(5, "task", [] { throw std::runtime_error("no"); });
     EXPECT_THROW(scheduler.warp(10), std::runtime_error);
