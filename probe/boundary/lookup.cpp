@@ -59,20 +59,28 @@ bool isGate(const uint8_t* bytes) {
     return bytes[3] == kReturn;
 }
 
+bool inSameObject(const void* a, const void* b) {
+    Dl_info ofA{}, ofB{};
+    return dladdr(a, &ofA) != 0 && dladdr(b, &ofB) != 0 && ofA.dli_fbase == ofB.dli_fbase;
+}
+
 }  // namespace
 
 void* lookUpFrom(const Image& object, const char* name, const char* version) {
-    constexpr uint32_t kDefault = 0;
-    static_assert(RTLD_DEFAULT == nullptr);
     const void* const gate = object.findCode(4, isGate);
-    if (version != nullptr) {
-        if (gate == nullptr) return dlvsym(RTLD_DEFAULT, name, version);
-        return pcsimProbeCallThrough(gate, reinterpret_cast<const void*>(&dlvsym), kDefault, name,
-                                     version);
-    }
-    if (gate == nullptr) return dlsym(RTLD_DEFAULT, name);
-    return pcsimProbeCallThrough(gate, reinterpret_cast<const void*>(&dlsym), kDefault, name,
-                                 nullptr);
+    const auto ask = [&](auto* function, const char* wanted) {
+        constexpr uint32_t kDefault = 0;
+        return pcsimProbeCallThrough(gate, reinterpret_cast<const void*>(function), kDefault, name,
+                                     wanted);
+    };
+    static_assert(RTLD_DEFAULT == nullptr);
+    void* const first = gate == nullptr ? dlsym(RTLD_DEFAULT, name) : ask(&dlsym, nullptr);
+    if (version == nullptr) return first;
+    void* const versioned =
+        gate == nullptr ? dlvsym(RTLD_DEFAULT, name, version) : ask(&dlvsym, version);
+    // A definition without versions, of a program or a preloaded library, satisfies a reference to
+    // any, but dlvsym passes it over.
+    return versioned == nullptr || !inSameObject(first, versioned) ? first : versioned;
 }
 
 }  // namespace pcsim::probe
