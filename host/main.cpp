@@ -109,8 +109,13 @@ void runDoors(const CommandLine& line) {
     // The machine goes on calling while it shuts down, when the session is gone.
     struct Quiet {
         Platform& platform;
-        ~Quiet() { platform.onCall = nullptr; }
+        ~Quiet() { platform.trace.stop(); }
     } const quiet{machine.context.platform};
+    if (!line.plan.empty()) {
+        Verbs verbs;
+        addProbeVerbs(verbs, probePartsOf(machine, &session));
+        probe::runPlan(verbs, line.plan);
+    }
     machine.boot();
     if (!steps.empty()) {
         runSteps(session, steps, line.json);

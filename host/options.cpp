@@ -31,6 +31,11 @@ const Option kOptions[] = {
      .need = "the name of a platform library",
      .takes = Takes::Text},
     {.name = "remote-io", .help = "Simulate remote I/O: cards report their steps after a delay"},
+    {.name = "plan",
+     .value = "FILE",
+     .help = "Faults and traces from before the first call: lines of these verbs",
+     .need = "the name of a plan file",
+     .takes = Takes::Name},
     {.name = "virtual-routers",
      .value = "N",
      .help = "Number of virtual routers, 1 to 4096; 8 without it",
@@ -88,6 +93,7 @@ CommandLine readCommandLine(int argc, char* const* argv) {
     line.labPorts = given.number("lab", 0);
     line.maxVr = given.number("virtual-routers", kStandardVr);
     line.library = given.text("library");
+    line.plan = given.text("plan");
     for (const GivenOption& option : given.inOrder)
         if (option.name == "execute" || option.name == "file")
             line.steps.push_back({option.name == "file", option.value});

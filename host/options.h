@@ -26,6 +26,7 @@ struct CommandLine {
     unsigned labPorts = 0;  // 0: the PC's own interfaces
     uint32_t maxVr = 0;
     std::string library;  // empty: the one that belongs to this program
+    std::string plan;     // faults from before the first call; empty: none
     std::vector<Step> steps;
 
     bool hasCommands() const;

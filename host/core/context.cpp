@@ -6,7 +6,10 @@
 namespace pcsim::host {
 
 Context::Context(Options chosen)
-    : options(std::move(chosen)), events([this] { return scheduler.nowMs(); }) {}
+    : options(std::move(chosen)), events([this] { return scheduler.nowMs(); }) {
+    platform.trace.nowMs = [this] { return scheduler.nowMs(); };
+    platform.rules.onDelay = [this](uint64_t ms) { loop.block(ms); };
+}
 
 Context::~Context() = default;
 

@@ -8,22 +8,26 @@
 
 #include <cstring>
 
+#include "probe/boundary/boundary.h"
+
 namespace pcsim::host {
 
-Platform::Platform()
-    : system(systemInfo_),
-      cardDb(cardDbInfo_),
-      family(familyInfo_),
-      fanDb(fanDbInfo_),
-      fanSlot(fanSlotInfo_),
-      powerSupplyDb(powerSupplyDbInfo_),
-      powerSupplySlot(powerSupplySlotInfo_),
-      tableList_{&systemInfo_, &cardDbInfo_,  &slotInfo_,          &familyInfo_,
-                 &fanDbInfo_,  &fanSlotInfo_, &powerSupplyDbInfo_, &powerSupplySlotInfo_} {
-    for (auto& slot : slots_) slot = std::make_unique<OpTable<HalCardSlotOps>>(slotInfo_);
+namespace {
+constexpr const char* kEntryPoint = "platformSystemInit";
+}
+
+Platform::Platform() {
+    for (auto& slot : slots_) slot = std::make_unique<OpTable<HalCardSlotOps>>("slot");
+    // Rules stand next to the platform: the trace shows what the host gets.
+    probe::Boundary& boundary = probe::Boundary::instance();
+    boundary.add(trace);
+    boundary.add(rules);
+    rules.onChange = trace.onChange = [&boundary] { boundary.refresh(); };
 }
 
 Platform::~Platform() {
+    probe::Boundary::instance().remove(rules);
+    probe::Boundary::instance().remove(trace);
     if (captured_ == nullptr) return;
     std::fflush(captured_);
     stdout = originalStdout_;
@@ -85,9 +89,11 @@ void Platform::load(const std::string& path) {
     if (handle == nullptr)
         fail("library {} can't be loaded: {}; name another one with --library", path, dlerror());
     using Entry = int32_t(HalSystemOps*);
-    auto* entry = reinterpret_cast<Entry*>(dlsym(handle, "platformSystemInit"));
-    if (entry == nullptr)
-        fail("library {} has no entry point platformSystemInit; is it a platform library?", path);
+    void* const found = dlsym(handle, kEntryPoint);
+    probe::Boundary& boundary = probe::Boundary::instance();
+    if (found == nullptr || !boundary.attach(handle))
+        fail("library {} has no entry point {}; is it a platform library?", path, kEntryPoint);
+    auto* entry = reinterpret_cast<Entry*>(boundary.looksUp(kEntryPoint, found));
     cardPresentMask_ = static_cast<const uint32_t*>(dlsym(handle, "pcSimCardPresentMask"));
     if (cardPresentMask_ == nullptr)
         fail("library {} has no pcSimCardPresentMask; is it a platform library?", path);
@@ -131,65 +137,13 @@ uint32_t Platform::cardPresentMask() const {
     return *cardPresentMask_;
 }
 
-namespace {
-
-// The answer of a word's fault rule, when it applies to this call.
-std::optional<int64_t> faulted(WordStats& stats) {
-    FaultRule& rule = *stats.fault;
-    ++rule.seen;
-    if (rule.seen <= rule.after || rule.seen > rule.after + rule.count) return std::nullopt;
-    return rule.returns;
+void Platform::failEmpty(const char* table, size_t word) {
+    fail("the platform has no operation in word {} of the {} table", word, table);
 }
 
-}  // namespace
-
-Platform::Passage Platform::enter(TableInfo& info, size_t word, const void* operation) {
-    if (operation == nullptr)
-        fail("the platform has no operation in word {} of the {} table", word, info.name);
-    WordStats& stats = info.words[word];
-    ++stats.calls;
-    return {stats, operation, stats.fault ? faulted(stats) : std::nullopt};
-}
-
-std::string Platform::Value::text() const {
-    if (kind == Kind::kText || kind == Kind::kPointer) {
-        if (pointer == nullptr) return "null";
-        if (kind == Kind::kText) return fmt::format("\"{}\"", static_cast<const char*>(pointer));
-        return fmt::format("@{:x}", reinterpret_cast<uintptr_t>(pointer));
-    }
-    if (kind == Kind::kNothing) return "";
-    return number > 0xFFFF ? fmt::format("0x{:x}", number) : fmt::format("{}", number);
-}
-
-void Platform::trace(const Passage& passage, std::initializer_list<Value> arguments,
-                     const Value& result) {
-    std::string text = operationName(passage.operation) + "(";
-    for (const Value& argument : arguments)
-        text += (&argument == arguments.begin() ? "" : ", ") + argument.text();
-    text += ")";
-    if (result.kind == Value::Kind::kSigned)
-        text += fmt::format(" = {}", result.number);
-    else if (result.kind != Value::Kind::kNothing)
-        text += " = " + result.text();
-    onCall(passage.fault ? text + " [fault]" : text);
-}
-
-const void* const* Platform::wordsOf(const TableInfo& info) {
-    const auto of = [&](auto& table) { return table.valid ? table.words() : nullptr; };
-    if (&info == &systemInfo_) return of(system);
-    if (&info == &cardDbInfo_) return of(cardDb);
-    if (&info == &familyInfo_) return of(family);
-    if (&info == &fanDbInfo_) return of(fanDb);
-    if (&info == &fanSlotInfo_) return of(fanSlot);
-    if (&info == &powerSupplyDbInfo_) return of(powerSupplyDb);
-    if (&info == &powerSupplySlotInfo_) return of(powerSupplySlot);
-    for (auto& slot : slots_)
-        if (slot->valid) return slot->words();
-    return nullptr;
-}
-
-std::string Platform::operationName(const void* address) {
-    if (address == nullptr) return "-";
+std::string Platform::operationName(const void* function) {
+    if (function == nullptr) return "-";
+    const void* const address = probe::Boundary::behind(const_cast<void*>(function));
     Dl_info info{};
     // The nearest name below an address that has none of its own would be another operation's.
     if (dladdr(address, &info) == 0 || info.dli_saddr != address) return "?";

@@ -1,6 +1,6 @@
 // The platform as the host sees it: the library, loaded at run time, and the chain of tables that
-// it fills. Every call into the library goes through call(), so that one place counts, traces and
-// answers in the library's stead when a script asks for a fault.
+// it fills. The probe stands in between, in both directions: the words of the tables are its stubs,
+// so it counts all calls, traces them, and answers some of them when a rule says so.
 //
 // What the library prints while a call runs is caught here and handed on as text.
 #ifndef PCSIM_HOST_CORE_PLATFORM_H
@@ -10,9 +10,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <functional>
-#include <initializer_list>
 #include <memory>
-#include <optional>
 #include <string>
 #include <type_traits>
 
@@ -23,17 +21,12 @@
 #include "pcsim/env.h"
 #include "pcsim/family.h"
 #include "pcsim/system.h"
+#include "probe/rules/rules.h"
+#include "probe/trace/trace.h"
 
 namespace pcsim::host {
 
 class Platform {
-    TableInfo systemInfo_{"system", "HalSystemOps"},
-        cardDbInfo_{"cardDb", "HalCardDb", offsetof(HalCardDb, ops) / sizeof(void*)},
-        slotInfo_{"slot", "HalCardSlotDb", offsetof(HalCardSlotDb, ops) / sizeof(void*)},
-        familyInfo_{"family", "HalFamilyOps"}, fanDbInfo_{"fanDb", "HalEnvDb"},
-        fanSlotInfo_{"fanSlot", "HalFanSlotDb"}, powerSupplyDbInfo_{"psDb", "HalEnvDb"},
-        powerSupplySlotInfo_{"psSlot", "HalPSSlotDb"};
-
 public:
     static constexpr int kSlots = 11;  // slots 0 to 10
 
@@ -47,13 +40,13 @@ public:
     void load(const std::string& path);
     const std::string& path() const { return path_; }
 
-    OpTable<HalSystemOps> system;
-    OpTable<HalCardDbOps> cardDb;
-    OpTable<HalFamilyOps> family;
-    OpTable<HalEnvDb> fanDb;
-    OpTable<HalFanSlotDb> fanSlot;
-    OpTable<HalEnvDb> powerSupplyDb;
-    OpTable<HalPSSlotDb> powerSupplySlot;
+    OpTable<HalSystemOps> system{"system"};
+    OpTable<HalCardDbOps> cardDb{"cardDb"};
+    OpTable<HalFamilyOps> family{"family"};
+    OpTable<HalEnvDb> fanDb{"fanDb"};
+    OpTable<HalFanSlotDb> fanSlot{"fanSlot"};
+    OpTable<HalEnvDb> powerSupplyDb{"psDb"};
+    OpTable<HalPSSlotDb> powerSupplySlot{"psSlot"};
     // One per slot, filled when the card manager sets the slot up.
     OpTable<HalCardSlotOps>& slot(int number);
 
@@ -69,18 +62,15 @@ public:
     template <typename Ops, typename Function, typename... Arguments>
     auto call(OpTable<Ops>& table, Function* Ops::*word, Arguments... arguments);
 
-    // All table kinds, for coverage listings.
-    const std::vector<TableInfo*>& tables() const { return tableList_; }
-    // The words of a table kind (of the first filled slot for the slot table), null when unfilled.
-    const void* const* wordsOf(const TableInfo& info);
+    // What looks at the calls, from before the library is loaded.
+    probe::Rules rules;
+    probe::Trace trace;
 
-    // Name of the exported operation at an address, "-" for null.
-    static std::string operationName(const void* address);
+    // Name of the exported operation at an address, or behind its stub; "-" for null.
+    static std::string operationName(const void* function);
 
     // Receives each piece of text that the library prints.
     std::function<void(const std::string&)> onPrint;
-    // When set, receives a line per call: operation, arguments, result.
-    std::function<void(const std::string&)> onCall;
 
     // Hands over what has been printed since the last call.
     void drainPrints();
@@ -89,34 +79,11 @@ public:
     uint32_t cardPresentMask() const;
 
 private:
-    // An argument, or the result, of a call: what a trace line says of it.
-    struct Value {
-        enum class Kind { kSigned, kUnsigned, kText, kPointer, kNothing };
-
-        Value() = default;
-        template <typename Type>
-        explicit Value(Type value);
-
-        Kind kind = Kind::kNothing;
-        int64_t number = 0;
-        const void* pointer = nullptr;
-
-        std::string text() const;
-    };
-
-    // One call on its way through: what is known of it before the operation runs.
-    struct Passage {
-        WordStats& stats;
-        const void* operation;
-        std::optional<int64_t> fault;  // the answer in the platform's stead
-    };
-    static Passage enter(TableInfo& info, size_t word, const void* operation);
-    void trace(const Passage& passage, std::initializer_list<Value> arguments, const Value& result);
+    [[noreturn]] static void failEmpty(const char* table, size_t word);
 
     void captureStandardOutput();
     static ssize_t write(void* cookie, const char* text, size_t size);
 
-    std::vector<TableInfo*> tableList_;
     std::array<std::unique_ptr<OpTable<HalCardSlotOps>>, kSlots> slots_;
     std::array<HalCardSlotDb, kSlots> slotRecords_{};
     std::string path_;
@@ -151,48 +118,21 @@ struct Signature<Returned(...)> {
 
 }  // namespace detail
 
-template <typename Type>
-Platform::Value::Value(Type value) {
-    if constexpr (std::is_pointer_v<Type>) {
-        constexpr bool isText = std::is_same_v<Type, const char*> || std::is_same_v<Type, char*>;
-        kind = isText ? Kind::kText : Kind::kPointer;
-        pointer = reinterpret_cast<const void*>(value);
-    } else {
-        kind = std::is_signed_v<Type> ? Kind::kSigned : Kind::kUnsigned;
-        number = static_cast<int64_t>(value);
-    }
-}
-
 template <typename Ops, typename Function, typename... Arguments>
 auto Platform::call(OpTable<Ops>& table, Function* Ops::*word, Arguments... arguments) {
     using Signature = detail::Signature<Function>;
     using Result = typename Signature::Result;
     Function* const operation = table.ops.*word;
-    const auto index = static_cast<size_t>(reinterpret_cast<const char*>(&(table.ops.*word)) -
-                                           reinterpret_cast<const char*>(&table.ops)) /
-                       sizeof(void*);
-    const Passage passage = enter(*table.info, index, reinterpret_cast<const void*>(operation));
+    if (operation == nullptr)
+        failEmpty(table.name,
+                  static_cast<size_t>(reinterpret_cast<const char*>(&(table.ops.*word)) -
+                                      reinterpret_cast<const char*>(&table.ops)) /
+                      sizeof(void*));
     if constexpr (std::is_void_v<Result>) {
-        if (!passage.fault) Signature::invoke(operation, arguments...);
-        if (onCall) trace(passage, {Value(arguments)...}, Value());
+        Signature::invoke(operation, arguments...);
         drainPrints();
     } else {
-        Result result{};  // of a faulted operation that answers with a record: null
-        if (!passage.fault)
-            result = Signature::invoke(operation, arguments...);
-        else if constexpr (std::is_integral_v<Result>)
-            result = static_cast<Result>(*passage.fault);
-        if constexpr (std::is_integral_v<Result>)
-            passage.stats.failures += static_cast<int32_t>(result) < 0 ? 1 : 0;
-        else
-            passage.stats.failures += result == nullptr ? 1 : 0;
-        if (onCall) {
-            // Results are told as the codes that they are.
-            if constexpr (std::is_integral_v<Result>)
-                trace(passage, {Value(arguments)...}, Value(static_cast<int32_t>(result)));
-            else
-                trace(passage, {Value(arguments)...}, Value(result));
-        }
+        const Result result = Signature::invoke(operation, arguments...);
         drainPrints();
         return result;
     }

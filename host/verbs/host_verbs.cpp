@@ -39,6 +39,14 @@ uint32_t virtualRouterOf(Call& call) {
     return vr;
 }
 
+probe::ProbeParts probePartsOf(Machine& machine, Session* session) {
+    Platform& platform = machine.context.platform;
+    probe::ProbeParts parts{platform.rules, platform.trace, nullptr, nullptr, nullptr};
+    if (session != nullptr)
+        parts.print = [session](const std::string& line) { session->print(line); };
+    return parts;
+}
+
 void addHostVerbs(Session& session, Machine& machine) {
     HostVerbs verbs(session.verbs(), machine);
     for (const auto add :
@@ -46,6 +54,7 @@ void addHostVerbs(Session& session, Machine& machine) {
           addFdbVerbs, addTrunkVerbs, addMcastVerbs, addAclVerbs, addEnvironmentVerbs,
           addDeviceVerbs, addPoeVerbs, addSamplingVerbs, addL3Verbs, addPlatformVerbs})
         add(verbs);
+    addProbeVerbs(session.verbs(), probePartsOf(machine, &session));
     session.candidates["<port>"] = [&machine] {
         std::vector<std::string> names;
         for (const auto& [instance, port] : machine.ports().ports()) names.push_back(port.name());

@@ -7,6 +7,7 @@
 #include "console/session.h"
 #include "console/verbs.h"
 #include "host/machine/machine.h"
+#include "probe/verbs/probe_verbs.h"
 
 namespace pcsim::host {
 
@@ -43,6 +44,9 @@ private:
 
 // All verbs, in the order in which help lists them, and what completes their values.
 void addHostVerbs(Session& session, Machine& machine);
+
+// What the verbs of the probe work with here; without a session the trace needs a file.
+probe::ProbeParts probePartsOf(Machine& machine, Session* session);
 
 // What several areas ask of a command. Each throws a CommandError that says which there are.
 Port& portOf(Call& call);              // <port>, of a card that is there

@@ -27,6 +27,15 @@ bool findWord(const Record& record, std::string_view name, uint32_t& offset) {
     return false;
 }
 
+// The database that an operation table is a part of, as words are numbered; else the table itself.
+const Record* numberedIn(std::string_view table) {
+    for (const Record& record : records())
+        for (const Field& field : record.fields)
+            if (field.type->kind == Kind::kRecord && field.type->record->name == table)
+                return &record;
+    return recordNamed(table);
+}
+
 CoverageRow rowOf(const Site& site) {
     CoverageRow row{};
     row.operation = site.name;
@@ -35,7 +44,7 @@ CoverageRow rowOf(const Site& site) {
         row.table = shortTableName(site.table, site.name);
         row.word = site.word;
         uint32_t offset = 0;
-        const Record* const record = recordNamed(site.table);
+        const Record* const record = numberedIn(site.table);
         if (record != nullptr && findWord(*record, site.word, offset))
             row.wordIndex = offset / static_cast<uint32_t>(sizeof(uint32_t));
     }
@@ -80,6 +89,8 @@ std::string_view groupOf(const CoverageRow& row) {
     switch (row.side) {
         case Side::kPlatform:
             return kByName;
+        case Side::kSystem:
+            return "C library";
         case Side::kHost:
             break;
     }

@@ -47,6 +47,11 @@ void sleepThrough(uint64_t ms) {
     while (nanosleep(&left, &left) != 0 && errno == EINTR) continue;
 }
 
+// Why a function of the C library has failed.
+int errorOf(const Function& function) {
+    return function.result->kind == Kind::kPointer ? ENOMEM : EIO;
+}
+
 std::string quoted(const std::string& word) {
     const bool plain = !word.empty() && word.find_first_of(" \t#") == std::string::npos;
     return plain ? word : "\"" + word + "\"";
@@ -240,6 +245,7 @@ void Rules::before(Call& call) {
             if (!rule->state.order.answers()) continue;
             call.answered = true;
             call.result = bound->result;
+            if (call.site.side == Side::kSystem) call.error = errorOf(*call.site.function);
             break;
         }
         if (!passage.bounds.empty()) passages_.push_back(std::move(passage));

@@ -34,6 +34,8 @@ const char* directionOf(const Site& site) {
     switch (site.side) {
         case Side::kPlatform:
             return "> ";
+        case Side::kSystem:
+            return "= ";
         case Side::kHost:
             break;
     }

@@ -40,6 +40,17 @@ std::string restOf(Order order) {
     return text.substr(std::min<size_t>(2, text.size()));
 }
 
+// A number where it is one, to compare with.
+Cell returnsOf(const Order& order) {
+    if (!order.returns) return order.answers() ? Cell("failure") : Cell();
+    const std::string& text = *order.returns;
+    uint64_t number = 0;
+    const bool negative = text.starts_with("-");
+    if (!readNumber(std::string_view(text).substr(negative ? 1 : 0), UINT32_MAX, number))
+        return text;
+    return negative ? -static_cast<int64_t>(number) : static_cast<int64_t>(number);
+}
+
 Report showFaults(const Rules& rules) {
     Table table{"faults",
                 "Faults",
@@ -55,12 +66,8 @@ Report showFaults(const Rules& rules) {
                 ""};
     for (const RuleState& state : rules.states()) {
         const Order& order = state.order;
-        Cell returns;
-        if (order.returns)
-            returns = *order.returns;
-        else if (order.answers())
-            returns = "failure";
-        table.rows.push_back({state.number, order.operation, returns, state.seen, state.hit,
+        table.rows.push_back({state.number, order.operation, returnsOf(order), state.seen,
+                              state.hit,
                               !state.on        ? "off"
                               : state.usedUp() ? "used up"
                                                : "on",
@@ -71,16 +78,12 @@ Report showFaults(const Rules& rules) {
 
 }  // namespace
 
-void addFaultVerbs(Verbs& verbs, ProbeParts& parts) {
-    Rules& rules = parts.rules;
+void addFaultVerbs(Verbs& verbs, Rules& rules) {
     verbs.show("show faults", "the rules that 'fault' has set, with the calls they met",
                [&rules](pcsim::Call&) { return showFaults(rules); });
     verbs.action(kFaultPattern,
                  "let an operation fail, answer a number, come late, or hand out other values",
-                 [&rules](pcsim::Call& call) {
-                     const uint32_t number = rules.add(orderOf(call));
-                     if (call.print) call.print("Rule " + std::to_string(number) + "\n");
-                 });
+                 [&rules](pcsim::Call& call) { rules.add(orderOf(call)); });
     verbs.action("fault-off <rule:u32>", "let a rule rest",
                  [&rules](pcsim::Call& call) { rules.turn(call.u32("rule"), false); });
     verbs.action("fault-on <rule:u32>", "let it apply again",

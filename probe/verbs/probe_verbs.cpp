@@ -26,10 +26,10 @@ std::string contentOf(const std::string& path) {
 
 }  // namespace
 
-void addProbeVerbs(Verbs& verbs, ProbeParts& parts) {
+void addProbeVerbs(Verbs& verbs, ProbeParts parts) {
     addCoverageVerbs(verbs);
-    addFaultVerbs(verbs, parts);
-    addTraceVerbs(verbs, parts);
+    addFaultVerbs(verbs, parts.rules);
+    addTraceVerbs(verbs, std::make_shared<const ProbeParts>(std::move(parts)));
 }
 
 std::string answerOf(const Verbs& verbs, const std::string& line, bool json) {

@@ -4,6 +4,7 @@
 #define PCSIM_PROBE_VERBS_PROBE_VERBS_H
 
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "console/verbs.h"
@@ -12,7 +13,7 @@
 
 namespace pcsim::probe {
 
-// What the verbs work with, beside the boundary of the process. It must outlive them.
+// What the verbs work with, beside the boundary of the process. Rules and trace must outlive them.
 struct ProbeParts {
     Rules& rules;
     Trace& trace;
@@ -23,7 +24,7 @@ struct ProbeParts {
     std::function<std::string()> stopRecord;
 };
 
-void addProbeVerbs(Verbs& verbs, ProbeParts& parts);
+void addProbeVerbs(Verbs& verbs, ProbeParts parts);
 
 // Runs one command and returns what it answers: text, or JSON of a 'show'. Throws a CommandError.
 std::string answerOf(const Verbs& verbs, const std::string& line, bool json);
@@ -32,9 +33,9 @@ std::string answerOf(const Verbs& verbs, const std::string& line, bool json);
 // names the file and the line.
 void runPlan(const Verbs& verbs, const std::string& path);
 
-void addFaultVerbs(Verbs& verbs, ProbeParts& parts);
+void addFaultVerbs(Verbs& verbs, Rules& rules);
 void addCoverageVerbs(Verbs& verbs);
-void addTraceVerbs(Verbs& verbs, ProbeParts& parts);
+void addTraceVerbs(Verbs& verbs, const std::shared_ptr<const ProbeParts>& parts);
 
 }  // namespace pcsim::probe
 

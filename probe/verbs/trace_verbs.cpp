@@ -18,7 +18,7 @@ TraceFilter filterOf(pcsim::Call& call) {
     return filter;
 }
 
-void turnTrace(ProbeParts& parts, pcsim::Call& call) {
+void turnTrace(const ProbeParts& parts, pcsim::Call& call) {
     const bool on = call.text("state") == "on";
     if (!on) {
         for (const char* word : {"only", "table", "port", "slot", "to"})
@@ -34,18 +34,18 @@ void turnTrace(ProbeParts& parts, pcsim::Call& call) {
 
 }  // namespace
 
-void addTraceVerbs(Verbs& verbs, ProbeParts& parts) {
-    const auto turn = [&parts](pcsim::Call& call) { turnTrace(parts, call); };
+void addTraceVerbs(Verbs& verbs, const std::shared_ptr<const ProbeParts>& parts) {
+    const auto turn = [parts](pcsim::Call& call) { turnTrace(*parts, call); };
     verbs.action(std::string("calls") + kFilterPattern,
                  "print every call into the platform and out of it, or not", turn);
     verbs.action(std::string("trace") + kFilterPattern, "the same as 'calls'", turn);
-    if (!parts.record) return;
-    verbs.action("record stop", "end the recording", [&parts](pcsim::Call& call) {
-        const std::string told = parts.stopRecord();
+    if (!parts->record) return;
+    verbs.action("record stop", "end the recording", [parts](pcsim::Call& call) {
+        const std::string told = parts->stopRecord();
         if (call.print) call.print(told + "\n");
     });
     verbs.action("record <file>", "write every call to a file, to replay it",
-                 [&parts](pcsim::Call& call) { parts.record(call.text("file")); });
+                 [parts](pcsim::Call& call) { parts->record(call.text("file")); });
 }
 
 }  // namespace pcsim::probe

@@ -244,8 +244,7 @@ TEST_F(L3ManagerTest, HostRouteOfTwoNeighborsStaysWithTheOther) {
 TEST_F(L3ManagerTest, RefusedRequestLeavesTheCopyAlone) {
     const auto key = IPv4Family::hostKey(htonl(0x0A000001));
     const IPv4Family::Hop hop{htonl(0x0A000002), 5};
-    const size_t word = offsetof(HalFamilyOps, ipv4FibAddEntry) / sizeof(void*);
-    machine.context.platform.family.info->words[word].fault = FaultRule{};
+    machine.context.platform.rules.add({.operation = "ipv4FibAddEntry"});
     EXPECT_THROW(l3.addRoute<IPv4Family>(0, key, {&hop, 1}), CommandError);
     EXPECT_EQ(l3.routesOf<IPv4Family>(0), nullptr);
     expectSameTables();

@@ -37,7 +37,7 @@ FLOORS = (
     ("host/{misc,ports}",                                 "host/cards"),
     ("host/l2",                                           "host/ports"),
     ("host/machine", "host/{acl,cards,devices,environment,l2,l3,mcast,misc,ports}"),
-    ("host/verbs",                                        "host/machine console"),
+    ("host/verbs",                                        "host/machine probe/verbs console"),
     ("host",                                              "host/verbs"),
     ("examples",                                          "include"),
 )

@@ -11,7 +11,7 @@ namespace {
 TEST(Coverage, RowsAreInTheOrderOfTablesAndWordsAndThoseCalledByNameFollow) {
     FakeSite cleanup{"pcSimPCFamFdbCleanup", "HalFamilyOps", "fdbCleanup"};
     FakeSite init{"pcSimPCFamFdbInit", "HalFamilyOps", "fdbInit"};
-    FakeSite power{"pcSimCardPowerEnable", "HalCardDb", "cardPowerEnable"};
+    FakeSite power{"pcSimCardPowerEnable", "HalCardDbOps", "cardPowerEnable"};
     FakeSite byName{"platformSystemInit"}, neverByName{"pcSimVrCreate"};
     FakeSite host{"dmGetMaxVr"}, silentHost{"halStartTimer"};
     byName.counts.calls = 1;
@@ -35,7 +35,7 @@ TEST(Coverage, RowsAreInTheOrderOfTablesAndWordsAndThoseCalledByNameFollow) {
               wordAt(*recordNamed("HalFamilyOps"), 4 * rows[0].wordIndex)->offset / 4);
     EXPECT_EQ(rows[0].wordIndex, recordNamed("HalFamilyOps")->field("fdbInit")->offset / 4);
     EXPECT_EQ(rows[2].table, "cardDb");
-    EXPECT_EQ(rows[2].wordIndex, 6u);
+    EXPECT_EQ(rows[2].wordIndex, 6u) << "of the database that the operations are a part of";
 
     const auto sums = sumsOf(rows);
     ASSERT_EQ(sums.size(), 4u);
