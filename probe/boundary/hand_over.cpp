@@ -52,6 +52,8 @@ void nameWord(const void* stub, const Record& record, const Field& field) {
     if (known == nullptr || !known->crossing->site.table.empty()) return;
     known->crossing->site.table = record.name;
     known->crossing->site.word = field.name;
+    // It goes by more names now, which somebody may be waiting for.
+    askObservers(*known->crossing);
 }
 
 void fillStubs(char* memory, const Record& record, Side side) {
