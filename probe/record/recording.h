@@ -1,0 +1,124 @@
+// A recording in memory: sites, and what happened at them in order.
+//
+// Everything that events point to (texts, arguments, bytes of memory) belongs to the recording's
+// store, which recordings made out of another one share; so events can be copied, left out and put
+// into another recording freely. Blocks hold all their bytes: nothing depends on an event before.
+#ifndef PCSIM_PROBE_RECORD_RECORDING_H
+#define PCSIM_PROBE_RECORD_RECORDING_H
+
+#include <cstdint>
+#include <memory>
+#include <memory_resource>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "probe/interface/model.h"
+
+namespace pcsim::probe {
+
+struct RecordedSite {
+    Side side = Side::kPlatform;  // who is called
+    uint32_t target = 0;          // the address of the function when it was recorded
+    std::string name;             // as Site's
+    std::string table;
+    std::string word;
+    std::string functionName;
+    const Function* function = nullptr;  // null when this program's interface has none of the name
+};
+
+// How a block is reached, and what it is an array of.
+struct RecordedPath {
+    std::string owner;           // function type or variable
+    std::string text;            // "request.rules"
+    std::string typeName;        // "HalAclRule"
+    const Type* type = nullptr;  // of an element; null: bytes
+};
+
+struct RecordedBlock {
+    uint32_t address = 0;
+    uint32_t path = 0;      // index of Recording::paths
+    bool platform = false;  // the platform's memory
+    bool written = false;   // the callee may write it
+    std::span<const uint8_t> bytes;
+};
+
+struct RecordedSymbol {
+    std::string name;
+    uint32_t address = 0;
+    uint32_t size = 0;
+    bool function = false;
+};
+
+struct Event {
+    enum class Kind : uint8_t { kCall, kReturn, kPrint, kState };
+
+    Kind kind = Kind::kCall;
+    uint32_t thread = 0;
+    uint32_t depth = 0;                   // of a call: calls around it
+    uint32_t site = 0;                    // of a call and its return: index of Recording::sites
+    uint64_t call = 0;                    // number of the call; of a print: that is under way, or 0
+    uint64_t result = 0;                  // of a return: eax, and edx above it
+    std::span<const uint32_t> arguments;  // of a call
+    std::span<const RecordedBlock> blocks;  // before the call, after it, or the state's
+    std::string_view text;                  // of a print; of a state the variable
+};
+
+// How a file ended: a recorded process may have died, a file may have been cut or damaged.
+struct Ending {
+    enum class Kind : uint8_t { kClosed, kCutShort, kDamaged };
+
+    Kind kind = Kind::kClosed;
+    uint64_t goodBytes = 0;  // of the file
+    std::string text;        // empty when it was closed, else a line that says so, without a dot
+};
+
+class Recording {
+public:
+    Recording();
+
+    std::vector<std::pair<std::string, std::string>> facts;  // what, value; in order
+    std::vector<RecordedSymbol> symbols;
+    std::vector<RecordedSite> sites;
+    std::vector<RecordedPath> paths;  // 0: bytes of no known type
+    std::vector<Event> events;
+    Ending ending;
+
+    // A recording without events that shares the store, so that events of this one can be added.
+    Recording withoutEvents() const;
+
+    // Copies into the store.
+    std::string_view keep(std::string_view text);
+    std::span<const uint32_t> keep(std::span<const uint32_t> words);
+    std::span<const RecordedBlock> keep(std::span<const RecordedBlock> blocks);
+    std::span<uint8_t> space(size_t size);
+
+    std::string_view fact(std::string_view what) const;  // "" when there is none
+    uint64_t calls() const;
+    const RecordedSite& siteOf(const Event& event) const { return sites[event.site]; }
+    // The index of the return of the call at 'index'; that of no event when it never came.
+    std::vector<size_t> returns() const;
+    static constexpr size_t kNone = static_cast<size_t>(-1);
+
+private:
+    std::shared_ptr<std::pmr::monotonic_buffer_resource> store_;
+};
+
+// The type of the elements that 'path' of a function type or variable leads to; null when this
+// program's interface has no such thing.
+const Type* typeAt(std::string_view owner, std::string_view path);
+
+// Reads a file. Throws a CommandError when it can't be opened or is none; one that is cut short or
+// damaged is read up to where it is good, and its ending says so.
+Recording load(const std::string& path);
+// The same of bytes in memory; 'name' is for messages.
+Recording parse(std::span<const uint8_t> file, const std::string& name);
+
+// Writes a file. Throws a CommandError when that fails.
+void save(const Recording& recording, const std::string& path);
+
+}  // namespace pcsim::probe
+
+#endif
