@@ -84,7 +84,7 @@ void Decoder::path(ByteReader& in) {
     if (in.number() != recording_.paths.size()) in.spoil();
     RecordedPath path;
     for (std::string* text : {&path.owner, &path.text, &path.typeName}) *text = copied(in.text());
-    path.type = typeAt(path.owner, path.text);
+    path.type = typeAt(path.owner, path.text, path.typeName);
     if (!in.bad()) recording_.paths.push_back(std::move(path));
 }
 
@@ -106,7 +106,7 @@ void Decoder::call(ByteReader& in) {
     event.arguments = recording_.keep(std::span<const uint32_t>(arguments, count));
     event.blocks = found;
     recording_.events.push_back(event);
-    open_.push_back({event.call, event.site, event.depth});
+    open_.push_back({event.call, event.site, event.thread, event.depth});
 }
 
 void Decoder::returned(ByteReader& in) {
@@ -131,9 +131,10 @@ void Decoder::returned(ByteReader& in) {
 
 void Decoder::print(ByteReader& in) {
     Event event{.kind = Event::Kind::kPrint};
-    event.call = lastCall_ - static_cast<uint64_t>(in.signedNumber());
     event.thread = in.below(kAnyWord);
     const auto text = in.text();
+    for (const Open& open : open_)
+        if (open.thread == event.thread) event.call = open.call;
     if (in.bad()) return;
     event.text = recording_.keep(text);
     recording_.events.push_back(event);

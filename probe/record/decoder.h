@@ -30,6 +30,7 @@ private:
     struct Open {
         uint64_t call;
         uint32_t site;
+        uint32_t thread;
         uint32_t depth;
     };
 

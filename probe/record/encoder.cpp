@@ -27,56 +27,55 @@ size_t endOfChange(const uint8_t* a, const uint8_t* b, size_t from, size_t size)
 }  // namespace
 
 bool Encoder::append(EntryKind kind) {
-    return contents_.whole() && blocks_.whole() && file_.append(kind, contents_.all());
+    return whole_.whole() && file_.append(kind, whole_.all());
 }
 
 bool Encoder::fact(std::string_view what, std::string_view value) {
-    contents_.clear();
-    contents_.text(what);
-    contents_.text(value);
+    whole_.clear();
+    whole_.text(what);
+    whole_.text(value);
     return append(kFact);
 }
 
 bool Encoder::symbol(const RecordedSymbol& symbol) {
-    contents_.clear();
-    contents_.text(symbol.name);
-    contents_.number(symbol.address);
-    contents_.number(symbol.size);
-    contents_.number(symbol.function ? 1 : 0);
+    whole_.clear();
+    whole_.text(symbol.name);
+    whole_.number(symbol.address);
+    whole_.number(symbol.size);
+    whole_.number(symbol.function ? 1 : 0);
     return append(kSymbol);
 }
 
 bool Encoder::site(uint32_t number, const RecordedSite& site) {
-    contents_.clear();
-    contents_.number(number);
-    contents_.number(static_cast<uint8_t>(site.side));
-    contents_.number(site.target);
+    whole_.clear();
+    whole_.number(number);
+    whole_.number(static_cast<uint8_t>(site.side));
+    whole_.number(site.target);
     for (const std::string_view text :
          {std::string_view(site.name), std::string_view(site.table), std::string_view(site.word),
           std::string_view(site.functionName)})
-        contents_.text(text);
+        whole_.text(text);
     return append(kSite);
 }
 
 bool Encoder::path(uint32_t number, std::string_view owner, std::string_view text,
                    std::string_view typeName) {
-    contents_.clear();
-    contents_.number(number);
-    for (const std::string_view each : {owner, text, typeName}) contents_.text(each);
+    whole_.clear();
+    whole_.number(number);
+    for (const std::string_view each : {owner, text, typeName}) whole_.text(each);
     return append(kPath);
 }
 
-bool Encoder::print(uint64_t call, uint32_t thread, std::string_view text) {
-    contents_.clear();
-    contents_.signedNumber(static_cast<int64_t>(lastCall_ - call));
-    contents_.number(thread);
-    contents_.text(text);
+bool Encoder::print(uint32_t thread, std::string_view text) {
+    whole_.clear();
+    whole_.number(thread);
+    whole_.text(text);
     return append(kPrint);
 }
 
 bool Encoder::end(uint64_t calls) {
-    contents_.clear();
-    contents_.number(calls);
+    whole_.clear();
+    whole_.number(calls);
     return append(kEnd);
 }
 
@@ -156,7 +155,7 @@ bool Encoder::finish() {
     contents_.bytes(blocks_.all().data(), blocks_.all().size());
     blocks_.clear();
     blockCount_ = 0;
-    return append(open_);
+    return contents_.whole() && blocks_.whole() && file_.append(open_, contents_.all());
 }
 
 }  // namespace pcsim::probe

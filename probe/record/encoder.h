@@ -21,13 +21,14 @@ class Encoder {
 public:
     explicit Encoder(RecordFile& file) : file_(file) {}
 
-    // Each writes one entry; false when there is no room for it.
+    // Each writes one entry; false when there is no room for it. They may come between the steps
+    // of one of those below, and stand before it then.
     bool fact(std::string_view what, std::string_view value);
     bool symbol(const RecordedSymbol& symbol);
     bool site(uint32_t number, const RecordedSite& site);
     bool path(uint32_t number, std::string_view owner, std::string_view text,
               std::string_view typeName);
-    bool print(uint64_t call, uint32_t thread, std::string_view text);
+    bool print(uint32_t thread, std::string_view text);
     bool end(uint64_t calls);
 
     // In two steps, so that blocks can come from where they are found: begin, block..., finish.
@@ -52,7 +53,8 @@ private:
 
     RecordFile& file_;
     Image image_;
-    Bytes contents_;
+    Bytes whole_;     // an entry that is made in one step
+    Bytes contents_;  // one that is made in several
     Bytes blocks_;
     format::EntryKind open_ = format::kNothing;
     uint32_t blockCount_ = 0;

@@ -28,8 +28,7 @@
 //             arguments less those of the site's last call, blocks: somebody calls the site
 //   kReturn   last kCall's number less this call's, thread, result (64 bits) less 0, blocks: that
 //             call returns
-//   kPrint    last kCall's number less that of the call under way (0: that one; none under way is
-//             the number itself), thread, text: what the platform prints
+//   kPrint    thread, text: what the platform prints, in the innermost call of the thread
 //   kState    text variable, blocks: memory that has changed between calls, found before the next
 //   kEnd      calls: the recording was closed
 //

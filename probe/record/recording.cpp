@@ -67,11 +67,26 @@ std::vector<size_t> Recording::returns() const {
 
 namespace {
 
-const Type* rootOf(std::string_view owner, std::string_view name) {
+std::string_view nameOf(const Type& type) {
+    return type.record != nullptr ? type.record->name : type.name;
+}
+
+// What a void pointer may lead to, as another parameter says.
+const Type* caseOf(const Parameter& parameter, std::string_view typeName) {
+    for (const Case& one : parameter.semantics.cases)
+        if (nameOf(*one.type) == typeName) return one.type;
+    return nullptr;
+}
+
+// What is behind a parameter, result or variable: elements, or a pointer to them.
+const Type* rootOf(std::string_view owner, std::string_view name, std::string_view typeName) {
     if (const Function* function = functionNamed(owner)) {
         if (name == "result") return function->result;
-        for (const Parameter& parameter : function->parameters)
-            if (parameter.name == name) return parameter.type;
+        for (const Parameter& parameter : function->parameters) {
+            if (parameter.name != name) continue;
+            const Type* const selected = caseOf(parameter, typeName);
+            return selected != nullptr ? selected : parameter.type;
+        }
         return nullptr;
     }
     for (const Variable& variable : variables())
@@ -94,8 +109,8 @@ std::string_view takeName(std::string_view& path) {
 
 }  // namespace
 
-const Type* typeAt(std::string_view owner, std::string_view path) {
-    const Type* type = rootOf(owner, takeName(path));
+const Type* typeAt(std::string_view owner, std::string_view path, std::string_view typeName) {
+    const Type* type = rootOf(owner, takeName(path), typeName);
     // A pointer leads to its target; a record inside a record is walked through, not to.
     for (;;) {
         type = elementOf(type);

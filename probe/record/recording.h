@@ -57,11 +57,11 @@ struct Event {
 
     Kind kind = Kind::kCall;
     uint32_t thread = 0;
-    uint32_t depth = 0;                   // of a call: calls around it
-    uint32_t site = 0;                    // of a call and its return: index of Recording::sites
-    uint64_t call = 0;                    // number of the call; of a print: that is under way, or 0
-    uint64_t result = 0;                  // of a return: eax, and edx above it
-    std::span<const uint32_t> arguments;  // of a call
+    uint32_t depth = 0;   // of a call: calls around it
+    uint32_t site = 0;    // of a call and its return: index of Recording::sites
+    uint64_t call = 0;    // its number; of a print that of the call under way, 0 for none
+    uint64_t result = 0;  // of a return: eax, and edx above it
+    std::span<const uint32_t> arguments;    // of a call
     std::span<const RecordedBlock> blocks;  // before the call, after it, or the state's
     std::string_view text;                  // of a print; of a state the variable
 };
@@ -106,9 +106,9 @@ private:
     std::shared_ptr<std::pmr::monotonic_buffer_resource> store_;
 };
 
-// The type of the elements that 'path' of a function type or variable leads to; null when this
-// program's interface has no such thing.
-const Type* typeAt(std::string_view owner, std::string_view path);
+// The type of the elements that 'path' of a function type or variable leads to, 'typeName' where it
+// may be one of several; null when this program's interface has no such thing.
+const Type* typeAt(std::string_view owner, std::string_view path, std::string_view typeName = {});
 
 // Reads a file. Throws a CommandError when it can't be opened or is none; one that is cut short or
 // damaged is read up to where it is good, and its ending says so.

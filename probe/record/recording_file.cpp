@@ -147,7 +147,7 @@ void writeBlocks(Encoder& encoder, const Event& event) {
 bool write(Encoder& encoder, const Event& event) {
     switch (event.kind) {
         case Event::Kind::kPrint:
-            return encoder.print(event.call, event.thread, event.text);
+            return encoder.print(event.thread, event.text);
         case Event::Kind::kCall:
             encoder.beginCall(event.site, event.call, event.thread, event.depth, event.arguments);
             break;
