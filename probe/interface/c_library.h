@@ -1,5 +1,6 @@
 // What the platform library calls of the C library, as far as something from outside comes in that
-// way (time, files, link registers, chance, the environment) or memory changes hands.
+// way (time, files, link registers, chance, the environment), goes out as text, or memory changes
+// hands.
 //
 // Read by tools/describe-interface. Compilers see the records alone: they have their own headers'
 // declarations of the functions.
@@ -32,6 +33,12 @@ int close(int descriptor);
 PCSIM_IS(varies) long time(PCSIM_IS(out, varies) long* now);
 PCSIM_IS(varies) int rand(void);
 PCSIM_IS(text) char* getenv(PCSIM_IS(text) const char* name);
+
+int printf(PCSIM_IS(format) const char* format, ...);
+int fprintf(PCSIM_IS(ignored) void* stream, PCSIM_IS(format) const char* format, ...);
+int puts(PCSIM_IS(text) const char* text);
+int fputs(PCSIM_IS(text) const char* text, PCSIM_IS(ignored) void* stream);
+int putchar(int character);
 
 PCSIM_IS(given) void* malloc(unsigned size);
 PCSIM_IS(given) void* calloc(unsigned count, unsigned size);
