@@ -55,6 +55,7 @@
  *                      record, all pointers to one
  *   taken, given       from malloc: passes to the callee with the call, to the caller with it
  *   kept               the callee keeps the pointer after the call (of an output: the caller)
+ *   new                what is handed out is none of those handed out before
  *   varies             may rightly differ from run to run: times, random choices
  *   carried            reserved bytes that are copied along
  *   platform, host     made and freed by the library, by the HAL, who knows each by its address */

@@ -77,7 +77,7 @@ typedef struct HalProtocolFilter {
  * Called once, when the family comes up; a second call without a clean-up makes another table and
  * frees nothing. 0; HAL_FDB_OUT_OF_MEMORY leaves pcSimFdbTable null and '*table' as it was.
  * Live. */
-typedef int32_t HalFdbInitFn(PCSIM_IS(out) HalFdbEntry** table);
+typedef int32_t HalFdbInitFn(PCSIM_IS(out, new) HalFdbEntry** table);
 
 /* Frees the table. pcSimFdbTable keeps its old value, so no operation on the table may follow but
  * another init. 0. Live. */
@@ -151,9 +151,9 @@ typedef HalStubFn HalCardMacFdbCheckMacRefreshFn;
 
 /* Makes a hardware handle for the record and stores it in '*handle', null when there is no memory.
  * A vlanIf's handle reads 1, the others 0. Traced. 0. Simulated. */
-typedef int32_t HalVlanIfCreateFn(const HalVlanIf* vlanIf, PCSIM_IS(out) HalHwHandle** handle);
-typedef int32_t HalCardPifCreateFn(const HalPif* pif, PCSIM_IS(out) HalHwHandle** handle);
-typedef int32_t HalVpifCreateFn(const HalVpif* vpif, PCSIM_IS(out) HalHwHandle** handle);
+typedef int32_t HalVlanIfCreateFn(const HalVlanIf* vlanIf, PCSIM_IS(out, new) HalHwHandle** handle);
+typedef int32_t HalCardPifCreateFn(const HalPif* pif, PCSIM_IS(out, new) HalHwHandle** handle);
+typedef int32_t HalVpifCreateFn(const HalVpif* vpif, PCSIM_IS(out, new) HalHwHandle** handle);
 
 /* Frees '*handle' and sets it to null; a null one is left alone. A handle other than the one the
  * record holds is reported on standard output, and is freed all the same. The recorded handle is

@@ -243,8 +243,8 @@ typedef pcSimIPv6FibRoute* HalIPv6FibFindFn(HalVirtualRouter vrId, PCSIM_IS(hex)
 
 /* A zero-filled route that is in no table yet and is the caller's; null when there is no memory.
  * Simulated. */
-typedef pcSimIPv4FibRoute* HalIPv4FibRouteAllocFn(void);
-typedef pcSimIPv6FibRoute* HalIPv6FibRouteAllocFn(void);
+typedef PCSIM_IS(new) pcSimIPv4FibRoute* HalIPv4FibRouteAllocFn(void);
+typedef PCSIM_IS(new) pcSimIPv6FibRoute* HalIPv6FibRouteAllocFn(void);
 
 /* The host route (mask 255.255.255.255, length 128) of an address, or null. Live. */
 typedef pcSimIPv4FibRoute* HalIPv4FibDirectRtLookupFn(HalVirtualRouter vrId,
@@ -258,9 +258,10 @@ typedef pcSimIPv6FibRoute* HalIPv6FibDirectRtLookupFn(HalVirtualRouter vrId,
 /* Makes a host route with one next hop, the address itself on 'vlan', which the caller attaches
  * (IPv6 ones are attached to nothing). Null when there is no memory or the tree refuses the route,
  * and then nothing has changed. Live. */
-typedef pcSimIPv4FibRoute* HalIPv4FibDirectRtCreateFn(HalVirtualRouter vrId, HalIpv4Address address,
-                                                      PCSIM_IS(vlan) uint32_t vlan);
-typedef pcSimIPv6FibRoute* HalIPv6FibDirectRtCreateFn(
+typedef PCSIM_IS(new) pcSimIPv4FibRoute* HalIPv4FibDirectRtCreateFn(HalVirtualRouter vrId,
+                                                                    HalIpv4Address address,
+                                                                    PCSIM_IS(vlan) uint32_t vlan);
+typedef PCSIM_IS(new) pcSimIPv6FibRoute* HalIPv6FibDirectRtCreateFn(
     HalVirtualRouter vrId, PCSIM_IS(hex) uint32_t address0, PCSIM_IS(hex) uint32_t address1,
     PCSIM_IS(hex) uint32_t address2, PCSIM_IS(hex) uint32_t address3, PCSIM_IS(vlan) uint32_t vlan);
 

@@ -14,7 +14,7 @@ PCSIM_BEGIN_DECLS
 
 /* Stores a new hardware handle for the trunk's pif in '*handle'; null when memory is short. Traces
  * as the creation of a pif. Simulated. */
-typedef int32_t HalTrunkCreateFn(const HalPif* trunk, PCSIM_IS(out) HalHwHandle** handle);
+typedef int32_t HalTrunkCreateFn(const HalPif* trunk, PCSIM_IS(out, new) HalHwHandle** handle);
 
 /* Frees '*handle' and sets it to null; null is accepted. Traces as the deletion of a pif.
  * Simulated. */

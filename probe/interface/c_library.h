@@ -40,8 +40,8 @@ int puts(PCSIM_IS(text) const char* text);
 int fputs(PCSIM_IS(text) const char* text, PCSIM_IS(ignored) void* stream);
 int putchar(int character);
 
-PCSIM_IS(given) void* malloc(unsigned size);
-PCSIM_IS(given) void* calloc(unsigned count, unsigned size);
+PCSIM_IS(given, new) void* malloc(unsigned size);
+PCSIM_IS(given, new) void* calloc(unsigned count, unsigned size);
 void free(PCSIM_IS(taken) void* block);
 int madvise(PCSIM_IS(ignored) void* start, unsigned size, int advice);
 

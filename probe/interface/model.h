@@ -84,6 +84,7 @@ struct Semantics {
     bool ignored = false;             // neither read nor written
     bool taken = false;               // from malloc, passes to the callee with the call
     bool given = false;               // from malloc, passes to the caller
+    bool fresh = false;               // what is handed out is none of those handed out before
     bool kept = false;                // who gets the pointer keeps it after the call
     bool varies = false;              // may rightly differ from run to run: times, random choices
     bool recordSize = false;          // this field is the size of its whole record, in bytes
