@@ -19,7 +19,7 @@ void takeOperations(const Image& library) {
         if (operation.side != Side::kPlatform || symbol == nullptr) continue;
         void* const found = library.addressOf(*symbol);
         in.operations.emplace(Boundary::behind(found), &operation);
-        if (Crossing* const known = crossingNamed(operation.name)) {
+        if (Crossing* const known = crossingNamed(operation.name, Side::kPlatform)) {
             known->record->target = known->site.target = found;
             in.byTarget.emplace(found, known);
         } else if (!in.byTarget.contains(found)) {
@@ -102,8 +102,9 @@ const std::vector<Site*>& Boundary::sites() const {
 
 Site* Boundary::siteNamed(std::string_view name) {
     const std::scoped_lock guard(inside().lock);
-    Crossing* const found = crossingNamed(name);
-    return found == nullptr ? nullptr : &found->site;
+    const Inside& in = inside();
+    const auto found = in.byName.lower_bound(std::pair(std::string(name), Side{}));
+    return found == in.byName.end() || found->first.first != name ? nullptr : &found->second->site;
 }
 
 bool Boundary::add(Observer& observer) {

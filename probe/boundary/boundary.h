@@ -58,6 +58,7 @@ public:
     // to are there from the beginning, in the same order in each run. The list never moves; it
     // grows at its end.
     const std::vector<Site*>& sites() const;
+    // Null when there is none. Of a name that both sides have, the platform's.
     Site* siteNamed(std::string_view name);
 
     // Adds or removes an observer; false when there are 16. What an observer wants is asked when it

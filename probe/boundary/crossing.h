@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "probe/boundary/call.h"
@@ -49,7 +50,7 @@ struct Inside {
     std::deque<Crossing> crossings;
     std::vector<Site*> sites;
     std::unordered_map<const void*, Crossing*> byTarget;
-    std::unordered_map<std::string, Crossing*> byName;
+    std::map<std::pair<std::string, Side>, Crossing*> byName;
     std::unordered_map<std::string, uint32_t> nameless;  // functions of a type that have no name
     std::atomic<Observer*> observers[kObservers] = {};
     std::function<void(Site&)> onSite;
@@ -75,7 +76,9 @@ Inside& inside();
 Crossing* newCrossing(std::string name, const Function& function, Side side, void* target);
 // The crossing of a function that is known by its address alone. Makes one where there is none.
 Crossing* crossingOf(void* function, const Function& type, Side side);
-Crossing* crossingNamed(std::string_view name);
+// A HAL may bring a function of its own in the place of one of the library's: the name is both
+// sides'.
+Crossing* crossingNamed(std::string_view name, Side side);
 // Lets the stub know what observers want.
 void askObservers(Crossing& crossing);
 void setDetour(Crossing& crossing, uint32_t reason, bool on);

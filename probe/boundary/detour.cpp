@@ -93,7 +93,9 @@ void runTarget(Crossing& crossing, Call& call) {
     const bool timed = (crossing.record->detours & kTimed) != 0;
     const uint64_t start = timed ? nanoseconds() : 0;
     errno = call.error;
-    call.result = pcsimProbeInvoke(crossing.record->target, call.arguments, call.argumentWords);
+    const auto& library = inside().library;
+    call.result = pcsimProbeInvoke(crossing.record->target, call.arguments, call.argumentWords,
+                                   library ? library->addressTable() : nullptr);
     call.error = errno;
     if (timed) countTime(*crossing.site.counts, nanoseconds() - start);
 }

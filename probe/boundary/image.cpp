@@ -115,6 +115,9 @@ void Image::readDynamic() {
             case DT_GNU_HASH:
                 hashed = static_cast<const uint32_t*>(there);
                 break;
+            case DT_PLTGOT:
+                addressTable_ = there;
+                break;
             case DT_REL:
                 data = static_cast<const Elf32_Rel*>(there);
                 break;

@@ -33,6 +33,8 @@ public:
     // Two images of the same object.
     bool operator==(const Image& other) const { return dynamic_ == other.dynamic_; }
     const Elf32_Dyn* dynamic() const { return dynamic_; }
+    // What the object's calls through its slots find in ebx.
+    const void* addressTable() const { return addressTable_; }
     // Whether 'address' lies anywhere in the object.
     bool covers(const void* address) const;
 
@@ -68,6 +70,7 @@ private:
     Elf32_Sym* symbols_ = nullptr;
     uint32_t symbolCount_ = 0;
     const char* texts_ = nullptr;
+    const void* addressTable_ = nullptr;
     std::span<const Elf32_Rel> data_, calls_;
     const Elf32_Half* versions_ = nullptr;
     const char* needed_ = nullptr;  // the table of versions that the object needs

@@ -26,11 +26,11 @@ void lead(const Image& library, Crossing& crossing, const Outlet& outlet) {
 
 void addOutlet(const Image& library, const Reference& reference, const Operation& operation) {
     const std::string name(operation.name);
-    Crossing* crossing = crossingNamed(name);
+    const Side side = operation.side == Side::kPlatform ? Side::kHost : operation.side;
+    Crossing* crossing = crossingNamed(name, side);
     const Outlet outlet{reference.slot, *reference.slot};
     auto* const held = reinterpret_cast<void*>(outlet.original);
     if (crossing == nullptr) {
-        const Side side = operation.side == Side::kPlatform ? Side::kHost : operation.side;
         crossing = newCrossing(name, *operation.function, side, nullptr);
         if (crossing == nullptr) return;
         crossing->whileWatched = isWhileWatched(operation);

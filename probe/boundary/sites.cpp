@@ -76,7 +76,7 @@ Crossing* newCrossing(std::string name, const Function& function, Side side, voi
     if (in.poll != nullptr) made.record->poll = in.poll;
     made.record->detours = made.handsOver ? kHandsOver : 0;
     made.record->body = bodyFor(function, side);
-    in.byName.emplace(made.site.name, &made);
+    in.byName.emplace(std::pair(made.site.name, side), &made);
     if (target != nullptr) in.byTarget.emplace(target, &made);
     in.sites.push_back(&made.site);
     if (in.onSite) in.onSite(made.site);
@@ -95,9 +95,9 @@ Crossing* crossingOf(void* function, const Function& type, Side side) {
     return newCrossing(std::string(known.name), *known.function, known.side, function);
 }
 
-Crossing* crossingNamed(std::string_view name) {
+Crossing* crossingNamed(std::string_view name, Side side) {
     Inside& in = inside();
-    const auto found = in.byName.find(std::string(name));
+    const auto found = in.byName.find(std::pair(std::string(name), side));
     return found == in.byName.end() ? nullptr : found->second;
 }
 

@@ -19,7 +19,7 @@ uint32_t never;
 
 #define HIDDEN __attribute__((visibility("hidden")))
 extern "C" {
-HIDDEN StubRecord pcsimProbeStubRecords[kStubs];
+HIDDEN constinit StubRecord pcsimProbeStubRecords[kStubs] = {};
 extern HIDDEN const char pcsimProbeStubCode[];
 HIDDEN void pcsimProbeJump();
 #define BODIES(words) HIDDEN void pcsimProbeCode##words(), pcsimProbeRecord##words();
@@ -207,8 +207,10 @@ pcsimProbeInvoke:
     .cfi_def_cfa_register ebp
     pushl %esi
     pushl %edi
+    pushl %ebx
     .cfi_offset esi, -12
     .cfi_offset edi, -16
+    .cfi_offset ebx, -20
     movl 12(%ebp), %esi
     movl 16(%ebp), %ecx
     leal 0(,%ecx,4), %eax
@@ -216,8 +218,10 @@ pcsimProbeInvoke:
     andl $-16, %esp
     movl %esp, %edi
     rep movsl
+    movl 20(%ebp), %ebx
     call *8(%ebp)
-    leal -8(%ebp), %esp
+    leal -12(%ebp), %esp
+    popl %ebx
     popl %edi
     popl %esi
     popl %ebp
@@ -225,6 +229,7 @@ pcsimProbeInvoke:
     .cfi_restore ebp
     .cfi_restore esi
     .cfi_restore edi
+    .cfi_restore ebx
     ret
     .cfi_endproc
 )");

@@ -18,16 +18,22 @@ namespace pcsim::probe {
 
 namespace {
 
-constexpr std::string_view kFile = "libpcsim-probe.so.0";
-
 // Of the C library, in the order in which they are looked for: dlsym moved house.
 constexpr const char* kVersions[] = {"GLIBC_2.34", "GLIBC_2.0"};
 
 std::atomic<void*> realLookup;
 pid_t startedIn;
 
+// What this library is called, whatever it has been renamed to.
+std::string_view ownFile() {
+    Dl_info own{};
+    if (dladdr(&realLookup, &own) == 0) return "";
+    const std::string_view path = own.dli_fname;
+    return path.substr(path.rfind('/') + 1);
+}
+
 __attribute__((constructor)) void start(int, char**, char** variables) {
-    leavePreload(variables, kFile);
+    leavePreload(variables, ownFile());
     startedIn = getpid();
     beginSession(takeVariable(variables, "PCSIM_PROBE"));
     Boundary::instance().attachLoaded();
