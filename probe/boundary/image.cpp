@@ -96,56 +96,36 @@ const void* Image::pointer(uint32_t value) const {
     return reinterpret_cast<const void*>(value < base_ ? value + base_ : value);
 }
 
+uint32_t Image::entry(int32_t tag) const {
+    for (const Elf32_Dyn* entry = dynamic_; entry->d_tag != DT_NULL; ++entry)
+        if (entry->d_tag == tag) return entry->d_un.d_val;
+    return 0;
+}
+
+template <typename Content>
+const Content* Image::table(int32_t tag) const {
+    const uint32_t place = entry(tag);
+    return place == 0 ? nullptr : static_cast<const Content*>(pointer(place));
+}
+
+std::span<const Elf32_Rel> Image::relocations(int32_t tag, int32_t sizeTag) const {
+    const auto* const first = table<Elf32_Rel>(tag);
+    return {first, first == nullptr ? 0 : entry(sizeTag) / sizeof(Elf32_Rel)};
+}
+
 void Image::readDynamic() {
-    const uint32_t* hashed = nullptr;
-    uint32_t bytes = 0, callBytes = 0;
-    const Elf32_Rel *data = nullptr, *calls = nullptr;
-    for (const Elf32_Dyn* entry = dynamic_; entry->d_tag != DT_NULL; ++entry) {
-        const void* const there = pointer(entry->d_un.d_ptr);
-        switch (entry->d_tag) {
-            case DT_SYMTAB:
-                symbols_ = static_cast<Elf32_Sym*>(const_cast<void*>(there));
-                break;
-            case DT_STRTAB:
-                texts_ = static_cast<const char*>(there);
-                break;
-            case DT_HASH:
-                symbolCount_ = static_cast<const uint32_t*>(there)[1];
-                break;
-            case DT_GNU_HASH:
-                hashed = static_cast<const uint32_t*>(there);
-                break;
-            case DT_PLTGOT:
-                addressTable_ = there;
-                break;
-            case DT_REL:
-                data = static_cast<const Elf32_Rel*>(there);
-                break;
-            case DT_RELSZ:
-                bytes = entry->d_un.d_val;
-                break;
-            case DT_JMPREL:
-                calls = static_cast<const Elf32_Rel*>(there);
-                break;
-            case DT_PLTRELSZ:
-                callBytes = entry->d_un.d_val;
-                break;
-            case DT_VERSYM:
-                versions_ = static_cast<const Elf32_Half*>(there);
-                break;
-            case DT_VERNEED:
-                needed_ = static_cast<const char*>(there);
-                break;
-            case DT_VERNEEDNUM:
-                neededCount_ = entry->d_un.d_val;
-                break;
-            default:
-                break;
-        }
-    }
-    if (symbolCount_ == 0 && hashed != nullptr) symbolCount_ = countHashed(hashed);
-    data_ = {data, data == nullptr ? 0 : bytes / sizeof(Elf32_Rel)};
-    calls_ = {calls, calls == nullptr ? 0 : callBytes / sizeof(Elf32_Rel)};
+    symbols_ = const_cast<Elf32_Sym*>(table<Elf32_Sym>(DT_SYMTAB));
+    texts_ = table<char>(DT_STRTAB);
+    addressTable_ = table<void>(DT_PLTGOT);
+    data_ = relocations(DT_REL, DT_RELSZ);
+    calls_ = relocations(DT_JMPREL, DT_PLTRELSZ);
+    versions_ = table<Elf32_Half>(DT_VERSYM);
+    needed_ = table<char>(DT_VERNEED);
+    neededCount_ = entry(DT_VERNEEDNUM);
+    if (const auto* const chains = table<uint32_t>(DT_HASH))
+        symbolCount_ = chains[1];
+    else if (const auto* const hashed = table<uint32_t>(DT_GNU_HASH))
+        symbolCount_ = countHashed(hashed);
 }
 
 // This kind of hash table doesn't say how many symbols there are: the last chain ends with the

@@ -56,6 +56,10 @@ public:
 
 private:
     const void* pointer(uint32_t value) const;
+    uint32_t entry(int32_t tag) const;  // of the dynamic section; 0 where there is none
+    template <typename Content>
+    const Content* table(int32_t tag) const;
+    std::span<const Elf32_Rel> relocations(int32_t tag, int32_t sizeTag) const;
     void readDynamic();
     uint32_t countHashed(const uint32_t* table) const;
     void visitTable(std::span<const Elf32_Rel> table, bool lazy,
