@@ -1,0 +1,65 @@
+#!/usr/bin/env bash
+# Faults of every kind, plans, traces and coverage. usage: commands_faults.sh PCSIM
+set -u
+. "$(dirname "${BASH_SOURCE[0]}")/console_support.sh"
+
+# In its operation's stead, by number, on and off.
+restart="port 1:1 can't be restarted: eth1 refuses the PHY reset"
+succeeds 'fault pcSimCardPortRestart after 1' 'port 1:1 restart' 'expect show faults -- 1.seen is 1' \
+    'expect show faults -- 1.hits is 0' 'expect show faults -- 1.state is on'
+refuses "$restart" 'fault pcSimCardPortRestart after 1' 'port 1:1 restart' 'port 1:1 restart'
+succeeds 'fault pcSimCardPortRestart' 'fault-off 1' 'port 1:1 restart' \
+    'expect show faults -- 1.state is off' 'expect show faults -- 1.seen is 0'
+refuses "$restart" 'fault pcSimCardPortRestart' 'fault-off 1' 'fault-on 1' 'port 1:1 restart'
+succeeds 'fault pcSimCardPortRestart' 'fault cardPort*' 'fault-remove 1' \
+    'expect show faults -- count is 1' 'expect show faults -- 2.operation is cardPort*' \
+    'fault-clear' 'expect show faults -- count is 0' 'port 1:1 restart'
+refuses "there is no rule 3; there are none" 'fault-off 3'
+refuses "a seed is that of a chance; expected chance PERCENT, too" 'fault cardPortRestart seed 4'
+
+# Calls out of the platform: a tree that takes nothing, files that can't be opened.
+refuses "the platform answered -1 to the add of (10.0.0.1, 239.1.1.1) on VLAN 10; 0 of its ports are in" \
+    'vlan create 10' 'fault p2BtreeInsert' 'mcast add 239.1.1.1 10.0.0.1 iif 10'
+refuses "counters of port 1:1 can't be read: the platform answered -1" \
+    'fault open* count 9' 'show counters 1:1'
+succeeds 'fault ioctl count 9' 'time warp 1000' 'expect show port 1:1 -- link is down'
+
+# Late calls cost simulated time alone, and others run late.
+succeeds 'fault pcSimIsCardHwPresent delay 3600000 count 1' 'time warp 1000' \
+    'expect show timers -- count at-least 6' 'expect show faults -- 1.hits is 1'
+answers '^Timers and tasks at 3601.000 s' 'fault pcSimIsCardHwPresent delay 3600000 count 1' \
+    'time warp 1000' 'show timers'
+
+# A chance is the same every time.
+"$pcsim" "${options[@]}" -x 'fault pcSimIsFanPresent chance 20 seed 5' -x 'time warp 20000' \
+    -x 'show faults' >"$scratch/first" 2>&1
+run 'fault pcSimIsFanPresent chance 20 seed 5' 'time warp 20000' 'show faults'
+cmp -s "$scratch/first" "$scratch/out" || problem "a chance came out differently"
+
+# Plans: before the first call, with file and line where they are wrong.
+plan() {
+    printf '%s\n' "$@" >"$scratch/plan"
+}
+plan '# A timer that never fires, and a table that can'"'"'t be made.' '' \
+    'fault halStartTimer count 2 returns 0'
+options+=(--plan "$scratch/plan")
+succeeds 'expect show faults -- 1.hits is 2' 'expect show timers -- count is 6'
+plan 'fault family.fdbInit returns -4 # by its word: no table is filled yet'
+refuses "the platform can't make its MAC table: it answered -4" 'show ports'
+plan '' 'fault pcSimFanReadTmp'
+refuses "$scratch/plan:2: no operation goes by 'pcSimFanReadTmp'; perhaps pcSimFanReadTemp" 'show ports'
+plan 'show ports'
+refuses "$scratch/plan:1: 'ports' is not known after 'show'; expected coverage, faults" 'show ports'
+plan "trace on only platformSystemInit to $scratch/trace"
+succeeds 'show ports'
+grep -q '^\[    0\.000\] > platformSystemInit .*-> 0$' "$scratch/trace" ||
+    problem "the trace begins with: $(head -1 "$scratch/trace")"
+rm "$scratch/plan"
+refuses "plan $scratch/plan can't be read: No such file or directory" 'show ports'
+options=(--lab 2 --stopped)
+
+# The platform's requests to the C library find what pcsim defines itself, watched or not.
+succeeds 'calls on only ioctl' 'time warp 2000' 'expect show port 1:1 -- link is up'
+answers '^\[    1\.000\] = ioctl ' 'calls on only ioctl' 'time warp 1000'
+
+finish
