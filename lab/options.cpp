@@ -1,8 +1,6 @@
 // Reading a command line by its table, and the help that the table makes.
 #include "lab/options.h"
 
-#include <getopt.h>
-
 #include <algorithm>
 #include <charconv>
 
@@ -11,7 +9,6 @@ namespace pcsim {
 namespace {
 
 constexpr size_t kColumns = 80;
-constexpr int kFirstLong = 256;  // getopt's value of the first option; above all letters
 
 bool takesValue(const Option& option) {
     return option.takes != Takes::Nothing && option.takes != Takes::End;
@@ -41,81 +38,88 @@ bool accepts(const Option& option, std::string_view value) {
     throw OptionProblem("--" + std::string(option.name) + " " + what);
 }
 
-// One reading: the table in getopt's form, and what was found so far.
+// One reading. Not the C library's: its state is the whole process's, which may be another
+// program's that has its own command line to read.
 class Reader {
 public:
     Reader(const Program& program, int argc, char* const* argv)
-        : program_(program), argc_(argc), argv_(argv) {
-        // '+': the options end at the first word that is none. ':': nothing is printed.
-        letters_ = "+:";
-        for (const Option& option : program.options) {
-            const int value = kFirstLong + static_cast<int>(longOptions_.size());
-            longOptions_.push_back({option.name, takesValue(option), nullptr, value});
-            if (option.letter == 0) continue;
-            letters_ += option.letter;
-            if (takesValue(option)) letters_ += ':';
-        }
-        longOptions_.push_back({});
-    }
+        : program_(program), words_(argv + std::min(argc, 1), argv + argc) {}
 
     GivenOptions read() {
-        optind = 0;  // begins anew
-        while (readNext()) {
+        while (at_ < words_.size() && !ended_) {
+            const std::string word = words_[at_];
+            if (word.size() < 2 || word[0] != '-') break;
+            ++at_;
+            if (word == "--") break;
+            if (word.starts_with("--"))
+                readLong(word);
+            else
+                readLetters(word);
         }
+        if (ended_) return std::move(given_);
+        given_.command.assign(words_.begin() + static_cast<ptrdiff_t>(at_), words_.end());
+        if (program_.onWord != nullptr && !given_.command.empty())
+            throw OptionProblem("'" + given_.command[0] + "' is not an option; " + program_.onWord);
         return std::move(given_);
     }
 
 private:
-    // False at the end of the options.
-    bool readNext() {
-        // The word that is being read: in the middle of several letters it stays the same.
-        const int at = std::max(optind, 1);
-        const int found = getopt_long(argc_, argv_, letters_.c_str(), longOptions_.data(), nullptr);
-        if (found == -1) {
-            given_.command.assign(argv_ + optind, argv_ + argc_);
-            if (program_.onWord != nullptr && !given_.command.empty())
-                throw OptionProblem("'" + given_.command[0] + "' is not an option; " +
-                                    program_.onWord);
-            return false;
+    // --name, --name=value or --name value
+    void readLong(const std::string& word) {
+        const size_t equals = word.find('=');
+        const Option& option = optionOf(
+            word, [&](const Option& known) { return word.substr(2, equals - 2) == known.name; });
+        const bool attached = equals != word.npos;
+        if (!takesValue(option)) {
+            if (attached) failFor(option, "takes no value");
+            return take(option, "");
         }
-        const std::string word = argv_[at];
-        const Option* option = optionOf(found == '?' || found == ':' ? optopt : found);
-        // The C library also takes the beginning of a long name for the name.
-        if (option == nullptr || (word.starts_with("--") && nameIn(word) != option->name))
-            throw OptionProblem("there is no option " + word + "; '" + program_.name +
-                                " --help' lists them");
-        if (found == '?') failFor(*option, "takes no value");
-        if (found == ':') failFor(*option, std::string("needs ") + option->need);
-        return take(*option, word);
+        if (attached && equals + 1 == word.size()) needs(option);
+        take(option, attached ? word.substr(equals + 1) : nextWord(option));
     }
 
-    bool take(const Option& option, const std::string& word) {
-        const std::string value = takesValue(option) ? optarg : "";
-        const bool forgotten = word == "--" + std::string(option.name) + "=";
-        if (forgotten || !accepts(option, value))
-            failFor(option, std::string("needs ") + option.need);
+    // -q, -qv, -fvalue or -f value
+    void readLetters(const std::string& word) {
+        for (size_t at = 1; at < word.size() && !ended_; ++at) {
+            const Option& option =
+                optionOf(word, [&](const Option& known) { return word[at] == known.letter; });
+            if (!takesValue(option)) {
+                take(option, "");
+                continue;
+            }
+            return take(option, at + 1 < word.size() ? word.substr(at + 1) : nextWord(option));
+        }
+    }
+
+    void take(const Option& option, const std::string& value) {
+        if (!accepts(option, value)) needs(option);
         if (takesValue(option) && !option.repeats && given_.has(option.name))
             failFor(option, "may be given once");
         given_.inOrder.push_back({option.name, value});
-        return option.takes != Takes::End;
+        ended_ = option.takes == Takes::End;
     }
 
-    const Option* optionOf(int value) const {
-        if (value >= kFirstLong) return &program_.options[static_cast<size_t>(value - kFirstLong)];
-        for (const Option& option : program_.options)
-            if (option.letter != 0 && option.letter == value) return &option;
-        return nullptr;
+    template <typename Same>
+    const Option& optionOf(const std::string& word, Same same) const {
+        const auto found = std::ranges::find_if(program_.options, same);
+        if (found != program_.options.end()) return *found;
+        throw OptionProblem("there is no option " + word + "; '" + program_.name +
+                            " --help' lists them");
     }
 
-    static std::string nameIn(const std::string& word) {
-        return word.substr(2, word.find('=') - 2);
+    std::string nextWord(const Option& option) {
+        if (at_ == words_.size()) needs(option);
+        return words_[at_++];
+    }
+
+    [[noreturn]] static void needs(const Option& option) {
+        failFor(option, std::string("needs ") + option.need);
     }
 
     const Program& program_;
-    int argc_;
-    char* const* argv_;
-    std::string letters_;
-    std::vector<option> longOptions_;
+    std::vector<std::string> words_;
+    size_t at_ = 0;
+    bool ended_ = false;
     GivenOptions given_;
 };
 

@@ -66,7 +66,7 @@ public:
     std::vector<std::string> command;  // a program's words, from the first that is no option
 };
 
-// Throws an OptionProblem. Keeps the C library's state of the reading: one call at a time.
+// Throws an OptionProblem. Leaves the state of the C library's getopt alone.
 GivenOptions readOptions(const Program& program, int argc, char* const* argv);
 
 // Aligned, in 80 columns, with a line end.

@@ -1,6 +1,7 @@
 // Options as tables: what is read, in which order, what is said about each mistake, and the help.
 #include "lab/options.h"
 
+#include <getopt.h>
 #include <gtest/gtest.h>
 
 namespace {
@@ -176,6 +177,18 @@ TEST(OptionsTest, NothingBehindTheHelpCounts) {
     EXPECT_EQ("help= ", readAs(kStrict, {"-hx"}));
     EXPECT_EQ("there is no option --frob; 'thing --help' lists them",
               problemOf(kStrict, {"--frob", "--help"}));
+}
+
+// A library that reads options of its own does so in a program that has a command line to read.
+TEST(OptionsTest, LeaveTheCLibrarysReadingAlone) {
+    char program[] = "other", flag[] = "-q", end[] = "word";
+    char* const argv[] = {program, flag, end, nullptr};
+    ASSERT_EQ('q', getopt(3, argv, "q"));
+    const int before = optind;
+    EXPECT_EQ("quiet= quiet= [x][-q]", readAs(kRunner, {"-q", "-q", "x", "-q"}));
+    EXPECT_EQ(before, optind);
+    EXPECT_EQ(-1, getopt(3, argv, "q"));
+    EXPECT_EQ(2, optind);
 }
 
 TEST(OptionsTest, AreFoundByName) {
