@@ -28,7 +28,7 @@ FLOORS = (
     ("probe/values",                                      "probe/interface console:words"),
     ("probe/{coverage,record,rules,trace}",               "probe/boundary probe/values"),
     ("probe/replay",                                      "probe/record host/tree"),
-    ("probe/control",                                     "probe/{coverage,record,rules,trace}"),
+    ("probe/control",                                     "probe/{coverage,record,rules,trace} lab"),
     ("probe/verbs",                                       "probe/control console"),
     ("probe/preload",                                     "probe/verbs"),
     ("probe",                                             "probe/{preload,replay,verbs} lab"),
