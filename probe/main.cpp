@@ -1,0 +1,114 @@
+// pcsim-probe: starts a program with the probe in it, asks programs that have one, and works on
+// what they have left.
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <span>
+#include <vector>
+
+#include "console/error.h"
+#include "console/text.h"
+#include "probe/commands.h"
+#include "probe/control/options.h"
+#include "probe/launch.h"
+
+namespace pcsim::probe {
+
+namespace {
+
+constexpr Command kCommands[] = {
+    {"list", "", "Which probed processes there are", listCommand},
+    {"coverage", "show|merge FILE...", "What was called in one run, or in several",
+     coverageCommand},
+};
+
+// The options of a start: those of the probe, and the program's own.
+std::vector<Option> startOptions() {
+    std::vector<Option> options = {
+        {.name = "help", .letter = 'h', .help = "Print this help and exit", .takes = Takes::End},
+        {.name = "version", .help = "Print the version and exit", .takes = Takes::End},
+    };
+    const auto own = probeOptions();
+    options.insert(options.end(), own.begin(), own.end());
+    return options;
+}
+
+std::string wholeHelp(const Program& program) {
+    std::string text = helpText(program);
+    text += "\nOther uses:\n";
+    const auto line = [&](const std::string& left, const std::string& help) {
+        text += fmt::format("  {:<30}  {}\n", "pcsim-probe " + left, help);
+    };
+    for (const Command& command : kCommands) {
+        line(fmt::format("{} {}", command.name, command.usage), command.help);
+    }
+    line("NAME|PID COMMAND...", "Ask a probed process; its command 'help' lists the others");
+    return text;
+}
+
+int start(std::span<char*> arguments) {
+    const std::vector<Option> options = startOptions();
+    const Program program{
+        .name = "pcsim-probe",
+        .about = "pcsim-probe: runs a HAL with a probe between it and the platform library.",
+        .usage = "[options] -- PROGRAM [argument...]",
+        .onWord = nullptr,
+        .options = options,
+    };
+    const GivenOptions given =
+        readOptions(program, static_cast<int>(arguments.size()), arguments.data());
+    if (given.has("help")) return print(wholeHelp(program)), 0;
+    if (given.has("version")) return print(PCSIM_VERSION "\n"), 0;
+    if (given.command.empty())
+        throw OptionProblem("expected a program to start, for example: pcsim-probe -- my-hal");
+    return launch(probeOptionsOf(given), given.command);
+}
+
+int run(std::span<char*> arguments) {
+    if (arguments.size() < 2 || arguments[1][0] == '-') return start(arguments);
+    const std::string first = arguments[1];
+    const Words words(arguments.begin() + 2, arguments.end());
+    const auto* const command = std::ranges::find(kCommands, first, &Command::name);
+    return command != std::end(kCommands) ? command->run(words) : controlCommand(first, words);
+}
+
+int complain(const std::string& what, int status) {
+    std::fprintf(stderr, "pcsim-probe: %s\n", printable(what).c_str());
+    return status;
+}
+
+}  // namespace
+
+GivenOptions readCommand(const Program& program, const Words& words) {
+    Words all = words;
+    all.insert(all.begin(), program.name);
+    std::vector<char*> arguments;
+    arguments.reserve(all.size());
+    for (std::string& word : all) arguments.push_back(word.data());
+    GivenOptions given = readOptions(program, static_cast<int>(all.size()), arguments.data());
+    if (given.has("help")) print(helpText(program));
+    return given;
+}
+
+void print(const std::string& text) {
+    if (std::fputs(text.c_str(), stdout) == EOF || std::fflush(stdout) != 0)
+        fail("standard output can't be written: {}", strerror(errno));
+}
+
+void print(const Report& report, bool json) {
+    print(json ? report.json() : report.text());
+}
+
+}  // namespace pcsim::probe
+
+int main(int argc, char** argv) {
+    using namespace pcsim;
+    try {
+        return probe::run({argv, static_cast<size_t>(argc)});
+    } catch (const OptionProblem& problem) {
+        return probe::complain(problem.what(), kBadOptions);
+    } catch (const std::exception& problem) {
+        return probe::complain(problem.what(), 1);
+    }
+}
