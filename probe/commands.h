@@ -25,6 +25,7 @@ struct Command {
 
 CommandFn coverageCommand;
 CommandFn listCommand;
+CommandFn sweepCommand;
 
 // 'pcsim-probe NAME ...': the words behind go to the process of that name or id.
 int controlCommand(const std::string& nameOrPid, const Words& words);

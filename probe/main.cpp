@@ -21,6 +21,8 @@ constexpr Command kCommands[] = {
     {"list", "", "Which probed processes there are", listCommand},
     {"coverage", "show|merge FILE...", "What was called in one run, or in several",
      coverageCommand},
+    {"sweep", "[options] -- PROGRAM...", "Fail each call of a program in a run of its own",
+     sweepCommand},
 };
 
 // The options of a start: those of the probe, and the program's own.
@@ -36,14 +38,14 @@ std::vector<Option> startOptions() {
 
 std::string wholeHelp(const Program& program) {
     std::string text = helpText(program);
-    text += "\nOther uses:\n";
+    text += "\nor: pcsim-probe COMMAND [--help]\n\n";
     const auto line = [&](const std::string& left, const std::string& help) {
-        text += fmt::format("  {:<30}  {}\n", "pcsim-probe " + left, help);
+        text += fmt::format("  {:<34} {}\n", left, help);
     };
     for (const Command& command : kCommands) {
         line(fmt::format("{} {}", command.name, command.usage), command.help);
     }
-    line("NAME|PID COMMAND...", "Ask a probed process; its command 'help' lists the others");
+    line("NAME|PID COMMAND...", "Ask a probed process: coverage, fault, trace");
     return text;
 }
 
@@ -79,26 +81,6 @@ int complain(const std::string& what, int status) {
 }
 
 }  // namespace
-
-GivenOptions readCommand(const Program& program, const Words& words) {
-    Words all = words;
-    all.insert(all.begin(), program.name);
-    std::vector<char*> arguments;
-    arguments.reserve(all.size());
-    for (std::string& word : all) arguments.push_back(word.data());
-    GivenOptions given = readOptions(program, static_cast<int>(all.size()), arguments.data());
-    if (given.has("help")) print(helpText(program));
-    return given;
-}
-
-void print(const std::string& text) {
-    if (std::fputs(text.c_str(), stdout) == EOF || std::fflush(stdout) != 0)
-        fail("standard output can't be written: {}", strerror(errno));
-}
-
-void print(const Report& report, bool json) {
-    print(json ? report.json() : report.text());
-}
 
 }  // namespace pcsim::probe
 
