@@ -126,6 +126,14 @@ inline SiteRow* sitesOf(BlockHeader* block) {
 inline const SiteRow* sitesOf(const BlockHeader* block) {
     return reinterpret_cast<const SiteRow*>(block + 1);
 }
+// The row that a site is counted in; kMostSites when it is counted elsewhere.
+inline uint32_t rowIndex(BlockHeader* block, const Site& site) {
+    const auto counts = reinterpret_cast<uintptr_t>(site.counts);
+    const auto first = reinterpret_cast<uintptr_t>(&sitesOf(block)->counts);
+    const uintptr_t index = (counts - first) / sizeof(SiteRow);
+    return counts < first || index >= kMostSites ? kMostSites : static_cast<uint32_t>(index);
+}
+
 inline FlightEntry* flightOf(BlockHeader* block) {
     return reinterpret_cast<FlightEntry*>(sitesOf(block) + kMostSites);
 }

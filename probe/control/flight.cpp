@@ -68,13 +68,6 @@ OpenCall& FlightRecorder::openOf(uint32_t thread, uint32_t depth) const {
     return block_.open[(thread - 1) % kThreads * kDepths + std::min(depth, kDepths - 1)];
 }
 
-uint32_t FlightRecorder::rowOf(const Site& site) const {
-    const auto* const counts = reinterpret_cast<const uint8_t*>(site.counts);
-    const auto* const rows = reinterpret_cast<const uint8_t*>(&sitesOf(&block_)->counts);
-    const auto index = static_cast<size_t>(counts - rows) / sizeof(SiteRow);
-    return counts < rows ? kMostSites : static_cast<uint32_t>(std::min<size_t>(index, kMostSites));
-}
-
 void FlightRecorder::before(Call& call) {
     if (inChild) return;
     FlightEntry& entry = entryOf(call);
@@ -82,7 +75,7 @@ void FlightRecorder::before(Call& call) {
     std::atomic_thread_fence(std::memory_order_release);
     entry.result = 0;
     entry.state.store(FlightEntry::kEntered, std::memory_order_relaxed);
-    entry.site = rowOf(call.site);
+    entry.site = rowIndex(&block_, call.site);
     entry.thread = call.thread;
     entry.depth = call.depth;
     entry.answered = 0;

@@ -29,8 +29,6 @@ public:
 private:
     FlightEntry& entryOf(const Call& call) const;
     OpenCall& openOf(uint32_t thread, uint32_t depth) const;
-    // The row that a site is counted in; kMostSites when it has none.
-    uint32_t rowOf(const Site& site) const;
 
     BlockHeader& block_;
     bool tree_;

@@ -108,11 +108,20 @@ SiteRow* OwnBlock::addSite(const Site& site) {
     SiteRow& row = sitesOf(block_)[index];
     store(row.name, site.name);
     store(row.function, site.function != nullptr ? site.function->name : "");
-    store(row.table, site.table);
-    store(row.word, site.word);
+    nameWord(row, site);
     row.side = static_cast<uint32_t>(site.side);
     block_->sites.store(index + 1, std::memory_order_release);
     return &row;
+}
+
+SiteRow* OwnBlock::rowOf(const Site& site) {
+    const uint32_t index = rowIndex(block_, site);
+    return index < kMostSites ? &sitesOf(block_)[index] : nullptr;
+}
+
+void OwnBlock::nameWord(SiteRow& row, const Site& site) {
+    store(row.word, site.word);
+    store(row.table, site.table);
 }
 
 void OwnBlock::foundLibrary(const std::string& path) {

@@ -32,6 +32,9 @@ public:
 
     // A row for the site; null when there are no more. Thread: any.
     SiteRow* addSite(const Site& site);
+    // The row that a site is counted in; null when it has none.
+    SiteRow* rowOf(const Site& site);
+    void nameWord(SiteRow& row, const Site& site);
     void foundLibrary(const std::string& path);
     // Nothing is served any more; the file stays for those who want to know how it went.
     void end();

@@ -33,6 +33,7 @@ std::string_view ownFile() {
 }
 
 __attribute__((constructor)) void start(int, char**, char** variables) {
+    environ = variables;  // the C library, which is set up later, doesn't know it yet
     leavePreload(variables, ownFile());
     startedIn = getpid();
     beginSession(takeVariable(variables, "PCSIM_PROBE"));

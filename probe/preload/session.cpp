@@ -1,17 +1,134 @@
-// Counting alone: says so when there was nothing to count.
+// What the options of the process ask for, set up at its start and written down at its end.
 #include "probe/preload/session.h"
 
-#include <cstdio>
+#include <dlfcn.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "console/session.h"
+#include "console/text.h"
 #include "probe/boundary/boundary.h"
+#include "probe/control/coverage_file.h"
+#include "probe/control/flight.h"
+#include "probe/control/options.h"
+#include "probe/control/own_block.h"
+#include "probe/control/site_rows.h"
+#include "probe/verbs/probe_verbs.h"
 
 namespace pcsim::probe {
 
-void beginSession(const char*) {}
+namespace {
+
+// It stays: calls are looked at until the process is no more.
+class ProbeSession {
+public:
+    // Throws what is wrong with the options. Whatever could be set up before stays.
+    void begin(const char* options);
+    void end();
+
+private:
+    void addVerbs();
+    Answer answer(const std::string& request) const;
+
+    ProbeOptions options_;
+    std::unique_ptr<OwnBlock> block_;
+    std::unique_ptr<SiteRows> rows_;
+    std::unique_ptr<FlightRecorder> flight_;
+    Trace trace_;
+    Rules rules_;
+    Verbs verbs_;
+};
+ProbeSession* session = nullptr;
+
+void complain(const std::string& what) {
+    std::fprintf(stderr, "pcsim-probe: %s\n", printable(what).c_str());
+}
+
+// A library in a folder with blanks in its name comes as a descriptor of the process.
+void closeOwnDescriptor() {
+    constexpr std::string_view kDescriptors = "/proc/self/fd/";
+    Dl_info own{};
+    if (dladdr(&session, &own) == 0) return;
+    const std::string_view path = own.dli_fname;
+    if (!path.starts_with(kDescriptors)) return;
+    int descriptor = -1;
+    std::from_chars(path.data() + kDescriptors.size(), path.data() + path.size(), descriptor);
+    close(descriptor);
+}
+
+// The flight recorder and the trace see a call as the HAL does: what rules change of it is between
+// them and the platform.
+void ProbeSession::begin(const char* text) {
+    options_ = readProbeOptions(text);
+    Boundary& boundary = Boundary::instance();
+    boundary.takeTimes(options_.times);
+    block_ = std::make_unique<OwnBlock>(options_.name, options_.flight);
+    rows_ = std::make_unique<SiteRows>(*block_);
+    if (options_.flight != 0) {
+        flight_ = std::make_unique<FlightRecorder>(block_->header(), options_.tree);
+        boundary.add(*flight_);
+    }
+    trace_.onChange = rules_.onChange = [] { Boundary::instance().refresh(); };
+    boundary.add(trace_);
+    boundary.add(rules_);
+    addVerbs();
+    boundary.poll(block_->flag(), [this] {
+        block_->serve([this](const std::string& request) { return answer(request); });
+    });
+    if (!options_.trace.empty()) trace_.startFile({}, options_.trace);
+    if (!options_.plan.empty()) runPlan(verbs_, options_.plan);
+}
+
+void ProbeSession::addVerbs() {
+    addProbeVerbs(verbs_, {.rules = rules_,
+                           .trace = trace_,
+                           .print = nullptr,
+                           .record = nullptr,
+                           .stopRecord = nullptr});
+    verbs_.action("help", "what can be asked",
+                  [this](pcsim::Call& call) { call.print(helpText(verbs_)); });
+}
+
+Answer ProbeSession::answer(const std::string& request) const {
+    Words words = splitWords(request);
+    const bool json = std::erase(words, "--json") != 0;
+    return {false, answerOf(verbs_, words, json)};
+}
+
+void ProbeSession::end() {
+    if (block_ == nullptr) return;
+    trace_.stop();
+    block_->end();
+    const BlockHeader& header = block_->header();
+    if (!options_.coverage.empty())
+        writeCoverage(options_.coverage, coverageOf(sitesOf(&header), header.sites));
+}
+
+}  // namespace
+
+void beginSession(const char* options) {
+    closeOwnDescriptor();
+    session = new ProbeSession;
+    try {
+        session->begin(options);
+    } catch (const std::exception& problem) {
+        complain(problem.what());
+    }
+}
 
 void endSession() {
-    if (!Boundary::instance().sites().empty()) return;
-    std::fputs("pcsim-probe: the program has loaded no platform library\n", stderr);
+    try {
+        session->end();
+    } catch (const std::exception& problem) {
+        complain(problem.what());
+    }
+    if (Boundary::instance().sites().empty())
+        complain("the program has loaded no platform library");
 }
 
 }  // namespace pcsim::probe

@@ -32,8 +32,7 @@ void addProbeVerbs(Verbs& verbs, ProbeParts parts) {
     addTraceVerbs(verbs, std::make_shared<const ProbeParts>(std::move(parts)));
 }
 
-std::string answerOf(const Verbs& verbs, const std::string& line, bool json) {
-    const Words words = splitWords(line);
+std::string answerOf(const Verbs& verbs, const Words& words, bool json) {
     if (words.empty()) return "";
     Verbs::Found found = verbs.find(words);
     pcsim::Call call(std::move(found.values));
@@ -54,7 +53,7 @@ void runPlan(const Verbs& verbs, const std::string& path) {
         const size_t end = std::min(content.find('\n', start), content.size());
         ++lineNumber;
         try {
-            answerOf(verbs, content.substr(start, end - start), false);
+            answerOf(verbs, splitWords(content.substr(start, end - start)), false);
         } catch (const CommandError& error) {
             fail("{}:{}: {}", shown(path), lineNumber, presentable(error.what()));
         }

@@ -27,7 +27,7 @@ struct ProbeParts {
 void addProbeVerbs(Verbs& verbs, ProbeParts parts);
 
 // Runs one command and returns what it answers: text, or JSON of a 'show'. Throws a CommandError.
-std::string answerOf(const Verbs& verbs, const std::string& line, bool json);
+std::string answerOf(const Verbs& verbs, const Words& words, bool json);
 
 // Runs the commands of a plan file: lines of these verbs, with comments. Throws a CommandError that
 // names the file and the line.

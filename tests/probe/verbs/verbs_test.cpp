@@ -15,7 +15,7 @@ class ProbeVerbsTest : public testing::Test {
 protected:
     ProbeVerbsTest() { addProbeVerbs(verbs, {rules, trace, nullptr, nullptr, nullptr}); }
 
-    std::string answer(const std::string& line) { return answerOf(verbs, line, false); }
+    std::string answer(const std::string& line) { return answerOf(verbs, splitWords(line), false); }
 
     std::string problem(const std::string& line) {
         try {
@@ -73,7 +73,8 @@ TEST_F(ProbeVerbsTest, RulesAreShown) {
               "     1  pcSimFanReadTemp       -5     0     0  on\n"
               "     2  fan*                    -     0     0  off    set out 7\n"
               "     3  findNode          failure     0     0  on     count 3\n");
-    EXPECT_NE(answerOf(verbs, "show faults", true).find("\"returns\": -5"), std::string::npos);
+    EXPECT_NE(answerOf(verbs, splitWords("show faults"), true).find("\"returns\": -5"),
+              std::string::npos);
     answer("fault-remove 1");
     answer("fault-on 2");
     EXPECT_TRUE(rules.states()[0].on);
@@ -104,9 +105,9 @@ TEST_F(ProbeVerbsTest, ARecorderHasItsVerbs) {
     std::string recorded;
     addProbeVerbs(with, {rules, trace, nullptr, [&](const std::string& path) { recorded = path; },
                          [] { return std::string("3 calls"); }});
-    EXPECT_EQ(answerOf(with, "record run.rec", false), "");
+    EXPECT_EQ(answerOf(with, splitWords("record run.rec"), false), "");
     EXPECT_EQ(recorded, "run.rec");
-    EXPECT_EQ(answerOf(with, "record stop", false), "3 calls\n");
+    EXPECT_EQ(answerOf(with, splitWords("record stop"), false), "3 calls\n");
     EXPECT_EQ(recorded, "run.rec");
 }
 
