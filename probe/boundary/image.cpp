@@ -51,7 +51,7 @@ int compareObject(dl_phdr_info* info, size_t, void* wanted) {
     auto& search = *static_cast<ObjectSearch*>(wanted);
     const Elf32_Dyn* const dynamic = dynamicOf(*info);
     if (dynamic == nullptr) return 0;
-    const Image image(info->dlpi_addr, dynamic);
+    const Image image(info->dlpi_addr, dynamic, {info->dlpi_phdr, info->dlpi_phnum});
     if (!search.matches(image, search.with)) return 0;
     search.found = Loaded{image, info->dlpi_name};
     return 1;
@@ -90,6 +90,11 @@ Image::Image(uintptr_t base, const Elf32_Dyn* dynamic) : base_(base), dynamic_(d
     readDynamic();
 }
 
+Image::Image(uintptr_t base, const Elf32_Dyn* dynamic, std::span<const Elf32_Phdr> segments)
+    : base_(base), dynamic_(dynamic), segments_(segments) {
+    readDynamic();
+}
+
 // The dynamic linker replaces offsets by addresses where it may write; an object lies above its
 // own offsets.
 const void* Image::pointer(uint32_t value) const {
@@ -122,32 +127,68 @@ void Image::readDynamic() {
     versions_ = table<Elf32_Half>(DT_VERSYM);
     needed_ = table<char>(DT_VERNEED);
     neededCount_ = entry(DT_VERNEEDNUM);
-    if (const auto* const chains = table<uint32_t>(DT_HASH))
-        symbolCount_ = chains[1];
-    else if (const auto* const hashed = table<uint32_t>(DT_GNU_HASH))
-        symbolCount_ = countHashed(hashed);
+    hash_ = table<uint32_t>(DT_HASH);
+    gnuHash_ = table<uint32_t>(DT_GNU_HASH);
 }
 
-// This kind of hash table doesn't say how many symbols there are: the last chain ends with the
-// last.
-uint32_t Image::countHashed(const uint32_t* table) const {
-    const uint32_t bucketCount = table[0], first = table[1], filterWords = table[2];
-    const uint32_t* const buckets = table + 4 + filterWords;
-    const uint32_t* const chains = buckets + bucketCount;
+namespace {
+
+// A table of names: buckets of chains, which begin with the first symbol that others may find.
+struct GnuHash {
+    explicit GnuHash(const uint32_t* table)
+        : bucketCount(table[0]),
+          first(table[1]),
+          buckets(table + 4 + table[2]),
+          chains(buckets + bucketCount - first) {}
+    uint32_t bucketCount, first;
+    const uint32_t* buckets;
+    const uint32_t* chains;  // by symbol; the lowest bit says that a chain ends
+};
+
+uint32_t gnuHashOf(std::string_view name) {
+    uint32_t hash = 5381;
+    for (const char letter : name) hash = hash * 33 + static_cast<unsigned char>(letter);
+    return hash;
+}
+
+}  // namespace
+
+// The table doesn't say how many symbols there are: the last chain ends with the last.
+uint32_t Image::symbolCount() const {
+    if (hash_ != nullptr) return hash_[1];
+    if (gnuHash_ == nullptr) return 0;
+    const GnuHash table(gnuHash_);
     uint32_t last = 0;
-    for (uint32_t i = 0; i < bucketCount; ++i) last = std::max(last, buckets[i]);
-    if (last < first) return first;
-    while ((chains[last - first] & 1) == 0) ++last;
+    for (uint32_t i = 0; i < table.bucketCount; ++i) last = std::max(last, table.buckets[i]);
+    if (last < table.first) return table.first;
+    while ((table.chains[last] & 1) == 0) ++last;
     return last + 1;
 }
 
 void Image::forEachSymbol(
     const std::function<void(const char* name, Elf32_Sym& symbol)>& visit) const {
-    for (uint32_t i = 1; i < symbolCount_; ++i) visit(texts_ + symbols_[i].st_name, symbols_[i]);
+    const uint32_t count = symbolCount();
+    for (uint32_t i = 1; i < count; ++i) visit(texts_ + symbols_[i].st_name, symbols_[i]);
+}
+
+Elf32_Sym* Image::hashedSymbol(std::string_view name) const {
+    const GnuHash table(gnuHash_);
+    if (table.bucketCount == 0) return nullptr;
+    const uint32_t wanted = gnuHashOf(name);
+    uint32_t i = table.buckets[wanted % table.bucketCount];
+    if (i < table.first) return nullptr;
+    do {
+        const bool defined = symbols_[i].st_shndx != SHN_UNDEF;
+        if ((table.chains[i] | 1) == (wanted | 1) && name == texts_ + symbols_[i].st_name)
+            return defined ? &symbols_[i] : nullptr;
+    } while ((table.chains[i++] & 1) == 0);
+    return nullptr;
 }
 
 Elf32_Sym* Image::symbol(std::string_view name) const {
-    for (uint32_t i = 1; i < symbolCount_; ++i)
+    if (gnuHash_ != nullptr) return hashedSymbol(name);
+    const uint32_t count = symbolCount();
+    for (uint32_t i = 1; i < count; ++i)
         if (symbols_[i].st_shndx != SHN_UNDEF && name == texts_ + symbols_[i].st_name)
             return &symbols_[i];
     return nullptr;
@@ -155,7 +196,8 @@ Elf32_Sym* Image::symbol(std::string_view name) const {
 
 const char* Image::nameAt(const void* address) const {
     const uintptr_t value = reinterpret_cast<uintptr_t>(address) - base_;
-    for (uint32_t i = 1; i < symbolCount_; ++i)
+    const uint32_t count = symbolCount();
+    for (uint32_t i = 1; i < count; ++i)
         if (symbols_[i].st_shndx != SHN_UNDEF && symbols_[i].st_value == value)
             return texts_ + symbols_[i].st_name;
     return nullptr;
@@ -175,7 +217,7 @@ void Image::visitTable(std::span<const Elf32_Rel> table, bool lazy,
     for (const Elf32_Rel& entry : table) {
         const uint32_t type = ELF32_R_TYPE(entry.r_info), number = ELF32_R_SYM(entry.r_info);
         if (type != R_386_JMP_SLOT && type != R_386_GLOB_DAT && type != R_386_32) continue;
-        if (number == 0 || number >= symbolCount_) continue;
+        if (number == 0) continue;
         const Elf32_Sym& symbol = symbols_[number];
         auto* const slot = reinterpret_cast<uint32_t*>(base_ + entry.r_offset);
         const auto offset = static_cast<uint32_t>(reinterpret_cast<const char*>(&entry) -

@@ -29,6 +29,7 @@ class Image {
 public:
     explicit Image(const link_map* map) : Image(map->l_addr, map->l_ld) {}
     Image(uintptr_t base, const Elf32_Dyn* dynamic);
+    Image(uintptr_t base, const Elf32_Dyn* dynamic, std::span<const Elf32_Phdr> segments);
 
     // Two images of the same object.
     bool operator==(const Image& other) const { return dynamic_ == other.dynamic_; }
@@ -61,7 +62,8 @@ private:
     const Content* table(int32_t tag) const;
     std::span<const Elf32_Rel> relocations(int32_t tag, int32_t sizeTag) const;
     void readDynamic();
-    uint32_t countHashed(const uint32_t* table) const;
+    uint32_t symbolCount() const;
+    Elf32_Sym* hashedSymbol(std::string_view name) const;
     void visitTable(std::span<const Elf32_Rel> table, bool lazy,
                     const std::function<void(const Reference&)>& visit) const;
     bool isUnbound(const uint32_t* slot, uint32_t offset) const;
@@ -72,7 +74,8 @@ private:
     const Elf32_Dyn* dynamic_;
     std::span<const Elf32_Phdr> segments_;
     Elf32_Sym* symbols_ = nullptr;
-    uint32_t symbolCount_ = 0;
+    const uint32_t* hash_ = nullptr;     // the table of names of either kind, or null
+    const uint32_t* gnuHash_ = nullptr;  //
     const char* texts_ = nullptr;
     const void* addressTable_ = nullptr;
     std::span<const Elf32_Rel> data_, calls_;
