@@ -5,17 +5,24 @@
 #include <string>
 
 #include "probe/boundary/call.h"
-#include "probe/trace/trace.h"
+#include "probe/values/handles.h"
 
 namespace pcsim::probe {
 
 // "pcSimFanReadTemp slot 1"
-std::string callText(const Call& call);
-// " -> 0 out 2501"
-std::string answerText(const Call& call);
+std::string callText(const Call& call, Handles& handles);
+// " -> 0 out 2501"; "" where nothing comes back.
+std::string answerText(const Call& call, Handles& handles);
 
-// Whether a call has the ports and slots that are asked for.
-bool wantsCall(const TraceFilter& filter, const Call& call);
+// A port or a slot, as calls have them.
+struct Place {
+    uint32_t slot;
+    bool isPort;
+    uint32_t port;
+};
+
+// Whether the place is among the values that go in: as a port, as a slot, or the slot of a port.
+bool isAbout(const Call& call, const Place& place);
 
 }  // namespace pcsim::probe
 

@@ -10,8 +10,8 @@
 #include "console/error.h"
 #include "console/text.h"
 #include "console/values.h"
+#include "probe/boundary/boundary.h"
 #include "probe/interface/names.h"
-#include "probe/trace/lines.h"
 
 namespace pcsim::probe {
 
@@ -42,10 +42,36 @@ const char* directionOf(const Site& site) {
     return "< ";
 }
 
+// The ordered tree, what compares its nodes, and the C library.
+bool isDetail(const Site& site) {
+    if (site.side == Side::kSystem) return true;
+    const Operation* const operation = operationNamed(site.name);
+    if (operation != nullptr && operation->header == "host_tree") return true;
+    return std::ranges::any_of(site.function->parameters, [](const Parameter& parameter) {
+        const Type& type = *parameter.type;
+        return type.kind == Kind::kPointer && type.target->name == "HalTreeNode";
+    });
+}
+
 void checkFilter(const TraceFilter& filter) {
     for (const std::string& name : filter.operations)
         if (calleesNamed(name).empty()) fail("{}", unknownOperation(name));
-    for (const std::string& port : filter.ports) parseSlotPort(port);
+}
+
+// The name of a function that is handed over; "" when it has none.
+std::string functionName(uint32_t address) {
+    const Site* const site = Boundary::instance().siteOf(reinterpret_cast<const void*>(address));
+    return site != nullptr ? site->name : "";
+}
+
+std::vector<Place> placesOf(const TraceFilter& filter) {
+    std::vector<Place> places;
+    for (const std::string& text : filter.ports) {
+        const SlotPort port = parseSlotPort(text);
+        places.push_back({port.slot, true, port.port});
+    }
+    for (const uint32_t slot : filter.slots) places.push_back({slot, false, 0});
+    return places;
 }
 
 // Of the calls that go on, none is inside one that has gone.
@@ -56,13 +82,18 @@ bool isLeft(const Open& open, const Call& call) {
 
 }  // namespace
 
-Trace::Trace() = default;
+Trace::Trace() {
+    handles_.functionName = functionName;
+}
+
 Trace::~Trace() = default;
 
 void Trace::start(TraceFilter filter, std::function<void(const std::string&)> print) {
     checkFilter(filter);
+    std::vector<Place> places = placesOf(filter);
     {
         const std::lock_guard lock(mutex_);
+        places_ = std::move(places);
         filter_ = std::move(filter);
         print_ = std::move(print);
         open_.clear();
@@ -98,7 +129,7 @@ bool Trace::on() const {
 bool Trace::wants(const Site& site) const {
     const std::lock_guard lock(mutex_);
     if (print_ == nullptr) return false;
-    if (filter_.operations.empty()) return true;
+    if (filter_.operations.empty()) return filter_.all || !isDetail(site);
     const Callee callee{site.name, site.table, site.word, site.function};
     return std::ranges::any_of(filter_.operations,
                                [&](const std::string& name) { return goesBy(name, callee); });
@@ -119,11 +150,21 @@ void Trace::print(const Open& open, const std::string& text) {
     print_(line + text + "\n");
 }
 
+bool Trace::isAsked(const Call& call) const {
+    std::vector<Place> places;
+    {
+        const std::lock_guard lock(mutex_);
+        places = places_;
+    }
+    return places.empty() ||
+           std::ranges::any_of(places, [&](const Place& place) { return isAbout(call, place); });
+}
+
 void Trace::before(Call& call) {
-    if (!wantsCall(filter_, call)) return;
+    if (!isAsked(call)) return;
     Open open{call.number, call.thread, call.depth, 0, nowMs ? nowMs() : 0, "", "", false};
     open.start = directionOf(call.site) + call.site.name;
-    open.text = directionOf(call.site) + callText(call);
+    open.text = directionOf(call.site) + callText(call, handles_);
     const std::lock_guard lock(mutex_);
     if (print_ == nullptr) return;
     // Calls that were left by a jump never come back.
@@ -139,7 +180,11 @@ void Trace::before(Call& call) {
 }
 
 void Trace::after(Call& call) {
-    const std::string answer = answerText(call) + (call.answered ? " [fault]" : "");
+    {
+        const std::lock_guard lock(mutex_);
+        if (std::ranges::find(open_, call.number, &Open::number) == open_.end()) return;
+    }
+    const std::string answer = answerText(call, handles_) + (call.answered ? " [fault]" : "");
     const std::lock_guard lock(mutex_);
     const auto found = std::ranges::find(open_, call.number, &Open::number);
     if (print_ == nullptr || found == open_.end()) return;

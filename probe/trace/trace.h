@@ -18,14 +18,20 @@
 #include <vector>
 
 #include "probe/boundary/call.h"
+#include "probe/trace/lines.h"
+#include "probe/values/handles.h"
 
 namespace pcsim::probe {
 
-// Which calls are traced: those that fit one of each kind that is given.
+// Which calls are traced: those of one of the operations, if any are named, and about one of the
+// ports and slots, if any are.
 struct TraceFilter {
     std::vector<std::string> operations;  // as names.h has them
-    std::vector<std::string> ports;       // "1:3": among the call's values
+    std::vector<std::string> ports;       // "1:3": among what goes in, as all of it
     std::vector<uint32_t> slots;
+    // Where no operations are named: also what there is much of, the ordered tree and the C
+    // library.
+    bool all = false;
 };
 
 class Trace : public Observer {
@@ -54,10 +60,14 @@ private:
 
     void print(const Open& open, const std::string& text);
 
+    bool isAsked(const Call& call) const;
+
+    Handles handles_;
     mutable std::mutex mutex_;
     TraceFilter filter_;
     std::function<void(const std::string&)> print_;
-    std::vector<Open> open_;  // calls under way, the outer before the inner of each thread
+    std::vector<Place> places_;  // those of the filter
+    std::vector<Open> open_;     // calls under way, the outer before the inner of each thread
 };
 
 }  // namespace pcsim::probe

@@ -6,12 +6,14 @@ namespace pcsim::probe {
 namespace {
 
 constexpr const char* kFilterPattern =
-    " <state:on|off> [only <operation>]* [table <table>]* [port <port>]* [slot <slot:0-255>]* "
+    " <state:on|off> [all] [only <operation>]* [table <table>]* [port <port>]* [slot "
+    "<slot:0-255>]* "
     "[to <file>]";
 
 TraceFilter filterOf(pcsim::Call& call) {
     TraceFilter filter;
     filter.operations = call.all("operation");
+    filter.all = call.given("all");
     for (const std::string& table : call.all("table")) filter.operations.push_back(table + ".*");
     filter.ports = call.all("port");
     for (const std::string& slot : call.all("slot")) filter.slots.push_back(parseU32("slot", slot));
@@ -21,7 +23,7 @@ TraceFilter filterOf(pcsim::Call& call) {
 void turnTrace(const ProbeParts& parts, pcsim::Call& call) {
     const bool on = call.text("state") == "on";
     if (!on) {
-        for (const char* word : {"only", "table", "port", "slot", "to"})
+        for (const char* word : {"all", "only", "table", "port", "slot", "to"})
             if (call.given(word)) fail("'{}' is for turning the trace on", word);
         parts.trace.stop();
     } else if (call.given("to")) {

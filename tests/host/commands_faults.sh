@@ -52,7 +52,7 @@ plan 'show ports'
 refuses "$scratch/plan:1: 'ports' is not known after 'show'; expected coverage, faults" 'show ports'
 plan "trace on only platformSystemInit to $scratch/trace"
 succeeds 'show ports'
-grep -q '^\[    0\.000\] > platformSystemInit .*-> 0$' "$scratch/trace" ||
+grep -q '^\[    0\.000\] > platformSystemInit .*-> 0 table {functions 16}$' "$scratch/trace" ||
     problem "the trace begins with: $(head -1 "$scratch/trace")"
 rm "$scratch/plan"
 refuses "plan $scratch/plan can't be read: No such file or directory" 'show ports'

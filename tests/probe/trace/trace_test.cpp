@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "console/error.h"
+#include "pcsim/l3.h"
 #include "tests/probe/calls.h"
 
 namespace pcsim::probe {
@@ -99,6 +100,59 @@ TEST_F(TraceTest, OperationsAreChosenByName) {
     EXPECT_FALSE(trace.wants(remove.site));
     EXPECT_THROW(start({.operations = {"pcSimNothing"}}), CommandError);
     EXPECT_THROW(start({.ports = {"1-3"}}), CommandError);
+}
+
+TEST_F(TraceTest, TheTreeAndTheCLibraryAreForThoseWhoAskForThem) {
+    FakeSite insert{"p2BtreeInsert"}, first{"p2BtreeFirst"}, compare{"pcSimIpAdjComp"},
+        ioctl{"ioctl"};
+    start();
+    for (const FakeSite* site : {&insert, &first, &compare, &ioctl})
+        EXPECT_FALSE(trace.wants(site->site)) << site->site.name;
+    start({.operations = {"p2*", "ioctl"}});
+    EXPECT_TRUE(trace.wants(insert.site));
+    EXPECT_TRUE(trace.wants(ioctl.site));
+    EXPECT_FALSE(trace.wants(compare.site));
+    start({.all = true});
+    for (const FakeSite* site : {&insert, &first, &compare, &ioctl})
+        EXPECT_TRUE(trace.wants(site->site)) << site->site.name;
+}
+
+TEST_F(TraceTest, ValuesAreToldAndChosenByPortAndSlot) {
+    FakeSite link{"pcSimCardPortLinkChange"}, mapping{"halGetHwPortMapping"}, speed{"dmGetMaxVr"};
+    const auto calls = [&] {
+        lines.clear();
+        boundary.call(link, {0x00010003, 1}, 0);
+        boundary.call(link, {0x00020003, 1}, 0);
+        boundary.call(mapping, {1, 3}, 3);
+        boundary.call(mapping, {3, 1}, 3);
+        boundary.call(speed, {}, 8);
+    };
+    start({.ports = {"1:3"}});
+    calls();
+    EXPECT_EQ(lines,
+              "> pcSimCardPortLinkChange portInstance 1:3 state 1 -> 0\n"
+              "< halGetHwPortMapping slot 1 port 3 -> 3\n");
+    start({.slots = {2}});
+    calls();
+    EXPECT_EQ(lines, "> pcSimCardPortLinkChange portInstance 2:3 state 1 -> 0\n");
+    start({.ports = {"2:3"}, .slots = {3}});
+    calls();
+    EXPECT_EQ(lines,
+              "> pcSimCardPortLinkChange portInstance 2:3 state 1 -> 0\n"
+              "< halGetHwPortMapping slot 3 port 1 -> 3\n");
+}
+
+TEST_F(TraceTest, PortsInRecordsCountToo) {
+    FakeSite adjacency{"pcSimIpAdjAdd"};
+    pcSimIpAdjRec request{};
+    request.port = 0x00010003;
+    start({.ports = {"1:3"}});
+    boundary.call(adjacency, {word(&request)}, 0);
+    EXPECT_NE(lines.find("port 1:3"), std::string::npos) << lines;
+    lines.clear();
+    request.port = 0x00010004;
+    boundary.call(adjacency, {word(&request)}, 0);
+    EXPECT_EQ(lines, "");
 }
 
 TEST_F(TraceTest, NothingIsWantedBeforeItStartsAndAfterItStops) {
