@@ -84,7 +84,9 @@ void Decoder::path(ByteReader& in) {
     if (in.number() != recording_.paths.size()) in.spoil();
     RecordedPath path;
     for (std::string* text : {&path.owner, &path.text, &path.typeName}) *text = copied(in.text());
-    path.type = typeAt(path.owner, path.text, path.typeName);
+    const PathTarget target = targetOf(path.owner, path.text, path.typeName);
+    path.type = target.type;
+    path.meaning = target.meaning;
     if (!in.bad()) recording_.paths.push_back(std::move(path));
 }
 

@@ -79,19 +79,19 @@ const Type* caseOf(const Parameter& parameter, std::string_view typeName) {
 }
 
 // What is behind a parameter, result or variable: elements, or a pointer to them.
-const Type* rootOf(std::string_view owner, std::string_view name, std::string_view typeName) {
+PathTarget rootOf(std::string_view owner, std::string_view name, std::string_view typeName) {
     if (const Function* function = functionNamed(owner)) {
-        if (name == "result") return function->result;
+        if (name == "result") return {function->result, function->resultSemantics.meaning};
         for (const Parameter& parameter : function->parameters) {
             if (parameter.name != name) continue;
             const Type* const selected = caseOf(parameter, typeName);
-            return selected != nullptr ? selected : parameter.type;
+            return {selected != nullptr ? selected : parameter.type, parameter.semantics.meaning};
         }
-        return nullptr;
+        return {};
     }
     for (const Variable& variable : variables())
-        if (variable.name == owner && name == owner) return variable.type;
-    return nullptr;
+        if (variable.name == owner && name == owner) return {variable.type, Meaning::kNone};
+    return {};
 }
 
 const Type* elementOf(const Type* type) {
@@ -109,19 +109,26 @@ std::string_view takeName(std::string_view& path) {
 
 }  // namespace
 
-const Type* typeAt(std::string_view owner, std::string_view path, std::string_view typeName) {
-    const Type* type = rootOf(owner, takeName(path), typeName);
+PathTarget targetOf(std::string_view owner, std::string_view path, std::string_view typeName) {
+    PathTarget target = rootOf(owner, takeName(path), typeName);
+    const Type* type = target.type;
     // A pointer leads to its target; a record inside a record is walked through, not to.
     for (;;) {
         type = elementOf(type);
-        if (type == nullptr) return nullptr;
+        if (type == nullptr) return {};
         if (type->kind == Kind::kPointer) type = elementOf(type->target);
-        if (path.empty()) return type;
+        if (type == nullptr) return {};
+        if (path.empty()) {
+            if (target.meaning == Meaning::kNone) target.meaning = type->meaning;
+            return {type, target.meaning};
+        }
         const std::string_view name = takeName(path);
+        target.meaning = Meaning::kNone;
         if (name == "*") continue;  // what an element that is a pointer leads to
         const Field* field = type->record == nullptr ? nullptr : type->record->field(name);
-        if (field == nullptr) return nullptr;
+        if (field == nullptr) return {};
         type = field->type;
+        target.meaning = field->semantics.meaning;
     }
 }
 

@@ -35,6 +35,7 @@ struct RecordedPath {
     std::string text;            // "request.rules"
     std::string typeName;        // "HalAclRule"
     const Type* type = nullptr;  // of an element; null: bytes
+    Meaning meaning = Meaning::kNone;
 };
 
 struct RecordedBlock {
@@ -106,9 +107,14 @@ private:
     std::shared_ptr<std::pmr::monotonic_buffer_resource> store_;
 };
 
-// The type of the elements that 'path' of a function type or variable leads to, 'typeName' where it
-// may be one of several; null when this program's interface has no such thing.
-const Type* typeAt(std::string_view owner, std::string_view path, std::string_view typeName = {});
+// What 'path' of a function type or variable leads to: the type of the elements, 'typeName' where
+// it may be one of several, and what is said of the last pointer followed. Nothing when this
+// program's interface has no such thing.
+struct PathTarget {
+    const Type* type = nullptr;
+    Meaning meaning = Meaning::kNone;
+};
+PathTarget targetOf(std::string_view owner, std::string_view path, std::string_view typeName = {});
 
 // Reads a file. Throws a CommandError when it can't be opened or is none; one that is cut short or
 // damaged is read up to where it is good, and its ending says so.

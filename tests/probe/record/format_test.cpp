@@ -141,7 +141,7 @@ TEST(RecordFormat, EntriesOfOtherKindsAndWhatFollowsInAnEntryAreSkipped) {
 
 TEST(RecordPaths, LeadToTypes) {
     const auto name = [](std::string_view owner, std::string_view path) {
-        const Type* type = typeAt(owner, path);
+        const Type* type = targetOf(owner, path).type;
         if (type == nullptr) return std::string("-");
         return std::string(type->record != nullptr ? type->record->name : type->name);
     };
@@ -153,7 +153,10 @@ TEST(RecordPaths, LeadToTypes) {
     EXPECT_EQ(name("getFirstPif", "result"), "HalPif");
     EXPECT_EQ(name("_ems_HAL_Sys_ComponentHandle", "_ems_HAL_Sys_ComponentHandle.level"),
               "HalEmsLevel");
-    EXPECT_EQ(typeAt("HalVlanIfCreateFn", "handle")->kind, Kind::kPointer);
+    EXPECT_EQ(targetOf("HalVlanIfCreateFn", "handle").type->kind, Kind::kPointer);
+    EXPECT_EQ(targetOf("HalModuleIoctlFn", "argument", "HalDeviceCli").type->record->name,
+              "HalDeviceCli");
+    EXPECT_EQ(targetOf("HalHmcNtoaFn", "result").meaning, Meaning::kText);
     EXPECT_EQ(name("HalIpAdjAddFn", "nothing"), "-");
     EXPECT_EQ(name("HalIpAdjAddFn", "record.nothing"), "-");
     EXPECT_EQ(name("nobody", "record"), "-");

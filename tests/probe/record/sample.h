@@ -58,7 +58,7 @@ inline Recording sample() {
     recording.sites = {site(Side::kPlatform, "pcSimIpAdjAdd", "HalIpAdjAddFn"),
                        site(Side::kHost, "halPortInstName", "halPortInstName")};
     recording.paths.push_back(
-        {"HalIpAdjAddFn", "record", "pcSimIpAdjRec", typeAt("HalIpAdjAddFn", "record")});
+        {"HalIpAdjAddFn", "record", "pcSimIpAdjRec", targetOf("HalIpAdjAddFn", "record").type});
 
     std::vector<uint8_t> record(64, 0);
     record[8] = 10;
