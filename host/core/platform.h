@@ -21,6 +21,7 @@
 #include "pcsim/env.h"
 #include "pcsim/family.h"
 #include "pcsim/system.h"
+#include "probe/record/recorder.h"
 #include "probe/rules/rules.h"
 #include "probe/trace/trace.h"
 
@@ -65,6 +66,7 @@ public:
     // What looks at the calls, from before the library is loaded.
     probe::Rules rules;
     probe::Trace trace;
+    probe::Recorder recorder;
 
     // Name of the exported operation at an address, or behind its stub; "-" for null.
     static std::string operationName(const void* function);

@@ -42,6 +42,8 @@ uint32_t virtualRouterOf(Call& call) {
 probe::ProbeParts probePartsOf(Machine& machine, Session* session) {
     Platform& platform = machine.context.platform;
     probe::ProbeParts parts{platform.rules, platform.trace, nullptr, nullptr, nullptr};
+    parts.record = [&platform](const std::string& path) { platform.recorder.begin(path, false); };
+    parts.stopRecord = [&platform] { return platform.recorder.finish(); };
     if (session != nullptr)
         parts.print = [session](const std::string& line) { session->print(line); };
     return parts;

@@ -18,6 +18,7 @@
 #include "probe/control/options.h"
 #include "probe/control/own_block.h"
 #include "probe/control/site_rows.h"
+#include "probe/record/recorder.h"
 #include "probe/verbs/probe_verbs.h"
 
 namespace pcsim::probe {
@@ -41,6 +42,7 @@ private:
     std::unique_ptr<FlightRecorder> flight_;
     Trace trace_;
     Rules rules_;
+    Recorder recorder_;
     Verbs verbs_;
 };
 ProbeSession* session = nullptr;
@@ -76,20 +78,24 @@ void ProbeSession::begin(const char* text) {
     trace_.onChange = rules_.onChange = [] { Boundary::instance().refresh(); };
     boundary.add(trace_);
     boundary.add(rules_);
+    boundary.add(recorder_);
     addVerbs();
     boundary.poll(block_->flag(), [this] {
         block_->serve([this](const std::string& request) { return answer(request); });
     });
     if (!options_.trace.empty()) trace_.startFile({}, options_.trace);
+    if (!options_.record.empty()) recorder_.begin(options_.record, options_.tree);
     if (!options_.plan.empty()) runPlan(verbs_, options_.plan);
 }
 
 void ProbeSession::addVerbs() {
-    addProbeVerbs(verbs_, {.rules = rules_,
-                           .trace = trace_,
-                           .print = nullptr,
-                           .record = nullptr,
-                           .stopRecord = nullptr});
+    addProbeVerbs(
+        verbs_,
+        {.rules = rules_,
+         .trace = trace_,
+         .print = nullptr,
+         .record = [this](const std::string& path) { recorder_.begin(path, options_.tree); },
+         .stopRecord = [this] { return recorder_.finish(); }});
     verbs_.action("help", "what can be asked",
                   [this](pcsim::Call& call) { call.print(helpText(verbs_)); });
 }
@@ -103,6 +109,7 @@ Answer ProbeSession::answer(const std::string& request) const {
 void ProbeSession::end() {
     if (block_ == nullptr) return;
     trace_.stop();
+    if (recorder_.isRecording()) recorder_.finish();
     block_->end();
     const BlockHeader& header = block_->header();
     if (!options_.coverage.empty())

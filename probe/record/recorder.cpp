@@ -5,11 +5,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
 
+#include "console/error.h"
+#include "console/text.h"
 #include "probe/boundary/boundary.h"
 
 namespace pcsim::probe {
@@ -127,6 +130,20 @@ bool Recorder::stop() {
     const bool closed = session_->file.close();
     session_.reset();
     return ended && closed;
+}
+
+void Recorder::begin(const std::string& path, bool withTree) {
+    if (!start(path, withTree)) fail("recording {} can't be made: {}", path, std::strerror(errno));
+    Boundary::instance().refresh();
+}
+
+std::string Recorder::finish() {
+    if (!isRecording()) fail("nothing is being recorded");
+    const uint64_t count = calls_;
+    const bool whole = stop();
+    Boundary::instance().refresh();
+    if (!whole) fail("recording {} ends early: the disk is full", path_);
+    return fmt::format("Recorded {} in {}", counted(count, "call", "calls"), path_);
 }
 
 bool Recorder::wants(const Site& site) const {

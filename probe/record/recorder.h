@@ -30,6 +30,10 @@ public:
     bool start(const std::string& path, bool withTree);
     // Ends the recording. False when the disk was full, and the file ends before it.
     bool stop();
+    // The same for people, and the boundary asks again what is wanted. The first throws a
+    // CommandError, the second returns a line about what has been recorded.
+    void begin(const std::string& path, bool withTree);
+    std::string finish();
     bool isRecording() const { return recording_; }
     const std::string& path() const { return path_; }
     uint64_t calls() const { return calls_; }

@@ -32,7 +32,7 @@ FLOORS = (
     ("probe/verbs",                                       "probe/control console"),
     ("probe/preload",                                     "probe/verbs"),
     ("probe",                                             "probe/{preload,replay,verbs} lab"),
-    ("host/core",                  "include lab console:words probe/{coverage,rules,trace}"),
+    ("host/core",                  "include lab console:words probe/{coverage,record,rules,trace}"),
     ("host/{acl,cards,devices,environment,l3,mcast}",     "host/core"),
     ("host/{misc,ports}",                                 "host/cards"),
     ("host/l2",                                           "host/ports"),
