@@ -191,6 +191,9 @@ void Comparison::differ(const RecordedPath& path, const uint8_t* wanted, const u
         const auto text = [&](const uint8_t* bytes) {
             return valueText(place.type, place.meaning, bytes + place.offset, length);
         };
+        at = std::max(at + 1, place.offset + length);
+        // What lies behind the NUL of a text is nobody's.
+        if (place.meaning == Meaning::kText && text(wanted) == text(seen)) continue;
         const bool isFunction = place.type != nullptr && place.type->kind == Kind::kPointer &&
                                 place.type->target->kind == Kind::kFunction;
         if (isFunction)
@@ -200,7 +203,6 @@ void Comparison::differ(const RecordedPath& path, const uint8_t* wanted, const u
                         : functionText(0, wordAt(seen + place.offset)));
         else
             report_(path.text + place.path, text(wanted), text(seen));
-        at = std::max(at + 1, place.offset + length);
     }
 }
 
