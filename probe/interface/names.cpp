@@ -42,14 +42,21 @@ const Function* functionOf(const Field& field) {
                : nullptr;
 }
 
+// The tables are the platform's; other functions in records are what the HAL hands over.
+Side sideOf(const Record& record) {
+    const bool isKnown =
+        std::ranges::find(kShortNames, record.name, &ShortName::record) != std::end(kShortNames);
+    return isKnown ? Side::kPlatform : Side::kHost;
+}
+
 std::vector<Callee> listCallees() {
     std::vector<Callee> all;
     for (const Operation& operation : operations())
-        all.push_back({operation.name, "", "", operation.function});
+        all.push_back({operation.name, "", "", operation.function, operation.side});
     for (const Record& record : records())
         for (const Field& field : record.fields)
             if (const Function* function = functionOf(field))
-                all.push_back({"", record.name, field.name, function});
+                all.push_back({"", record.name, field.name, function, sideOf(record)});
     return all;
 }
 

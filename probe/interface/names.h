@@ -23,6 +23,7 @@ struct Callee {
     std::string_view table;  // the record: "HalFamilyOps"
     std::string_view word;
     const Function* function;
+    Side side;
 };
 
 bool matchesWild(std::string_view pattern, std::string_view text);

@@ -8,28 +8,38 @@
 
 #include "console/error.h"
 #include "probe/interface/names.h"
+#include "probe/rules/answers.h"
+#include "probe/values/path.h"
 
 namespace pcsim::probe {
 
 // What a rule is for the function of one site.
 struct RuleBinding {
-    std::vector<Test> tests;
-    std::vector<Setter> setters;
+    std::vector<ValueTest> tests;
+    std::vector<ValueChange> changes;
     uint64_t result = 0;
+
+    void change(Call& call, Phase phase) const {
+        // Of two changes of one field the first counts.
+        for (auto one = changes.rbegin(); one != changes.rend(); ++one)
+            if (one->phase() == phase) one->apply(call.arguments, call.argumentWords, call.result);
+    }
 };
 
 namespace {
 
-// Throws a CommandError when the rule can't apply to calls of 'function'.
-std::shared_ptr<const RuleBinding> boundTo(const Function& function, const Order& order) {
+// Throws a CommandError when the rule can't apply to calls of what goes by 'callee'.
+std::shared_ptr<const RuleBinding> boundTo(const Callee& callee, const Order& order) {
+    const std::string name(callee.name.empty() ? callee.word : callee.name);
+    const Function& function = *callee.function;
     auto bound = std::make_shared<RuleBinding>();
-    for (const Condition& condition : order.where)
-        bound->tests.push_back(testOf(function, condition));
-    // Of two changes of one field the first counts, as of two rules.
-    for (auto change = order.set.rbegin(); change != order.set.rend(); ++change)
-        bound->setters.push_back(setterOf(function, *change));
+    for (const auto& [field, value, within] : order.where)
+        bound->tests.emplace_back(name, function, field, value, within);
+    for (const auto& [field, value] : order.set)
+        bound->changes.emplace_back(name, function, callee.side, field, value);
     if (order.answers())
-        bound->result = order.returns ? resultOf(function, *order.returns) : failureOf(function);
+        bound->result =
+            order.returns ? resultOf(name, function, *order.returns) : failureOf(function);
     return bound;
 }
 
@@ -47,11 +57,6 @@ void sleepThrough(uint64_t ms) {
     while (nanosleep(&left, &left) != 0 && errno == EINTR) continue;
 }
 
-// Why a function of the C library has failed.
-int errorOf(const Function& function) {
-    return function.result->kind == Kind::kPointer ? ENOMEM : EIO;
-}
-
 std::string quoted(const std::string& word) {
     const bool plain = !word.empty() && word.find_first_of(" \t#") == std::string::npos;
     return plain ? word : "\"" + word + "\"";
@@ -65,7 +70,7 @@ void checkCanApply(const Order& order) {
     std::string problem;
     for (const Callee& callee : callees) {
         try {
-            boundTo(*callee.function, order);
+            boundTo(callee, order);
             return;
         } catch (const CommandError& error) {
             if (problem.empty()) problem = error.what();
@@ -124,10 +129,10 @@ struct Rules::Rule {
         const auto known = places.find(site.index);
         if (known != places.end() && known->second.inTable == inTable) return known->second.bound;
         std::shared_ptr<const RuleBinding> bound;
-        const Callee callee{site.name, site.table, site.word, site.function};
+        const Callee callee{site.name, site.table, site.word, site.function, site.side};
         if (site.function != nullptr && goesBy(state.order.operation, callee)) {
             try {
-                bound = boundTo(*site.function, state.order);
+                bound = boundTo(callee, state.order);
             } catch (const CommandError&) {
                 // A name with wild cards takes those operations that have the fields.
             }
@@ -139,8 +144,9 @@ struct Rules::Rule {
 
     // Counts the call, and says whether the rule applies to it.
     bool applies(const Call& call, const RuleBinding& bound) {
-        for (const Test& test : bound.tests)
-            if (!test(call)) return false;
+        const CallWords words{*call.site.function, call.arguments, call.argumentWords};
+        for (const ValueTest& test : bound.tests)
+            if (!test.holds(words, liveMemory())) return false;
         if (++state.seen <= state.order.after) return false;
         const auto& chance = state.order.chancePercent;
         if (chance && nextOf(random) % 100 >= *chance) return false;
@@ -154,6 +160,12 @@ struct Rules::Passage {
     uint32_t thread;
     uint32_t depth;
     std::vector<std::shared_ptr<const RuleBinding>> bounds;
+
+    // Of two rules that change one field the first counts, too.
+    void change(Call& call, Phase phase) const {
+        for (auto bound = bounds.rbegin(); bound != bounds.rend(); ++bound)
+            (*bound)->change(call, phase);
+    }
 };
 
 Rules::Rules() = default;
@@ -241,13 +253,14 @@ void Rules::before(Call& call) {
             const std::shared_ptr<const RuleBinding> bound = rule->at(call.site);
             if (bound == nullptr || !rule->applies(call, *bound)) continue;
             delayMs += rule->state.order.delayMs;
-            if (!bound->setters.empty()) passage.bounds.push_back(bound);
+            if (!bound->changes.empty()) passage.bounds.push_back(bound);
             if (!rule->state.order.answers()) continue;
             call.answered = true;
             call.result = bound->result;
             if (call.site.side == Side::kSystem) call.error = errorOf(*call.site.function);
             break;
         }
+        passage.change(call, Phase::kBefore);
         if (!passage.bounds.empty()) passages_.push_back(std::move(passage));
     }
     if (delayMs == 0) return;
@@ -266,8 +279,7 @@ void Rules::after(Call& call) {
         passage = std::move(*found);
         passages_.erase(found);
     }
-    for (auto bound = passage.bounds.rbegin(); bound != passage.bounds.rend(); ++bound)
-        for (const Setter& set : (*bound)->setters) set(call);
+    passage.change(call, Phase::kAfter);
 }
 
 }  // namespace pcsim::probe

@@ -18,11 +18,23 @@
 #include <vector>
 
 #include "probe/boundary/call.h"
-#include "probe/rules/fields.h"
 
 namespace pcsim::probe {
 
-// What is asked of a rule.
+// "where FIELD VALUE", "where FIELD within PREFIX".
+struct Condition {
+    std::string field;
+    std::string value;
+    bool within = false;
+};
+
+// "set FIELD VALUE".
+struct Change {
+    std::string field;
+    std::string value;
+};
+
+// What is asked of a rule. Fields and values are those of values/path.h.
 struct Order {
     std::string operation;  // as names.h has it
     std::vector<Condition> where;

@@ -130,7 +130,7 @@ bool Trace::wants(const Site& site) const {
     const std::lock_guard lock(mutex_);
     if (print_ == nullptr) return false;
     if (filter_.operations.empty()) return filter_.all || !isDetail(site);
-    const Callee callee{site.name, site.table, site.word, site.function};
+    const Callee callee{site.name, site.table, site.word, site.function, site.side};
     return std::ranges::any_of(filter_.operations,
                                [&](const std::string& name) { return goesBy(name, callee); });
 }

@@ -24,6 +24,21 @@ refuses "counters of port 1:1 can't be read: the platform answered -1" \
     'fault open* count 9' 'show counters 1:1'
 succeeds 'fault ioctl count 9' 'time warp 1000' 'expect show port 1:1 -- link is down'
 
+# Aimed, and with other values.
+succeeds 'fault pcSimFanReadTemp where slot 2 set out 9000' 'time warp 5000' \
+    'expect show fans -- 2.temperature is 90.00' 'expect show fans -- 1.temperature is 25.01' \
+    'expect show faults -- 1.hits is 1' 'fault-clear' 'time warp 5000' \
+    'expect show fans -- 2.temperature is 25.02'
+succeeds 'time warp 3000' 'fault cardPortLinkInfo where port 1:2 set speed 1' 'time warp 1000' \
+    'expect show port 1:2 -- speed is 10' 'expect show port 1:1 -- speed is 100'
+succeeds 'fault pcSimCardPortGetStats set receivedPackets 5000000000' \
+    'expect show counters 1:1 -- rxPackets is 5000000000'
+refuses "route 10.1.0.0/16 can't be programmed: the platform answered -1" 'fault *Fib* where prefix within 10.0.0.0/8' \
+    'route add 11.0.0.0/8 via 10.0.0.1 vlan 5' 'route add 10.1.0.0/16 via 10.0.0.1 vlan 5'
+refuses "pcSimFanReadTemp has no 'port' that is tested before the call; expected one of slot" \
+    'fault pcSimFanReadTemp where port 1:1'
+refuses "slot 'x' has another form; expected a number of 32 bits" 'fault fanReadTemp where slot x'
+
 # Late calls cost simulated time alone, and others run late.
 succeeds 'fault pcSimIsCardHwPresent delay 3600000 count 1' 'time warp 1000' \
     'expect show timers -- count at-least 6' 'expect show faults -- 1.hits is 1'
@@ -52,7 +67,7 @@ plan 'show ports'
 refuses "$scratch/plan:1: 'ports' is not known after 'show'; expected coverage, faults" 'show ports'
 plan "trace on only platformSystemInit to $scratch/trace"
 succeeds 'show ports'
-grep -q '^\[    0\.000\] > platformSystemInit .*-> 0 table {functions 16}$' "$scratch/trace" ||
+grep -q '^\[    0\.000\] > platformSystemInit -> 0 table {functions 16}$' "$scratch/trace" ||
     problem "the trace begins with: $(head -1 "$scratch/trace")"
 rm "$scratch/plan"
 refuses "plan $scratch/plan can't be read: No such file or directory" 'show ports'

@@ -51,6 +51,18 @@ public:
     // 'inside' runs while the call does, unless it is answered.
     Ended call(FakeSite& at, std::vector<uint32_t> arguments, uint64_t result = 0,
                const std::function<void()>& inside = {}, uint32_t thread = 1) {
+        return callSeeing(
+            at, std::move(arguments),
+            [&](const uint32_t*) {
+                if (inside) inside();
+            },
+            result, thread);
+    }
+
+    // The same, for those who look at the arguments.
+    Ended callSeeing(FakeSite& at, std::vector<uint32_t> arguments,
+                     const std::function<void(const uint32_t*)>& inside, uint64_t result = 0,
+                     uint32_t thread = 1) {
         arguments.resize(arguments.size() + 1);  // there is always a word to point at
         Call call{at.site, arguments.data(), static_cast<uint32_t>(arguments.size() - 1)};
         call.number = ++number_;
@@ -60,7 +72,7 @@ public:
         if (wanted) observer_.before(call);
         if (!call.answered) {
             call.result = result;
-            if (inside) inside();
+            inside(call.arguments);
         }
         if (wanted) observer_.after(call);
         --depth_;

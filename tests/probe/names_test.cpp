@@ -34,7 +34,7 @@ TEST(Names, AStarStandsForAnythingAMarkForOneCharacter) {
 class GoesBy : public testing::Test {
 protected:
     const Function* function = operationNamed("pcSimPCFamFdbInit")->function;
-    const Callee fdbInit{"pcSimPCFamFdbInit", "HalFamilyOps", "fdbInit", function};
+    const Callee fdbInit{"pcSimPCFamFdbInit", "HalFamilyOps", "fdbInit", function, Side::kPlatform};
 };
 
 TEST_F(GoesBy, ItsNameItsWordAndItsTableWithIt) {
@@ -50,7 +50,7 @@ TEST_F(GoesBy, ItsNameItsWordAndItsTableWithIt) {
 TEST_F(GoesBy, ACallbackGoesByItsTypeButWildNamesTakeNoTypes) {
     const Function* const timer = functionNamed("HalTimerFn");
     ASSERT_NE(timer, nullptr);
-    const Callee callback{"function at 0x1234", "", "", timer};
+    const Callee callback{"function at 0x1234", "", "", timer, Side::kPlatform};
     EXPECT_TRUE(goesBy("HalTimerFn", callback));
     EXPECT_FALSE(goesBy("HalTimer*", callback));
     EXPECT_FALSE(goesBy("hal*", callback));
@@ -58,8 +58,9 @@ TEST_F(GoesBy, ACallbackGoesByItsTypeButWildNamesTakeNoTypes) {
 
 TEST_F(GoesBy, DatabasesOfFansAndOfSuppliesAreToldApart) {
     const Function* const present = operationNamed("pcSimIsFanPresent")->function;
-    const Callee fan{"pcSimIsFanPresent", "HalEnvDb", "isPresent", present};
-    const Callee supply{"pcSimIsPowerSupplyPresent", "HalEnvDb", "isPresent", present};
+    const Callee fan{"pcSimIsFanPresent", "HalEnvDb", "isPresent", present, Side::kPlatform};
+    const Callee supply{"pcSimIsPowerSupplyPresent", "HalEnvDb", "isPresent", present,
+                        Side::kPlatform};
     EXPECT_TRUE(goesBy("fanDb.isPresent", fan));
     EXPECT_FALSE(goesBy("psDb.isPresent", fan));
     EXPECT_FALSE(goesBy("fanDb.isPresent", supply));

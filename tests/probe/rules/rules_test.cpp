@@ -6,6 +6,8 @@
 #include <algorithm>
 
 #include "console/error.h"
+#include "pcsim/l3.h"
+#include "pcsim/system.h"
 #include "tests/probe/calls.h"
 
 namespace pcsim::probe {
@@ -102,6 +104,42 @@ TEST_F(RulesTest, AWildNameTakesThoseThatHaveTheFields) {
     rules.add({.operation = "pcSim*Fan*", .where = {{"fan", "1"}}, .count = 9});
     EXPECT_FALSE(boundary.call(temperature, {1, word(&value)}).answered) << "it has no fan";
     EXPECT_FALSE(rules.wants(temperature.site));
+}
+
+TEST_F(RulesTest, ConditionsAreAboutRecordsToo) {
+    FakeSite add{"pcSimPCFamIPv4FibAddEntry", "HalFamilyOps", "ipv4FibAddEntry"};
+    FakeSite adjacency{"pcSimIpAdjAdd"};
+    pcSimIPv4FibReq route{};
+    route.prefix = 0x0000030A;  // 10.3.0.0
+    route.mask = 0x0000FFFF;
+    pcSimIpAdjRec neighbor{};
+    neighbor.port = 0x00010003;
+    rules.add({.operation = "*Fib*", .where = {{"prefix", "10.0.0.0/8", true}}, .count = 9});
+    EXPECT_TRUE(boundary.call(add, {word(&route)}).answered);
+    route.prefix = 0x0000030B;
+    EXPECT_FALSE(boundary.call(add, {word(&route)}).answered);
+    rules.add({.operation = "pcSimIpAdjAdd", .where = {{"port", "1:3"}}, .count = 9});
+    EXPECT_TRUE(boundary.call(adjacency, {word(&neighbor)}).answered);
+    neighbor.port = 0x00010004;
+    EXPECT_FALSE(boundary.call(adjacency, {word(&neighbor)}).answered);
+}
+
+TEST_F(RulesTest, FieldsOfRecordsAreSet) {
+    FakeSite capability{"pcSimStackChassisGetInfo", "HalSystemOps", "chassisGetInfo"};
+    HalChassisInfo info{};
+    rules.add({.operation = "chassisGetInfo", .set = {{"ownSlot", "7"}}});
+    boundary.call(capability, {word(&info)}, 0, [&] { info.ownSlot = 1; });
+    EXPECT_EQ(info.ownSlot, 7u);
+}
+
+// Into the host goes what the platform gives: it is changed before the host sees it.
+TEST_F(RulesTest, WhatThePlatformTellsTheHostIsSetBeforeTheCall) {
+    FakeSite timer{"halStartTimer"};
+    rules.add({.operation = "halStartTimer", .set = {{"periodMs", "50"}}});
+    uint32_t period = 0;
+    boundary.callSeeing(timer, {0, 0, 0, 1000, 0},
+                        [&](const uint32_t* arguments) { period = arguments[3]; });
+    EXPECT_EQ(period, 50u);
 }
 
 TEST_F(RulesTest, SetChangesWhatIsHandedOutForAsLongAsTheRuleIsThere) {
@@ -237,7 +275,19 @@ TEST_F(RulesTest, WhatCanNeverApplyIsRefused) {
     EXPECT_EQ(problem({.operation = "pcSimFanReadTemp", .returns = "4294967296"}),
               "returns '4294967296' is not a number from -2147483648 to 4294967295");
     EXPECT_EQ(problem({.operation = "pcSimIPv4FibDirectRtCreate", .returns = "5"}),
-              "HalIPv4FibDirectRtCreateFn returns a pointer; expected returns null");
+              "pcSimIPv4FibDirectRtCreate returns a pointer; expected returns null");
+    EXPECT_EQ(
+        problem({.operation = "pcSimFanReadTemp", .where = {{"port", "1:3"}}}),
+        "pcSimFanReadTemp has no 'port' that is tested before the call; expected one of slot");
+    EXPECT_EQ(problem({.operation = "pcSimFanReadTemp", .where = {{"slot", "x"}}}),
+              "slot 'x' has another form; expected a number of 32 bits");
+    EXPECT_EQ(problem({.operation = "pcSimFanReadTemp", .set = {{"slot", "1"}}}),
+              "pcSimFanReadTemp has no 'slot' that is handed out; expected one of out, result");
+    EXPECT_EQ(problem({.operation = "pcSimFanReadTemp", .set = {{"out", "99999999999"}}}),
+              "out '99999999999' has another form; expected a number of 32 bits");
+    EXPECT_EQ(problem({.operation = "*Fan*", .where = {{"prefix", "1.0.0.0/8", true}}}),
+              "none of the 17 operations that go by '*Fan*' can have this rule; of the first, "
+              "pcSimChassisFanDBSetup has nothing that is tested before the call");
     EXPECT_EQ(problem({.operation = "setCheckpointStats", .returns = "0"}),
               "setCheckpointStats returns nothing; leave 'returns' out, and it isn't called");
     EXPECT_TRUE(rules.states().empty());

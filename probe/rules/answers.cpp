@@ -1,9 +1,9 @@
-// Conditions and changes of a call's values.
-#include "probe/rules/fields.h"
+// Answers by the types of results.
+#include "probe/rules/answers.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
-#include <cstring>
 
 #include "console/error.h"
 #include "console/values.h"
@@ -11,12 +11,6 @@
 namespace pcsim::probe {
 
 namespace {
-
-const Parameter* parameterOf(const Function& function, const std::string& name, size_t& index) {
-    for (index = 0; index < function.parameters.size(); ++index)
-        if (function.parameters[index].name == name) return &function.parameters[index];
-    return nullptr;
-}
 
 bool readHex(const std::string& digits, uint64_t& value) {
     constexpr size_t kMost = 8;
@@ -39,41 +33,19 @@ int64_t numberOf(const std::string& text, int64_t least, int64_t most) {
 
 }  // namespace
 
-Test testOf(const Function& function, const Condition& condition) {
-    size_t index;
-    if (parameterOf(function, condition.field, index) == nullptr)
-        fail("{} has no field '{}'", function.name, condition.field);
-    const uint32_t value = parseU32(condition.field, condition.value);
-    return [index, value](const Call& call) { return call.arguments[index] == value; };
-}
-
-Setter setterOf(const Function& function, const Change& change) {
-    if (change.field == "result") {
-        const uint64_t result = resultOf(function, change.value);
-        return [result](Call& call) { call.result = result; };
-    }
-    size_t index;
-    if (parameterOf(function, change.field, index) == nullptr)
-        fail("{} hands out no '{}'", function.name, change.field);
-    const uint32_t value = parseU32(change.field, change.value);
-    return [index, value](Call& call) {
-        std::memcpy(reinterpret_cast<void*>(call.arguments[index]), &value, sizeof value);
-    };
-}
-
 uint64_t failureOf(const Function& function) {
     return function.result->kind == Kind::kPointer || function.result->kind == Kind::kVoid
                ? 0
                : ~uint64_t{0};
 }
 
-uint64_t resultOf(const Function& function, const std::string& text) {
+uint64_t resultOf(const std::string& operation, const Function& function, const std::string& text) {
     const Type& type = *function.result;
     if (type.kind == Kind::kVoid)
-        fail("{} returns nothing; leave 'returns' out, and it isn't called", function.name);
+        fail("{} returns nothing; leave 'returns' out, and it isn't called", operation);
     if (type.kind == Kind::kPointer) {
         if (text != "null" && text != "0")
-            fail("{} returns a pointer; expected returns null", function.name);
+            fail("{} returns a pointer; expected returns null", operation);
         return 0;
     }
     // Codes are told as signed numbers whatever the type is.
@@ -82,6 +54,10 @@ uint64_t resultOf(const Function& function, const std::string& text) {
     const int64_t most = (int64_t{1} << (type.kind == Kind::kUnsigned ? bits : bits - 1)) - 1;
     const int64_t value = numberOf(text, least, most);
     return static_cast<uint64_t>(value);
+}
+
+int errorOf(const Function& function) {
+    return function.result->kind == Kind::kPointer ? ENOMEM : EIO;
 }
 
 }  // namespace pcsim::probe
