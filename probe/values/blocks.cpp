@@ -115,7 +115,7 @@ void Walk::parameter(uint16_t place) {
                 .tailCount = 0,
                 .meaning = semantics.meaning,
                 .written = !parameter.type->isConst && element->owner == Owner::kNobody &&
-                           semantics.cases.empty() && !semantics.taken,
+                           semantics.cases.empty(),
                 .read = !semantics.out,
                 .semantics = &semantics,
                 .parent = nullptr,

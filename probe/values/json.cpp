@@ -20,6 +20,7 @@ Json jsonOf(const Value& value) {
         case Value::Form::kList: {
             Json list = Json::array();
             for (const Member& element : value.members) list.push_back(jsonOf(element.value));
+            if (value.more != 0) list.push_back("... " + std::to_string(value.more) + " more");
             return list;
         }
         case Value::Form::kRecord: {

@@ -1,6 +1,7 @@
 // Writing messages piece by piece: a text of a recorded call isn't where the argument points.
 #include "probe/values/message.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -12,6 +13,7 @@ namespace pcsim::probe {
 namespace {
 
 constexpr uint32_t kLongest = 64 * 1024;
+constexpr int kWidest = 500;
 
 std::string printed(const char* format, ...) {
     char text[512];
@@ -22,14 +24,19 @@ std::string printed(const char* format, ...) {
     return length < 0 ? "?" : text;
 }
 
+// A width or precision among the arguments, as far as a line has room for it.
+int given(uint32_t word) {
+    return std::clamp(static_cast<int>(word), -kWidest, kWidest);
+}
+
 // One conversion of a value, with width and precision from the words before it.
 template <typename Number>
 std::string converted(const FormatPiece& piece, const uint32_t* words, Number value) {
     const std::string format(piece.text);
-    const auto first = static_cast<int>(words[0]);
+    const int first = given(words[0]);
     if (piece.stars == 0) return printed(format.c_str(), value);
     if (piece.stars == 1) return printed(format.c_str(), first, value);
-    return printed(format.c_str(), first, static_cast<int>(words[1]), value);
+    return printed(format.c_str(), first, given(words[1]), value);
 }
 
 template <typename Number>

@@ -37,10 +37,15 @@ std::string joined(const ShortItem& item, const Value& first, const Value* secon
     }
 }
 
+std::string moreOf(const Value& list) {
+    return list.more != 0 ? "... " + std::to_string(list.more) + " more" : "";
+}
+
 // Elements one after the other, each in its short form.
 std::string inARow(const Value& list) {
     std::string text;
     for (const Member& element : list.members) add(text, textOf(element.value));
+    add(text, moreOf(list));
     return text;
 }
 
@@ -81,6 +86,7 @@ std::string listText(const Value& list) {
         add(text, textOf(element), element.form == Value::Form::kRecord ? ", " : " ");
     }
     if (told != list.members.size()) add(text, std::to_string(zeros) + " zero");
+    add(text, moreOf(list));
     return "[" + text + "]";
 }
 

@@ -13,7 +13,8 @@ namespace pcsim::probe {
 namespace {
 
 constexpr int kCallItself = -1;
-constexpr size_t kFunctionsNamed = 3;  // of a record with more it is told how many it has
+constexpr uint32_t kMostElements = 256;  // of a list
+constexpr size_t kFunctionsNamed = 3;    // of a record with more it is told how many it has
 
 // Which fields of a record that goes both ways are told.
 enum class Fields : uint8_t { kAll, kInputs, kOutputs };
@@ -206,7 +207,8 @@ Value Decoder::elements(int found) {
     const Block& block = found_[found].block;
     const auto* at = static_cast<const char*>(block.content);
     Value list{.form = Value::Form::kList, .isZero = allZero(at, block.bytes)};
-    for (uint32_t i = 0; i < block.count; ++i) {
+    list.more = block.count - std::min(block.count, kMostElements);
+    for (uint32_t i = 0; i < block.count - list.more; ++i) {
         list.members.push_back({"", single(found, at, *block.element, {}, block.meaning)});
         at += block.semantics->chainedBy != nullptr
                   ? chainedBytes(at, *block.element, *block.semantics)
@@ -314,7 +316,8 @@ Value Decoder::array(int found, const char* at, const Type& type, uint32_t count
     if (meaning == Meaning::kMac && element.size == 1) return word(macAddressText(at), isZero);
     if (element.size == 1) return word(bytesText(at, bytes), isZero);
     Value list{.form = Value::Form::kList, .isZero = isZero};
-    for (uint32_t i = 0; i < count; ++i, at += element.size) {
+    list.more = count - std::min(count, kMostElements);
+    for (uint32_t i = 0; i < count - list.more; ++i, at += element.size) {
         Value one = element.kind == Kind::kRecord ? record(found, at, element, fields)
                     : element.kind == Kind::kArray
                         ? array(found, at, element, element.count, semantics, fields)

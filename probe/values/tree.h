@@ -30,6 +30,7 @@ struct Value {
     int64_t number = 0;
     const Record* record = nullptr;
     std::vector<Member> members;
+    uint32_t more = 0;    // elements of a list that are too many to be told
     bool isZero = false;  // nothing but zeros: folded where there is more to tell
 
     const Value* member(std::string_view name) const;

@@ -284,6 +284,12 @@ TEST(Blocks, ArgumentsOfAFormatCarryTheirTexts) {
     EXPECT_EQ(found(call, Phase::kBefore),
               "file char 4 of 4\nfunction char 5 of 5\nformat char 14 of 14\n"
               "argument1 char 4 of 4\nargument4 char 5 of 5\n");
+    // Widths and precisions are words, too.
+    const MadeCall starred("pcSimCardTrace", {word("f.c"), 12, word("here"), word("%*d %-*.*s"), 5,
+                                              1, 8, 2, word("three")});
+    EXPECT_EQ(found(starred, Phase::kBefore),
+              "file char 4 of 4\nfunction char 5 of 5\nformat char 11 of 11\n"
+              "argument4 char 2 of 2\n");
     // Not all of the words are known.
     const MadeCall cut("pcSimCardTrace",
                        {word("f.c"), 12, word("here"), word("%d %s %s"), 1, word("one")});

@@ -177,7 +177,9 @@ TEST(ValueTest, OfArraysTextsAndPointers) {
     EXPECT_FALSE(holds({"pcSimPCFamFdbDump", {word(&bind)}}, "sink", "null"));
     uint32_t mask = 6;
     EXPECT_TRUE(holds({"pcSimModuleIoctl", {0, 0, word(&mask)}}, "argument", "6"));
-    EXPECT_FALSE(holds({"pcSimModuleIoctl", {0, 3, word(&bind)}}, "argument", "6"));
+    HalDeviceCli cli{};
+    cli.keyword[0] = 6;  // no mask, whatever its bytes are
+    EXPECT_FALSE(holds({"pcSimModuleIoctl", {0, 3, word(&cli)}}, "argument", "6"));
 }
 
 TEST(ValueTest, OfTheRulesOfAnAccessList) {
@@ -208,6 +210,8 @@ TEST(ValueTest, SaysWhatWouldBeRight) {
               "slot 'one' has another form; expected a number of 32 bits");
     EXPECT_EQ(refusal("pcSimCardPowerEnable", "slot", "4294967296"),
               "slot '4294967296' has another form; expected a number of 32 bits");
+    EXPECT_EQ(refusal("pcSimCardPowerEnable", "slot", "-2147483649"),
+              "slot '-2147483649' has another form; expected a number of 32 bits");
     EXPECT_EQ(refusal("pcSimIsPortDisabled", "port", "1-3"),
               "port '1-3' has another form; expected a port, such as 1:3 or trunk:2");
     EXPECT_EQ(refusal("pcSimIsPortDisabled", "port", "300:3"),
@@ -330,6 +334,9 @@ TEST(ValueChange, SaysWhatWouldBeRight) {
     EXPECT_EQ(changeRefusal("pcSimIpAdjLookup", "result", "5"),
               "result '5' has another form; expected null: it is a pointer");
     EXPECT_EQ(changeRefusal("ptagInit", "result", "0"), "ptagInit has nothing that is handed out");
+    // What a record leads to is the library's own.
+    EXPECT_TRUE(changeRefusal("pcSimStackCardSlotDBSetup", "portMap", "5")
+                    .starts_with("pcSimStackCardSlotDBSetup has no 'portMap' that is handed out"));
     // A route belongs to the HAL, who may keep it where it can't be written.
     EXPECT_EQ(changeRefusal("pcSimPCFamIPv4FibAddEntry", "vlan", "5"),
               "pcSimPCFamIPv4FibAddEntry has no 'vlan' that is handed out; expected one of result");

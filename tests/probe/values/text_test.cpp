@@ -2,6 +2,7 @@
 #include "probe/values/text.h"
 
 #include <arpa/inet.h>
+#include <sys/mman.h>
 
 #include <cstring>
 
@@ -178,6 +179,18 @@ TEST(Text, LeavesOutWhatIsReservedIgnoredOrZero) {
               "callback null argument1 3 argument2 4");
 }
 
+TEST(Text, LeavesOutFieldsThatAreIgnored) {
+    const HalPortAutoNeg config{.word0 = 7, .on = 1, .speed = 2};
+    EXPECT_EQ(before({"pcSimCardPortConfigAutoNeg", {0x00010003, word(&config)}}),
+              "portInstance 1:3 config {on 1, speed 2}");
+}
+
+TEST(Text, OfACodeHasItsSignWhateverTheTypeIs) {
+    uint32_t out = 0;
+    EXPECT_EQ(after({"pcSimFanReadTemp", {1, word(&out)}, 0xFFFFFFFF}), "-1 out 0");
+    EXPECT_EQ(after({"pcSimFanReadTemp", {1, word(&out)}, 0x80000000}), "2147483648 out 0");
+}
+
 TEST(Text, OfTablesIsHowManyFunctionsTheyHave) {
     HalFamilyOps table{};
     table.fdbInit = reinterpret_cast<HalFdbInitFn*>(0x10);
@@ -242,6 +255,23 @@ TEST(Text, OfMessages) {
               "message \"2.50\"");
 }
 
+TEST(Text, OfAMessageWhoseTextHasNoEnd) {
+    auto* const pages = static_cast<char*>(
+        mmap(nullptr, 8192, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    ASSERT_NE(pages, MAP_FAILED);
+    ASSERT_EQ(mprotect(pages + 4096, 4096, PROT_NONE), 0);
+    char* const text = pages + 4096 - 3;
+    std::memcpy(text, "abc", 3);
+    const auto message = [&](const char* format, std::vector<uint32_t> words) {
+        words.insert(words.begin(), {word("f"), 1, word("g"), word(format)});
+        return before({"pcSimCardTrace", words});
+    };
+    EXPECT_EQ(message("%.3s", {word(text)}), "file \"f\" line 1 function \"g\" message \"abc\"");
+    EXPECT_EQ(message("%.*s", {3, word(text)}), "file \"f\" line 1 function \"g\" message \"abc\"");
+    EXPECT_EQ(message("%s", {word(text)}), "file \"f\" line 1 function \"g\" message \"?\"");
+    munmap(pages, 8192);
+}
+
 TEST(Text, OfBytes) {
     const uint8_t message[40] = {1, 2, 3};
     EXPECT_EQ(before({"replyHandleSend", {7, 0x9001, word(message), 4, 1}}),
@@ -262,6 +292,20 @@ TEST(Text, OfModuleControl) {
     EXPECT_EQ(before({"pcSimModuleIoctl", {0, 3, word(&cli)}}),
               "request 3 argument {keyword \"state\", arguments [0 2 0]}");
     EXPECT_EQ(before({"pcSimModuleIoctl", {0, 9, 0x10}}), "request 9 argument memory#1");
+}
+
+TEST(Text, OfALongListIsCut) {
+    const std::vector<uint32_t> members(300, 0x00010001);
+    HalPif pif{};
+    const MadeCall call("pcSimTrunkAddPorts", {word(&pif), 300, word(members.data()), 0});
+    const std::string text = before(call);
+    EXPECT_TRUE(text.ends_with(" 1:1 1:1 ... 44 more] flag 0")) << text;
+    Route route(std::vector<pcSimIPv4FibSlot>(257));
+    EXPECT_TRUE(before({"pcSimPCFamIPv4FibAddEntry", {word(route.bytes.data())}})
+                    .ends_with(" via 0.0.0.0 vlan 0 ... 1 more"));
+    Handles handles;
+    EXPECT_TRUE(jsonOf(argumentsOf(call.words, liveMemory(), handles))
+                    .ends_with("\"1:1\",\"... 44 more\"],\"flag\":0}"));
 }
 
 TEST(Text, OfRulesOfAnAccessList) {
