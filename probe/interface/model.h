@@ -122,8 +122,7 @@ struct Record {
     std::string_view name;
     uint32_t size;  // 0: never looked into
     Owner owner;
-    bool reaches;                   // has fields, also of records inside, that data hangs on: what
-                                    // is behind its pointers, an array of its own at its end
+    bool reaches;                   // has pointers to data, also in records inside
     std::span<const Field> fields;  // in the order of declaration, reserved ones too
 
     const Field* field(std::string_view wanted) const;
