@@ -288,7 +288,8 @@ void Walk::follow(const Block& block, int level) {
 void Walk::followFields(const Block& block, const Record& record, uint32_t offset, uint32_t index,
                         int level) {
     const auto* const base = static_cast<const char*>(block.content) + offset;
-    for (uint16_t place = 0; place < record.fields.size(); ++place) {
+    const auto count = static_cast<uint16_t>(record.fields.size());
+    for (uint16_t place = 0; place < count; ++place) {
         const Field& field = record.fields[place];
         if (offset + field.offset + field.type->size > block.bytes) return;
         if (field.type->kind == Kind::kRecord && field.type->record->reaches)

@@ -45,8 +45,8 @@ std::string_view lastOf(std::string_view path) {
 }
 
 std::vector<Leaf> Leaves::of(const Function& function) {
-    for (uint16_t place = 0; place < function.parameters.size(); ++place)
-        parameter(function.parameters[place], place);
+    const auto count = static_cast<uint16_t>(function.parameters.size());
+    for (uint16_t place = 0; place < count; ++place) parameter(function.parameters[place], place);
     const Type& result = *function.result;
     if (result.kind != Kind::kVoid) {
         leaves_.push_back({.path = "result",
@@ -112,7 +112,8 @@ void Leaves::element(const Type& type, Meaning meaning, const Position& at, cons
 }
 
 void Leaves::recordFields(const Record& record, const Position& at) {
-    for (uint16_t place = 0; place < record.fields.size(); ++place) {
+    const auto count = static_cast<uint16_t>(record.fields.size());
+    for (uint16_t place = 0; place < count; ++place) {
         const Field& field = record.fields[place];
         const Semantics& semantics = field.semantics;
         if (semantics.ignored || field.name.starts_with("reserved")) continue;

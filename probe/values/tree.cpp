@@ -242,7 +242,8 @@ Value Decoder::record(int found, const char* at, const Type& type, Fields fields
     const auto functions = static_cast<size_t>(std::ranges::count_if(
         record.fields, [](const Field& field) { return isFunctionPointer(*field.type); }));
     int64_t functionsGiven = 0;
-    for (uint16_t place = 0; place < record.fields.size(); ++place) {
+    const auto count = static_cast<uint16_t>(record.fields.size());
+    for (uint16_t place = 0; place < count; ++place) {
         const Field& one = record.fields[place];
         if (!isTold(one) || start + one.offset + one.type->size > block.bytes) continue;
         if (fields == Fields::kInputs && one.semantics.out) continue;
