@@ -65,6 +65,11 @@ struct Inside {
     const volatile uint32_t* poll = nullptr;
     std::function<void()> serve;
     std::atomic<bool> serving = false;
+
+    std::atomic<uint64_t> seenLoads = 0;  // what had been loaded at the last search
+    // One thread at a time searches, and none waits for it: it may be the one that loads a library,
+    // which the search would wait for.
+    std::atomic<bool> searching = false;
 };
 
 Inside& inside();

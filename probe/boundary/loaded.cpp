@@ -1,8 +1,5 @@
 // Finding the library among what is loaded, and giving its stubs to everybody who looks its
 // operations up or has been linked with it.
-#include <atomic>
-#include <vector>
-
 #include "probe/boundary/boundary.h"
 #include "probe/boundary/crossing.h"
 
@@ -73,46 +70,30 @@ void forgetLibrary() {
     }
 }
 
-std::atomic<uint64_t> seenLoads;
-std::atomic<bool> searching;
-
-// One thread at a time, and none waits for it: it may be the one that loads a library, which the
-// search would wait for.
-class Search {
-public:
-    Search() : mine_(!searching.exchange(true)) {}
-    ~Search() {
-        if (mine_) searching = false;
-    }
-    Search(const Search&) = delete;
-    Search& operator=(const Search&) = delete;
-    bool isMine() const { return mine_; }
-
-private:
-    bool mine_;
-};
+// Takes the library that is there now, when none is attached or it has come anew.
+void takeLoaded() {
+    Inside& in = inside();
+    const auto found =
+        findLoaded([](const Image& image, const void*) { return isPlatform(image); });
+    if (found) bindOwn(found->image);
+    const std::scoped_lock guard(in.lock);
+    if (in.library) forgetLibrary();
+    if (!found) return;
+    take(found->image, found->path);
+    leadSymbols(found->image);
+    leadOthers();
+}
 
 }  // namespace
 
 bool Boundary::attachLoaded() {
-    const uint64_t loads = loadCount();
-    if (loads == seenLoads) return inside().library.has_value();
-    const Search search;
-    if (!search.isMine()) return false;
     Inside& in = inside();
-    if (!isStillThere()) {
-        const auto found =
-            findLoaded([](const Image& image, const void*) { return isPlatform(image); });
-        if (found) bindOwn(found->image);
-        const std::scoped_lock guard(in.lock);
-        if (in.library) forgetLibrary();
-        if (found) {
-            take(found->image, found->path);
-            leadSymbols(found->image);
-            leadOthers();
-        }
-    }
-    seenLoads = loads;
+    const uint64_t loads = loadCount();
+    if (loads == in.seenLoads) return in.library.has_value();
+    if (in.searching.exchange(true)) return false;
+    if (!isStillThere()) takeLoaded();
+    in.seenLoads = loads;
+    in.searching = false;
     return in.library.has_value();
 }
 

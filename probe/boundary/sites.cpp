@@ -1,4 +1,6 @@
 // Making sites, each with its stub and its name, and asking observers whether they want them.
+#include <pthread.h>
+
 #include <memory>
 
 #include "probe/boundary/boundary.h"
@@ -19,18 +21,55 @@ Counts* countsFor(Inside& in, const Site& site) {
 
 // The name of a function that no symbol of the interface has: that of its own symbol, else of its
 // type, with a number in the order in which they are met.
-std::string nameOf(Inside& in, const void* function, const Function& type) {
+std::string nameOf(Inside& in, const void* function, const Function& type, Side side) {
+    std::string name(type.name);
     if (const std::optional<Image> object = objectAt(function))
-        if (const char* const name = object->nameAt(function)) return name;
-    const uint32_t number = ++in.nameless[std::string(type.name)];
-    return std::string(type.name) + "#" + std::to_string(number);
+        if (const char* const own = object->nameAt(function)) name = own;
+    if (name != type.name && crossingNamed(name, side) == nullptr) return name;
+    const uint32_t number = ++in.nameless[name];
+    return name + "#" + std::to_string(number);
+}
+
+// Of an operation that comes by two ways, as another probe's stub and bare, there is one site.
+void shareSite(Inside& in, Crossing& made) {
+    const Crossing* const first = crossingNamed(made.site.name, made.site.side);
+    if (first != nullptr) {
+        made.site.index = first->site.index;
+        made.site.counts = first->site.counts;
+        return;
+    }
+    made.site.index = static_cast<uint32_t>(in.sites.size());
+    made.site.counts = countsFor(in, made.site);
+    in.byName.emplace(std::pair(made.site.name, made.site.side), &made);
+    in.sites.push_back(&made.site);
+}
+
+// A process that forks takes the lock, so that its child finds nothing half done; there the lock is
+// made anew, because the thread that holds it has another number.
+void beforeFork() {
+    inside().lock.lock();
+}
+void inParent() {
+    inside().lock.unlock();
+}
+void inChild() {
+    Inside& in = inside();
+    std::construct_at(&in.lock);
+    in.serving = false;
+    in.searching = false;
+}
+
+Inside* made() {
+    auto* const fresh = new Inside;
+    pthread_atfork(beforeFork, inParent, inChild);
+    return fresh;
 }
 
 }  // namespace
 
 // Never destroyed: stubs are called as long as the process lives.
 Inside& inside() {
-    static Inside& only = *new Inside;
+    static Inside& only = *made();
     return only;
 }
 
@@ -62,9 +101,8 @@ Crossing* newCrossing(std::string name, const Function& function, Side side, voi
     made.site.name = std::move(name);
     made.site.function = &function;
     made.site.side = side;
-    made.site.index = index;
     made.site.target = target;
-    made.site.counts = countsFor(in, made.site);
+    shareSite(in, made);
     made.argumentWords = static_cast<uint32_t>(function.parameters.size());
     if (function.stub) made.argumentWords = kSomeWords;
     made.handsOver = handsOver(function);
@@ -76,10 +114,8 @@ Crossing* newCrossing(std::string name, const Function& function, Side side, voi
     if (in.poll != nullptr) made.record->poll = in.poll;
     made.record->detours = made.handsOver ? kHandsOver : 0;
     made.record->body = bodyFor(function, side);
-    in.byName.emplace(std::pair(made.site.name, side), &made);
     if (target != nullptr) in.byTarget.emplace(target, &made);
-    in.sites.push_back(&made.site);
-    if (in.onSite) in.onSite(made.site);
+    if (in.onSite && in.sites.back() == &made.site) in.onSite(made.site);
     askObservers(made);
     return &made;
 }
@@ -90,7 +126,7 @@ Crossing* crossingOf(void* function, const Function& type, Side side) {
     if (found != in.byTarget.end()) return found->second;
     const auto operation = in.operations.find(Boundary::behind(function));
     if (operation == in.operations.end())
-        return newCrossing(nameOf(in, function, type), type, side, function);
+        return newCrossing(nameOf(in, function, type, side), type, side, function);
     const Operation& known = *operation->second;
     return newCrossing(std::string(known.name), *known.function, known.side, function);
 }

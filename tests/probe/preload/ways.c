@@ -145,6 +145,34 @@ static int threads(void) {
     return 0;
 }
 
+static HalCardDb cards;
+static volatile int isEnough;
+static void* fillOften(void* nothing) {
+    static HalFamilyOps family;
+    while (!isEnough) cards.ops.familyDBSetup(0, &family);
+    return nothing;
+}
+
+/* Forks while another thread is busy with tables, and fills one in each child. */
+static int forkedBusy(void) {
+    system_.cardDBSetup(&cards);
+    pthread_t thread;
+    pthread_create(&thread, NULL, fillOften, NULL);
+    int ended = 0;
+    for (int i = 0; i < 200; ++i) {
+        const pid_t child = fork();
+        static HalFamilyOps family;
+        if (child == 0) _exit(cards.ops.familyDBSetup(0, &family) == 0 ? 0 : 1);
+        int status = 1;
+        waitpid(child, &status, 0);
+        ended += status == 0;
+    }
+    isEnough = 1;
+    pthread_join(thread, NULL);
+    printf("children %d\n", ended);
+    return 0;
+}
+
 static jmp_buf outside;
 static int32_t leave(uint32_t argument1, uint32_t argument2, uint32_t zero1, uint32_t zero2) {
     longjmp(outside, (int)argument1);
@@ -189,8 +217,8 @@ int main(int argc, char** argv) {
         const char* name;
         int (*run)(void);
     } kWays[] = {
-        {"by-name", byName}, {"tables", tables}, {"fork", forked},     {"threads", threads},
-        {"jump", jump},      {"again", again},   {"started", started},
+        {"fork-busy", forkedBusy}, {"by-name", byName}, {"tables", tables}, {"fork", forked},
+        {"threads", threads},      {"jump", jump},      {"again", again},   {"started", started},
 #ifdef LINKED
         {"linked", linked},
 #endif
