@@ -83,7 +83,7 @@ void judge(SweepResult& result, const CallSite& site, Outcome outcome, const Out
         result.found.push_back({site, std::move(outcome)});
         return;
     }
-    if (outcome.hasCoverage && callsOf(outcome.coverage, site.operation) < site.nth)
+    if (callsOf(outcome.coverage, site.operation) < site.nth)
         ++result.notReached;
     else if (outcome.status == first.status)
         ++result.unmoved;
@@ -153,9 +153,10 @@ SweepResult sweep(const Words& command, const SweepOptions& options,
     const Outcome first =
         runAlone(command, scratch.folder(0), options.limitMs != 0 ? options.limitMs : kFirstLimitMs,
                  [&] { return progress(0, 0); });
-    if (first.ending != Ending::kOrderly || !first.hasCoverage)
+    const bool called = !first.coverage.platform.empty();
+    if (first.ending != Ending::kOrderly || !called)
         fail("without a failing call, the command {}{}{}", textOf(first),
-             first.hasCoverage ? "" : " and has called nothing",
+             called ? "" : " and has called nothing",
              first.lastLine.empty() ? "" : ": " + first.lastLine);
     const std::vector<CallSite> sites = callSitesOf(first.coverage, options);
     SweepResult result;

@@ -18,7 +18,7 @@
 
 #include "console/error.h"
 #include "console/text.h"
-#include "probe/coverage_reader.h"
+#include "probe/control/blocks.h"
 #include "probe/launch.h"
 
 namespace pcsim::probe {
@@ -26,6 +26,7 @@ namespace pcsim::probe {
 namespace {
 
 constexpr std::array kCrashes = {SIGILL, SIGTRAP, SIGABRT, SIGBUS, SIGFPE, SIGSEGV, SIGSYS};
+constexpr char kRunName[] = "run";
 constexpr int kShellsSignal = 128;  // what a shell adds to the signal of what it ran
 
 uint64_t nowMs() {
@@ -57,7 +58,8 @@ Trial::Trial(const Words& command, const std::string& rules, const std::string& 
              uint32_t limitMs)
     : folder_(folder), limitMs_(limitMs), startedMs_(nowMs()) {
     mkdir(folder_.c_str(), 0700);
-    for (const char* file : {"out", "err", "coverage"}) unlink(at(file).c_str());
+    for (const char* file : {"out", "err"}) unlink(at(file).c_str());
+    unlink((at(kRunName) + kBlockEnding).c_str());
     std::ofstream plan(at("plan"));
     plan << rules;
     plan.close();
@@ -84,7 +86,7 @@ void Trial::become(const Words& command) const {
     try {
         ProbeOptions options;
         options.plan = at("plan");
-        options.coverage = at("coverage");
+        options.name = kRunName;
         status = launch(options, command);
     } catch (const std::exception& problem) {
         dprintf(STDERR_FILENO, "pcsim-probe: %s\n", problem.what());
@@ -129,9 +131,11 @@ Outcome Trial::outcome() const {
         outcome.ending = Ending::kSignal;
         outcome.status -= kShellsSignal;
     }
-    if (access(at("coverage").c_str(), F_OK) == 0) {
-        outcome.coverage = readCoverage(at("coverage"));
-        outcome.hasCoverage = true;
+    // Also of a run that had no end in which to write it down.
+    const std::string block = at(kRunName) + kBlockEnding;
+    if (access(block.c_str(), F_OK) == 0) {
+        const BlockCopy copy(block);
+        outcome.coverage = coverageOf(copy.sites(), copy.siteCount());
     }
     return outcome;
 }

@@ -24,9 +24,8 @@ struct Outcome {
     Ending ending = Ending::kOrderly;
     int status = 0;  // of the program, or the signal's number
     uint32_t tookMs = 0;
-    std::string lastLine;   // of standard error
-    CoverageData coverage;  // nothing when the program left none
-    bool hasCoverage = false;
+    std::string lastLine;  // of standard error
+    CoverageData coverage;
 };
 
 // "ended with 1", "killed by signal 11 (Segmentation fault)"

@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 
+#include "console/error.h"
 #include "console/session.h"
 #include "console/text.h"
 #include "probe/boundary/boundary.h"
@@ -28,12 +29,13 @@ namespace {
 // It stays: calls are looked at until the process is no more.
 class ProbeSession {
 public:
-    // Throws what is wrong with the options. Whatever could be set up before stays.
+    // Throws what is wrong with the options.
     void begin(const char* options);
     void end();
 
 private:
     void addVerbs();
+    void showBlock();
     Answer answer(const std::string& request) const;
 
     ProbeOptions options_;
@@ -63,15 +65,15 @@ void closeOwnDescriptor() {
     close(descriptor);
 }
 
-// The flight recorder and the trace see a call as the HAL does: what rules change of it is between
-// them and the platform.
 void ProbeSession::begin(const char* text) {
     options_ = readProbeOptions(text);
+    addVerbs();
     Boundary& boundary = Boundary::instance();
     boundary.takeTimes(options_.times);
-    block_ = std::make_unique<OwnBlock>(options_.name, options_.flight);
-    rows_ = std::make_unique<SiteRows>(*block_);
-    if (options_.flight != 0) {
+    showBlock();
+    // The flight recorder and the trace see a call as the HAL does: what rules change of it is
+    // between them and the platform.
+    if (block_ != nullptr && options_.flight != 0) {
         flight_ = std::make_unique<FlightRecorder>(block_->header(), options_.tree);
         boundary.add(*flight_);
     }
@@ -79,13 +81,24 @@ void ProbeSession::begin(const char* text) {
     boundary.add(trace_);
     boundary.add(rules_);
     boundary.add(recorder_);
-    addVerbs();
-    boundary.poll(block_->flag(), [this] {
-        block_->serve([this](const std::string& request) { return answer(request); });
-    });
     if (!options_.trace.empty()) trace_.startFile({}, options_.trace);
     if (!options_.record.empty()) recorder_.begin(options_.record, options_.tree);
     if (!options_.plan.empty()) runPlan(verbs_, options_.plan);
+}
+
+// Where there is no room for a block the program is probed all the same, but by its options alone.
+void ProbeSession::showBlock() {
+    try {
+        block_ = std::make_unique<OwnBlock>(options_.name, options_.flight);
+    } catch (const CommandError& problem) {
+        if (!options_.name.empty() || options_.flight != 0) throw;
+        complain(problem.what());
+        return;
+    }
+    rows_ = std::make_unique<SiteRows>(*block_);
+    Boundary::instance().poll(block_->flag(), [this] {
+        block_->serve([this](const std::string& request) { return answer(request); });
+    });
 }
 
 void ProbeSession::addVerbs() {
@@ -107,9 +120,9 @@ Answer ProbeSession::answer(const std::string& request) const {
 }
 
 void ProbeSession::end() {
-    if (block_ == nullptr) return;
     trace_.stop();
     if (recorder_.isRecording()) recorder_.finish();
+    if (block_ == nullptr) return;
     block_->end();
     const BlockHeader& header = block_->header();
     if (!options_.coverage.empty())
@@ -124,7 +137,10 @@ void beginSession(const char* options) {
     try {
         session->begin(options);
     } catch (const std::exception& problem) {
+        // A run without the faults that were asked for, or without its record, shows nothing. The
+        // program hasn't begun yet.
         complain(problem.what());
+        _exit(kBadOptions);
     }
 }
 
