@@ -54,6 +54,7 @@ CoverageData coverageOf(const SiteRow* rows, uint32_t count) {
     CoverageData data;
     for (const SiteRow* row = rows; row != rows + count; ++row) {
         const Counts& counts = row->counts;
+        if (row->side == static_cast<uint32_t>(Side::kSystem)) continue;
         const bool host = row->side == static_cast<uint32_t>(Side::kHost);
         const bool offered = !host && row->table[0] != 0;
         if (counts.calls == 0 && !offered) continue;

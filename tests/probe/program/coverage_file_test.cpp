@@ -34,6 +34,7 @@ TEST_F(CoverageFileTest, HasWhatWasCalledAndWhatWasOffered) {
     row("lookedUp", "", Side::kPlatform, {1, 0, 1, 0, 0});
     row("halTime", "", Side::kHost, {7, 0, 0, 0, 0});
     row("halUnused", "", Side::kHost, {});
+    row("malloc", "", Side::kSystem, {9, 0, 0, 0, 0});
     // A function that was met as two sites is one.
     row("called", "HalSystemOps", Side::kPlatform, {1, 1, 0, 100, 100});
     const CoverageData data = coverageOf(rows.get(), used);
