@@ -21,6 +21,25 @@ GivenOptions readCommand(const Program& program, const Words& words) {
     return given;
 }
 
+GivenOptions readAnywhere(const Program& program, const Words& words) {
+    GivenOptions all;
+    Words rest = words;
+    while (!rest.empty()) {
+        GivenOptions some = readCommand(program, rest);
+        for (GivenOption& option : some.inOrder) {
+            // Those without a value may be repeated, as anywhere.
+            if (all.has(option.name) && !option.value.empty())
+                throw OptionProblem("--" + option.name + " may be given once");
+            all.inOrder.push_back(std::move(option));
+        }
+        rest = some.command;
+        if (rest.empty() || all.has("help")) break;
+        all.command.push_back(rest.front());
+        rest.erase(rest.begin());
+    }
+    return all;
+}
+
 void print(const std::string& text) {
     if (std::fputs(text.c_str(), stdout) == EOF || std::fflush(stdout) != 0)
         fail("standard output can't be written: {}", strerror(errno));

@@ -25,6 +25,7 @@ struct Command {
 
 CommandFn coverageCommand;
 CommandFn listCommand;
+CommandFn postMortemCommand;
 CommandFn sweepCommand;
 
 // 'pcsim-probe NAME ...': the words behind go to the process of that name or id.
@@ -32,6 +33,8 @@ int controlCommand(const std::string& nameOrPid, const Words& words);
 
 // Reads a command's options: 'name' is what stands in front of them in messages and in the help.
 GivenOptions readCommand(const Program& program, const Words& words);
+// The same of a command whose options may stand between its words.
+GivenOptions readAnywhere(const Program& program, const Words& words);
 
 // Both throw a CommandError when standard output can't be written.
 void print(const std::string& text);

@@ -36,25 +36,6 @@ const Program kCoverageProgram{
     .options = kCoverageOptions,
 };
 
-// Options may stand between the files: they are read as often as there is one.
-GivenOptions readAnywhere(const Words& words) {
-    GivenOptions all;
-    Words rest = words;
-    while (!rest.empty()) {
-        GivenOptions some = readCommand(kCoverageProgram, rest);
-        for (GivenOption& option : some.inOrder) {
-            if (all.has(option.name) && option.name != "json")
-                throw OptionProblem("--" + option.name + " may be given once");
-            all.inOrder.push_back(std::move(option));
-        }
-        rest = some.command;
-        if (rest.empty() || all.has("help")) break;
-        all.command.push_back(rest.front());
-        rest.erase(rest.begin());
-    }
-    return all;
-}
-
 void checkUse(const Words& words) {
     if (words.empty() || (words[0] != "show" && words[0] != "merge"))
         throw OptionProblem("expected 'coverage show FILE' or 'coverage merge FILE...'");
@@ -66,7 +47,7 @@ void checkUse(const Words& words) {
 }  // namespace
 
 int coverageCommand(const Words& words) {
-    const GivenOptions given = readAnywhere(words);
+    const GivenOptions given = readAnywhere(kCoverageProgram, words);
     if (given.has("help")) return 0;
     checkUse(given.command);
     CoverageData sum = readCoverage(given.command[1]);

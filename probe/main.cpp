@@ -21,6 +21,7 @@ constexpr Command kCommands[] = {
     {"list", "", "Which probed processes there are", listCommand},
     {"coverage", "show|merge FILE...", "What was called in one run, or in several",
      coverageCommand},
+    {"post-mortem", "NAME|PID", "The last calls of a process, and how it ended", postMortemCommand},
     {"sweep", "[options] -- PROGRAM...", "Fail each call of a program in a run of its own",
      sweepCommand},
 };

@@ -100,7 +100,7 @@ Report reportOf(const SweepResult& result) {
         table.rows.push_back(
             {finding.site.rule(), textOf(finding.outcome), finding.outcome.lastLine});
     if (!result.found.empty())
-        table.footer = "A rule repeats its run: write it into FILE, and 'pcsim-probe --plan FILE'";
+        table.footer = "A rule in FILE repeats its run: pcsim-probe --plan FILE -- PROGRAM...";
     Report report(Fields{"sweep",
                          "Sweep",
                          {{"calls", "Calls counted", result.calls},
