@@ -57,7 +57,7 @@ typedef struct HalAclDeleteRequest {
 typedef struct HalAclBindRequest {
     PCSIM_IS(text) char name[HAL_ACL_NAME_SIZE]; /* 0 */
     uint8_t reserved32[4];
-    HalVlanInstance vlan;          /* 36 */
+    PCSIM_IS(vlan) uint32_t vlan;  /* 36 */
     HalPortInstance port;          /* 40 */
     uint8_t key;                   /* 44: the HAL's; part of the instance */
     PCSIM_IS(number) uint8_t slot; /* 45: 0 or 1 */
@@ -75,8 +75,8 @@ typedef struct HalAclCounterEntry {
 typedef struct HalAclCounterRequest {
     PCSIM_IS(text) char name[HAL_ACL_NAME_SIZE]; /* 0 */
     uint8_t reserved32[4];
-    HalVlanInstance vlan; /* 36 */
-    HalPortInstance port; /* 40 */
+    PCSIM_IS(vlan) uint32_t vlan; /* 36 */
+    HalPortInstance port;         /* 40 */
     uint8_t reserved44[4];
     uint8_t key;                   /* 48 */
     PCSIM_IS(number) uint8_t slot; /* 49 */

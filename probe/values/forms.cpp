@@ -12,6 +12,7 @@
 #include "console/mac_address.h"
 #include "console/values.h"
 #include "pcsim/host_records.h"
+#include "pcsim/l3.h"
 
 namespace pcsim::probe {
 
@@ -88,6 +89,13 @@ std::string ipv6Text(const void* bytes) {
     char text[INET6_ADDRSTRLEN];
     inet_ntop(AF_INET6, bytes, text, sizeof text);
     return text;
+}
+
+bool isIpv4(const void* bytes, int64_t family) {
+    HalIpAddress address;
+    std::memcpy(&address, bytes, sizeof address);
+    return family == HAL_IP_FAMILY_IPV4 ||
+           (address.words[1] | address.words[2] | address.words[3]) == 0;
 }
 
 std::string macAddressText(const void* bytes) {

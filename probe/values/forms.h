@@ -16,6 +16,9 @@ std::string portText(uint32_t instance);
 // "10.0.0.0/8", "10.0.0.0/255.0.255.0"; both in network byte order.
 std::string prefixText(uint32_t address, uint32_t mask);
 std::string ipv6Text(const void* bytes);
+// Whether an address that may be of either family is IPv4: a HAL need not say so where nobody asks,
+// but then nothing follows the first word.
+bool isIpv4(const void* bytes, int64_t family);
 std::string macAddressText(const void* bytes);
 // In quotes, with what is not printable escaped; a long one is cut.
 std::string quoted(std::string_view text);

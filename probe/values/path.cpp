@@ -10,7 +10,6 @@
 #include "console/mac_address.h"
 #include "console/text.h"
 #include "console/values.h"
-#include "pcsim/l3.h"
 #include "probe/values/forms.h"
 
 namespace pcsim::probe {
@@ -217,7 +216,7 @@ bool fitsIpv6(const Wanted& wanted, const Leaf& leaf, const char* at) {
 bool isIpv4At(const Leaf& leaf, const char* at) {
     if (leaf.meaning != Meaning::kAddress) return leaf.meaning == Meaning::kIpv4;
     const Field& family = leaf.record->fields[leaf.field->semantics.countIndex];
-    return integerAt(leaf.beside(at, family), *family.type) == HAL_IP_FAMILY_IPV4;
+    return isIpv4(at, integerAt(leaf.beside(at, family), *family.type));
 }
 
 std::string_view textAt(const Leaf& leaf, const char* at, const Block* block) {

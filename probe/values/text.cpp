@@ -112,6 +112,7 @@ std::string textOf(const Value& value) {
 std::string textOf(const std::vector<Member>& members) {
     std::string text;
     for (const Member& member : members) {
+        if (member.name.starts_with("zero") && member.value.isZero) continue;  // as ever
         if (member.name != "result" && shorthandOf(member.value) == nullptr) add(text, member.name);
         add(text, textOf(member.value));
     }

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "pcsim/l3.h"
 #include "probe/values/forms.h"
 #include "probe/values/message.h"
 
@@ -275,7 +274,7 @@ Value Decoder::address(const char* at, const Record& record, const Field& field)
     uint32_t first;
     std::memcpy(&first, bytes, sizeof first);
     const bool isZero = allZero(bytes, field.type->size);
-    if (integerAt(at + family.offset, *family.type) == HAL_IP_FAMILY_IPV4)
+    if (isIpv4(bytes, integerAt(at + family.offset, *family.type)))
         return word(integerText(first, Meaning::kIpv4, 4), isZero);
     return word(ipv6Text(bytes), isZero);
 }

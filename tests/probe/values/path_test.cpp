@@ -128,6 +128,8 @@ TEST(ValueTest, OfAnAddressOfEitherFamily) {
     EXPECT_TRUE(holds(add, "mac", "0200.0000.0001"));
     EXPECT_FALSE(holds(add, "mac", "02:00:00:00:00:02"));
     EXPECT_TRUE(holds(add, "port", "1:3"));
+    record.family = 0;
+    EXPECT_TRUE(holds({"pcSimIpAdjRemove", {word(&record)}}, "address", "192.0.2.1"));
     record.family = 10;
     inet_pton(AF_INET6, "fe80::1", &record.ipAddr);
     EXPECT_TRUE(holds(add, "address", "fe80::1"));

@@ -90,6 +90,11 @@ TEST(Text, OfAnAdjacency) {
     // A removal looks at the key alone.
     EXPECT_EQ(before({"pcSimIpAdjRemove", {word(&record)}}), "vr 0 192.0.2.1 vlan 10");
     EXPECT_EQ(after({"pcSimIpAdjRemove", {word(&record)}}), "");
+    record.family = 0;  // which a removal doesn't look at
+    EXPECT_EQ(before({"pcSimIpAdjRemove", {word(&record)}}), "vr 0 192.0.2.1 vlan 10");
+    record.family = 10;
+    inet_pton(AF_INET6, "fe80::1", &record.ipAddr);
+    EXPECT_EQ(before({"pcSimIpAdjRemove", {word(&record)}}), "vr 0 fe80::1 vlan 10");
 }
 
 TEST(Text, OfTheRecordsOfInterfaces) {
@@ -225,7 +230,9 @@ TEST(Text, OfFunctionsIsTheirName) {
     Handles handles;
     handles.functionName = [](uint32_t) { return std::string("pcSimMgmtLinkPoll"); };
     EXPECT_EQ(before({"halStartTimer", {0x10, 1, 0, 1000, 0}}, handles),
-              "callback pcSimMgmtLinkPoll argument 1 zero1 0 periodMs 1000 zero2 0");
+              "callback pcSimMgmtLinkPoll argument 1 periodMs 1000");
+    EXPECT_EQ(before({"halStartTimer", {0x10, 1, 7, 1000, 0}}, handles),
+              "callback pcSimMgmtLinkPoll argument 1 zero1 7 periodMs 1000");
 }
 
 TEST(Text, OfTexts) {
