@@ -3,17 +3,21 @@
 
 #include <dlfcn.h>
 #include <malloc.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
+#include <string>
 #include <vector>
 
 #include "bench/routes/prefixes.h"
 #include "pcsim/family.h"
 #include "probe/boundary/boundary.h"
+#include "probe/record/recorder.h"
 #include "probe/rules/rules.h"
 
 namespace pcsim::bench {
@@ -74,6 +78,16 @@ HalFamilyOps ruled() {
     return table;
 }
 
+HalFamilyOps recorded() {
+    static probe::Recorder recorder;
+    const HalFamilyOps table = counted();
+    // A file that goes with the process.
+    const int file = memfd_create("recording", MFD_CLOEXEC);
+    if (!recorder.start("/proc/self/fd/" + std::to_string(file), false)) return {};
+    probe::Boundary::instance().add(recorder);
+    return table;
+}
+
 struct Row {
     const char* name;
     Way* way;
@@ -127,7 +141,8 @@ bool measureLoads(int rounds) {
     const PrefixTable table = generatePrefixes(AF_INET);
     Row rows[] = {{"bare", bare, false},
                   {"counted", counted, true},
-                  {"a rule for another operation", ruled, true}};
+                  {"a rule for another operation", ruled, true},
+                  {"recorded", recorded, true}};
     bool isRight = true;
     for (int round = 0; round < rounds; ++round) {
         for (Row& row : rows) {

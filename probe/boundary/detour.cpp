@@ -1,4 +1,5 @@
 // The long way of a call: through the observers, with its time, with what is handed over.
+#include <bit>
 #include <cerrno>
 #include <ctime>
 
@@ -9,8 +10,26 @@ namespace pcsim::probe {
 
 namespace {
 
-std::atomic<uint64_t> lastNumber;
 std::atomic<uint32_t> lastThread;
+
+// A sum of 64 bits in two halves: this processor adds to one of 32 bits in a fifth of the time. Who
+// looks at both in the moment of a carry sees the sum from before it.
+struct Halves {
+    std::atomic<uint32_t> low, high;
+};
+static_assert(sizeof(Halves) == sizeof(std::atomic<uint64_t>));
+Halves lastNumber;
+
+uint64_t addOne(Halves& sum) {
+    const uint32_t low = sum.low.fetch_add(1, std::memory_order_relaxed) + 1;
+    if (low == 0) sum.high.fetch_add(1, std::memory_order_relaxed);
+    return static_cast<uint64_t>(sum.high.load(std::memory_order_relaxed)) << 32 | low;
+}
+
+// As the stubs do it.
+void count(std::atomic<uint64_t>& sum) {
+    addOne(reinterpret_cast<Halves&>(sum));
+}
 
 constexpr uint32_t kDeepest = 64;  // calls inside one another that are told apart
 
@@ -85,8 +104,8 @@ void countTime(Counts& counts, uint64_t spent) {
 void countResult(const Crossing& crossing, uint64_t result) {
     const Site& site = crossing.site;
     const auto low = static_cast<int32_t>(result);
-    if (low < 0 && answersCodes(*site.function, site.side)) ++site.counts->failures;
-    if (low == 0 && answersRecords(*site.function)) ++site.counts->nulls;
+    if (low < 0 && answersCodes(*site.function, site.side)) count(site.counts->failures);
+    if (low == 0 && answersRecords(*site.function)) count(site.counts->nulls);
 }
 
 void runTarget(Crossing& crossing, Call& call) {
@@ -105,9 +124,8 @@ void observe(Crossing& crossing, Call& call) {
     Observer* called[kObservers];
     uint32_t calledCount = 0;
     thread.observing = true;
-    for (uint32_t i = 0; i < kObservers; ++i) {
-        Observer* const observer =
-            (watchers >> i & 1) != 0 ? inside().observers[i].load() : nullptr;
+    for (uint32_t left = watchers; left != 0; left &= left - 1) {
+        Observer* const observer = inside().observers[std::countr_zero(left)];
         if (observer == nullptr) continue;
         observer->before(call);
         called[calledCount++] = observer;
@@ -127,7 +145,7 @@ void observe(Crossing& crossing, Call& call) {
 extern "C" uint64_t pcsimProbeDetour(StubRecord* record, uint32_t* arguments) {
     Crossing& crossing = *record->crossing;
     const int error = errno;
-    ++crossing.site.counts->calls;
+    count(crossing.site.counts->calls);
     if (!thread.observing) servePoll();
     if ((record->detours & kUnresolved) != 0) resolve(crossing);
     Shadow shadow;
@@ -142,7 +160,7 @@ extern "C" uint64_t pcsimProbeDetour(StubRecord* record, uint32_t* arguments) {
     } else {
         if (thread.number == 0) thread.number = ++lastThread;
         const Depth depth;
-        call.number = ++lastNumber;
+        call.number = addOne(lastNumber);
         call.thread = thread.number;
         call.depth = depth.around();
         observe(crossing, call);
