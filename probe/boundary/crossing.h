@@ -49,6 +49,7 @@ struct Inside {
     std::recursive_mutex lock;
     std::deque<Crossing> crossings;
     std::vector<Site*> sites;
+    std::deque<Counts> counts;  // of those that nobody places elsewhere
     std::unordered_map<const void*, Crossing*> byTarget;
     std::map<std::pair<std::string, Side>, Crossing*> byName;
     std::unordered_map<std::string, uint32_t> nameless;  // functions of a type that have no name

@@ -16,7 +16,7 @@ constexpr uint32_t kSomeWords = 8;
 Counts* countsFor(Inside& in, const Site& site) {
     if (in.place)
         if (Counts* const placed = in.place(site)) return placed;
-    return new Counts{};
+    return &in.counts.emplace_back();
 }
 
 // The name of a function that no symbol of the interface has: that of its own symbol, else of its

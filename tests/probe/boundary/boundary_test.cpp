@@ -72,9 +72,7 @@ TEST_F(Attached, CountsFailuresAndNullsOnTheShortWay) {
     const HalSystemOps table = system();
     EXPECT_EQ(table.moduleIoctl(0, 77, nullptr), -2);
     EXPECT_EQ(counts("pcSimModuleIoctl").failures, 1u);
-    auto* const find = lookUp<HalTreeNode*(void*)>("pcSimIPv4FibFind");
-    pcSimIPv4FibReq key{};
-    EXPECT_EQ(find(&key), nullptr);
+    EXPECT_EQ(lookUp<HalIPv4FibFindFn>("pcSimIPv4FibFind")(0, 1, 2), nullptr);
     EXPECT_EQ(counts("pcSimIPv4FibFind").nulls, 1u);
     EXPECT_EQ(counts("pcSimIPv4FibFind").failures, 0u);
 }
