@@ -94,8 +94,8 @@ pcsimProbeHere:
     movl %esp, %ebp
     .cfi_def_cfa_register ebp
     pushl %ecx
-    .if (4 - \words) & 3
-    subl $(((4 - \words) & 3) * 4), %esp
+    .if (1 - \words) & 3
+    subl $(((1 - \words) & 3) * 4), %esp
     .endif
     .set left, \words
     .rept \words

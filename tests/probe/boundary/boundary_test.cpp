@@ -1,14 +1,17 @@
 // Calls across the boundary: what they do, what is counted, what observers see and change.
 #include "probe/boundary/boundary.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <set>
 #include <thread>
 
 #include "pcsim/card.h"
 #include "pcsim/device.h"
 #include "pcsim/family.h"
 #include "pcsim/l3.h"
+#include "probe/boundary/crossing.h"
 #include "tests/probe/boundary/attached.h"
 #include "tests/support/host.h"
 
@@ -175,6 +178,34 @@ TEST_F(Attached, LetsAnObserverAnswerChangeArgumentsAndResults) {
     };
     EXPECT_EQ(table.moduleIoctl(0, 77, nullptr), -5);
     EXPECT_EQ(counts("pcSimModuleIoctl").failures, 1u);
+}
+
+// How far the stack is from the next multiple of 16, and the words that have arrived.
+uint32_t arrived[8];
+__attribute__((noinline)) int32_t arrive(uint32_t a, uint32_t b, uint32_t c, uint32_t d, uint32_t e,
+                                         uint32_t f, uint32_t g, uint32_t h) {
+    const uint32_t words[] = {a, b, c, d, e, f, g, h};
+    std::copy(std::begin(words), std::end(words), arrived);
+    return static_cast<int32_t>(reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) & 15);
+}
+
+TEST_F(Attached, PassesEachNumberOfWordsOnAStackAsTheCallerHasIt) {
+    const int32_t expected = arrive(0, 0, 0, 0, 0, 0, 0, 0);
+    std::set<size_t> seen;
+    for (const Function& function : functions()) {
+        const size_t words = function.parameters.size();
+        if (function.variadic || function.stub || handsOver(function)) continue;
+        if (!answersCodes(function, Side::kPlatform) || !seen.insert(words).second) continue;
+        const Crossing* const crossing =
+            newCrossing("arrive" + std::to_string(words), function, Side::kPlatform,
+                        reinterpret_cast<void*>(&arrive));
+        ASSERT_NE(crossing, nullptr);
+        EXPECT_EQ(reinterpret_cast<decltype(&arrive)>(crossing->stub)(1, 2, 3, 4, 5, 6, 7, 8),
+                  expected)
+            << words;
+        for (uint32_t i = 0; i < words; ++i) EXPECT_EQ(arrived[i], i + 1) << words;
+    }
+    EXPECT_GE(seen.size(), 6u);
 }
 
 TEST_F(Attached, ShowsObserversNothingOfTheirOwnCalls) {
