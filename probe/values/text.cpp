@@ -93,7 +93,7 @@ std::string listText(const Value& list) {
 std::string textOf(const Value& value) {
     switch (value.form) {
         case Value::Form::kText:
-            return quoted(value.text);
+            return probe::quoted(value.text);
         case Value::Form::kList:
             return listText(value);
         case Value::Form::kRecord:
