@@ -34,6 +34,7 @@ Element parseElement(const std::string& text) {
 // Holds one element against a word; notes the value or the reason.
 bool fits(const Element& element, const std::string& word, Match& result) {
     if (!element.word.empty()) return element.word == word;
+    if (word == kNoWord) return false;
     if (auto problem = valueProblem(element.type, element.name, word)) {
         // A word out of a list is told together with what other verbs expect in its place.
         if (element.type.find('|') == std::string::npos) result.problem = std::move(*problem);

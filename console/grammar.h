@@ -46,6 +46,9 @@ struct Pattern {
 // The values of one command by name; a repeated group has several of each.
 using Values = std::map<std::string, std::vector<std::string>>;
 
+// A word that is in no place of any pattern: what is expected where it stands, a match says.
+inline constexpr const char* kNoWord = "\x01";
+
 struct Match {
     bool complete = false;
     size_t matched = 0;   // words that fit

@@ -96,9 +96,8 @@ std::vector<std::string> Verbs::next(const Words& words) const {
             start = end + 1;
         }
     };
-    // A word that no verb knows makes each pattern say what it expects there.
     Words probe = words;
-    probe.emplace_back("\x01");
+    probe.emplace_back(kNoWord);
     for (const Verb& verb : verbs_) {
         const Match miss = match(verb.pattern, probe);
         if (miss.matched != words.size()) continue;

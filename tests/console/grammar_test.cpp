@@ -86,6 +86,12 @@ TEST_F(VerbsTest, AWordInAGroupMayBeLeftOut) {
               "fault <name> [where <field> [within] <value>]... [after <n>]");
 }
 
+TEST_F(VerbsTest, ValuesOfAnyFormAreOfferedToo) {
+    verbs.action("trace <component> <level:0-8>", "", [](Call&) {});
+    EXPECT_EQ(verbs.next({"trace"}), (std::vector<std::string>{"<component>"}));
+    EXPECT_EQ(verbs.next({"trace", "Sys"}), (std::vector<std::string>{"<level>"}));
+}
+
 TEST_F(VerbsTest, RestTakesEverything) {
     EXPECT_EQ(values("echo a b c").at("text"), (Words{"a", "b", "c"}));
 }
