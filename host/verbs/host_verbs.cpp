@@ -62,6 +62,12 @@ void addHostVerbs(Session& session, Machine& machine) {
         for (const auto& [instance, port] : machine.ports().ports()) names.push_back(port.name());
         return names;
     };
+    session.candidates["<operation>"] = [] {
+        std::vector<std::string> names;
+        for (const probe::Operation& operation : probe::operations())
+            names.emplace_back(operation.name);
+        return names;
+    };
     session.candidates["<component>"] = [&machine] {
         std::vector<std::string> names;
         for (const auto& component : machine.context.logger.components())

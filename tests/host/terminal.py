@@ -85,6 +85,17 @@ def typed_line_is_dropped(terminal):
     check("not a verb" not in text, "Ctrl-C left the typed line")
 
 
+def names_are_completed(terminal):
+    """Operations, so that nobody types them whole."""
+    terminal.send("fault pcSimFanReadT\t")
+    terminal.until("pcSimFanReadTemp ")
+    terminal.send("whe\tslot 2\n")
+    terminal.until(PROMPT)
+    terminal.send("show faults\n")
+    terminal.until("where slot 2")
+    terminal.until(PROMPT)
+
+
 def empty_line_gives_a_hint(terminal):
     terminal.send("\x03")
     terminal.until("'quit' or Ctrl-D ends")
@@ -133,6 +144,7 @@ with tempfile.TemporaryDirectory() as folder:
     session = Terminal(folder)
     everything_arrives(session)
     typed_line_is_dropped(session)
+    names_are_completed(session)
     empty_line_gives_a_hint(session)
     command_is_interrupted(session)
     prompt_comes_back_after_a_stop(session)
