@@ -2,7 +2,6 @@
 #include "probe/coverage/coverage.h"
 
 #include <algorithm>
-#include <map>
 #include <tuple>
 #include <utility>
 
@@ -69,16 +68,14 @@ bool isOfInterest(const CoverageRow& row) {
 
 std::vector<CoverageRow> coverageOf(std::span<Site* const> sites) {
     std::vector<CoverageRow> rows;
-    std::map<std::string, size_t> tables;  // in the order in which they were first filled
     for (const Site* site : sites) {
         CoverageRow row = rowOf(*site);
         if (!isOfInterest(row)) continue;
-        tables.emplace(row.table, tables.size());
         rows.push_back(std::move(row));
     }
-    const auto place = [&](const CoverageRow& row) {
-        const bool inTable = !row.table.empty();
-        return std::tuple(!inTable, row.side, inTable ? tables[row.table] : 0, row.wordIndex);
+    const auto place = [](const CoverageRow& row) {
+        return std::tuple(row.table.empty(), row.side, tableOrder(row.table), row.table,
+                          row.wordIndex);
     };
     std::ranges::stable_sort(rows, {}, place);
     return rows;

@@ -14,13 +14,14 @@ struct ShortName {
     std::string_view operation;  // a part of the names of those in it; "": of all
 };
 
-// Operations that are a part of their database's record are called as its.
+// In the order in which a HAL meets the tables. Operations that are a part of their database's
+// record are called as its.
 constexpr ShortName kShortNames[] = {
-    {"HalSystemOps", "system", ""},  {"HalCardDb", "cardDb", ""},
-    {"HalCardDbOps", "cardDb", ""},  {"HalCardSlotDb", "slot", ""},
-    {"HalCardSlotOps", "slot", ""},  {"HalFamilyOps", "family", ""},
-    {"HalEnvDb", "fanDb", "Fan"},    {"HalEnvDb", "psDb", "PowerSupply"},
-    {"HalFanSlotDb", "fanSlot", ""}, {"HalPSSlotDb", "psSlot", ""},
+    {"HalSystemOps", "system", ""},      {"HalCardDb", "cardDb", ""},
+    {"HalCardDbOps", "cardDb", ""},      {"HalCardSlotDb", "slot", ""},
+    {"HalCardSlotOps", "slot", ""},      {"HalFamilyOps", "family", ""},
+    {"HalEnvDb", "fanDb", "Fan"},        {"HalFanSlotDb", "fanSlot", ""},
+    {"HalEnvDb", "psDb", "PowerSupply"}, {"HalPSSlotDb", "psSlot", ""},
 };
 
 bool isTable(std::string_view pattern, const Callee& callee) {
@@ -112,6 +113,11 @@ std::string_view shortTableName(std::string_view record, std::string_view operat
         if (row.record == record && operation.find(row.operation) != std::string_view::npos)
             return row.name;
     return record;
+}
+
+size_t tableOrder(std::string_view shortName) {
+    const auto found = std::ranges::find(kShortNames, shortName, &ShortName::name);
+    return static_cast<size_t>(found - std::begin(kShortNames));
 }
 
 bool goesBy(std::string_view pattern, const Callee& callee) {

@@ -33,6 +33,10 @@ bool isWild(std::string_view pattern);
 // and of power supplies are one record: 'operation' tells them apart.
 std::string_view shortTableName(std::string_view record, std::string_view operation);
 
+// Where a table stands among those with short names, in the order in which a HAL meets them; behind
+// all of them when it has none.
+size_t tableOrder(std::string_view shortName);
+
 bool goesBy(std::string_view pattern, const Callee& callee);
 
 // Everything that may ever be called, as the interface describes it: operations, host functions,

@@ -73,6 +73,12 @@ rm "$scratch/plan"
 refuses "plan $scratch/plan can't be read: No such file or directory" 'show ports'
 options=(--lab 2 --stopped)
 
+# Coverage, with times while they are taken.
+answers '^  system +16 ' 'show coverage'
+succeeds 'expect show coverage -- pcSimStackChassisGetInfo.calls is 1' 'expect show coverage never -- operations.count at-least 100' \
+    'expect show coverage times -- pcSimIsCardHwPresent.totalNs is 0' 'times on' 'time warp 1000' \
+    'expect show coverage times -- pcSimIsCardHwPresent.totalNs at-least 1' 'times off'
+
 # The platform's requests to the C library find what pcsim defines itself, watched or not.
 succeeds 'calls on only ioctl' 'time warp 2000' 'expect show port 1:1 -- link is up'
 answers '^\[    1\.000\] = ioctl ' 'calls on only ioctl' 'time warp 1000'
