@@ -68,7 +68,7 @@ struct Event {
 };
 
 // How a file ended: a recorded process may have died, a file may have been cut or damaged.
-struct Ending {
+struct FileEnding {
     enum class Kind : uint8_t { kClosed, kCutShort, kDamaged };
 
     Kind kind = Kind::kClosed;
@@ -85,7 +85,7 @@ public:
     std::vector<RecordedSite> sites;
     std::vector<RecordedPath> paths;  // 0: bytes of no known type
     std::vector<Event> events;
-    Ending ending;
+    FileEnding ending;
 
     // A recording without events that shares the store, so that events of this one can be added.
     Recording withoutEvents() const;

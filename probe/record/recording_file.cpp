@@ -50,11 +50,11 @@ std::string upTo(const Recording& recording) {
 }
 
 void readEntries(std::span<const uint8_t> file, Recording& recording) {
-    using End = Ending::Kind;
+    using End = FileEnding::Kind;
     Decoder decoder(recording);
     ByteReader in(file);
     in.bytes(kHead);
-    Ending& ending = recording.ending;
+    FileEnding& ending = recording.ending;
     ending = {End::kCutShort, kHead, ""};
     while (!decoder.ended()) {
         const Entry entry = nextEntry(in);
@@ -117,7 +117,8 @@ Recording parse(std::span<const uint8_t> file, const std::string& name) {
         fail("{} is no recording; expected a file that pcsim-probe or pcsim has recorded", name);
     Recording recording;
     if (file.size() < kHead) {
-        recording.ending = {Ending::Kind::kCutShort, 0, "cut short: not even its head is whole"};
+        recording.ending = {FileEnding::Kind::kCutShort, 0,
+                            "cut short: not even its head is whole"};
         return recording;
     }
     if (file[kHead - 1] != format::kVersion)
@@ -175,7 +176,7 @@ bool write(Encoder& encoder, const Recording& recording) {
     }
     for (const Event& event : recording.events) good = good && write(encoder, event);
     // What was not whole stays so.
-    if (recording.ending.kind == Ending::Kind::kClosed)
+    if (recording.ending.kind == FileEnding::Kind::kClosed)
         good = good && encoder.end(recording.calls());
     return good;
 }

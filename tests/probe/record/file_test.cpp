@@ -66,7 +66,7 @@ std::string savedSample() {
 TEST(RecordFile, WhatIsReadIsWhatWasWritten) {
     const Recording read = parsed(savedSample());
     EXPECT_EQ(told(read), told(sample()));
-    EXPECT_EQ(read.ending.kind, Ending::Kind::kClosed);
+    EXPECT_EQ(read.ending.kind, FileEnding::Kind::kClosed);
     EXPECT_EQ(read.ending.text, "");
     EXPECT_EQ(read.calls(), 4u);
 }
@@ -87,7 +87,7 @@ TEST(RecordFile, CutAtEveryByteItIsGoodUpToThere) {
     size_t events = 0;
     for (size_t size = 1; size < whole.size(); ++size) {
         const Recording read = parsed(whole.substr(0, size));
-        ASSERT_EQ(read.ending.kind, Ending::Kind::kCutShort) << size;
+        ASSERT_EQ(read.ending.kind, FileEnding::Kind::kCutShort) << size;
         ASSERT_NE(read.ending.text, "") << size;
         ASSERT_LE(read.ending.goodBytes, size);
         ASSERT_GE(read.events.size(), events) << size;
@@ -109,7 +109,7 @@ TEST(RecordFile, DamagedInEveryByteItIsGoodUpToThere) {
             const Recording read = parsed(damaged);
             // Another kind may be one that is skipped, so what follows of it is not good, or is.
             ASSERT_LE(read.events.size(), all.events.size());
-            if (read.ending.kind == Ending::Kind::kClosed) continue;
+            if (read.ending.kind == FileEnding::Kind::kClosed) continue;
             ASSERT_LE(read.ending.goodBytes, place);
             for (size_t index = 0; index < read.events.size(); ++index)
                 ASSERT_EQ(toldEvent(read.events[index]), toldEvent(all.events[index])) << place;
@@ -121,7 +121,7 @@ TEST(RecordFile, DamageIsToldWithPlaceAndCall) {
     std::string damaged = savedSample();
     damaged[damaged.size() - 1] = static_cast<char>(damaged[damaged.size() - 1] ^ 1);
     const Recording read = parsed(damaged);
-    EXPECT_EQ(read.ending.kind, Ending::Kind::kDamaged);
+    EXPECT_EQ(read.ending.kind, FileEnding::Kind::kDamaged);
     EXPECT_EQ(read.ending.text,
               "damaged at byte " + std::to_string(read.ending.goodBytes) + "; good up to call 5");
 }
@@ -163,7 +163,7 @@ TEST(RecordFile, AKilledProcessLeavesWhatItHasWritten) {
     waitpid(child, &status, 0);
     ASSERT_TRUE(WIFSIGNALED(status));
     const Recording read = load(file.path());
-    EXPECT_EQ(read.ending.kind, Ending::Kind::kCutShort);
+    EXPECT_EQ(read.ending.kind, FileEnding::Kind::kCutShort);
     EXPECT_NE(read.ending.text.find("good up to call 100000"), std::string::npos);
     ASSERT_EQ(read.events.size(), 100000u);
     EXPECT_EQ(read.events.back().arguments[0], 100000u * 7919);
@@ -197,7 +197,7 @@ TEST(RecordFile, AFullDiskEndsTheRecordingAndIsTold) {
     ASSERT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 0);
     const Recording read = load(file.path());
-    EXPECT_EQ(read.ending.kind, Ending::Kind::kCutShort);
+    EXPECT_EQ(read.ending.kind, FileEnding::Kind::kCutShort);
     EXPECT_GT(read.events.size(), 50u);
 }
 
@@ -220,7 +220,7 @@ TEST(RecordFile, AChildOfTheProcessLeavesTheFileAlone) {
     ASSERT_TRUE(out.close());
     const Recording read = load(file.path());
     EXPECT_EQ(read.facts.size(), 2u);
-    EXPECT_EQ(read.ending.kind, Ending::Kind::kClosed);
+    EXPECT_EQ(read.ending.kind, FileEnding::Kind::kClosed);
 }
 
 // A part of a recording can be saved and read: it shares the store of the whole.

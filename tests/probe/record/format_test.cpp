@@ -135,7 +135,7 @@ TEST(RecordFormat, EntriesOfOtherKindsAndWhatFollowsInAnEntryAreSkipped) {
     out.append(format::kEnd, end);
     ASSERT_TRUE(out.close());
     const Recording read = load(file.path());
-    EXPECT_EQ(read.ending.kind, Ending::Kind::kClosed);
+    EXPECT_EQ(read.ending.kind, FileEnding::Kind::kClosed);
     EXPECT_EQ(read.fact("a"), "b");
 }
 
