@@ -26,6 +26,7 @@ struct Command {
 CommandFn coverageCommand;
 CommandFn listCommand;
 CommandFn postMortemCommand;
+CommandFn replayCommand;
 CommandFn sweepCommand;
 
 // 'pcsim-probe NAME ...': the words behind go to the process of that name or id.

@@ -22,6 +22,8 @@ constexpr Command kCommands[] = {
     {"coverage", "show|merge FILE...", "What was called in one run, or in several",
      coverageCommand},
     {"post-mortem", "NAME|PID", "The last calls of a process, and how it ended", postMortemCommand},
+    {"replay", "FILE --library LIBRARY", "Play the HAL's part of a recording against a library",
+     replayCommand},
     {"sweep", "[options] -- PROGRAM...", "Fail each call of a program in a run of its own",
      sweepCommand},
 };
