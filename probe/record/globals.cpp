@@ -3,46 +3,46 @@
 
 #include <dlfcn.h>
 
-#include <cstring>
+#include <algorithm>
+#include <string>
 
 #include "pcsim/ems.h"
 
 namespace pcsim::probe {
 namespace {
 
-// Beside the variables that are the HAL's own. What the library alone writes is not among them.
-constexpr std::string_view kWrittenByHal[] = {
-    "_ems_HAL_Card_ComponentHandle",
-    "_ems_HAL_FDB_ComponentHandle",
-    "_ems_HAL_Port_ComponentHandle",
-    "_ems_HAL_Sys_ComponentHandle",
-    "_ems_HAL_VLAN_ComponentHandle",
-    "_ems_trace_ComponentHandle",
-    "mcLogMess",
-    "pcSimCardPresentMask",
-    "pcSimFanPresentMask",
-    "pcSimPowerSupplyPresentMask",
-    "pcSimDeviceState",
+// Variables of the library that the HAL may write; those behind the components the library changes
+// itself, too. Others the library alone writes.
+struct Shared {
+    std::string_view name;
+    bool ofPlatform;
+};
+constexpr Shared kWrittenByHal[] = {
+    {"_ems_HAL_Card_ComponentHandle", false},
+    {"_ems_HAL_FDB_ComponentHandle", false},
+    {"_ems_HAL_Port_ComponentHandle", false},
+    {"_ems_HAL_Sys_ComponentHandle", false},
+    {"_ems_HAL_VLAN_ComponentHandle", false},
+    {"mcLogMess", false},
+    {"_ems_trace_ComponentHandle", true},
+    {"pcSimCardPresentMask", true},
+    {"pcSimFanPresentMask", true},
+    {"pcSimPowerSupplyPresentMask", true},
+    {"pcSimDeviceState", true},
 };
 
-bool isWrittenByHal(const Variable& variable) {
-    if (variable.side == Side::kHost) return true;
-    for (const std::string_view name : kWrittenByHal)
-        if (name == variable.name) return true;
-    return false;
+const Shared* sharedOf(const Variable& variable) {
+    static constexpr Shared kOfHal{"", false};
+    if (variable.side == Side::kHost) return &kOfHal;
+    for (const Shared& each : kWrittenByHal)
+        if (each.name == variable.name) return &each;
+    return nullptr;
 }
 
 // A definition of the HAL's own is in force for the library as well.
 void* addressOf(void* handle, const char* name) {
     void* const global = dlsym(RTLD_DEFAULT, name);
     return global != nullptr ? global : dlsym(handle, name);
-}
-
-uint32_t hashOf(const void* bytes, uint32_t size) {
-    uint32_t hash = 0x811C9DC5u;
-    for (uint32_t index = 0; index < size; ++index)
-        hash = (hash ^ static_cast<const uint8_t*>(bytes)[index]) * 0x01000193u;
-    return hash;
 }
 
 const void* pointer(uint32_t address) {
@@ -57,8 +57,10 @@ void Globals::find(void* handle, Encoder& encoder) {
         if (found == nullptr) continue;
         const auto address = reinterpret_cast<uint32_t>(found);
         encoder.symbol({std::string(variable.name), address, variable.type->size, false});
-        if (!isWrittenByHal(variable) || variable.type->size == 0) continue;
+        const Shared* const shared = sharedOf(variable);
+        if (shared == nullptr || variable.type->size == 0) continue;
         Global& global = globals_.emplace_back();
+        global.ofPlatform = shared->ofPlatform;
         global.variable = &variable;
         global.address = address;
         global.parameter = {variable.name, variable.type, {}};
@@ -66,32 +68,44 @@ void Globals::find(void* handle, Encoder& encoder) {
         global.function.name = variable.name;
     }
     // The functions' parameters are beside them, and the globals stay where they are from now on.
-    for (Global& global : globals_) global.function.parameters = {&global.parameter, 1};
+    // What is zero at first needs no telling.
+    for (Global& global : globals_) {
+        global.function.parameters = {&global.parameter, 1};
+        watch(global, global.address, global.variable->type->size);
+        for (Word& word : global.words) word.value = 0;
+    }
 }
 
-bool Globals::isComponent(const Global& global) {
-    return global.variable->type->kind == Kind::kPointer;
+// Variables begin at words; what is behind the end of one that is shorter doesn't count.
+void Globals::watch(Global& global, uint32_t address, uint32_t bytes) {
+    for (uint32_t offset = 0; offset < bytes;) {
+        const uint32_t place = (address + offset) & ~3u;
+        const uint32_t skipped = address + offset - place;
+        const uint32_t counted = std::min(4 - skipped, bytes - offset);
+        const uint32_t mask = counted == 4 ? ~0u : ((1u << counted * 8) - 1) << skipped * 8;
+        const auto* const word = static_cast<const uint32_t*>(pointer(place));
+        global.words.push_back({word, mask, *word & mask});
+        offset += counted;
+    }
 }
 
-Globals::Component Globals::componentOf(const Global& global) {
-    Component known;
-    std::memcpy(&known.record, pointer(global.address), sizeof known.record);
-    if (known.record == 0) return known;
-    const auto& component = *static_cast<const HalEmsComponent*>(pointer(known.record));
-    known.level = reinterpret_cast<uint32_t>(component.level);
-    known.counters = reinterpret_cast<uint32_t>(component.counters);
-    known.mask = reinterpret_cast<uint32_t>(component.enabledMask);
-    if (component.level != nullptr) known.levelValue = component.level->level;
-    if (component.enabledMask != nullptr) known.maskValue = *component.enabledMask;
-    return known;
+// The variable, and of a component what traces look at.
+void Globals::watch(Global& global) {
+    global.words.clear();
+    watch(global, global.address, global.variable->type->size);
+    if (global.variable->type->kind != Kind::kPointer || global.words[0].value == 0) return;
+    const auto& component = *static_cast<const HalEmsComponent*>(pointer(global.words[0].value));
+    watch(global, reinterpret_cast<uint32_t>(&component.level), 12);
+    if (component.level != nullptr)
+        watch(global, reinterpret_cast<uint32_t>(&component.level->level), 2);
+    if (component.enabledMask != nullptr)
+        watch(global, reinterpret_cast<uint32_t>(component.enabledMask), 1);
 }
 
-uint32_t Globals::valueOf(const Global& global) {
-    const uint32_t size = global.variable->type->size;
-    uint32_t value = 0;
-    if (size > sizeof value) return hashOf(pointer(global.address), size);
-    std::memcpy(&value, pointer(global.address), size);
-    return value;
+bool Globals::hasChanged(const Global& global) {
+    for (const Word& word : global.words)
+        if (word.now() != word.value) return true;
+    return false;
 }
 
 void Globals::record(Global& global, Encoder& encoder, PathNumbers& paths) {
@@ -100,8 +114,8 @@ void Globals::record(Global& global, Encoder& encoder, PathNumbers& paths) {
         0, global.address,
         {static_cast<const uint8_t*>(pointer(global.address)), global.variable->type->size},
         format::kBlockPlatform);
-    if (isComponent(global)) {
-        const CallWords words{global.function, &global.component.record, 1};
+    if (global.variable->type->kind == Kind::kPointer) {
+        const CallWords words{global.function, &global.words[0].value, 1};
         visitBlocks(words, Phase::kBefore, liveMemory(), [&](const Block& block) {
             if (block.content == nullptr) return;
             encoder.block(paths.of(global.function, block, encoder), block.address,
@@ -113,26 +127,15 @@ void Globals::record(Global& global, Encoder& encoder, PathNumbers& paths) {
 
 void Globals::record(Encoder& encoder, PathNumbers& paths) {
     for (Global& global : globals_) {
-        if (isComponent(global)) {
-            const Component now = componentOf(global);
-            if (now == global.component) continue;
-            global.component = now;
-        } else {
-            const uint32_t now = valueOf(global);
-            if (now == global.value) continue;
-            global.value = now;
-        }
+        if (!hasChanged(global)) continue;
+        watch(global);
         record(global, encoder, paths);
     }
 }
 
 void Globals::note() {
-    for (Global& global : globals_) {
-        if (isComponent(global))
-            global.component = componentOf(global);
-        else
-            global.value = valueOf(global);
-    }
+    for (Global& global : globals_)
+        if (global.ofPlatform && hasChanged(global)) watch(global);
 }
 
 }  // namespace pcsim::probe

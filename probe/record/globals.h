@@ -25,30 +25,27 @@ public:
     void note();
 
 private:
-    // What is looked at of a component: the words of its record, level and mask.
-    struct Component {
-        uint32_t record = 0;
-        uint32_t level = 0;
-        uint32_t counters = 0;
-        uint32_t mask = 0;
-        uint16_t levelValue = 0;
-        uint8_t maskValue = 0;
+    // A word that is looked at, as it was.
+    struct Word {
+        const uint32_t* place;
+        uint32_t mask;  // of the bits that count
+        uint32_t value;
 
-        bool operator==(const Component&) const = default;
+        uint32_t now() const { return *place & mask; }
     };
     struct Global {
         const Variable* variable;
         uint32_t address;
+        bool ofPlatform;  // the library writes it, too
         // What leads from a component's handle to its record, as if it were an argument.
         Parameter parameter;
         Function function;
-        uint32_t value = 0;
-        Component component;
+        std::vector<Word> words;
     };
 
-    static bool isComponent(const Global& global);
-    static Component componentOf(const Global& global);
-    static uint32_t valueOf(const Global& global);
+    static bool hasChanged(const Global& global);
+    static void watch(Global& global);
+    static void watch(Global& global, uint32_t address, uint32_t bytes);
     static void record(Global& global, Encoder& encoder, PathNumbers& paths);
 
     std::vector<Global> globals_;
