@@ -45,6 +45,7 @@ struct SweepResult {
     uint64_t errors = 0;      // ended with another status of their own
     uint64_t notReached = 0;  // made fewer calls than the first run, and ended in order
     std::vector<Finding> found;
+    uint64_t left = 0;  // that the search was ended before
 };
 
 // Throws a CommandError when the command doesn't end in order by itself. 'progress' hears how many

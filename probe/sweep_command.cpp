@@ -135,6 +135,8 @@ int sweepCommand(const Words& words) {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, interrupt);
     const SweepResult result = sweep(given.command, optionsOf(given), tell);
     print(reportOf(result), given.has("json"));
+    if (result.left != 0)
+        fail("the search was ended before {} of {} runs", result.left, result.left + result.runs);
     return result.found.empty() ? 0 : 1;
 }
 

@@ -5,6 +5,8 @@ set -u
 . "$(dirname "${BASH_SOURCE[0]}")/support.sh"
 hal=$2 library=$3
 cd "$scratch" || exit 1
+export TMPDIR=$scratch/temporary
+mkdir "$TMPDIR"
 ulimit -c 0
 
 # The first call starts the platform; the next are two answers, a need, trust, and a wait.
@@ -37,6 +39,17 @@ refuses 1 "without a failing call, the command ended with 9 and has called nothi
     sweep -- "$hal" /no/such/library
 refuses 1 "without a failing call, the command killed by signal 10 (User defined signal 1)" \
     sweep -- "$hal" "$library" raise 10
-compgen -G "${TMPDIR:-/tmp}/pcsim-sweep.*" >/dev/null && problem "files of a sweep are left"
+# Ended from outside, it says what it has found: here nothing, in the first of two runs.
+"$probe" sweep --timeout 60 -- "$hal" "$library" insist >out 2>err &
+running=$!
+until grep -qs fault "$TMPDIR"/pcsim-sweep.*/0/plan; do sleep 0.01; done
+kill -TERM $running
+wait $running
+[ $? -eq 1 ] || problem "a search that was ended has ended with another status"
+shows '^ *Calls counted +2$'
+[ "$(cat err)" = "pcsim-probe: the search was ended before 2 of 2 runs" ] ||
+    problem "a search that was ended said: $(cat err)"
+
+compgen -G "$TMPDIR/*" >/dev/null && problem "files of a sweep are left"
 
 finish
