@@ -99,14 +99,13 @@ struct BlockHeader {
     char program[256];
     char library[256];  // that was found; "": none yet
 
-    std::atomic<uint32_t> ended;   // in order, or by _exit
+    std::atomic<uint32_t> ended;   // by exit, or by returning from main
     std::atomic<uint32_t> waited;  // 'waitStatus' is what the process left
     int32_t waitStatus;
     std::atomic<uint32_t> sites;
     std::atomic<uint32_t> sitesLeftOut;  // there were more than rows
 
     uint32_t flightSize;  // entries of the recorder; 0: there is none
-    std::atomic<uint64_t> flightLast;
     OpenCall open[kMostOpen];
     Mailbox mailbox;
 };

@@ -25,18 +25,19 @@ std::string nameOf(const std::string& file) {
     return file.substr(0, file.size() - (sizeof kBlockEnding - 1));
 }
 
-std::vector<uint64_t> readWhole(const std::string& path) {
+// The words of a file, at least those of a header: what isn't there, or not wanted, is 0.
+std::vector<uint64_t> readWords(const std::string& path, BlockCopy::Extent extent, size_t& got) {
     const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
     if (file < 0) fail("{} can't be read: {}", path, strerror(errno));
     struct stat status;
-    std::vector<uint64_t> words;
-    ssize_t got = 0;
-    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0) {
-        words.resize(static_cast<size_t>(status.st_size) / sizeof(uint64_t));
-        got = read(file, words.data(), words.size() * sizeof(uint64_t));
-    }
+    const bool regular = fstat(file, &status) == 0 && S_ISREG(status.st_mode);
+    const size_t there = regular ? static_cast<size_t>(status.st_size) : 0;
+    const size_t wanted =
+        extent == BlockCopy::kAbout ? std::min(there, offsetof(BlockHeader, open)) : there;
+    std::vector<uint64_t> words(std::max(wanted, sizeof(BlockHeader)) / sizeof(uint64_t) + 1);
+    const ssize_t size = read(file, words.data(), wanted);
     close(file);
-    words.resize(static_cast<size_t>(std::max<ssize_t>(got, 0)) / sizeof(uint64_t));
+    got = size == static_cast<ssize_t>(wanted) ? there : 0;
     return words;
 }
 
@@ -60,8 +61,9 @@ bool isNumber(const std::string& text) {
 
 }  // namespace
 
-BlockCopy::BlockCopy(const std::string& path) : path_(path), words_(readWhole(path)) {
-    const size_t size = words_.size() * sizeof(uint64_t);
+BlockCopy::BlockCopy(const std::string& path, Extent extent) : path_(path) {
+    size_t size = 0;
+    words_ = readWords(path, extent, size);
     constexpr size_t kKnown = offsetof(BlockHeader, pid);
     if (size < kKnown || memcmp(header().magic, kBlockMagic, sizeof kBlockMagic) != 0)
         fail("{} is no control block", path);
@@ -112,7 +114,7 @@ std::vector<BlockCopy> blocksIn(const std::string& folder) {
     std::vector<BlockCopy> blocks;
     for (const std::string& file : filesIn(folder)) {
         try {
-            blocks.emplace_back(folder + "/" + file);
+            blocks.emplace_back(folder + "/" + file, BlockCopy::kAbout);
         } catch (const CommandError&) {  // another version's, or not ours at all
             continue;
         }
@@ -126,8 +128,8 @@ BlockCopy blockOf(const std::string& folder, const std::string& nameOrPid) {
         if (access(path.c_str(), F_OK) == 0) return BlockCopy(path);
     }
     std::string names;
-    for (BlockCopy& block : blocksIn(folder)) {
-        if (std::to_string(block.header().pid) == nameOrPid) return std::move(block);
+    for (const BlockCopy& block : blocksIn(folder)) {
+        if (std::to_string(block.header().pid) == nameOrPid) return BlockCopy(block.path());
         names += (names.empty() ? "" : ", ") + block.name();
     }
     fail(
@@ -137,7 +139,7 @@ BlockCopy blockOf(const std::string& folder, const std::string& nameOrPid) {
 
 bool blockRuns(const std::string& path) {
     try {
-        return BlockCopy(path).runs();
+        return BlockCopy(path, BlockCopy::kAbout).runs();
     } catch (const CommandError&) {
         return false;
     }

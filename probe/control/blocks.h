@@ -14,8 +14,10 @@ namespace pcsim::probe {
 // What a block was at the moment when it was read. A copy: it doesn't change under its reader.
 class BlockCopy {
 public:
+    enum Extent { kWhole, kAbout };  // all of it, or what it is about: the header up to its calls
+
     // Throws a CommandError that says why when the file is no block, or of another version.
-    explicit BlockCopy(const std::string& path);
+    explicit BlockCopy(const std::string& path, Extent extent = kWhole);
 
     const BlockHeader& header() const { return *reinterpret_cast<const BlockHeader*>(&words_[0]); }
     const SiteRow* sites() const { return sitesOf(&header()); }
@@ -37,7 +39,7 @@ private:
 // and no part of a path.
 void checkBlockName(const std::string& name);
 
-// All blocks of the folder by name; files that are none are passed over.
+// What all blocks of the folder are about, by name; files that are none are passed over.
 std::vector<BlockCopy> blocksIn(const std::string& folder);
 // The block of a name or a process id. Throws a CommandError that says which there are.
 BlockCopy blockOf(const std::string& folder, const std::string& nameOrPid);
