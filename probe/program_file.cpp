@@ -42,7 +42,8 @@ bool isDynamic(const std::string& path, const Elf32_Ehdr& header) {
     std::ifstream file(path, std::ios::binary);
     for (int i = 0; i < header.e_phnum; ++i) {
         Elf32_Phdr segment;
-        file.seekg(static_cast<std::streamoff>(header.e_phoff) + i * header.e_phentsize);
+        file.seekg(static_cast<std::streamoff>(header.e_phoff) +
+                   std::streamoff{i} * header.e_phentsize);
         if (!file.read(reinterpret_cast<char*>(&segment), sizeof segment)) return false;
         if (segment.p_type == PT_INTERP) return true;
     }

@@ -111,7 +111,7 @@ struct BlockHeader {
 };
 
 // Both sides are 32-bit programs of the same build or of one of the same version.
-static_assert(std::atomic<uint64_t>::is_always_lock_free);
+static_assert(sizeof(std::atomic<uint64_t>) == 8 && alignof(std::atomic<uint64_t>) == 8);
 static_assert(std::is_standard_layout_v<BlockHeader> && std::is_standard_layout_v<SiteRow> &&
               std::is_standard_layout_v<FlightEntry>);
 
