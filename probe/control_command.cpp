@@ -6,6 +6,7 @@
 #include "console/text.h"
 #include "probe/commands.h"
 #include "probe/control/blocks.h"
+#include "probe/control/options.h"
 #include "probe/control/run_folder.h"
 #include "probe/coverage_report.h"
 
@@ -46,6 +47,16 @@ std::string requestOf(const Words& words) {
     return request;
 }
 
+// Files that the process is to write are of the folder of whoever asks for them.
+Words withFiles(Words words) {
+    const bool isRecord = words[0] == "record" && words.size() == 2 && words[1] != "stop";
+    if (isRecord) words[1] = absoluteFile(words[1]);
+    for (size_t i = 1; i + 1 < words.size(); ++i)
+        if ((words[0] == "trace" || words[0] == "calls") && words[i] == "to")
+            words[i + 1] = absoluteFile(words[i + 1]);
+    return words;
+}
+
 // Whether the words ask for the counts, which need nobody's help.
 bool asksForCoverage(const Words& words, bool& json) {
     json = words.size() == 2 && words[1] == "--json";
@@ -67,7 +78,7 @@ int controlCommand(const std::string& nameOrPid, const Words& words) {
         return 0;
     }
     const Answer answer =
-        ask(block, requestOf(given.command), given.number("wait", kWaitSeconds) * 1000);
+        ask(block, requestOf(withFiles(given.command)), given.number("wait", kWaitSeconds) * 1000);
     if (answer.failed) throw CommandError(answer.text);
     print(answer.text);
     return 0;

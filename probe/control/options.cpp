@@ -70,14 +70,14 @@ constexpr FileOption kFiles[] = {
     {"coverage", &ProbeOptions::coverage},
 };
 
-std::string absolute(const std::string& file) {
+}  // namespace
+
+std::string absoluteFile(const std::string& file) {
     if (file.empty() || file[0] == '/') return file;
     char folder[PATH_MAX];
     if (getcwd(folder, sizeof folder) == nullptr) return file;
     return std::string(folder) + "/" + file;
 }
-
-}  // namespace
 
 std::span<const Option> probeOptions() {
     return kOptions;
@@ -88,7 +88,7 @@ ProbeOptions probeOptionsOf(const GivenOptions& given) {
     options.name = given.text("name");
     if (!options.name.empty()) checkBlockName(options.name);
     for (const auto& [name, file] : kFiles) {
-        options.*file = absolute(given.text(name));
+        options.*file = absoluteFile(given.text(name));
         if ((options.*file).find('"') != std::string::npos)
             fail("--{} needs the name of a file without quotes in it or in its folder's", name);
     }

@@ -25,6 +25,9 @@ struct ProbeOptions {
     uint32_t flight = 0;
 };
 
+// The name of a file as it is from any folder.
+std::string absoluteFile(const std::string& file);
+
 // The table, for a command line that has options of its own besides.
 std::span<const Option> probeOptions();
 

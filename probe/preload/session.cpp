@@ -91,7 +91,8 @@ void ProbeSession::showBlock() {
     try {
         block_ = std::make_unique<OwnBlock>(options_.name, options_.flight);
     } catch (const CommandError& problem) {
-        if (!options_.name.empty() || options_.flight != 0) throw;
+        // What lives in the block was asked for.
+        if (!options_.name.empty() || options_.flight != 0 || !options_.coverage.empty()) throw;
         complain(problem.what());
         return;
     }
@@ -119,14 +120,24 @@ Answer ProbeSession::answer(const std::string& request) const {
     return {false, answerOf(verbs_, words, json)};
 }
 
+// One thing that can't be written keeps nothing else from being.
 void ProbeSession::end() {
+    const auto attempt = [](auto action) {
+        try {
+            action();
+        } catch (const std::exception& problem) {
+            complain(problem.what());
+        }
+    };
     trace_.stop();
-    if (recorder_.isRecording()) recorder_.finish();
+    attempt([this] {
+        if (recorder_.isRecording()) recorder_.finish();
+    });
     if (block_ == nullptr) return;
     block_->end();
     const BlockHeader& header = block_->header();
-    if (!options_.coverage.empty())
-        writeCoverage(options_.coverage, coverageOf(sitesOf(&header), header.sites));
+    if (options_.coverage.empty()) return;
+    attempt([&] { writeCoverage(options_.coverage, coverageOf(sitesOf(&header), header.sites)); });
 }
 
 }  // namespace
@@ -145,11 +156,7 @@ void beginSession(const char* options) {
 }
 
 void endSession() {
-    try {
-        session->end();
-    } catch (const std::exception& problem) {
-        complain(problem.what());
-    }
+    session->end();
     if (Boundary::instance().sites().empty())
         complain("the program has loaded no platform library");
 }

@@ -72,6 +72,16 @@ grep -q "^pcsim-probe: $scratch/plan:1: " err || problem "of a bad plan it said:
 runs --trace /no/such/file -- "$hal" "$library" ask 1
 [ "$status" -eq 2 ] || problem "a trace that can't be written ended with $status"
 
+# What can't be written is said, and keeps nothing else from being.
+ends 0 "pcsim-probe: /no/such/file can't be written: No such file or directory" \
+    --coverage /no/such/file --record asked.rec -- "$hal" "$library" ask 1
+[ -s asked.rec ] || problem "there is no recording beside a coverage that can't be written"
+PCSIM_RUN_DIR=/no/such/folder ends 2 \
+    "pcsim-probe: the folder /no/such/folder can't be made: No such file or directory; PCSIM_RUN_DIR names another" \
+    --coverage cov.json -- "$hal" "$library" ask 1
+PCSIM_RUN_DIR=/dev/null ends 0 "pcsim-probe: /dev/null is no folder; PCSIM_RUN_DIR names another" \
+    -- "$hal" "$library" ask 1
+
 # --- Asking ----------------------------------------------------------------------------------------
 
 "$probe" --name sw1 -- "$hal" "$library" until "$scratch/stop" >/dev/null 2>asked.err &
@@ -93,6 +103,17 @@ for i in 1 2 3; do "$probe" sw1 show faults >"many.$i" & pids[i]=$!; done
 for i in 1 2 3; do wait "${pids[i]}" || problem "one of several that asked was refused"; done
 succeeds sw1 coverage
 shows '^ *pcSimStackChassisGetInfo +[0-9]+ +3 '
+# Files are of the folder of whoever asks.
+mkdir elsewhere
+cd elsewhere || exit 1
+succeeds sw1 trace on to asked.trace
+succeeds sw1 record asked.rec
+succeeds sw1 record stop
+succeeds sw1 trace off
+cd ..
+[ -s elsewhere/asked.rec ] || problem "no recording was made when one was asked for"
+grep -q '^> pcSimStackChassisGetInfo' elsewhere/asked.trace ||
+    problem "no trace was written when one was asked for"
 : >stop
 wait $running || problem "the program that was asked ended with $?"
 [ ! -s asked.err ] || problem "the program that was asked said: $(cat asked.err)"
