@@ -13,6 +13,7 @@ import os
 import pty
 import random
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -57,7 +58,7 @@ def forms_of(pcsim):
 
 def argument(chance, name, files):
     if name == "file":
-        return str(chance.choice(files))
+        return chance.choice(files)
     return chance.choice(ARGUMENTS.get(name) or chance.choice([FEW, NUMBERS]))
 
 
@@ -94,7 +95,7 @@ def typed(pcsim, options, lines, work):
     home = dict(os.environ, HOME=work, TERM="dumb")
     with open(Path(work) / "said", "w+b") as said:
         with subprocess.Popen([pcsim, *options], stdin=inside, stdout=said,
-                              stderr=subprocess.STDOUT, env=home) as process:
+                              stderr=subprocess.STDOUT, env=home, cwd=work) as process:
             os.close(inside)
 
             def type_all():
@@ -132,12 +133,17 @@ def main():
     parser.add_argument("--commands", type=int, default=400)
     arguments = parser.parse_args()
     chance = random.Random(arguments.seed)
-    files = [*sorted(arguments.files.iterdir()), Path("/nope"), Path("/"), Path("/dev/null")]
+    pcsim = Path(arguments.pcsim).resolve()
+    # Some verbs write files, so the run has copies of its own.
+    originals = sorted(arguments.files.iterdir())
+    files = [*(file.name for file in originals), "nope/nope", ".", "/dev/null"]
     for shape in ("stack", "chassis"):
         options = ["--shape", shape, "--stopped", "--quiet", *chance.choice([[], ["--remote-io"]])]
-        lines = list(commands(chance, arguments.pcsim, files, arguments.commands))
+        lines = list(commands(chance, pcsim, files, arguments.commands))
         with tempfile.TemporaryDirectory() as work:
-            status, said = typed(arguments.pcsim, options, lines, work)
+            for file in originals:
+                shutil.copy(file, work)
+            status, said = typed(pcsim, options, lines, work)
         print(f"seed {arguments.seed}, {' '.join(options)}: {len(lines)} commands, "
               f"{len(said)} characters, exit status {status}")
         if status != 0 or "runtime error" in said:
