@@ -54,6 +54,7 @@ bool isDetail(const Site& site) {
 }
 
 void checkFilter(const TraceFilter& filter) {
+    for (const std::string& port : filter.ports) parseSlotPort(port);
     for (const std::string& name : filter.operations)
         if (calleesNamed(name).empty()) fail("{}", unknownOperation(name));
 }
@@ -102,6 +103,8 @@ void Trace::start(TraceFilter filter, std::function<void(const std::string&)> pr
 }
 
 void Trace::startFile(TraceFilter filter, const std::string& path) {
+    // Nothing is written for a trace that doesn't begin.
+    checkFilter(filter);
     const std::shared_ptr<FILE> file(std::fopen(path.c_str(), "we"), [](FILE* opened) {
         if (opened != nullptr) std::fclose(opened);
     });

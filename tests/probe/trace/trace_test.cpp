@@ -178,6 +178,9 @@ TEST_F(TraceTest, AFileHasItsLinesAtOnce) {
     EXPECT_STREQ(fgets(text, sizeof text, file), "< dmGetMaxVr -> 8\n");
     fclose(file);
     std::remove(path.c_str());
+    EXPECT_THROW(trace.startFile({.operations = {"pcSimNothing"}}, path), CommandError);
+    EXPECT_THROW(trace.startFile({.ports = {"1-3"}}, path), CommandError);
+    EXPECT_EQ(std::fopen(path.c_str(), "re"), nullptr) << "made for a trace that never began";
     EXPECT_THROW(trace.startFile({}, "/nowhere/at/all"), CommandError);
     EXPECT_TRUE(trace.on()) << "the trace that was there goes on";
 }
