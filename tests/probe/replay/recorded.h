@@ -26,6 +26,14 @@ protected:
     // Ends the recording; what a replay of it says.
     std::string replayed(const std::string& library = LIBRARY, const char* option = "") {
         recorder_.stop();
+        return replayedFile(library, option);
+    }
+    // The same of a recording that a test has changed.
+    std::string replayed(const Recording& recording, const char* option = "") {
+        save(recording, file_.path());
+        return replayedFile(LIBRARY, option);
+    }
+    std::string replayedFile(const std::string& library, const char* option) {
         const std::string command = std::string(REPLAY_RECORDING) + " " + file_.path() + " " +
                                     library + " " + option + " 2>&1";
         FILE* const out = popen(command.c_str(), "r");
