@@ -8,22 +8,20 @@
 #include "probe/values/blocks.h"
 
 namespace pcsim::probe {
-namespace {
-
-bool isOfTree(const Site& site) {
+bool Player::isOfTree(const Site& site) {
     const Operation* const operation = operationNamed(site.name);
     return operation != nullptr && operation->header == "host_tree";
 }
 
-}  // namespace
+bool Player::isRecorded(const Site& site) const {
+    return std::any_of(recording_.sites.begin(), recording_.sites.end(),
+                       [&](const RecordedSite& each) { return each.name == site.name; });
+}
 
 void* Player::provide(const Site& site) {
     if (site.side != Side::kHost) return nullptr;
-    const bool isRecorded =
-        std::any_of(recording_.sites.begin(), recording_.sites.end(),
-                    [&](const RecordedSite& each) { return each.name == site.name; });
     // Without the tree's calls in the recording, the library has a tree of this program's.
-    if (isOfTree(site) && !isRecorded) return nullptr;
+    if (isOfTree(site) && !isRecorded(site)) return nullptr;
     return reinterpret_cast<void*>(pointers_.newThunk({0, site.name, site.function}));
 }
 

@@ -9,7 +9,9 @@ namespace {
 constexpr Semantics kNothingSaid{};
 
 void collect(const Type& type, const Semantics& semantics, uint32_t offset, Layout& layout) {
-    if (semantics.varies || semantics.ignored) {
+    // The links of a node are the tree's: nobody else looks at them.
+    const bool isLinks = type.record != nullptr && type.record->name == "HalTreeNode";
+    if (semantics.varies || semantics.ignored || (isLinks && type.kind == Kind::kRecord)) {
         layout.free.push_back({offset, type.size});
     } else if (type.kind == Kind::kPointer) {
         layout.pointers.push_back({offset, &type, &semantics});

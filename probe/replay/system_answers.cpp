@@ -10,6 +10,8 @@
 namespace pcsim::probe {
 
 bool Player::wants(const Site& site) const {
+    // The tree's calls come to the boundary only while somebody wants them.
+    if (site.side == Side::kHost) return isOfTree(site) && isRecorded(site);
     if (site.side != Side::kSystem) return false;
     for (const char* name : {"malloc", "calloc", "free", "madvise"})
         if (site.name == name) return false;
@@ -65,7 +67,7 @@ size_t Player::systemCall(const Call& call) const {
 }
 
 void Player::before(Call& call) {
-    if (frames_.empty()) return;
+    if (frames_.empty() || call.site.side != Side::kSystem) return;
     call.answered = true;
     if (print(call)) return;
     const size_t index = systemCall(call);

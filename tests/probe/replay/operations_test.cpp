@@ -174,6 +174,26 @@ TEST_F(Recorded, RoutesAdjacenciesAndTheirDumps) {
     EXPECT_EQ(replayed(), noDifference(13));
 }
 
+// With the tree in the recording, the library gets the nodes in the order in which the HAL's tree
+// gave them, and the tree's compare calls are made again.
+TEST_F(Recorded, TheTreeOfTheHal) {
+    recorder_.begin(file_.path(), true);
+    for (const uint32_t prefix : {3u, 1u, 2u}) {
+        const WithArray<pcSimIPv4FibReq, pcSimIPv4FibSlot> made({1, prefix, 0x000000FF, 1},
+                                                                {{0, 0x010200C0, 10, 0}});
+        OPERATION(pcSimPCFamIPv4FibAddEntry)(&made.record());
+    }
+    OPERATION(pcSimPCFamIPv4FibDump)(nullptr);
+    OPERATION(pcSimIPv4FibFind)(1, 2, 0x000000FF);
+    const WithArray<pcSimIPv4FibReq, pcSimIPv4FibSlot> all({1, 0, 0, 0}, {{0, 0, 0, 0}});
+    OPERATION(pcSimPCFamIPv4FibFlush)(&all.record());
+    const Recording recording = recorded();
+    EXPECT_TRUE(std::any_of(recording.sites.begin(), recording.sites.end(),
+                            [](const auto& site) { return site.name == "p2BtreeInsert"; }));
+    const std::string answer = replayed(recording);
+    EXPECT_TRUE(answer.ends_with(" calls, no difference\n")) << answer;
+}
+
 TEST_F(Recorded, MulticastNodesAndTheRecordsThatItKeeps) {
     system();
     host().addVlanIf(3, 30);
