@@ -12,6 +12,7 @@
 #include "probe/commands.h"
 #include "probe/control/options.h"
 #include "probe/launch.h"
+#include "probe/tools/tools.h"
 
 namespace pcsim::probe {
 
@@ -26,6 +27,12 @@ constexpr Command kCommands[] = {
      replayCommand},
     {"sweep", "[options] -- PROGRAM...", "Fail each call of a program in a run of its own",
      sweepCommand},
+    {"show", "[options] FILE", "Print a recording as a trace", showCommand},
+    {"diff", "FILE FILE", "Compare two recordings", diffCommand},
+    {"trim", "FILE --calls CALLS", "Keep some calls, and what they need", trimCommand},
+    {"minimise", "FILE --library LIBRARY", "Find a smallest recording of a difference",
+     minimiseCommand},
+    {"export", "FILE --c", "Write a recording as a host in C", exportCommand},
 };
 
 // The options of a start: those of the probe, and the program's own.
