@@ -119,6 +119,19 @@ TEST(Trim, KeepsWhoeverOpenedADescriptor) {
     EXPECT_EQ(kept(maker.recording, "5"), (Numbers{1, 2, 3, 5, 6}));
 }
 
+TEST(Trim, KeepsWhoeverLeftADescriptorOpen) {
+    Maker maker;
+    maker.call("pcSimCardPortRestart", {1});
+    maker.make("socket", {2, 2, 0}, 5);
+    maker.returns();
+    maker.call("pcSimGetSystemNumberPorts");
+    maker.make("socket", {2, 2, 0}, 6);
+    maker.make("close", {6});
+    maker.returns();
+    maker.make("pcSimCardPortRestart", {2});
+    EXPECT_EQ(kept(maker.recording, "6"), (Numbers{1, 2, 6}));
+}
+
 TEST(Trim, KeepsTheLastStatesBefore) {
     Maker maker;
     maker.state("mcLogMess", 0x9000, words({1}));
