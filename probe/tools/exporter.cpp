@@ -11,6 +11,11 @@
 namespace pcsim::probe {
 namespace {
 
+// The fields of a variable that is a pointer.
+constexpr std::string_view kHandle =
+    "extern const struct field handle[];\n"
+    "const struct field handle[] = {{0, 4, 'p', \"handle\"}, {0, 0, 0, 0}};\n\n";
+
 bool isOfTree(const RecordedSite& site) {
     const Operation* const operation = operationNamed(site.name);
     return operation != nullptr && operation->side == Side::kHost &&
@@ -36,6 +41,11 @@ bool isFree(const Semantics* semantics) {
 bool isLinks(const std::string& path) {
     return path.ends_with("node.links") || path.find(".links.") != std::string::npos ||
            path.starts_with("node.links");
+}
+
+bool isOfHal(const RecordedSite& site, const Type& pointer, const RecordedBlock* behind) {
+    if (behind != nullptr) return !behind->platform;
+    return site.side == Side::kPlatform || pointer.target->owner == Owner::kHost;
 }
 
 std::string hex(uint32_t value) {
@@ -76,7 +86,7 @@ std::string Exporter::text(const std::string& name) {
         "    fprintf(stderr, \"expected the library's path\\n\");\n"
         "    return 2;\n}}\n",
         recording_.calls(), cComment(name), exportedHost(), functionsText(), segmentsText(),
-        variablesText() + symbolsText(), layouts_, script_);
+        variablesText() + symbolsText(), std::string(kHandle) + layouts_, script_);
 }
 
 void Exporter::event(size_t index, bool outermost) {
@@ -127,9 +137,10 @@ std::string Exporter::argumentsOf(const Event& event, std::string& kinds) {
         const uint32_t value = event.arguments[index];
         char kind = kindOf(*parameter.type, &parameter.semantics, parameter.semantics.meaning);
         // A void pointer may be a number; what isn't looked at may be anything.
-        const bool number =
-            !parameter.semantics.cases.empty() && blockAt(event.blocks, value) == nullptr;
-        if (number) kind = 'u';
+        const RecordedBlock* const behind = blockAt(event.blocks, value);
+        if (!parameter.semantics.cases.empty() && behind == nullptr) kind = 'u';
+        // What the library passes is its own unless it is known to be the HAL's.
+        if (kind == 'p' && !isOfHal(recording_.siteOf(event), *parameter.type, behind)) kind = 'h';
         if (parameter.semantics.meaning == Meaning::kArguments) kind = '-';
         noteFunction(*parameter.type, value);
         kinds += kind;
@@ -253,7 +264,16 @@ void Exporter::give(const Event& event, bool platformToo) {
     // What others point at is there before them.
     for (size_t index = event.blocks.size(); index-- > 0;) {
         const RecordedBlock& block = event.blocks[index];
-        if (!block.platform || platformToo) giveBlock(block, event.blocks);
+        if (block.platform && !platformToo) continue;
+        // A variable that points at what is told with it.
+        const uint32_t value = wordAt(block.bytes, 0);
+        const bool handle = event.kind == Event::Kind::kState && block.path == 0 &&
+                            block.bytes.size() == 4 && blockAt(event.blocks, value) != nullptr;
+        if (handle)
+            script_ += fmt::format("    MEMORY('p', {}, 4, handle, {}),\n", hex(block.address),
+                                   cLiteral(block.bytes));
+        else
+            giveBlock(block, event.blocks);
     }
 }
 
