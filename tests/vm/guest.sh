@@ -2,7 +2,8 @@
 # shellcheck shell=dash source-path=SCRIPTDIR
 # First process of the virtual machine. Makes its interfaces ready, runs the measurements and prints
 # one line for each: "<step>: <what was measured>". A line that begins with "@" asks the world
-# outside for something ("@pull eth2") and waits for its answer.
+# outside for something ("@pull eth2") and waits for its answer. The recording of the switch's run
+# leaves through the second serial port.
 /bin/busybox --install -s /bin
 mount -t proc proc /proc
 mount -t sysfs sys /sys
@@ -56,8 +57,11 @@ if [ -e /bin/pcsim ]; then
     pull() { :; } # the world outside does it
     plug() { :; }
     cd /tests || exit 1
+    echo "record cards.rec" >record.plan
+    switch_plan=record.plan
     # shellcheck source=switch.sh
     . /tests/switch.sh
+    { stty raw && gzip -9 -c cards.rec; } </dev/ttyS1 >/dev/ttyS1
 fi
 echo "end: of measurements"
 poweroff -f

@@ -21,6 +21,7 @@ from pathlib import Path
 WANTED_MODULES = ["e1000", "virtio_pci", "virtio_net"]
 # Until the kernel's first character on the console. Some machines have KVM that starts no guest.
 FIRST_SIGN_S = {"kvm": 5, "tcg": 40}
+SECOND_PORT = "second"  # its file in the machine's work directory
 
 
 class Skip(Exception):
@@ -169,7 +170,8 @@ class FileSystem:
 
 
 class Machine:
-    """The running PC: lines of its console, and a cable per network card.
+    """The running PC: lines of its console, a cable per network card, and what it writes to its
+    second serial port.
 
     cards: a list of (model, hub); cards on the same hub are cabled to each other."""
 
@@ -190,7 +192,8 @@ class Machine:
                    "-display", "none", "-kernel", str(self._kernel.image),
                    "-initrd", str(self._file_system), "-append",
                    "console=ttyS0 earlyprintk=serial,ttyS0,115200 quiet net.ifnames=0 panic=-1",
-                   "-serial", "stdio", "-monitor", "unix:monitor,server,nowait"]
+                   "-serial", "stdio", "-serial", f"file:{SECOND_PORT}",
+                   "-monitor", "unix:monitor,server,nowait"]
         for number, (model, hub) in enumerate(self._cards):
             command += ["-netdev", f"hubport,id=port{number},hubid={hub}", "-device",
                         f"{model},id=card{number},netdev=port{number},romfile=,"
@@ -243,6 +246,11 @@ class Machine:
 
     def answer(self, text):
         self._process.stdin.write(text.encode() + b"\n")
+
+    def written(self):
+        """All that the second serial port has been given."""
+        path = self._work / SECOND_PORT
+        return path.read_bytes() if path.exists() else b""
 
     def set_cable(self, card, plugged):
         with socket.socket(socket.AF_UNIX) as monitor:

@@ -1,21 +1,24 @@
 #!/usr/bin/env python3
 """Measures the platform on network cards with real drivers, in a virtual machine.
 
-    run.py --build build/i386 --cache build/vm
+    run.py --build build/i386 --cache build/vm [--recording FILE]
     run.py --build build/i386 --lab
 
-The second form runs the switch's part in a lab with emulated PHYs instead.
+The second form runs the switch's part in a lab with emulated PHYs instead. FILE gets what crossed
+the boundary between switch and platform, packed.
 
 Prints a protocol: every measurement with what was expected. Exit status 0 when all of it is as
 expected, 1 when not, 77 with a line "skipped: ..." where this machine cannot run it."""
 
 import argparse
+import gzip
 import json
 import re
 import subprocess
 import sys
 import tempfile
 import time
+import zlib
 from pathlib import Path
 
 sys.dont_write_bytecode = True  # the source folder stays clean
@@ -236,10 +239,22 @@ def obey(machine, request):
     machine.answer("done")
 
 
-def measure_cards(build, cache, work):
+def keep_recording(packed, path, protocol):
+    """What has come out of the machine; a line that loses a byte is noticed."""
+    try:
+        if not gzip.decompress(packed):
+            raise EOFError("it is empty")
+    except (EOFError, OSError, zlib.error) as problem:
+        protocol.fail(f"the recording has not come out of the machine whole: {problem}")
+    else:
+        path.write_bytes(packed)
+        print(f"          recording of {len(packed)} bytes", flush=True)
+
+
+def measure_cards(arguments, work):
     require_program("qemu-system-x86_64", "qemu-system-x86")
-    kernel = Kernel(cache)
-    make_file_system(build, kernel).write(work / "initrd")
+    kernel = Kernel(arguments.cache)
+    make_file_system(arguments.build, kernel).write(work / "initrd")
     machine = Machine(kernel, work / "initrd", CARDS, work)
     protocol = Protocol(PHY_STEPS + REAL_STEPS + END_STEPS)
     try:
@@ -253,6 +268,8 @@ def measure_cards(build, cache, work):
         protocol.fail(problem)
     finally:
         machine.stop()
+    if arguments.recording is not None:
+        keep_recording(machine.written(), arguments.recording, protocol)
     return protocol.finish()
 
 
@@ -275,16 +292,19 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n", maxsplit=1)[0])
     parser.add_argument("--build", type=Path, required=True, help="directory of the built programs")
     parser.add_argument("--cache", type=Path, help="keeps the kernel package")
+    parser.add_argument("--recording", type=Path, help="gets the recording of the switch's run")
     parser.add_argument("--lab", action="store_true", help="in a lab, with emulated PHYs")
     arguments = parser.parse_args()
     if not arguments.lab and arguments.cache is None:
         parser.error("one of --cache and --lab is needed")
+    if arguments.recording is not None:
+        arguments.recording.unlink(missing_ok=True)  # no run is taken for another
     try:
         if arguments.lab:
             failures = measure_lab(arguments.build)
         else:
             with tempfile.TemporaryDirectory() as work:
-                failures = measure_cards(arguments.build, arguments.cache, Path(work))
+                failures = measure_cards(arguments, Path(work))
     except Skip as reason:
         print(f"skipped: {reason}")
         return SKIPPED
