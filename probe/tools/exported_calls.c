@@ -109,7 +109,7 @@ static void skipTo(enum action action, uint32_t number) {
 static void call(const struct step* step) {
     uint32_t words[kWords] = {0};
     const unsigned count = (unsigned)strlen(step->kinds);
-    void* const function = dlsym(library, step->name);
+    void* const function = step->address != 0 ? thingAt(step->address) : dlsym(library, step->name);
     for (unsigned index = 0; index < count; ++index) {
         const char kind = step->kinds[index];
         words[index] = isPointer(kind) ? (uint32_t)(uintptr_t)pointerOf(kind, step->words[index])

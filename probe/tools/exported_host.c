@@ -67,6 +67,9 @@ struct step {
 #define WORDS(action, number, name, kinds, ...) \
     { action, number, name, 0, 0, 0, 0, 0, kinds, {__VA_ARGS__}, 0 }
 #define CALL(number, name, kinds, ...) WORDS(kCall, number, name, kinds, __VA_ARGS__)
+/* Of a function of the library that has no name: known by where it was. */
+#define CALLBACK(number, name, target, kinds, ...) \
+    { kCall, number, name, target, 0, 0, 0, 0, kinds, {__VA_ARGS__}, 0 }
 #define ASKED(number, name, kinds, ...) WORDS(kAsked, number, name, kinds, __VA_ARGS__)
 #define RESULT(action, number, kind, value) \
     { action, number, 0, value, kind, 0, 0, 0, 0, {0}, 0 }

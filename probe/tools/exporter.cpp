@@ -161,10 +161,14 @@ void Exporter::called(size_t index) {
     const Operation* const operation = operationNamed(site.name);
     const std::string name =
         ofPlatform || operation != nullptr ? site.name : fmt::format("callback_{}", event.site);
-    script_ += fmt::format("{}    /* {} */\n    {}({}, \"{}\", \"{}\", {}),\n",
-                           ofPlatform && event.depth == 0 ? "\n" : "",
-                           cComment(site.name + teller_.arguments(index)),
-                           ofPlatform ? "CALL" : "ASKED", event.call, name, kinds, arguments);
+    const bool nameless = ofPlatform && operation == nullptr;
+    script_ += fmt::format(
+        "{}    /* {} */\n    {}({}, \"{}\", {}\"{}\", {}),\n",
+        ofPlatform && event.depth == 0 ? "\n" : "", cComment(site.name + teller_.arguments(index)),
+        nameless     ? "CALLBACK"
+        : ofPlatform ? "CALL"
+                     : "ASKED",
+        event.call, name, nameless ? hex(site.target) + ", " : "", kinds, arguments);
     if (!ofPlatform) check(event);
 }
 

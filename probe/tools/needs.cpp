@@ -79,8 +79,8 @@ void Needs::arguments(const Event& event, uint32_t unit) {
 
 void Needs::called(const Event& event, uint32_t unit) {
     const RecordedSite& site = recording_.siteOf(event);
-    // A callback that the HAL handed over has no other name than its address.
-    const bool callback = site.side == Side::kHost && operationNamed(site.name) == nullptr;
+    // A callback that one side has handed to the other has no other name than its address.
+    const bool callback = operationNamed(site.name) == nullptr;
     if (callback || what_ == Of::kFunctions) use(functions_, site.target, unit);
     arguments(event, unit);
     blocks(event, unit, site.side != Side::kPlatform);

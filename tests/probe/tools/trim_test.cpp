@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "console/error.h"
+#include "probe/tools/call_tree.h"
+#include "probe/tools/needs.h"
 #include "tests/probe/tools/maker.h"
 
 namespace pcsim::probe::test {
@@ -104,6 +106,20 @@ TEST(Trim, KeepsWhoeverStartedATimerOrHandedACallbackOver) {
     maker.returns();
     EXPECT_EQ(kept(maker.recording, "@pcSimMgmtLinkPoll"), (Numbers{1, 2, 5}));
     EXPECT_EQ(kept(maker.recording, "@pcSimSetVpstCallback"), (Numbers{4, 6, 7}));
+}
+
+TEST(Trim, ACallbackWithoutANameIsNothingWithoutWhoHandedItOver) {
+    Maker maker;
+    const uint32_t poll = maker.siteOf("poll:HalTimerFn");
+    maker.recording.sites[poll].side = Side::kPlatform;
+    maker.call("pcSimDeviceInit");
+    maker.make("halStartTimer", {maker.recording.sites[poll].target, 1, 0, 1000, 0});
+    maker.returns();
+    maker.make("poll", {1});
+    const CallTree tree(maker.recording);
+    std::vector<bool> kept = {false, true};
+    Needs(maker.recording, tree, Needs::Of::kValues).close(kept);
+    EXPECT_TRUE(kept[0]);
 }
 
 TEST(Trim, KeepsWhoeverOpenedADescriptor) {
