@@ -2,9 +2,9 @@
 # What pcsim-probe does with recordings, on a run of random calls over all tables: what is trimmed
 # is whole, what is exported compiles and says the same, and a planted difference comes down to a
 # few calls.
-# usage: tools.sh PCSIM-PROBE RANDOM-HOST LIBRARY PLANTED-READING PLANTED-MASK INCLUDE
+# usage: tools.sh PCSIM-PROBE RANDOM-HOST LIBRARY PLANTED-READING PLANTED-MASK PLANTED-CRASH INCLUDE
 set -u
-probe=$1 host=$2 library=$3 reading=$4 mask=$5 include=$6
+probe=$1 host=$2 library=$3 reading=$4 mask=$5 crash=$6 include=$7
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 seed=${PCSIM_SEED:-1}
@@ -100,5 +100,7 @@ kept() {
 kept reading "$reading" '^call [0-9]+ pcSimStackFanReadRpm, out: expected' 'FanReadRpm: out: expected'
 kept mask "$mask" '^call [0-9]+ pcSimPCFamIPv4FibDump, print: expected .*/32' \
     'FibDump: print: expected .*/32'
+kept crash "$crash" '^call [0-9]+ pcSimSFLOWGetCntSampleOnPort crashes: Illegal instruction' \
+    'pcSimSFLOWGetCntSampleOnPort: crashed: signal 4'
 
 [ $failures = 0 ] || exit 1
