@@ -83,6 +83,42 @@ TEST_F(Recorded, HardwareHandlesOfMemoryThatIsUsedAgain) {
     EXPECT_EQ(replayed(), noDifference(40));
 }
 
+// Has what is at one address lie at another one, in all memory of a recording.
+void move(const Recording& recording, uint32_t from, uint32_t to) {
+    for (const Event& event : recording.events) {
+        for (const RecordedBlock& block : event.blocks) {
+            if (block.address == from) const_cast<RecordedBlock&>(block).address = to;
+            for (size_t at = 0; at + 4 <= block.bytes.size(); at += 4)
+                if (std::memcmp(&block.bytes[at], &from, 4) == 0)
+                    std::memcpy(const_cast<uint8_t*>(&block.bytes[at]), &to, 4);
+        }
+    }
+}
+
+// The address of a handle that is gone names another one, while a third is where the first one was
+// here: following the old name would free that twice.
+TEST_F(Recorded, AHandleUnderTheAddressOfAnOlderOne) {
+    auto* const create = OPERATION(pcSimVlanIfCreate);
+    auto* const remove = OPERATION(pcSimVlanIfDelete);
+    HalVlanIf* const vlanIf = host().addVlanIf(1, 100);
+    HalHwHandle *first = nullptr, *second = nullptr, *third = nullptr;
+    vlanIf->hwHandle = &first;
+    create(vlanIf, &first);
+    const auto old = reinterpret_cast<uint32_t>(first);
+    remove(vlanIf, &first);
+    create(vlanIf, &second);
+    create(vlanIf, &third);
+    const auto name = reinterpret_cast<uint32_t>(third);
+    ASSERT_NE(reinterpret_cast<uint32_t>(second), old);
+    vlanIf->hwHandle = &third;
+    remove(vlanIf, &third);
+    vlanIf->hwHandle = &second;
+    remove(vlanIf, &second);
+    const Recording recording = recorded();
+    move(recording, name, old);
+    EXPECT_EQ(replayed(recording), noDifference(6));
+}
+
 TEST_F(Recorded, PortsAndMembershipsOfVlans) {
     HalVlanIf* const vlanIf = host().addVlanIf(7, 70);
     HalPif* const pif = host().addPif(0x010003, 1, 3);
