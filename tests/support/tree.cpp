@@ -2,7 +2,7 @@
 #include "tests/support/tree.h"
 
 #define p2BtreeInsert hostTreeInsert
-#include "host/tree/tree.cpp"
+#include "tree/tree.cpp"
 #undef p2BtreeInsert
 
 namespace pcsim::test {
