@@ -10,7 +10,7 @@ namespace {
 // The tree and the C library are called so often that they are left alone until somebody wants to
 // see them.
 bool isWhileWatched(const Operation& operation) {
-    return operation.header == "host_tree" || operation.side > Side::kHost;
+    return isOfTree(operation.name) || operation.side > Side::kHost;
 }
 
 // The address of a function that a program which isn't position-independent has in its own code:

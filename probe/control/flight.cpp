@@ -56,7 +56,7 @@ FlightRecorder::FlightRecorder(BlockHeader& block, bool tree) : block_(block), t
 bool FlightRecorder::wants(const Site& site) const {
     const Operation* const operation = operationNamed(site.name);
     if (operation == nullptr) return true;  // a callback
-    if (operation->header == "host_tree") return tree_;
+    if (isOfTree(operation->name)) return tree_;
     return operation->header != "c_library";
 }
 

@@ -45,6 +45,11 @@ const Function* functionNamed(std::string_view name) {
     return named(functions(), name);
 }
 
+bool isOfTree(std::string_view name) {
+    const Operation* const operation = operationNamed(name);
+    return operation != nullptr && operation->header == "host_tree";
+}
+
 const Field* Record::field(std::string_view wanted) const {
     const auto found = std::ranges::find(fields, wanted, &Field::name);
     return found != fields.end() ? &*found : nullptr;

@@ -30,10 +30,8 @@ private:
     pthread_mutex_t& lock_;
 };
 
-bool isOfTree(const Site& site) {
-    const Operation* const operation = operationNamed(site.name);
-    const bool compares = site.function == functionNamed("HalTreeCompareFn");
-    return compares || (operation != nullptr && operation->header == "host_tree");
+bool servesTree(const Site& site) {
+    return isOfTree(site.name) || site.function == functionNamed("HalTreeCompareFn");
 }
 
 // Memory comes and goes as the process has it; no recording could say what is right.
@@ -147,7 +145,7 @@ std::string Recorder::finish() {
 }
 
 bool Recorder::wants(const Site& site) const {
-    return recording_ && !isAllocation(site) && (withTree_ || !isOfTree(site));
+    return recording_ && !isAllocation(site) && (withTree_ || !servesTree(site));
 }
 
 // What is told once, as soon as there is a library to tell of.

@@ -8,10 +8,6 @@
 #include "probe/values/blocks.h"
 
 namespace pcsim::probe {
-bool Player::isOfTree(const Site& site) {
-    const Operation* const operation = operationNamed(site.name);
-    return operation != nullptr && operation->header == "host_tree";
-}
 
 bool Player::isRecorded(const Site& site) const {
     return std::any_of(recording_.sites.begin(), recording_.sites.end(),
@@ -21,7 +17,7 @@ bool Player::isRecorded(const Site& site) const {
 void* Player::provide(const Site& site) {
     if (site.side != Side::kHost) return nullptr;
     // Without the tree's calls in the recording, the library has a tree of this program's.
-    if (isOfTree(site) && !isRecorded(site)) return nullptr;
+    if (isOfTree(site.name) && !isRecorded(site)) return nullptr;
     return reinterpret_cast<void*>(pointers_.newThunk({0, site.name, site.function}));
 }
 

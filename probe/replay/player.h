@@ -57,7 +57,6 @@ private:
 
     // --- Calls of the library to the HAL (answers.cpp) ---
     void* provide(const Site& site);
-    static bool isOfTree(const Site& site);
     bool isRecorded(const Site& site) const;
     static uint64_t called(uint32_t thunk, uint32_t* arguments);
     uint64_t answer(const Callee& callee, uint32_t* arguments);

@@ -11,7 +11,7 @@ namespace pcsim::probe {
 
 bool Player::wants(const Site& site) const {
     // The tree's calls come to the boundary only while somebody wants them.
-    if (site.side == Side::kHost) return isOfTree(site) && isRecorded(site);
+    if (site.side == Side::kHost) return isOfTree(site.name) && isRecorded(site);
     if (site.side != Side::kSystem) return false;
     for (const char* name : {"malloc", "calloc", "free", "madvise"})
         if (site.name == name) return false;

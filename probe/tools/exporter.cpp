@@ -16,12 +16,6 @@ constexpr std::string_view kHandle =
     "extern const struct field handle[];\n"
     "const struct field handle[] = {{0, 4, 'p', \"handle\"}, {0, 0, 0, 0}};\n\n";
 
-bool isOfTree(const RecordedSite& site) {
-    const Operation* const operation = operationNamed(site.name);
-    return operation != nullptr && operation->side == Side::kHost &&
-           operation->header == "host_tree";
-}
-
 bool inSymbol(const Recording& recording, uint32_t address) {
     return std::ranges::any_of(recording.symbols, [&](const RecordedSymbol& symbol) {
         return !symbol.function && address - symbol.address < std::max(symbol.size, 4u);
@@ -93,7 +87,7 @@ void Exporter::event(size_t index, bool outermost) {
     const Event& event = recording_.events[index];
     const bool call = event.kind == Event::Kind::kCall;
     const bool returns = event.kind == Event::Kind::kReturn;
-    if ((call || returns) && isOfTree(recording_.siteOf(event))) {
+    if ((call || returns) && isOfTree(recording_.siteOf(event).name)) {
         treeDepth_ = call ? treeDepth_ + 1 : treeDepth_ - 1;
         return;
     }

@@ -15,7 +15,7 @@ constexpr std::string_view kSystem[] = {"close", "getenv", "ioctl",  "open",
 bool isAnswered(const Operation& operation) {
     if (operation.side == Side::kSystem)
         return std::ranges::find(kSystem, operation.name) != std::end(kSystem);
-    return operation.side == Side::kHost && operation.header != "host_tree" &&
+    return operation.side == Side::kHost && !isOfTree(operation.name) &&
            operation.name != "emsNotifyIncident";
 }
 

@@ -45,8 +45,7 @@ const char* directionOf(const Site& site) {
 // The ordered tree, what compares its nodes, and the C library.
 bool isDetail(const Site& site) {
     if (site.side == Side::kSystem) return true;
-    const Operation* const operation = operationNamed(site.name);
-    if (operation != nullptr && operation->header == "host_tree") return true;
+    if (isOfTree(site.name)) return true;
     return std::ranges::any_of(site.function->parameters, [](const Parameter& parameter) {
         const Type& type = *parameter.type;
         return type.kind == Kind::kPointer && type.target->name == "HalTreeNode";
