@@ -39,9 +39,6 @@ typedef struct HalEnvDb {
     uint32_t word4;                /* 4 */
 } HalEnvDb;
 
-/* A reading of one slot, stored in '*out': a fixed function of the slot's number. Simulated. */
-typedef uint32_t HalSlotReadingFn(uint32_t slot, PCSIM_IS(out) uint32_t* out);
-
 /* A rating: what a fan draws, or what an output line of a power supply delivers. Of a stack's
  * records only some fields are filled. */
 typedef struct HalEnvRating {
@@ -101,8 +98,8 @@ typedef uint32_t HalFanGetPartInfoFn(uint32_t number, PCSIM_IS(out) HalPartInfo*
 typedef uint32_t HalFanReadHwInfoFn(uint32_t number, PCSIM_IS(out) HalFanHwInfo* info);
 
 /* The temperature, slot + 2500, and the odometer, slot * 10 whatever was set. Simulated. */
-typedef HalSlotReadingFn HalFanReadTempFn;
-typedef HalSlotReadingFn HalFanGetOdometerFn;
+typedef uint32_t HalFanReadTempFn(uint32_t slot, PCSIM_IS(out) uint32_t* temperature);
+typedef uint32_t HalFanGetOdometerFn(uint32_t slot, PCSIM_IS(out) uint32_t* odometer);
 
 /* Sets the odometer of 'slot' to 0: calls pcSimFanSetOdometer. Accepted and ignored. */
 typedef uint32_t HalFanInitOdometerFn(int32_t slot);
@@ -111,7 +108,7 @@ typedef uint32_t HalFanInitOdometerFn(int32_t slot);
 typedef uint32_t HalFanSetOdometerFn(int32_t slot, int32_t value);
 
 /* Speed in revolutions per minute: fan + 10000 on a stack, fan + 20000 on a chassis. Simulated. */
-typedef uint32_t HalFanReadRpmFn(uint32_t slot, uint32_t fan, PCSIM_IS(out) uint32_t* out);
+typedef uint32_t HalFanReadRpmFn(uint32_t slot, uint32_t fan, PCSIM_IS(out) uint32_t* rpm);
 
 /* Traced, not stored. 'percent' is of the maximum. Accepted and ignored. */
 typedef uint32_t HalFanSetSpeedFn(int32_t fan, int32_t slot, int32_t percent);
@@ -170,8 +167,8 @@ typedef uint32_t HalPowerSupplyReadHwInfoFn(uint32_t slot,
                                             PCSIM_IS(out) HalPowerSupplyHwInfo* info);
 
 /* The temperature, slot + 3000, and the odometer, slot * 100 whatever was set. Simulated. */
-typedef HalSlotReadingFn HalPSReadTempFn;
-typedef HalSlotReadingFn HalPSGetOdometerFn;
+typedef uint32_t HalPSReadTempFn(uint32_t slot, PCSIM_IS(out) uint32_t* temperature);
+typedef uint32_t HalPSGetOdometerFn(uint32_t slot, PCSIM_IS(out) uint32_t* odometer);
 
 /* Does nothing; unlike that of the fans it does not set the odometer. Accepted and ignored. */
 typedef uint32_t HalPSInitOdometerFn(uint32_t slot);

@@ -175,8 +175,8 @@ const Operation* operationNamed(std::string_view name);
 const Record* recordNamed(std::string_view name);
 const Function* functionNamed(std::string_view name);
 
-// Whether the function of that name is one of the ordered tree's, which a HAL brings and the library
-// calls at every step: looked at only where somebody asks for it.
+// Whether the function of that name is one of the ordered tree's, which a HAL brings and the
+// library calls at every step: looked at only where somebody asks for it.
 bool isOfTree(std::string_view name);
 
 // A word of an operation table: the field of 'record' that holds a function, by its byte offset,

@@ -25,7 +25,7 @@ refuses "counters of port 1:1 can't be read: the platform answered -1" \
 succeeds 'fault ioctl count 9' 'time warp 1000' 'expect show port 1:1 -- link is down'
 
 # Aimed, and with other values.
-succeeds 'fault pcSimFanReadTemp where slot 2 set out 9000' 'time warp 5000' \
+succeeds 'fault pcSimFanReadTemp where slot 2 set temperature 9000' 'time warp 5000' \
     'expect show fans -- 2.temperature is 90.00' 'expect show fans -- 1.temperature is 25.01' \
     'expect show faults -- 1.hits is 1' 'fault-clear' 'time warp 5000' \
     'expect show fans -- 2.temperature is 25.02'

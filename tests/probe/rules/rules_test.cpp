@@ -143,8 +143,9 @@ TEST_F(RulesTest, WhatThePlatformTellsTheHostIsSetBeforeTheCall) {
 }
 
 TEST_F(RulesTest, SetChangesWhatIsHandedOutForAsLongAsTheRuleIsThere) {
-    rules.add(
-        {.operation = "pcSimFanReadTemp", .where = {{"slot", "1"}}, .set = {{"out", "9000"}}});
+    rules.add({.operation = "pcSimFanReadTemp",
+               .where = {{"slot", "1"}},
+               .set = {{"temperature", "9000"}}});
     for (int i = 0; i < 3; ++i) {
         value = 0;
         const auto ended =
@@ -160,7 +161,7 @@ TEST_F(RulesTest, SetChangesWhatIsHandedOutForAsLongAsTheRuleIsThere) {
 }
 
 TEST_F(RulesTest, SetWithReturnsHandsOutWithoutACall) {
-    rules.add({.operation = "pcSimFanReadTemp", .returns = "0", .set = {{"out", "7"}}});
+    rules.add({.operation = "pcSimFanReadTemp", .returns = "0", .set = {{"temperature", "7"}}});
     const auto ended = boundary.call(temperature, {1, word(&value)}, 0, [] { FAIL(); });
     EXPECT_TRUE(ended.answered);
     EXPECT_EQ(value, 7u);
@@ -175,8 +176,8 @@ TEST_F(RulesTest, TheResultCanBeSetToo) {
 }
 
 TEST_F(RulesTest, OfTwoChangesOfAFieldTheFirstRuleCounts) {
-    rules.add({.operation = "fanReadTemp", .set = {{"out", "1"}}});
-    rules.add({.operation = "fanReadTemp", .set = {{"out", "2"}}});
+    rules.add({.operation = "fanReadTemp", .set = {{"temperature", "1"}}});
+    rules.add({.operation = "fanReadTemp", .set = {{"temperature", "2"}}});
     boundary.call(temperature, {1, word(&value)});
     EXPECT_EQ(value, 1u);
 }
@@ -248,8 +249,8 @@ TEST_F(RulesTest, ARuleIsBoundWhenItsSiteComesToBeInATable) {
 }
 
 TEST_F(RulesTest, ACallInsideAnotherHasItsOwnChanges) {
-    rules.add({.operation = "fanReadTemp", .set = {{"out", "11"}}});
-    rules.add({.operation = "fanGetOdometer", .set = {{"out", "22"}}});
+    rules.add({.operation = "fanReadTemp", .set = {{"temperature", "11"}}});
+    rules.add({.operation = "fanGetOdometer", .set = {{"odometer", "22"}}});
     uint32_t inner = 0;
     boundary.call(temperature, {1, word(&value)}, 0, [&] {
         boundary.call(odometer, {1, word(&inner)});
@@ -259,10 +260,10 @@ TEST_F(RulesTest, ACallInsideAnotherHasItsOwnChanges) {
 }
 
 TEST_F(RulesTest, CallsLeftByAJumpAreForgotten) {
-    rules.add({.operation = "fan*", .set = {{"out", "11"}}});
+    rules.add({.operation = "fan*", .set = {{"temperature", "11"}}});
     uint32_t gone = 0;
     boundary.leave(temperature, {1, word(&gone)});
-    boundary.call(odometer, {1, word(&value)});
+    boundary.call(temperature, {1, word(&value)});
     EXPECT_EQ(value, 11u);
     EXPECT_EQ(gone, 0u);
 }
@@ -281,10 +282,11 @@ TEST_F(RulesTest, WhatCanNeverApplyIsRefused) {
         "pcSimFanReadTemp has no 'port' that is tested before the call; expected one of slot");
     EXPECT_EQ(problem({.operation = "pcSimFanReadTemp", .where = {{"slot", "x"}}}),
               "slot 'x' has another form; expected a number of 32 bits");
-    EXPECT_EQ(problem({.operation = "pcSimFanReadTemp", .set = {{"slot", "1"}}}),
-              "pcSimFanReadTemp has no 'slot' that is handed out; expected one of out, result");
-    EXPECT_EQ(problem({.operation = "pcSimFanReadTemp", .set = {{"out", "99999999999"}}}),
-              "out '99999999999' has another form; expected a number of 32 bits");
+    EXPECT_EQ(
+        problem({.operation = "pcSimFanReadTemp", .set = {{"slot", "1"}}}),
+        "pcSimFanReadTemp has no 'slot' that is handed out; expected one of temperature, result");
+    EXPECT_EQ(problem({.operation = "pcSimFanReadTemp", .set = {{"temperature", "99999999999"}}}),
+              "temperature '99999999999' has another form; expected a number of 32 bits");
     EXPECT_EQ(problem({.operation = "*Fan*", .where = {{"prefix", "1.0.0.0/8", true}}}),
               "none of the 17 operations that go by '*Fan*' can have this rule; of the first, "
               "pcSimChassisFanDBSetup has nothing that is tested before the call");
@@ -303,10 +305,10 @@ TEST_F(RulesTest, AnOrderIsWrittenAsItsCommand) {
                       .seed = 9,
                       .delayMs = 10,
                       .returns = "-1",
-                      .set = {{"out", "1"}}};
+                      .set = {{"temperature", "1"}}};
     EXPECT_EQ(order.text(),
               "fan* where slot 2 where prefix within 10.0.0.0/8 where name \"a b\" after 3 count 4 "
-              "chance 50 seed 9 delay 10 returns -1 set out 1");
+              "chance 50 seed 9 delay 10 returns -1 set temperature 1");
     EXPECT_EQ(Order{.operation = "x"}.text(), "x");
 }
 

@@ -22,7 +22,7 @@ Maker several() {
     Maker maker;
     maker.state("mcLogMess", 0x9000, words({1}));
     maker.make("pcSimFanReadTemp", {1, 0x1000}, 0, {},
-               {{"out", 0x1000, words({2501}), false, true}});
+               {{"temperature", 0x1000, words({2501}), false, true}});
     maker.call("pcSimCardPortEnable", {0x00010003, 1});
     maker.print("a \"line\"\n");
     maker.make("halGetHwPortMapping", {1, 3}, 3);
@@ -32,7 +32,7 @@ Maker several() {
 
 TEST(Show, CallsAreTheLinesOfATrace) {
     EXPECT_EQ(text(several().recording),
-              "> pcSimFanReadTemp slot 1 -> 0 out 2501\n"
+              "> pcSimFanReadTemp slot 1 -> 0 temperature 2501\n"
               "> pcSimCardPortEnable portInstance 1:3 enable 1 ...\n"
               "    print \"a \\\"line\\\"\\n\"\n"
               "    < halGetHwPortMapping slot 1 port 3 -> 3\n"
@@ -50,8 +50,8 @@ TEST(Show, MemoryIsToldByItsPath) {
                   several().recording, [](const Event& call) { return call.call == 1; }, true),
               "state mcLogMess\n"
               "        mcLogMess 0x9000 01000000\n"
-              "> pcSimFanReadTemp slot 1 -> 0 out 2501\n"
-              "        out 0x1000 c5090000\n");
+              "> pcSimFanReadTemp slot 1 -> 0 temperature 2501\n"
+              "        temperature 0x1000 c5090000\n");
 }
 
 TEST(Show, HandlesHaveNames) {

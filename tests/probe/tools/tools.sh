@@ -49,9 +49,9 @@ runs() {
 
 # Two runs of the same are the same, wherever things lie in them.
 gives 0 '^[0-9]+ calls, no difference$' diff "$scratch/short.rec" "$scratch/again.rec"
-gives 1 '^call [0-9]+ pcSimStackFanReadRpm: out: 1000., then 1000.$' \
+gives 1 '^call [0-9]+ pcSimStackFanReadRpm: rpm: 1000., then 1000.$' \
     diff "$scratch/short.rec" "$scratch/other.rec"
-gives 1 "pcSimStackFanReadRpm: out" diff --keep-going "$scratch/short.rec" "$scratch/other.rec"
+gives 1 "pcSimStackFanReadRpm: rpm" diff --keep-going "$scratch/short.rec" "$scratch/other.rec"
 
 gives 0 '^> pcSimPCFamIPv4FibAddEntry vr [12] 10\.' show "$scratch/short.rec"
 gives 0 '"name": "platformSystemInit"' show --json "$scratch/short.rec"
@@ -80,11 +80,11 @@ gives 0 '^[0-9]+ of [0-9]+ calls kept' trim "$scratch/short.rec" --calls '@fanRe
     -o "$scratch/trimmed.rec"
 built trimmed
 runs 0 '^[0-9]+ calls, no difference$' trimmed "$library"
-runs 1 'pcSimStackFanReadRpm: out: expected 1000., seen 1000.$' trimmed "$reading"
+runs 1 'pcSimStackFanReadRpm: rpm: expected 1000., seen 1000.$' trimmed "$reading"
 
 built short
 runs 0 '^[0-9]+ calls, no difference$' short "$library"
-runs 1 'pcSimStackFanReadRpm: out: expected 1000., seen 1000.$' short "$reading"
+runs 1 'pcSimStackFanReadRpm: rpm: expected 1000., seen 1000.$' short "$reading"
 
 # kept NAME LIBRARY PATTERN: at most 20 calls are left, and they show it.
 kept() {
@@ -97,7 +97,7 @@ kept() {
     built "$1"
     runs 1 "$4" "$1" "$2"
 }
-kept reading "$reading" '^call [0-9]+ pcSimStackFanReadRpm, out: expected' 'FanReadRpm: out: expected'
+kept reading "$reading" '^call [0-9]+ pcSimStackFanReadRpm, rpm: expected' 'FanReadRpm: rpm: expected'
 kept mask "$mask" '^call [0-9]+ pcSimPCFamIPv4FibDump, print: expected .*/32' \
     'FibDump: print: expected .*/32'
 kept crash "$crash" '^call [0-9]+ pcSimSFLOWGetCntSampleOnPort crashes: Illegal instruction' \

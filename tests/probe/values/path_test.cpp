@@ -258,7 +258,7 @@ std::string changeRefusal(const char* operation, const char* name, const std::st
 
 TEST(ValueChange, SetsReadings) {
     uint32_t out = 5;
-    changed({"pcSimFanReadTemp", {1, word(&out)}}, "pcSimFanReadTemp", "out", "9999");
+    changed({"pcSimFanReadTemp", {1, word(&out)}}, "pcSimFanReadTemp", "temperature", "9999");
     EXPECT_EQ(out, 9999u);
     int32_t temperature = 5;
     changed({"pcSimCardReadTemperature", {1, word(&temperature)}}, "pcSimCardReadTemperature",
@@ -327,10 +327,11 @@ TEST(ValueChange, SetsWhatTheHostIsCalledWith) {
 }
 
 TEST(ValueChange, SaysWhatWouldBeRight) {
-    EXPECT_EQ(changeRefusal("pcSimFanReadTemp", "slot", "1"),
-              "pcSimFanReadTemp has no 'slot' that is handed out; expected one of out, result");
-    EXPECT_EQ(changeRefusal("pcSimFanReadTemp", "out", "hot"),
-              "out 'hot' has another form; expected a number of 32 bits");
+    EXPECT_EQ(
+        changeRefusal("pcSimFanReadTemp", "slot", "1"),
+        "pcSimFanReadTemp has no 'slot' that is handed out; expected one of temperature, result");
+    EXPECT_EQ(changeRefusal("pcSimFanReadTemp", "temperature", "hot"),
+              "temperature 'hot' has another form; expected a number of 32 bits");
     EXPECT_EQ(changeRefusal("pcSimStackChassisGetInfo", "modelName", "12345678"),
               "modelName '12345678' has another form; expected a text of at most 7 bytes");
     EXPECT_EQ(changeRefusal("pcSimIpAdjLookup", "result", "5"),

@@ -192,8 +192,8 @@ TEST(Text, LeavesOutFieldsThatAreIgnored) {
 
 TEST(Text, OfACodeHasItsSignWhateverTheTypeIs) {
     uint32_t out = 0;
-    EXPECT_EQ(after({"pcSimFanReadTemp", {1, word(&out)}, 0xFFFFFFFF}), "-1 out 0");
-    EXPECT_EQ(after({"pcSimFanReadTemp", {1, word(&out)}, 0x80000000}), "2147483648 out 0");
+    EXPECT_EQ(after({"pcSimFanReadTemp", {1, word(&out)}, 0xFFFFFFFF}), "-1 temperature 0");
+    EXPECT_EQ(after({"pcSimFanReadTemp", {1, word(&out)}, 0x80000000}), "2147483648 temperature 0");
 }
 
 TEST(Text, OfTablesIsHowManyFunctionsTheyHave) {

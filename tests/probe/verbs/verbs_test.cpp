@@ -51,27 +51,28 @@ protected:
 TEST_F(ProbeVerbsTest, ACommandIsTheRuleThatItSays) {
     const std::string rule =
         "pcSimFanReadTemp where slot 2 after 3 count 4 chance 50 seed 9 delay 10 returns -1 "
-        "set out 77";
+        "set temperature 77";
     EXPECT_EQ(answer("fault " + rule), "");
     ASSERT_EQ(rules.states().size(), 1u);
     EXPECT_EQ(rules.states()[0].order.text(), rule);
-    answer("fault pcSimFanReadTemp set out 1 count 2 where slot 3");
-    EXPECT_EQ(rules.states()[1].order.text(), "pcSimFanReadTemp where slot 3 count 2 set out 1");
+    answer("fault pcSimFanReadTemp set temperature 1 count 2 where slot 3");
+    EXPECT_EQ(rules.states()[1].order.text(),
+              "pcSimFanReadTemp where slot 3 count 2 set temperature 1");
     answer("fault fanReadTemp");
     EXPECT_EQ(rules.states()[2].order.text(), "fanReadTemp");
 }
 
 TEST_F(ProbeVerbsTest, RulesAreShown) {
     answer("fault pcSimFanReadTemp returns -5");
-    answer("fault fan* set out 7");
+    answer("fault fan* set temperature 7");
     answer("fault findNode count 3");
     answer("fault-off 2");
     EXPECT_EQ(answer("show faults"),
               "Faults\n"
               "  Rule  Operation         Returns  Seen  Hits  State  When and what\n"
-              "  ----  ----------------  -------  ----  ----  -----  -------------\n"
+              "  ----  ----------------  -------  ----  ----  -----  -----------------\n"
               "     1  pcSimFanReadTemp       -5     0     0  on\n"
-              "     2  fan*                    -     0     0  off    set out 7\n"
+              "     2  fan*                    -     0     0  off    set temperature 7\n"
               "     3  findNode          failure     0     0  on     count 3\n");
     EXPECT_NE(answerOf(verbs, splitWords("show faults"), true).find("\"returns\": -5"),
               std::string::npos);
