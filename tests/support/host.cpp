@@ -6,6 +6,7 @@
 
 #include <cstdarg>
 #include <cstring>
+#include <mutex>
 
 using pcsim::test::host;
 
@@ -96,10 +97,16 @@ __attribute__((format(printf, 1, 2))) void note(const char* format, ...) {
     va_end(arguments);
 }
 
+// The library asks from whatever thread it is called on.
+std::mutex queriesOfAllThreads;
+
 __attribute__((format(printf, 1, 2))) void noteQuery(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    host().queries.push_back(inSequence(vformat(format, arguments)));
+    {
+        const std::lock_guard guard(queriesOfAllThreads);
+        host().queries.push_back(inSequence(vformat(format, arguments)));
+    }
     va_end(arguments);
 }
 
