@@ -78,8 +78,10 @@ TEST_F(Recorded, HardwareHandlesOfMemoryThatIsUsedAgain) {
         seen.insert(handle);
         remove(vlanIf, &handle);
     }
+#ifndef __SANITIZE_ADDRESS__  // it holds freed memory back
     // What makes it hard: one address for several handles.
     EXPECT_LT(seen.size(), 20u);
+#endif
     EXPECT_EQ(replayed(), noDifference(40));
 }
 
