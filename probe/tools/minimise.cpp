@@ -3,6 +3,7 @@
 #include <ctime>
 
 #include "console/error.h"
+#include "console/text.h"
 #include "probe/replay/replay.h"
 #include "probe/tools/reduction.h"
 #include "probe/tools/teller.h"
@@ -148,8 +149,9 @@ int minimiseCommand(const Words& words) {
     save(found, output);
     std::string text = scriptOf(found);
     text += minimiser.symptom().text() + "\n";
-    text += fmt::format("{} of {} calls, in {}; {} replays\n", outermostCalls(found),
-                        outermostCalls(loaded.recording), output, minimiser.attempts());
+    text += fmt::format("{} of {} calls, in {}; {}\n", outermostCalls(found),
+                        outermostCalls(loaded.recording), output,
+                        counted(minimiser.attempts(), "replay", "replays"));
     printText(text);
     return loaded.whole ? 0 : 1;
 }
