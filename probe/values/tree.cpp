@@ -55,9 +55,9 @@ bool hasOutputs(const Record& record) {
     });
 }
 
+// What may rightly differ from run to run isn't told: the same run makes the same text.
 bool isTold(const Field& field) {
-    if (field.semantics.ignored) return false;
-    if (field.semantics.varies && field.type->kind == Kind::kArray) return false;
+    if (field.semantics.ignored || field.semantics.varies) return false;
     return field.semantics.carried || !field.name.starts_with("reserved");
 }
 
@@ -158,6 +158,8 @@ std::vector<Member> Decoder::results() {
     } else if (type.kind != Kind::kVoid) {
         // Codes are told with their sign whatever the type is.
         Value value = integer(&call_.result, type, call_.function.resultSemantics.meaning);
+        if (call_.function.resultSemantics.varies)
+            value = {.form = Value::Form::kWord, .text = "varies"};
         const auto code = static_cast<int32_t>(call_.result);
         if (type.size == 4 && value.form == Value::Form::kNumber && code < 0 && code > -1000) {
             value.number = code;
@@ -168,6 +170,7 @@ std::vector<Member> Decoder::results() {
     for (size_t i = 0; i < found_.size(); ++i) {
         const Block& block = found_[i].block;
         if (!block.written || block.parent != nullptr || block.place == kResultPlace) continue;
+        if (block.semantics->varies) continue;
         members.push_back({std::string(call_.function.parameters[block.place].name),
                            content(static_cast<int>(i))});
     }

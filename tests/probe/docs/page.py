@@ -19,7 +19,6 @@ MARK = "\x01"
 # What differs from run to run, or from one reader's machine to another's.
 VARYING = (
     (re.compile(r"^.*: line \d+: +\d+ (Illegal instruction|Segmentation fault|Killed) .*"), r"\1"),
-    (re.compile(r"(timeStamp|time ->) \d+"), r"\1 TIME"),
     (re.compile(r"after \d+ ms"), "after N ms"),
     (re.compile(r"^( *\S+) +\d+ +(runs|ended|killed|gone) "), r"\1 PID \2 "),
     (re.compile(r"^( +Process) +\d+$"), r"\1 PID"),
