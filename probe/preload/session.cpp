@@ -2,6 +2,7 @@
 #include "probe/preload/session.h"
 
 #include <dlfcn.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -32,6 +33,9 @@ public:
     // Throws what is wrong with the options.
     void begin(const char* options);
     void end();
+
+    void beforeFork();
+    void afterFork();
 
 private:
     void addVerbs();
@@ -77,6 +81,8 @@ void ProbeSession::begin(const char* text) {
         flight_ = std::make_unique<FlightRecorder>(block_->header(), options_.tree);
         boundary.add(*flight_);
     }
+    pthread_atfork([] { session->beforeFork(); }, [] { session->afterFork(); },
+                   [] { session->afterFork(); });
     trace_.onChange = rules_.onChange = [] { Boundary::instance().refresh(); };
     boundary.add(trace_);
     boundary.add(rules_);
@@ -121,6 +127,16 @@ Answer ProbeSession::answer(const std::string& request) const {
 }
 
 // One thing that can't be written keeps nothing else from being.
+void ProbeSession::beforeFork() {
+    trace_.hold();
+    rules_.hold();
+}
+
+void ProbeSession::afterFork() {
+    rules_.release();
+    trace_.release();
+}
+
 void ProbeSession::end() {
     const auto attempt = [](auto action) {
         try {

@@ -86,6 +86,11 @@ public:
     void before(Call& call) override;
     void after(Call& call) override;
 
+    // Keeps calls of other threads waiting while the process forks, so that the child doesn't begin
+    // with a lock that nobody opens.
+    void hold() { mutex_.lock(); }
+    void release() { mutex_.unlock(); }
+
 private:
     struct Rule;
     struct Passage;
