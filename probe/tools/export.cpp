@@ -31,8 +31,7 @@ constexpr Program kProgram{
 int exportCommand(const Words& words) {
     const GivenOptions given = readTool(kProgram, words, 1, "a recording");
     if (given.has("help")) return 0;
-    if (!given.has("c"))
-        throw OptionProblem("pcsim-probe export: expected --c: there is no other language yet");
+    if (!given.has("c")) throw OptionProblem("expected --c: there is no other language yet");
     const std::string& path = given.command.front();
     const Loaded loaded = loadSaying(path);
     const std::string name = path.substr(path.rfind('/') + 1);

@@ -136,7 +136,7 @@ int minimiseCommand(const Words& words) {
     if (given.has("help")) return 0;
     if (!given.has("library"))
         throw OptionProblem(
-            "pcsim-probe minimise: expected --library with the build that behaves "
+            "expected --library with the build that behaves "
             "otherwise");
     const std::string& path = given.command.front();
     const Loaded loaded = loadSaying(path);

@@ -36,7 +36,8 @@ GivenOptions readTool(const Program& program, const Words& words, size_t count,
     if (all.has("help"))
         printText(helpText(program));
     else if (all.command.size() != count)
-        throw OptionProblem(std::string(program.name) + ": expected " + std::string(expected));
+        throw OptionProblem("expected " + std::string(expected) + "; '" +
+                            std::string(program.name) + " --help' says how");
     return all;
 }
 

@@ -97,7 +97,7 @@ int trimCommand(const Words& words) {
     if (given.has("help")) return 0;
     if (!given.has("calls"))
         throw OptionProblem(
-            "pcsim-probe trim: expected --calls with what to keep, for example: "
+            "expected --calls with what to keep, for example: "
             "--calls 100-200,@pcSimIpAdj*");
     const Selection selection(given.text("calls"));
     const std::string& path = given.command.front();
