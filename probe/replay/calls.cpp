@@ -24,12 +24,6 @@ uint64_t invoke(void* target, const uint32_t* w) {
                                                 w[15]);
 }
 
-uint32_t wordAt(const uint8_t* bytes) {
-    uint32_t word = 0;
-    std::memcpy(&word, bytes, sizeof word);
-    return word;
-}
-
 }  // namespace
 
 void* Player::targetOf(const RecordedSite& site) {

@@ -12,6 +12,12 @@
 #include "probe/values/memory.h"
 
 namespace pcsim::probe {
+
+uint32_t wordAt(const uint8_t* bytes) {
+    uint32_t word = 0;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+}
 namespace {
 
 // Memory that the library hands out as one piece: the HAL may work out addresses in it.
@@ -23,12 +29,6 @@ struct HandedPiece {
 constexpr HandedPiece kPieces[] = {
     {"HalFdbEntry", "HalFdbInitFn", HAL_FDB_ENTRIES * sizeof(HalFdbEntry)},
 };
-
-uint32_t wordAt(const uint8_t* bytes) {
-    uint32_t word = 0;
-    std::memcpy(&word, bytes, sizeof word);
-    return word;
-}
 
 void setWord(uint8_t* bytes, uint32_t word) {
     std::memcpy(bytes, &word, sizeof word);

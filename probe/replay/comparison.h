@@ -15,6 +15,9 @@
 
 namespace pcsim::probe {
 
+// Four bytes as they lie in memory.
+uint32_t wordAt(const uint8_t* bytes);
+
 class Comparison {
 public:
     using Report =
