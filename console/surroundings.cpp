@@ -6,7 +6,7 @@
 namespace pcsim {
 
 void Surroundings::checkInterrupt() const {
-    if (interrupted()) fail("interrupted");
+    if (interrupted()) throw CommandError("interrupted", ErrorCode::kInterrupted);
 }
 
 }  // namespace pcsim

@@ -66,22 +66,22 @@ Verbs::Found Verbs::find(const Words& words) const {
         farthest = std::max(farthest, result.matched);
         misses.push_back(std::move(result));
     }
-    if (farthest == 0) fail("'{}' is not a verb; 'help' lists them all", words[0]);
+    if (farthest == 0) failUsage("'{}' is not a verb; 'help' lists them all", words[0]);
     Words expected;
     for (const Match& miss : misses) {
         if (miss.matched != farthest) continue;
-        if (!miss.problem.empty()) fail("{}", miss.problem);
+        if (!miss.problem.empty()) failUsage("{}", miss.problem);
         for (const std::string& word : miss.expected)
             if (std::find(expected.begin(), expected.end(), word) == expected.end())
                 expected.push_back(word);
     }
     const std::string all = joinWords(expected, expected.size(), ", ");
     if (farthest == words.size())
-        fail("'{}' is not complete; expected {}", joinWords(words, farthest), all);
+        failUsage("'{}' is not complete; expected {}", joinWords(words, farthest), all);
     if (expected.empty())
-        fail("'{}' takes nothing more; got '{}'", joinWords(words, farthest), words[farthest]);
-    fail("'{}' is not known after '{}'; expected {}", words[farthest], joinWords(words, farthest),
-         all);
+        failUsage("'{}' takes nothing more; got '{}'", joinWords(words, farthest), words[farthest]);
+    failUsage("'{}' is not known after '{}'; expected {}", words[farthest],
+              joinWords(words, farthest), all);
 }
 
 std::vector<std::string> Verbs::next(const Words& words) const {

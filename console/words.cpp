@@ -28,7 +28,7 @@ Words splitWords(std::string_view line) {
             open = true;
         }
     }
-    if (quoted) fail("the quote before '{}' is not closed; end it with \"", word);
+    if (quoted) failUsage("the quote before '{}' is not closed; end it with \"", word);
     if (open) words.push_back(std::move(word));
     return words;
 }
