@@ -10,8 +10,13 @@ namespace {
 
 constexpr size_t kColumns = 80;
 
+bool takesNothing(const Option& option) {
+    return option.takes == Takes::Nothing || option.takes == Takes::End;
+}
+
+// Behind its name, or as the next word.
 bool takesValue(const Option& option) {
-    return option.takes != Takes::Nothing && option.takes != Takes::End;
+    return !takesNothing(option) && option.takes != Takes::Form;
 }
 
 bool parseNumber(std::string_view text, unsigned& number) {
@@ -27,6 +32,8 @@ bool accepts(const Option& option, std::string_view value) {
             return !value.empty();
         case Takes::Choice:
             return std::ranges::count(option.choices, value) != 0;
+        case Takes::Form:
+            return value.empty() || std::ranges::count(option.choices, value) != 0;
         case Takes::Number:
             return parseNumber(value, number) && number >= option.low && number <= option.high;
         default:
@@ -70,11 +77,9 @@ private:
         const Option& option = optionOf(
             word, [&](const Option& known) { return word.substr(2, equals - 2) == known.name; });
         const bool attached = equals != word.npos;
-        if (!takesValue(option)) {
-            if (attached) failFor(option, "takes no value");
-            return take(option, "");
-        }
+        if (attached && takesNothing(option)) failFor(option, "takes no value");
         if (attached && equals + 1 == word.size()) needs(option);
+        if (!attached && !takesValue(option)) return take(option, "");
         take(option, attached ? word.substr(equals + 1) : nextWord(option));
     }
 
@@ -134,6 +139,7 @@ std::string leftColumn(const Option& option) {
     std::string text = option.letter == 0 ? "      " : std::string("  -") + option.letter + ", ";
     text += std::string("--") + option.name;
     if (takesValue(option)) text += std::string(" ") + option.value;
+    if (option.takes == Takes::Form) text += std::string("[=") + option.value + "]";
     return text;
 }
 

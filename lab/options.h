@@ -21,6 +21,7 @@ enum class Takes {
     Text,    // anything
     Name,    // anything but an empty word
     Choice,  // one of 'choices'
+    Form,    // nothing, or one of 'choices' behind an equals sign: --json=lines
     Number,  // a decimal number from 'low' to 'high'
 };
 
