@@ -11,7 +11,22 @@ void EventLog::add(std::string source, std::string text) {
     lastMs_ = std::max(lastMs_, nowMs_());
     events_.push_back({nextPosition_++, lastMs_, std::move(source), std::move(text)});
     if (events_.size() > kCapacity) events_.pop_front();
-    if (listener) listener(events_.back());
+    const Event event = events_.back();
+    for (auto next = listeners_.begin(); next != listeners_.end();) {
+        const ListenerId id = next->first;
+        const Listener listener = next->second;  // it may be removed while it runs
+        listener(event);
+        next = listeners_.upper_bound(id);
+    }
+}
+
+EventLog::ListenerId EventLog::listen(Listener listener) {
+    listeners_.emplace(nextListener_, std::move(listener));
+    return nextListener_++;
+}
+
+void EventLog::remove(ListenerId id) {
+    listeners_.erase(id);
 }
 
 void EventLog::noteFormatted(const char* source, fmt::string_view format,

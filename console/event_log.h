@@ -1,7 +1,7 @@
 // The event log: what happened to the simulated system, in order.
 //
-// Whoever knows of something that an operator would want to know adds it. A listener (a session)
-// may follow along. The oldest events go when the log is full; positions keep counting.
+// Whoever knows of something that an operator would want to know adds it. Listeners (sessions) may
+// follow along. The oldest events go when the log is full; positions keep counting.
 #ifndef PCSIM_CONSOLE_EVENT_LOG_H
 #define PCSIM_CONSOLE_EVENT_LOG_H
 
@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <map>
 #include <string>
 
 namespace pcsim {
@@ -44,10 +45,16 @@ public:
     // The first event at or after 'from' whose "source text" contains 'part', or null.
     const Event* find(const std::string& part, uint64_t from) const;
 
-    // Where a script's 'wait event' and 'expect event' go on looking.
-    uint64_t cursor = 0;
+    // The position that the next event will have.
+    uint64_t nextPosition() const { return nextPosition_; }
 
-    std::function<void(const Event&)> listener;
+    using Listener = std::function<void(const Event&)>;
+    using ListenerId = uint64_t;
+
+    // Calls 'listener' with every event from now on, until it is removed; it may remove itself and
+    // others while it is called.
+    ListenerId listen(Listener listener);
+    void remove(ListenerId id);
 
 private:
     void noteFormatted(const char* source, fmt::string_view format, fmt::format_args arguments);
@@ -56,6 +63,8 @@ private:
     uint64_t lastMs_ = 0;
     std::deque<Event> events_;
     uint64_t nextPosition_ = 0;
+    std::map<ListenerId, Listener> listeners_;
+    ListenerId nextListener_ = 0;
 };
 
 // "[   12.345] card      Slot 3 operational"

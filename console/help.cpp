@@ -1,11 +1,12 @@
 // The help listings, at most 80 columns wide.
+#include "console/help.h"
+
 #include <fmt/core.h>
 
 #include <algorithm>
 #include <functional>
 
 #include "console/present.h"
-#include "console/session.h"
 
 namespace pcsim {
 

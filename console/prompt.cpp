@@ -1,5 +1,6 @@
-// The interactive prompt: readline with history and completion, fed by the event loop so that time
-// goes on while somebody types.
+// The prompt on readline.
+#include "console/prompt.h"
+
 #include <readline/history.h>
 #include <readline/readline.h>
 #include <unistd.h>
@@ -7,21 +8,16 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "console/error.h"
 #include "console/present.h"
-#include "console/session.h"
 #include "console/text.h"
 
 namespace pcsim {
 
-// Readline calls back without a context: the session that has the prompt, and what it completes.
-struct Prompt {
-    static Session* session;
+// Readline calls back without a context: the prompt there is, and what it completes.
+struct PromptCallbacks {
+    static Prompt* prompt;
     static std::vector<std::string> candidates;
-
-    static std::vector<std::string> valuesOf(const std::string& placeholder) {
-        const auto known = session->candidates.find(placeholder);
-        return known == session->candidates.end() ? std::vector<std::string>() : known->second();
-    }
 
     static char* generate(const char* text, int state) {
         static size_t next;
@@ -34,31 +30,22 @@ struct Prompt {
     }
 
     static char** complete(const char* text, int start, int) {
-        rl_attempted_completion_over = 1;
-        candidates.clear();
-        Words words;
-        try {
-            words = splitWords(std::string(rl_line_buffer, static_cast<size_t>(start)));
-        } catch (const CommandError&) {
-            return nullptr;  // inside a quote there is nothing to offer
-        }
-        for (const std::string& next : session->verbs_.next(words)) {
-            if (next == "<file>") rl_attempted_completion_over = 0;
-            if (next.front() != '<')
-                candidates.push_back(next);
-            else
-                for (std::string& value : valuesOf(next)) candidates.push_back(std::move(value));
-        }
+        PromptDoor::Completion completion =
+            prompt->door_.complete(std::string(rl_line_buffer, static_cast<size_t>(start)));
+        rl_attempted_completion_over = completion.files ? 0 : 1;
+        candidates = std::move(completion.candidates);
         return rl_completion_matches(text, generate);
     }
 
-    static void line(char* text) { session->lineEntered(text); }
+    static void line(char* text) { prompt->lineEntered(text); }
 };
 
-Session* Prompt::session = nullptr;
-std::vector<std::string> Prompt::candidates;
+Prompt* PromptCallbacks::prompt = nullptr;
+std::vector<std::string> PromptCallbacks::candidates;
 
 namespace {
+
+constexpr int kHistoryLines = 1000;
 
 std::string historyPath() {
     const char* home = std::getenv("HOME");
@@ -67,81 +54,98 @@ std::string historyPath() {
 
 }  // namespace
 
-void Session::lineEntered(char* text) {
+Prompt::Prompt(Surroundings& surroundings, Output& output, TextSink& sink, PromptDoor& door)
+    : surroundings_(surroundings), output_(output), sink_(sink), door_(door) {
+    PromptCallbacks::prompt = this;
+}
+
+Prompt::~Prompt() {
+    PromptCallbacks::prompt = nullptr;
+}
+
+void Prompt::lineEntered(char* text) {
     if (text == nullptr) {
-        print("\n");
+        sink_.text("\n");
         ended_ = true;
         return;
     }
     const std::string line = text;
     std::free(text);
     if (line.find_first_not_of(" \t") != std::string::npos) add_history(line.c_str());
-    prompting_ = false;
+    typing_ = false;
     try {
-        run(line);
+        door_.run(line);
     } catch (const CommandError& error) {
         surroundings_.forgetInterrupt();  // it has ended the command
-        print(wrappedFor(fileno(out_), "error: " + printable(error.what())) + "\n");
+        sink_.text(wrappedFor(output_.descriptor(), "error: " + printable(error.what())) + "\n");
     } catch (const OutputError&) {
         // The prompt ends with it.
     }
-    prompting_ = true;
+    rl_set_prompt(door_.promptText().c_str());
+    typing_ = true;
 }
 
 // Ctrl-C while nothing runs drops the line that is being typed.
-void Session::interruptedAtPrompt() {
+void Prompt::interrupted() {
     surroundings_.forgetInterrupt();
-    const bool typing = rl_end != 0;
+    const bool typed = rl_end != 0;
     rl_free_line_state();
     rl_callback_sigcleanup();
     rl_point = rl_end;
     rl_redisplay();
     rl_crlf();
     rl_replace_line("", 1);
-    if (!typing) print("'quit' or Ctrl-D ends\n");
+    if (!typed) sink_.text("'quit' or Ctrl-D ends\n");
     rl_on_new_line();
     rl_redisplay();
 }
 
-// An event that happens while somebody types goes above the line being typed.
-void Session::printEvent(const Event& event) {
-    if (prompting_) rl_clear_visible_line();
-    print(formatEvent(event) + "\n");
-    if (prompting_) rl_forced_update_display();
-}
-
-void Session::prompt() {
-    Prompt::session = this;
+void Prompt::begin() {
     rl_readline_name = "pcsim";
     rl_catch_signals = 0;  // they are the loop's
-    rl_outstream = out_;
-    rl_attempted_completion_function = Prompt::complete;
+    rl_outstream = output_.file();
+    rl_attempted_completion_function = PromptCallbacks::complete;
     rl_completer_word_break_characters = const_cast<char*>(" \t");
     using_history();
     const std::string history = historyPath();
     if (!history.empty()) read_history(history.c_str());
-    rl_callback_handler_install("pcsim> ", Prompt::line);
-    prompting_ = true;
+    rl_callback_handler_install(door_.promptText().c_str(), PromptCallbacks::line);
+    typing_ = true;
+    // An event that happens while somebody types goes above the line being typed.
+    sink_.beforeEvent = [this] {
+        if (typing_) rl_clear_visible_line();
+    };
+    sink_.afterEvent = [this] {
+        if (typing_) rl_forced_update_display();
+    };
     surroundings_.onContinue = [this] {
-        if (!prompting_) return;
+        if (!typing_) return;
         rl_deprep_terminal();
         rl_prep_terminal(1);
         rl_forced_update_display();
     };
     surroundings_.forgetInterrupt();
-    while (!ended_ && outputError_ == 0 && !surroundings_.terminated()) {
+}
+
+void Prompt::end() {
+    surroundings_.onContinue = nullptr;
+    sink_.beforeEvent = sink_.afterEvent = nullptr;
+    typing_ = false;
+    rl_callback_handler_remove();
+    stifle_history(kHistoryLines);
+    const std::string history = historyPath();
+    if (!history.empty()) write_history(history.c_str());
+}
+
+void Prompt::run() {
+    begin();
+    while (!ended_ && !door_.ended() && !output_.failed() && !surroundings_.terminated()) {
         if (surroundings_.waitReadable(STDIN_FILENO))
             rl_callback_read_char();
         else if (!surroundings_.terminated())
-            interruptedAtPrompt();
+            interrupted();
     }
-    surroundings_.onContinue = nullptr;
-    prompting_ = false;
-    rl_callback_handler_remove();
-    constexpr int kHistoryLines = 1000;
-    stifle_history(kHistoryLines);
-    if (!history.empty()) write_history(history.c_str());
-    Prompt::session = nullptr;
+    end();
     surroundings_.checkInterrupt();
 }
 

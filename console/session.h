@@ -1,106 +1,72 @@
-// A session of the console: takes lines from whichever door, runs them and prints what comes of
-// them. It writes to the real standard output, past whatever stands in for it.
-//
-// The session has the verbs of the language itself: help, quit, echo, include, events, expect and
-// wait. All others are registered by whoever owns it.
+// A session: takes lines from one door, runs them, and tells its sink what comes of them.
 #ifndef PCSIM_CONSOLE_SESSION_H
 #define PCSIM_CONSOLE_SESSION_H
 
-#include <cstdio>
-#include <map>
-#include <stdexcept>
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "console/event_log.h"
+#include "console/console.h"
 #include "console/script.h"
-#include "console/surroundings.h"
-#include "console/verbs.h"
+#include "console/sink.h"
 
 namespace pcsim {
-
-// Standard output can't be written: the session has no more use. Nobody needs to be told of a
-// reader that has gone.
-class OutputError : public std::runtime_error {
-public:
-    explicit OutputError(int error);
-    bool readerGone() const { return readerGone_; }
-
-private:
-    bool readerGone_;
-};
 
 class Session {
 public:
     struct Look {
-        bool json = false;
-        bool liveEvents = false;  // print events as they happen
-        bool echo = false;        // print a script's commands before they run
+        bool json = false;        // answer with JSON, though the sink takes text
+        bool liveEvents = false;  // tell events as they happen
+        bool echo = false;        // tell a script's commands before they run
     };
 
     // Both must outlive the session.
-    Session(Surroundings& surroundings, EventLog& events, Look look);
+    Session(Console& console, Sink& sink, Look look);
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
     // Runs one line; --json anywhere in it asks for JSON whatever the look is. Throws a
-    // CommandError, and an OutputError when what it printed did not arrive.
+    // CommandError, of which the sink has been told, and an OutputError when what was told did not
+    // arrive.
     void run(const std::string& line);
 
     // Runs the lines of a script. A CommandError gets the file and line in front of it.
     void runScript(Script& script);
 
-    // The prompt with history and completion, until 'quit' or the end of input. Problems are
-    // printed and the prompt goes on.
-    void prompt();
-
-    // Prints all of the text. It is called from within others' work, so it never throws:
-    // checkOutput() does, for what has failed until then.
-    void print(const std::string& text);
-    void checkOutput() const;
-    void printEvent(const Event& event);
-    // A blank line between what was printed until now and what comes next, if anything does.
-    void separate();
-
     bool ended() const { return ended_; }
-    Verbs& verbs() { return verbs_; }
+    void end() { ended_ = true; }
 
-    // What completion offers for a value, by its place in the help: "<port>".
-    using Candidates = std::function<std::vector<std::string>()>;
-    std::map<std::string, Candidates> candidates;
-
-private:
-    void addLanguageVerbs();
-    void addWaitVerbs();
+    // For the verbs of the language.
+    Console& console() { return console_; }
+    Sink& sink() { return sink_; }
+    Look& look() { return look_; }
+    // Runs a file's lines, which is looked for beside the script that runs.
     void include(const std::string& path);
-    void lineEntered(char* line);
-    void interruptedAtPrompt();
-    Call callOf(Values values, bool json);
     // Whether the words of an 'expect' or 'wait' hold now; otherwise 'found' says what is so.
     bool holds(const Words& words, std::string& found);
+
+    // Tells lines that come later than the command that asked for them; nothing once the session is
+    // gone.
+    std::function<void(const std::string&)> later();
+
+private:
+    void runWords(Words words, bool json);
+    void tell(const CommandError& error);
+    Call callOf(Values values, bool json);
     bool eventHolds(const Words& words, std::string& found);
     Report evaluate(const Words& words);
 
-    Surroundings& surroundings_;
-    EventLog& events_;
+    Console& console_;
+    Sink& sink_;
     Look look_;
-    Verbs verbs_;
-    FILE* out_;
     bool ended_ = false;
-    bool prompting_ = false;
-    bool printed_ = false;                // since the last separation
-    bool separating_ = false;             // a blank line is owed
-    int outputError_ = 0;                 // why standard output failed
+    uint64_t eventCursor_ = 0;            // where 'wait event' and 'expect event' go on looking
     std::vector<const Script*> running_;  // the scripts that include each other
-
-    friend struct Prompt;
+    EventLog::ListenerId listener_;
+    std::shared_ptr<Session*> self_;  // for what outlives the session
 };
-
-// 'help': all verbs, those with a word in them, or those that begin with some words.
-std::string helpText(const Verbs& verbs);
-std::string helpAbout(const Verbs& verbs, const std::string& word);
-std::string helpOf(const Verbs& verbs, const std::string& beginning);
 
 }  // namespace pcsim
 

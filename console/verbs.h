@@ -17,6 +17,8 @@
 
 namespace pcsim {
 
+class Session;
+
 // The values of one command, checked for their form already, and the way back to whoever gave it.
 // Asking for a value that the verb's pattern doesn't have is a mistake of the verb: it throws a
 // std::logic_error that names the value.
@@ -45,6 +47,10 @@ public:
     // reads: an 'expect' looks at values alone.
     std::function<void(const std::string&)> print;
     std::function<void(const Report&)> answer;
+    // For lines that come after the command is done; whoever gave it may be gone by then.
+    std::function<void(const std::string&)> later;
+    // Where the command was given; null outside of a session.
+    Session* session = nullptr;
 
 private:
     Values values_;

@@ -12,6 +12,11 @@ namespace pcsim {
 
 namespace {
 
+template <typename... Arguments>
+[[noreturn]] void failUnmet(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
+    failFormatted(ErrorCode::kUnmet, format, fmt::make_format_args(arguments...));
+}
+
 constexpr uint64_t kDefaultWithinMs = 5000;
 
 constexpr uint64_t kLongestWithinMs = 86400000;
@@ -109,13 +114,13 @@ bool Session::eventHolds(const Words& words, std::string& found) {
     const bool unwanted = words[0] == "no";
     const std::string text = joined(words.begin() + (unwanted ? 2 : 1), words.end());
     if (text.empty()) fail("an empty text is in every event; expected a part of one");
-    const Event* event = events_.find(text, events_.cursor);
+    const Event* event = console_.events.find(text, eventCursor_);
     if (event == nullptr) {
         found = fmt::format("no event \"{}\"", text);
         return unwanted;
     }
     if (!unwanted) {
-        events_.cursor = event->position + 1;
+        eventCursor_ = event->position + 1;
         return true;
     }
     found = fmt::format("event \"{} {}\"", event->source, event->text);
@@ -136,25 +141,27 @@ bool Session::holds(const Words& words, std::string& found) {
     });
 }
 
-void Session::addWaitVerbs() {
-    verbs_.action("expect <what:rest>", "fail unless an event was seen or a value is so",
-                  [this](Call& call) {
-                      std::string found;
-                      const Words& words = call.all("what");
-                      if (!holds(words, found))
-                          fail("expected {}, but {}", joined(words.begin(), words.end()), found);
-                  });
-    verbs_.action("wait <what:rest>",
-                  "the same, but give it time: ... within MS (5000 if not said)",
-                  [this](Call& call) {
-                      std::string found;
-                      Words words = call.all("what");
-                      const uint64_t withinMs = takeWithin(words);
-                      if (words.empty()) fail("'wait within' is not complete; expected what for");
-                      if (!surroundings_.waitUntil([&] { return holds(words, found); }, withinMs))
-                          fail("expected {} within {} ms, but {}",
-                               joined(words.begin(), words.end()), withinMs, found);
-                  });
+void addWaitVerbs(Verbs& verbs) {
+    verbs.action(
+        "expect <what:rest>", "fail unless an event was seen or a value is so", [](Call& call) {
+            std::string found;
+            const Words& words = call.all("what");
+            if (!call.session->holds(words, found))
+                failUnmet("expected {}, but {}", joined(words.begin(), words.end()), found);
+        });
+    verbs.action("wait <what:rest>", "the same, but give it time: ... within MS (5000 if not said)",
+                 [](Call& call) {
+                     std::string found;
+                     Words words = call.all("what");
+                     const uint64_t withinMs = takeWithin(words);
+                     if (words.empty())
+                         failUsage("'wait within' is not complete; expected what for");
+                     Session& session = *call.session;
+                     if (!session.console().surroundings.waitUntil(
+                             [&] { return session.holds(words, found); }, withinMs))
+                         failUnmet("expected {} within {} ms, but {}",
+                                   joined(words.begin(), words.end()), withinMs, found);
+                 });
 }
 
 }  // namespace pcsim

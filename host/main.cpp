@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "console/present.h"
+#include "console/prompt.h"
 #include "console/session.h"
 #include "console/text.h"
 #include "host/options.h"
@@ -81,51 +82,61 @@ std::vector<Step> openSteps(const CommandLine& line) {
     return steps;
 }
 
-void runSteps(Session& session, const std::vector<Step>& steps, bool json) {
+void runSteps(Session& session, const std::vector<Step>& steps, bool json, TextSink& text) {
     for (const Step& step : steps) {
         if (step.script != nullptr) {
             session.runScript(*step.script);
         } else {
-            if (!json) session.separate();
+            if (!json) text.separate();
             session.run(step.command);
         }
         if (session.ended()) return;
     }
 }
 
-void runDoors(const CommandLine& line) {
+void runDoors(const CommandLine& line, const std::vector<Step>& steps, Machine& machine,
+              Console& console) {
+    Session::Look look;
+    look.json = line.json;
+    look.echo = line.echo;
+    look.liveEvents = !line.hasCommands() && !line.json && !line.quiet;
+    Output output(console.surroundings);
+    TextSink text(output);
+    Session session(console, text, look);
+    if (!line.plan.empty()) {
+        Verbs verbs;
+        addProbeVerbs(verbs, probePartsOf(machine));
+        probe::runPlan(verbs, line.plan, session.later());
+    }
+    machine.boot();
+    if (!steps.empty()) {
+        runSteps(session, steps, line.json, text);
+    } else if (isatty(STDIN_FILENO) != 0) {
+        SessionDoor door(session);
+        Prompt(console.surroundings, output, text, door).run();
+    } else {
+        Script input;
+        session.runScript(input);
+    }
+    output.check();
+}
+
+void runMachine(const CommandLine& line) {
     const std::vector<Step> steps = openSteps(line);
     if (line.labPorts != 0) {
         if (const auto problem = pcsim::lab::enterNamespace()) fail("{}", *problem);
     }
     Machine machine(optionsOf(line));
-    if (line.stopped) machine.context.scheduler.stopAtZero();
-    Session::Look look;
-    look.json = line.json;
-    look.echo = line.echo;
-    look.liveEvents = !line.hasCommands() && !line.json && !line.quiet;
-    Session session(machine.context.loop, machine.context.events, look);
-    addHostVerbs(session, machine);
-    // The machine goes on calling while it shuts down, when the session is gone.
+    Context& context = machine.context;
+    if (line.stopped) context.scheduler.stopAtZero();
+    Console console(context.loop, context.events);
+    addHostVerbs(console, machine);
+    // The machine goes on calling while it shuts down, when the sessions are gone.
     struct Quiet {
         Platform& platform;
         ~Quiet() { platform.trace.stop(); }
-    } const quiet{machine.context.platform};
-    if (!line.plan.empty()) {
-        Verbs verbs;
-        addProbeVerbs(verbs, probePartsOf(machine, &session));
-        probe::runPlan(verbs, line.plan);
-    }
-    machine.boot();
-    if (!steps.empty()) {
-        runSteps(session, steps, line.json);
-    } else if (isatty(STDIN_FILENO) != 0) {
-        session.prompt();
-    } else {
-        Script input;
-        session.runScript(input);
-    }
-    session.checkOutput();
+    } const quiet{context.platform};
+    runDoors(line, steps, machine, console);
 }
 
 int run(int argc, char** argv) {
@@ -134,7 +145,7 @@ int run(int argc, char** argv) {
     const CommandLine line = readCommandLine(argc, argv);
     if (line.help) return print(commandLineHelp());
     if (line.version) return print(PCSIM_VERSION "\n");
-    runDoors(line);
+    runMachine(line);
     return 0;
 }
 

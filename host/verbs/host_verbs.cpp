@@ -39,36 +39,34 @@ uint32_t virtualRouterOf(Call& call) {
     return vr;
 }
 
-probe::ProbeParts probePartsOf(Machine& machine, Session* session) {
+probe::ProbeParts probePartsOf(Machine& machine) {
     Platform& platform = machine.context.platform;
-    probe::ProbeParts parts{platform.rules, platform.trace, nullptr, nullptr, nullptr};
+    probe::ProbeParts parts{platform.rules, platform.trace, nullptr, nullptr};
     parts.record = [&platform](const std::string& path) { platform.recorder.begin(path, false); };
     parts.stopRecord = [&platform] { return platform.recorder.finish(); };
-    if (session != nullptr)
-        parts.print = [session](const std::string& line) { session->print(line); };
     return parts;
 }
 
-void addHostVerbs(Session& session, Machine& machine) {
-    HostVerbs verbs(session.verbs(), machine);
+void addHostVerbs(Console& console, Machine& machine) {
+    HostVerbs verbs(console.verbs, machine);
     for (const auto add :
          {addClockVerbs, addSystemVerbs, addCardVerbs, addCapabilityVerbs, addPortVerbs, addL2Verbs,
           addFdbVerbs, addTrunkVerbs, addMcastVerbs, addAclVerbs, addEnvironmentVerbs,
           addDeviceVerbs, addPoeVerbs, addSamplingVerbs, addL3Verbs, addPlatformVerbs})
         add(verbs);
-    addProbeVerbs(session.verbs(), probePartsOf(machine, &session));
-    session.candidates["<port>"] = [&machine] {
+    addProbeVerbs(console.verbs, probePartsOf(machine));
+    console.candidates["<port>"] = [&machine] {
         std::vector<std::string> names;
         for (const auto& [instance, port] : machine.ports().ports()) names.push_back(port.name());
         return names;
     };
-    session.candidates["<operation>"] = [] {
+    console.candidates["<operation>"] = [] {
         std::vector<std::string> names;
         for (const probe::Operation& operation : probe::operations())
             names.emplace_back(operation.name);
         return names;
     };
-    session.candidates["<component>"] = [&machine] {
+    console.candidates["<component>"] = [&machine] {
         std::vector<std::string> names;
         for (const auto& component : machine.context.logger.components())
             names.emplace_back(component.name);

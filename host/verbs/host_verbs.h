@@ -4,7 +4,7 @@
 #ifndef PCSIM_HOST_VERBS_HOST_VERBS_H
 #define PCSIM_HOST_VERBS_HOST_VERBS_H
 
-#include "console/session.h"
+#include "console/console.h"
 #include "console/verbs.h"
 #include "host/machine/machine.h"
 #include "probe/verbs/probe_verbs.h"
@@ -43,10 +43,10 @@ private:
 };
 
 // All verbs, in the order in which help lists them, and what completes their values.
-void addHostVerbs(Session& session, Machine& machine);
+void addHostVerbs(Console& console, Machine& machine);
 
-// What the verbs of the probe work with here; without a session the trace needs a file.
-probe::ProbeParts probePartsOf(Machine& machine, Session* session);
+// What the verbs of the probe work with here.
+probe::ProbeParts probePartsOf(Machine& machine);
 
 // What several areas ask of a command. Each throws a CommandError that says which there are.
 Port& portOf(Call& call);              // <port>, of a card that is there

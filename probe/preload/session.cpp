@@ -12,7 +12,7 @@
 #include <string>
 
 #include "console/error.h"
-#include "console/session.h"
+#include "console/help.h"
 #include "console/text.h"
 #include "probe/boundary/boundary.h"
 #include "probe/control/coverage_file.h"
@@ -113,7 +113,6 @@ void ProbeSession::addVerbs() {
         verbs_,
         {.rules = rules_,
          .trace = trace_,
-         .print = nullptr,
          .record = [this](const std::string& path) { recorder_.begin(path, options_.tree); },
          .stopRecord = [this] { return recorder_.finish(); }});
     verbs_.action("help", "what can be asked",

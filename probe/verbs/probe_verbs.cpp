@@ -32,11 +32,12 @@ void addProbeVerbs(Verbs& verbs, ProbeParts parts) {
     addTraceVerbs(verbs, std::make_shared<const ProbeParts>(std::move(parts)));
 }
 
-std::string answerOf(const Verbs& verbs, const Words& words, bool json) {
+std::string answerOf(const Verbs& verbs, const Words& words, bool json, const Later& later) {
     if (words.empty()) return "";
     Verbs::Found found = verbs.find(words);
     pcsim::Call call(std::move(found.values));
     std::string answer;
+    call.later = later;
     call.print = [&](const std::string& text) { answer += text; };
     call.answer = [&](const Report& report) { answer += json ? report.json() : report.text(); };
     if (found.verb->show)
@@ -46,14 +47,14 @@ std::string answerOf(const Verbs& verbs, const Words& words, bool json) {
     return answer;
 }
 
-void runPlan(const Verbs& verbs, const std::string& path) {
+void runPlan(const Verbs& verbs, const std::string& path, const Later& later) {
     const std::string content = contentOf(path);
     unsigned lineNumber = 0;
     for (size_t start = 0; start < content.size();) {
         const size_t end = std::min(content.find('\n', start), content.size());
         ++lineNumber;
         try {
-            answerOf(verbs, splitWords(content.substr(start, end - start)), false);
+            answerOf(verbs, splitWords(content.substr(start, end - start)), false, later);
         } catch (const CommandError& error) {
             fail("{}:{}: {}", shown(path), lineNumber, presentable(error.what()));
         }

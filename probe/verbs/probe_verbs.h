@@ -17,8 +17,6 @@ namespace pcsim::probe {
 struct ProbeParts {
     Rules& rules;
     Trace& trace;
-    // Where trace lines go that no file is named for; null: a file has to be named.
-    std::function<void(const std::string&)> print;
     // The recorder: begins a file, and ends it with a line about it. Null where there is none.
     std::function<void(const std::string& path)> record;
     std::function<std::string()> stopRecord;
@@ -26,12 +24,16 @@ struct ProbeParts {
 
 void addProbeVerbs(Verbs& verbs, ProbeParts parts);
 
+// Where lines go that come after the command which asked for them; null: nowhere.
+using Later = std::function<void(const std::string&)>;
+
 // Runs one command and returns what it answers: text, or JSON of a 'show'. Throws a CommandError.
-std::string answerOf(const Verbs& verbs, const Words& words, bool json);
+std::string answerOf(const Verbs& verbs, const Words& words, bool json,
+                     const Later& later = nullptr);
 
 // Runs the commands of a plan file: lines of these verbs, with comments. Throws a CommandError that
 // names the file and the line.
-void runPlan(const Verbs& verbs, const std::string& path);
+void runPlan(const Verbs& verbs, const std::string& path, const Later& later = nullptr);
 
 void addFaultVerbs(Verbs& verbs, Rules& rules);
 void addCoverageVerbs(Verbs& verbs);

@@ -29,8 +29,8 @@ void turnTrace(const ProbeParts& parts, pcsim::Call& call) {
     } else if (call.given("to")) {
         parts.trace.startFile(filterOf(call), call.text("file"));
     } else {
-        if (!parts.print) fail("a trace needs a file here; expected 'to FILE', too");
-        parts.trace.start(filterOf(call), parts.print);
+        if (!call.later) fail("a trace needs a file here; expected 'to FILE', too");
+        parts.trace.start(filterOf(call), call.later);
     }
 }
 

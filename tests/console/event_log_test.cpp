@@ -31,4 +31,22 @@ TEST(EventLogTest, FindsFromAPositionOn) {
 }
 
 }  // namespace
+
+TEST(EventLogTest, ListenersMayLeaveWhileTheyListen) {
+    EventLog log([] { return uint64_t{0}; });
+    std::string heard;
+    EventLog::ListenerId first = 0, second = 0;
+    first = log.listen([&](const Event& event) {
+        heard += "1" + event.text;
+        log.remove(first);
+        log.remove(second);
+    });
+    second = log.listen([&](const Event&) { heard += "2"; });
+    log.listen([&](const Event&) { heard += "3"; });
+    log.add("s", "a");
+    log.add("s", "b");
+    EXPECT_EQ(heard, "1a33");
+    EXPECT_EQ(log.nextPosition(), 2u);
+}
+
 }  // namespace pcsim

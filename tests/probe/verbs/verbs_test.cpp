@@ -13,7 +13,7 @@ namespace {
 
 class ProbeVerbsTest : public testing::Test {
 protected:
-    ProbeVerbsTest() { addProbeVerbs(verbs, {rules, trace, nullptr, nullptr, nullptr}); }
+    ProbeVerbsTest() { addProbeVerbs(verbs, {rules, trace, nullptr, nullptr}); }
 
     std::string answer(const std::string& line) { return answerOf(verbs, splitWords(line), false); }
 
@@ -104,7 +104,7 @@ TEST_F(ProbeVerbsTest, WhatIsWrongIsSaid) {
 TEST_F(ProbeVerbsTest, ARecorderHasItsVerbs) {
     Verbs with;
     std::string recorded;
-    addProbeVerbs(with, {rules, trace, nullptr, [&](const std::string& path) { recorded = path; },
+    addProbeVerbs(with, {rules, trace, [&](const std::string& path) { recorded = path; },
                          [] { return std::string("3 calls"); }});
     EXPECT_EQ(answerOf(with, splitWords("record run.rec"), false), "");
     EXPECT_EQ(recorded, "run.rec");

@@ -1,0 +1,11 @@
+// What sessions share.
+#include "console/console.h"
+
+namespace pcsim {
+
+Console::Console(Surroundings& time, EventLog& log) : surroundings(time), events(log) {
+    addLanguageVerbs(verbs);
+    addWaitVerbs(verbs);
+}
+
+}  // namespace pcsim

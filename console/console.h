@@ -1,0 +1,46 @@
+// What all sessions of a program share: its verbs, what completes their values, what happened to
+// it, and the time it lives in. The program's main session and every connection has a Session of
+// its own on it (session.h).
+#ifndef PCSIM_CONSOLE_CONSOLE_H
+#define PCSIM_CONSOLE_CONSOLE_H
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "console/event_log.h"
+#include "console/surroundings.h"
+#include "console/verbs.h"
+
+namespace pcsim {
+
+struct Console {
+    // Both must outlive the console. It has the verbs of the language itself; all others are
+    // registered by whoever owns it.
+    Console(Surroundings& surroundings, EventLog& events);
+    Console(const Console&) = delete;
+    Console& operator=(const Console&) = delete;
+
+    Surroundings& surroundings;
+    EventLog& events;
+    Verbs verbs;
+
+    // What completion offers for a value, by its place in the help: "<port>".
+    using Candidates = std::function<std::vector<std::string>()>;
+    std::map<std::string, Candidates> candidates;
+
+    // What the instance is called.
+    std::string name = "pcsim";
+    // What the prompt says behind the name, "" for nothing: the state of the clock.
+    std::function<std::string()> state;
+};
+
+// The verbs of the language: help, quit, echo, include, events; and expect and wait.
+void addLanguageVerbs(Verbs& verbs);
+void addWaitVerbs(Verbs& verbs);
+
+}  // namespace pcsim
+
+#endif

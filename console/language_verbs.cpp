@@ -1,0 +1,25 @@
+// The verbs of the language itself, but those that wait.
+#include "console/help.h"
+#include "console/session.h"
+#include "console/text.h"
+
+namespace pcsim {
+
+void addLanguageVerbs(Verbs& verbs) {
+    verbs.action("help", "list the verbs", [&verbs](Call& call) { call.print(helpText(verbs)); });
+    verbs.action("help about <word>", "those with a word in them",
+                 [&verbs](Call& call) { call.print(helpAbout(verbs, call.text("word"))); });
+    verbs.action("help <verb:rest>", "those that begin so",
+                 [&verbs](Call& call) { call.print(helpOf(verbs, call.joined("verb"))); });
+    for (const char* name : {"quit", "exit"})
+        verbs.action(name, "end the session", [](Call& call) { call.session->end(); });
+    verbs.action("echo <text:rest>", "print a line",
+                 [](Call& call) { call.print(printable(call.joined("text")) + "\n"); });
+    verbs.action("echo", "print an empty line", [](Call& call) { call.print("\n"); });
+    verbs.action("include <file>", "run the lines of a file; its folder is the including script's",
+                 [](Call& call) { call.session->include(call.text("file")); });
+    verbs.action("events <state:on|off>", "print events as they happen, or not",
+                 [](Call& call) { call.session->look().liveEvents = call.text("state") == "on"; });
+}
+
+}  // namespace pcsim

@@ -1,0 +1,29 @@
+// Printing for people.
+#include "console/text_sink.h"
+
+namespace pcsim {
+
+void TextSink::text(const std::string& text) {
+    if (text.empty()) return;
+    if (separating_) output_.write("\n");
+    separating_ = false;
+    printed_ = true;
+    output_.write(text);
+}
+
+void TextSink::answer(const Report& report) {
+    text(report.text());
+}
+
+void TextSink::event(const Event& event) {
+    if (beforeEvent) beforeEvent();
+    text(formatEvent(event) + "\n");
+    if (afterEvent) afterEvent();
+}
+
+void TextSink::separate() {
+    separating_ = separating_ || printed_;
+    printed_ = false;
+}
+
+}  // namespace pcsim

@@ -1,0 +1,41 @@
+// Outcomes as text on standard output, for people.
+#ifndef PCSIM_CONSOLE_TEXT_SINK_H
+#define PCSIM_CONSOLE_TEXT_SINK_H
+
+#include <functional>
+#include <string>
+
+#include "console/output.h"
+#include "console/sink.h"
+
+namespace pcsim {
+
+class TextSink : public Sink {
+public:
+    explicit TextSink(Output& output) : output_(output) {}
+
+    void begin(const std::string&) override {}
+    void end() override {}
+    void text(const std::string& text) override;
+    void answer(const Report& report) override;
+    void event(const Event& event) override;
+    // The session's owner prints it.
+    void problem(const Problem&) override {}
+    bool structured() const override { return false; }
+    void check() const override { output_.check(); }
+
+    // A blank line between what was printed until now and what comes next, if anything does.
+    void separate();
+
+    // Set while a line is being typed: what to do before something is printed above it, and after.
+    std::function<void()> beforeEvent, afterEvent;
+
+private:
+    Output& output_;
+    bool printed_ = false;     // since the last separation
+    bool separating_ = false;  // a blank line is owed
+};
+
+}  // namespace pcsim
+
+#endif

@@ -1,0 +1,129 @@
+// A session told by its sink: what begins, what comes of it, what is wrong.
+#include "console/session.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+#include "console/prompt.h"
+
+namespace {
+
+using namespace pcsim;
+
+struct StillTime : Surroundings {
+    bool stop = false;
+
+    bool waitUntil(const std::function<bool()>& done, uint64_t) override { return done(); }
+    bool waitReadable(int) override { return true; }
+    bool interrupted() const override { return stop; }
+    bool terminated() const override { return false; }
+    void forgetInterrupt() override { stop = false; }
+};
+
+// Writes down what it is told.
+struct Notes : Sink {
+    std::string all;
+    bool forPrograms = false;
+
+    void begin(const std::string& line) override { all += "<" + line + "|"; }
+    void end() override { all += ">"; }
+    void text(const std::string& text) override { all += text; }
+    void answer(const Report& report) override { all += report.json(); }
+    void event(const Event& event) override { all += "!" + event.text; }
+    void problem(const Problem& problem) override {
+        all += fmt::format("{}:{}:{}:{}", static_cast<int>(problem.code), problem.file,
+                           problem.lineNumber, problem.message);
+    }
+    bool structured() const override { return forPrograms; }
+};
+
+struct SessionTest : testing::Test {
+    StillTime time;
+    EventLog events{[] { return uint64_t{7}; }};
+    Console console{time, events};
+    Notes notes;
+    Session session{console, notes, {}};
+
+    SessionTest() {
+        console.verbs.show("show one", "one field", [](Call&) {
+            return Fields{"one", "", {{"a", "A", 1}}};
+        });
+    }
+
+    std::string run(const std::string& line) {
+        notes.all.clear();
+        try {
+            session.run(line);
+        } catch (const CommandError& error) {
+            EXPECT_TRUE(error.told);
+            notes.all += fmt::format("={}", static_cast<int>(error.code));
+        }
+        return notes.all;
+    }
+};
+
+TEST_F(SessionTest, OutcomesStandBetweenBeginAndEnd) {
+    EXPECT_EQ(run("echo a  b"), "<echo a  b|a b\n>");
+    EXPECT_EQ(run("show one"), "<show one|{\n  \"one\": {\n    \"a\": 1\n  }\n}\n>");
+    EXPECT_EQ(run(""), "<|>");
+}
+
+TEST_F(SessionTest, ALineAsksForJsonAsText) {
+    EXPECT_EQ(run("show one --json"), "<show one --json|{\n  \"one\": {\n    \"a\": 1\n  }\n}\n>");
+    notes.forPrograms = true;
+    EXPECT_EQ(run("show one --json"), "<show one --json|{\n  \"one\": {\n    \"a\": 1\n  }\n}\n>");
+}
+
+TEST_F(SessionTest, ProblemsHaveACode) {
+    EXPECT_EQ(run("show two"), "<show two|2::0:'two' is not known after 'show'; expected one>=2");
+    EXPECT_EQ(run("echo \"x"),
+              "<echo \"x|2::0:the quote before 'x' is not closed; end it with \">=2");
+    EXPECT_EQ(run("expect show one -- a is 2"),
+              "<expect show one -- a is 2|3::0:expected show one -- a is 2, but a is 1>=3");
+    EXPECT_EQ(run("include /nowhere"),
+              "<include /nowhere|1::0:file /nowhere can't be read: No such file or directory>=1");
+    time.stop = true;
+    EXPECT_EQ(run("echo x"), "<echo x|4::0:interrupted>=4");
+}
+
+TEST_F(SessionTest, AProblemOfAScriptIsToldOnce) {
+    const std::string path = testing::TempDir() + "session_test.pcsim";
+    FILE* const file = std::fopen(path.c_str(), "w");
+    ASSERT_NE(file, nullptr);
+    std::fputs("# two lines\n\necho a\nfrob\necho b\n", file);
+    std::fclose(file);
+    EXPECT_EQ(run("include " + path), "<include " + path + "|<echo a|a\n><frob|2:" + path +
+                                          ":4:'frob' is not a verb; 'help' lists them all>>=2");
+    std::remove(path.c_str());
+}
+
+TEST_F(SessionTest, EachSessionHasEventsOfItsOwn) {
+    Notes others;
+    Session other(console, others, {});
+    run("events on");
+    notes.all.clear();
+    events.add("port", "Port 1:1 link up");
+    EXPECT_EQ(notes.all, "!Port 1:1 link up");
+    EXPECT_EQ(others.all, "");
+    EXPECT_EQ(run("wait event up"), "<wait event up|>");
+    EXPECT_EQ(run("expect no event up"), "<expect no event up|>");
+    other.run("expect event up");
+}
+
+TEST_F(SessionTest, LaterLinesNeedTheirSession) {
+    auto passing = std::make_unique<Session>(console, notes, Session::Look{});
+    const auto later = passing->later();
+    later("a\n");
+    passing.reset();
+    later("b\n");
+    EXPECT_EQ(notes.all, "a\n");
+}
+
+TEST(RightOf, StandsBehindTheSemicolon) {
+    EXPECT_EQ(rightOf("'x' is not a port; expected SLOT:PORT"), "SLOT:PORT");
+    EXPECT_EQ(rightOf("the clock is running; 'time stop' comes first"), "'time stop' comes first");
+    EXPECT_EQ(rightOf("no memory"), "");
+}
+
+}  // namespace
