@@ -1,5 +1,7 @@
-// Reports as JSON. The JSON library is included here and nowhere else: it is what takes longest to
-// compile.
+// Texts and reports as JSON. The JSON library is included here and nowhere else: it is what takes
+// longest to compile.
+#include "console/json.h"
+
 #include <nlohmann/json.hpp>
 
 #include "console/report.h"
@@ -37,11 +39,18 @@ nlohmann::ordered_json jsonOf(const Table& table) {
 
 }  // namespace
 
-std::string Report::json() const {
+std::string Report::json(Json form) const {
     auto object = nlohmann::ordered_json::object();
     for (const auto& section : sections_)
         std::visit([&](const auto& part) { object[part.key] = jsonOf(part); }, section);
-    return object.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+    constexpr auto kReplace = nlohmann::ordered_json::error_handler_t::replace;
+    if (form == Json::kCompact) return object.dump(-1, ' ', false, kReplace);
+    return object.dump(2, ' ', false, kReplace) + "\n";
+}
+
+std::string jsonString(const std::string& text) {
+    return nlohmann::ordered_json(text).dump(-1, ' ', false,
+                                             nlohmann::ordered_json::error_handler_t::replace);
 }
 
 }  // namespace pcsim

@@ -101,7 +101,8 @@ public:
     Report& add(Table table);
 
     std::string text() const;
-    std::string json() const;
+    enum class Json { kLines, kCompact };  // for people to read, or without blanks
+    std::string json(Json form = Json::kLines) const;
 
     // The value at a path: "field", "section.field", "row.column", "section.row.column" or
     // "section.count" (number of rows). Null when there is none.

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "console/json_sink.h"
 #include "console/present.h"
 #include "console/prompt.h"
 #include "console/session.h"
@@ -82,12 +83,27 @@ std::vector<Step> openSteps(const CommandLine& line) {
     return steps;
 }
 
-void runSteps(Session& session, const std::vector<Step>& steps, bool json, TextSink& text) {
+// The sink that the command line asks for; 'text' is it unless it wants JSON.
+struct Sinks {
+    Output output;
+    TextSink text{output};
+    std::unique_ptr<JsonSink> json;
+
+    Sinks(const Surroundings& surroundings, CommandLine::Json form) : output(surroundings) {
+        if (form == CommandLine::Json::kNone) return;
+        const bool lines = form == CommandLine::Json::kLines;
+        json = std::make_unique<JsonSink>(output,
+                                          lines ? JsonSink::Form::kLines : JsonSink::Form::kArray);
+    }
+    Sink& chosen() { return json != nullptr ? static_cast<Sink&>(*json) : text; }
+};
+
+void runSteps(Session& session, const std::vector<Step>& steps, TextSink& text) {
     for (const Step& step : steps) {
         if (step.script != nullptr) {
             session.runScript(*step.script);
         } else {
-            if (!json) text.separate();
+            text.separate();
             session.run(step.command);
         }
         if (session.ended()) return;
@@ -95,14 +111,11 @@ void runSteps(Session& session, const std::vector<Step>& steps, bool json, TextS
 }
 
 void runDoors(const CommandLine& line, const std::vector<Step>& steps, Machine& machine,
-              Console& console) {
+              Console& console, Sinks& sinks) {
     Session::Look look;
-    look.json = line.json;
     look.echo = line.echo;
-    look.liveEvents = !line.hasCommands() && !line.json && !line.quiet;
-    Output output(console.surroundings);
-    TextSink text(output);
-    Session session(console, text, look);
+    look.liveEvents = !line.hasCommands() && line.json == CommandLine::Json::kNone && !line.quiet;
+    Session session(console, sinks.chosen(), look);
     if (!line.plan.empty()) {
         Verbs verbs;
         addProbeVerbs(verbs, probePartsOf(machine));
@@ -110,15 +123,15 @@ void runDoors(const CommandLine& line, const std::vector<Step>& steps, Machine& 
     }
     machine.boot();
     if (!steps.empty()) {
-        runSteps(session, steps, line.json, text);
-    } else if (isatty(STDIN_FILENO) != 0) {
+        runSteps(session, steps, sinks.text);
+    } else if (isatty(STDIN_FILENO) != 0 && line.json == CommandLine::Json::kNone) {
         SessionDoor door(session);
-        Prompt(console.surroundings, output, text, door).run();
+        Prompt(console.surroundings, sinks.output, sinks.text, door).run();
     } else {
         Script input;
         session.runScript(input);
     }
-    output.check();
+    sinks.output.check();
 }
 
 void runMachine(const CommandLine& line) {
@@ -131,12 +144,18 @@ void runMachine(const CommandLine& line) {
     if (line.stopped) context.scheduler.stopAtZero();
     Console console(context.loop, context.events);
     addHostVerbs(console, machine);
+    Sinks sinks(context.loop, line.json);
     // The machine goes on calling while it shuts down, when the sessions are gone.
     struct Quiet {
         Platform& platform;
         ~Quiet() { platform.trace.stop(); }
     } const quiet{context.platform};
-    runDoors(line, steps, machine, console);
+    try {
+        runDoors(line, steps, machine, console, sinks);
+    } catch (CommandError& error) {
+        if (!error.told) sinks.chosen().problem({error.code, error.what(), "", 0});
+        throw;
+    }
 }
 
 int run(int argc, char** argv) {

@@ -57,7 +57,12 @@ const Option kOptions[] = {
      .need = "the name of a script, or - for standard input",
      .takes = Takes::Name,
      .repeats = true},
-    {.name = "json", .help = "Answer every show in JSON"},
+    {.name = "json",
+     .value = "lines",
+     .help = "Make of the run one JSON array, or an object per line",
+     .need = "no value, or 'lines'",
+     .takes = Takes::Form,
+     .choices = {"lines"}},
     {.name = "quiet", .help = "Don't print events as they happen"},
     {.name = "echo", .help = "Print a script's commands before they run"},
     {.name = "stopped", .help = "Boot with the clock stopped"},
@@ -86,7 +91,9 @@ CommandLine readCommandLine(int argc, char* const* argv) {
     line.version = given.has("version");
     line.chassis = given.text("shape") == "chassis";
     line.remoteIo = given.has("remote-io");
-    line.json = given.has("json");
+    line.json = !given.has("json")              ? CommandLine::Json::kNone
+                : given.text("json") == "lines" ? CommandLine::Json::kLines
+                                                : CommandLine::Json::kArray;
     line.quiet = given.has("quiet");
     line.echo = given.has("echo");
     line.stopped = given.has("stopped");

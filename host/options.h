@@ -19,7 +19,8 @@ struct CommandLine {
     bool version = false;
     bool chassis = false;
     bool remoteIo = false;
-    bool json = false;
+    enum class Json { kNone, kArray, kLines };
+    Json json = Json::kNone;  // what the run's outcomes are written as
     bool quiet = false;
     bool echo = false;
     bool stopped = false;

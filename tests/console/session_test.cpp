@@ -5,6 +5,7 @@
 
 #include <cstdio>
 
+#include "console/json_sink.h"
 #include "console/prompt.h"
 
 namespace {
@@ -29,7 +30,7 @@ struct Notes : Sink {
     void begin(const std::string& line) override { all += "<" + line + "|"; }
     void end() override { all += ">"; }
     void text(const std::string& text) override { all += text; }
-    void answer(const Report& report) override { all += report.json(); }
+    void answer(const Report& report) override { all += report.json(Report::Json::kCompact); }
     void event(const Event& event) override { all += "!" + event.text; }
     void problem(const Problem& problem) override {
         all += fmt::format("{}:{}:{}:{}", static_cast<int>(problem.code), problem.file,
@@ -65,14 +66,14 @@ struct SessionTest : testing::Test {
 
 TEST_F(SessionTest, OutcomesStandBetweenBeginAndEnd) {
     EXPECT_EQ(run("echo a  b"), "<echo a  b|a b\n>");
-    EXPECT_EQ(run("show one"), "<show one|{\n  \"one\": {\n    \"a\": 1\n  }\n}\n>");
+    EXPECT_EQ(run("show one"), "<show one|{\"one\":{\"a\":1}}>");
     EXPECT_EQ(run(""), "<|>");
 }
 
 TEST_F(SessionTest, ALineAsksForJsonAsText) {
     EXPECT_EQ(run("show one --json"), "<show one --json|{\n  \"one\": {\n    \"a\": 1\n  }\n}\n>");
     notes.forPrograms = true;
-    EXPECT_EQ(run("show one --json"), "<show one --json|{\n  \"one\": {\n    \"a\": 1\n  }\n}\n>");
+    EXPECT_EQ(run("show one --json"), "<show one --json|{\"one\":{\"a\":1}}>");
 }
 
 TEST_F(SessionTest, ProblemsHaveACode) {
@@ -124,6 +125,13 @@ TEST(RightOf, StandsBehindTheSemicolon) {
     EXPECT_EQ(rightOf("'x' is not a port; expected SLOT:PORT"), "SLOT:PORT");
     EXPECT_EQ(rightOf("the clock is running; 'time stop' comes first"), "'time stop' comes first");
     EXPECT_EQ(rightOf("no memory"), "");
+}
+
+TEST(JsonOfOutcomes, EventsAndProblems) {
+    EXPECT_EQ(jsonOf(Event{3, 1000, "port", "a \"b\""}),
+              R"({"number":3,"timeMs":1000,"source":"port","text":"a \"b\""})");
+    EXPECT_EQ(jsonOf(Problem{ErrorCode::kFailed, "x; expected y", "f", 2}),
+              R"({"code":1,"message":"x; expected y","right":"y","file":"f","line":2})");
 }
 
 }  // namespace

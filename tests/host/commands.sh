@@ -6,7 +6,7 @@ set -u
 
 shows 'VORN-VM' --lab 2 -x 'show chassis'
 shows 'KT-PC' --lab 2 --shape chassis -x 'show chassis'
-shows '"model": "VORN-VM"' --lab 2 --json -x 'show chassis'
+shows '"model":"VORN-VM"' --lab 2 --json -x 'show chassis'
 shows '"model": "VORN-VM"' --lab 2 -x 'show chassis --json'
 shows '1:2 +eth2 +enabled' --lab 2 -x 'show ports'
 shows 'PCSimStack' --lab 2 -x 'show capability'

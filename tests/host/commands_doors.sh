@@ -19,7 +19,7 @@ ends 2 "pcsim: --lab may be given once" --lab 1 --lab 2
 ends 2 "pcsim: --shape needs 'stack' or 'chassis'" --shape round
 ends 2 "pcsim: --virtual-routers needs a number from 1 to 4096" --virtual-routers 0
 ends 2 "pcsim: --execute needs a command, for example -x 'show ports'" -x
-ends 2 "pcsim: --json takes no value" --json=5
+ends 2 "pcsim: --json needs no value, or 'lines'" --json=5
 ends 2 "pcsim: there is no option --frobnicate; 'pcsim --help' lists them" --lab 1 --frobnicate
 example="pcsim --lab 4 -x 'show ports'"
 ends 2 "pcsim: 'show' is not an option; commands go behind -x, for example: $example" show ports
@@ -72,7 +72,7 @@ printed $'piped\n\nend' "-f -"
 ends 1 "pcsim: standard input can't be read: Is a directory" --lab 1 --quiet </tmp
 echo "show ports" | "$pcsim" --lab 2 --json | python3 -c '
 import json, sys
-assert len(json.load(sys.stdin)["ports"]) == 2' || problem "JSON through a pipe is no JSON"
+assert [len(line["data"]["ports"]) for line in json.load(sys.stdin)] == [2]' || problem "JSON through a pipe is no JSON"
 # Time goes on while a line is waited for: a link that goes down is seen meanwhile.
 { printf 'cable 1 pull\n'; sleep 3; echo 'expect event "Port 1:1 link down"'; } |
     ends 0 "" --lab 1 --quiet

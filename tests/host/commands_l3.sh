@@ -120,7 +120,7 @@ printf '10.1.0.0/16\n' >"$scratch/bare"
     >/dev/null || problem "a bare prefix did not become a route without next hops"
 "$pcsim" --lab 1 --json -x "route load $scratch/routes" | python3 -c '
 import json, sys
-answer = json.load(sys.stdin)
+answer = json.load(sys.stdin)[0]["data"]
 assert answer["load"]["bad"] == 8 and len(answer["badLines"]) == 8, answer
 assert answer["badLines"][0]["line"] == 9, answer
 ' || problem "a load does not answer in JSON"

@@ -3,8 +3,8 @@
 # shell that defines send FROM TO COUNT, pull and plug, and may name a plan in $switch_plan.
 for n in 1 2 3 4 5; do echo "switch.registers.eth$n: $(phy eth$n)"; done
 
-echo "switch.ports: $(pcsim --json -x 'wait event "Management port of slot 1 link up" within 8000' \
-    -x 'sleep 3000' -x 'show ports' | tr -d '\n')"
+echo "switch.ports: $(pcsim -x 'wait event "Management port of slot 1 link up" within 8000' \
+    -x 'sleep 3000' -x 'show ports --json' | tr -d '\n')"
 
 {
     pcsim ${switch_plan:+--plan "$switch_plan"} -f switch.pcsim 2>&1
