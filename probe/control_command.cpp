@@ -3,11 +3,11 @@
 #include <cstdio>
 
 #include "console/error.h"
+#include "console/run_folder.h"
 #include "console/text.h"
 #include "probe/commands.h"
 #include "probe/control/blocks.h"
 #include "probe/control/options.h"
-#include "probe/control/run_folder.h"
 #include "probe/coverage_report.h"
 
 namespace pcsim::probe {

@@ -13,9 +13,9 @@
 #include <cstring>
 
 #include "console/error.h"
+#include "console/run_folder.h"
 #include "console/text.h"
 #include "probe/control/blocks.h"
-#include "probe/control/run_folder.h"
 #include "probe/program_file.h"
 
 namespace pcsim::probe {

@@ -1,9 +1,9 @@
 // pcsim-probe list: the probed processes that run, and those that have left something to read.
 #include <sys/wait.h>
 
+#include "console/run_folder.h"
 #include "probe/commands.h"
 #include "probe/control/blocks.h"
-#include "probe/control/run_folder.h"
 
 namespace pcsim::probe {
 

@@ -6,11 +6,11 @@
 #include <cstring>
 
 #include "console/error.h"
+#include "console/run_folder.h"
 #include "console/text.h"
 #include "probe/commands.h"
 #include "probe/control/blocks.h"
 #include "probe/control/flight.h"
-#include "probe/control/run_folder.h"
 #include "probe/values/text.h"
 
 namespace pcsim::probe {

@@ -12,9 +12,9 @@
 #include <ctime>
 
 #include "console/error.h"
+#include "console/run_folder.h"
 #include "probe/control/blocks.h"
 #include "probe/control/process.h"
-#include "probe/control/run_folder.h"
 
 namespace pcsim::probe {
 

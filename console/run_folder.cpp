@@ -1,5 +1,5 @@
 // The folder of control blocks: found, made, and looked at before it is trusted.
-#include "probe/control/run_folder.h"
+#include "console/run_folder.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,7 +10,7 @@
 
 #include "console/error.h"
 
-namespace pcsim::probe {
+namespace pcsim {
 
 namespace {
 
@@ -47,4 +47,4 @@ std::string runFolder() {
     return folder;
 }
 
-}  // namespace pcsim::probe
+}  // namespace pcsim
