@@ -8,8 +8,8 @@
 
 #include <cstdint>
 #include <functional>
-#include <memory>
 
+#include "console/signals.h"
 #include "console/surroundings.h"
 #include "host/core/scheduler.h"
 
@@ -38,11 +38,10 @@ public:
     void forgetInterrupt() override;
 
 private:
-    struct State;
     bool runSlice(uint64_t ms, int descriptor);
 
     Scheduler& scheduler_;
-    std::unique_ptr<State> state_;
+    Signals signals_;
 };
 
 }  // namespace pcsim::host
