@@ -36,6 +36,9 @@ extern "C" void noteSignal(int signal) {
 Signals::Signals() {
     if (pipe2(wake_, O_CLOEXEC | O_NONBLOCK) != 0)
         fail("no pipe for the event loop: {}", std::strerror(errno));
+    signalSeen = 0;
+    terminationSeen = 0;
+    continuationSeen = 0;
     wakeDescriptor = wake_[1];
     struct sigaction action = {};
     action.sa_handler = noteSignal;  // interrupts system calls: output may be blocked for ever

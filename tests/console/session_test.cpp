@@ -17,6 +17,16 @@ struct StillTime : Surroundings {
 
     bool waitUntil(const std::function<bool()>& done, uint64_t) override { return done(); }
     bool waitReadable(int) override { return true; }
+    void giveWay() override {}
+    WorkId spawn(std::function<void()> work) override {
+        work();
+        return 1;
+    }
+    void interrupt(WorkId) override {}
+    void endSpawned() noexcept override {}
+    void watch(int, std::function<void()>) override {}
+    void unwatch(int) override {}
+    void terminate() override {}
     bool interrupted() const override { return stop; }
     bool terminated() const override { return false; }
     void forgetInterrupt() override { stop = false; }
