@@ -31,6 +31,7 @@ bool accepts(const Option& option, std::string_view value) {
         case Takes::Name:
             return !value.empty();
         case Takes::Choice:
+        case Takes::Pair:
             return std::ranges::count(option.choices, value) != 0;
         case Takes::Form:
             return value.empty() || std::ranges::count(option.choices, value) != 0;
@@ -101,6 +102,10 @@ private:
         if (takesValue(option) && !option.repeats && given_.has(option.name))
             failFor(option, "may be given once");
         given_.inOrder.push_back({option.name, value});
+        if (option.takes == Takes::Pair) {
+            given_.inOrder.back().second = nextWord(option);
+            if (given_.inOrder.back().second.empty()) needs(option);
+        }
         ended_ = option.takes == Takes::End;
     }
 

@@ -21,6 +21,7 @@ enum class Takes {
     Text,    // anything
     Name,    // anything but an empty word
     Choice,  // one of 'choices'
+    Pair,    // one of 'choices', and a name as the next word: --report tap FILE
     Form,    // nothing, or one of 'choices' behind an equals sign: --json=lines
     Number,  // a decimal number from 'low' to 'high'
 };
@@ -54,6 +55,7 @@ public:
 struct GivenOption {
     std::string name;
     std::string value;
+    std::string second{};  // of a pair
 };
 
 // What was given. Names are long ones, without the dashes.

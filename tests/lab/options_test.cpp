@@ -39,6 +39,13 @@ const Option kOptions[] = {
      .need = "a text",
      .takes = Takes::Text,
      .repeats = true},
+    {.name = "report",
+     .value = "round|flat FILE",
+     .help = "Write this",
+     .need = "'round' or 'flat', and the name of a file",
+     .takes = Takes::Pair,
+     .repeats = true,
+     .choices = {"round", "flat"}},
     {.name = "quiet", .letter = 'q', .help = "Say nothing"},
 };
 
@@ -67,7 +74,8 @@ GivenOptions read(const Program& program, Words words) {
 std::string readAs(const Program& program, const Words& words) {
     const GivenOptions given = read(program, words);
     std::string text;
-    for (const auto& [name, value] : given.inOrder) text += name + "=" + value + " ";
+    for (const auto& [name, value, second] : given.inOrder)
+        text += name + "=" + value + (second.empty() ? "" : ":" + second) + " ";
     for (const std::string& word : given.command) text += "[" + word + "]";
     return text;
 }
@@ -102,6 +110,8 @@ TEST(OptionsTest, AreReadInTheirOrder) {
         {{"--shape", "square", "--port-names"}, "shape=square port-names= "},
         {{"-t", "a", "-f", "b", "--text", "c d", "-fe"}, "text=a file=b text=c d file=e "},
         {{"--file=a=b", "-f=", "--file", "-"}, "file=a=b file== file=- "},
+        {{"--report", "flat", "-", "--report=round", "--quiet", "-q"},
+         "report=flat:- report=round:--quiet quiet= "},
         {{"-t", "--quiet", "-t", "--", "-t", "-h", "-t", ""},
          "text=--quiet text=-- text=-h text= "},
     };
@@ -115,6 +125,7 @@ TEST(OptionsTest, SayWhatWouldBeRight) {
     const char* const number = "--ports needs a number from 2 to 30";
     const char* const shape = "--shape needs 'round' or 'square'";
     const char* const file = "--file needs the name of a file";
+    const char* const report = "--report needs 'round' or 'flat', and the name of a file";
     const Reading readings[] = {
         {{"--ports"}, number},
         {{"-p"}, number},
@@ -135,6 +146,11 @@ TEST(OptionsTest, SayWhatWouldBeRight) {
         {{"-f", ""}, file},
         {{"--file="}, file},
         {{"-f"}, file},
+        {{"--report"}, report},
+        {{"--report", "flat"}, report},
+        {{"--report=flat"}, report},
+        {{"--report", "flat", ""}, report},
+        {{"--report", "flat:x", "y"}, report},
         {{"--text="}, "--text needs a text"},
         {{"-t"}, "--text needs a text"},
         {{"--quiet=5"}, "--quiet takes no value"},
