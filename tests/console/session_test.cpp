@@ -6,73 +6,11 @@
 #include <cstdio>
 
 #include "console/json_sink.h"
-#include "console/prompt.h"
+#include "tests/console/session_support.h"
 
 namespace {
 
 using namespace pcsim;
-
-struct StillTime : Surroundings {
-    bool stop = false;
-
-    bool waitUntil(const std::function<bool()>& done, uint64_t) override { return done(); }
-    bool waitReadable(int) override { return true; }
-    void giveWay() override {}
-    WorkId spawn(std::function<void()> work) override {
-        work();
-        return 1;
-    }
-    void interrupt(WorkId) override {}
-    void endSpawned() noexcept override {}
-    void watch(int, std::function<void()>) override {}
-    void unwatch(int) override {}
-    void terminate() override {}
-    bool interrupted() const override { return stop; }
-    bool terminated() const override { return false; }
-    void forgetInterrupt() override { stop = false; }
-};
-
-// Writes down what it is told.
-struct Notes : Sink {
-    std::string all;
-    bool forPrograms = false;
-
-    void begin(const std::string& line) override { all += "<" + line + "|"; }
-    void end() override { all += ">"; }
-    void text(const std::string& text) override { all += text; }
-    void answer(const Report& report) override { all += report.json(Report::Json::kCompact); }
-    void event(const Event& event) override { all += "!" + event.text; }
-    void problem(const Problem& problem) override {
-        all += fmt::format("{}:{}:{}:{}", static_cast<int>(problem.code), problem.file,
-                           problem.lineNumber, problem.message);
-    }
-    bool structured() const override { return forPrograms; }
-};
-
-struct SessionTest : testing::Test {
-    StillTime time;
-    EventLog events{[] { return uint64_t{7}; }};
-    Console console{time, events};
-    Notes notes;
-    Session session{console, notes, {}};
-
-    SessionTest() {
-        console.verbs.show("show one", "one field", [](Call&) {
-            return Fields{"one", "", {{"a", "A", 1}}};
-        });
-    }
-
-    std::string run(const std::string& line) {
-        notes.all.clear();
-        try {
-            session.run(line);
-        } catch (const CommandError& error) {
-            EXPECT_TRUE(error.told);
-            notes.all += fmt::format("={}", static_cast<int>(error.code));
-        }
-        return notes.all;
-    }
-};
 
 TEST_F(SessionTest, OutcomesStandBetweenBeginAndEnd) {
     EXPECT_EQ(run("echo a  b"), "<echo a  b|a b\n>");

@@ -1,0 +1,77 @@
+// A session in a time that stands still, over a sink that writes down what it is told.
+#ifndef PCSIM_TESTS_CONSOLE_SESSION_SUPPORT_H
+#define PCSIM_TESTS_CONSOLE_SESSION_SUPPORT_H
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "console/session.h"
+
+namespace pcsim {
+
+struct StillTime : Surroundings {
+    bool stop = false;
+
+    bool waitUntil(const std::function<bool()>& done, uint64_t) override { return done(); }
+    bool waitReadable(int) override { return true; }
+    void giveWay() override {}
+    WorkId spawn(std::function<void()> work) override {
+        work();
+        return 1;
+    }
+    void interrupt(WorkId) override {}
+    void endSpawned() noexcept override {}
+    void watch(int, std::function<void()>) override {}
+    void unwatch(int) override {}
+    void terminate() override {}
+    bool interrupted() const override { return stop; }
+    bool terminated() const override { return false; }
+    void forgetInterrupt() override { stop = false; }
+};
+
+// Writes down what it is told.
+struct Notes : Sink {
+    std::string all;
+    bool forPrograms = false;
+
+    void begin(const std::string& line) override { all += "<" + line + "|"; }
+    void end() override { all += ">"; }
+    void text(const std::string& text) override { all += text; }
+    void answer(const Report& report) override { all += report.json(Report::Json::kCompact); }
+    void event(const Event& event) override { all += "!" + event.text; }
+    void problem(const Problem& problem) override {
+        all += fmt::format("{}:{}:{}:{}", static_cast<int>(problem.code), problem.file,
+                           problem.lineNumber, problem.message);
+    }
+    bool structured() const override { return forPrograms; }
+};
+
+struct SessionTest : testing::Test {
+    StillTime time;
+    EventLog events{[] { return uint64_t{7}; }};
+    Console console{time, events};
+    Notes notes;
+    Session session{console, notes, {}};
+
+    SessionTest() {
+        console.verbs.show("show one", "one field", [](Call&) {
+            return Fields{"one", "", {{"a", "A", 1}}};
+        });
+    }
+
+    std::string run(const std::string& line) {
+        notes.all.clear();
+        try {
+            session.run(line);
+        } catch (const CommandError& error) {
+            EXPECT_TRUE(error.told);
+            notes.all += fmt::format("={}", static_cast<int>(error.code));
+        }
+        return notes.all;
+    }
+};
+
+}  // namespace pcsim
+
+#endif
