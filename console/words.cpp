@@ -1,36 +1,143 @@
 // Words and the blanks, quotes and comments around them.
 #include "console/words.h"
 
+#include <algorithm>
+
 #include "console/error.h"
 
 namespace pcsim {
 
-Words splitWords(std::string_view line) {
-    Words words;
-    std::string word;
-    bool open = false, quoted = false;
-    for (const char c : line) {
-        if (quoted) {
-            if (c == '"')
-                quoted = false;
-            else
-                word += c;
-        } else if (c == '"') {
-            quoted = open = true;
-        } else if (c == '#' && !open) {
-            break;
-        } else if (c == ' ' || c == '\t' || c == '\r' || c == '\n') {
-            if (open) words.push_back(std::move(word));
-            word.clear();
-            open = false;
-        } else {
-            word += c;
-            open = true;
+namespace {
+
+constexpr std::string_view kBetweenWords = " \t\r\n";
+// Variables hold others' values, so a short line could become any length.
+constexpr size_t kLongestExpanded = 1 << 20;
+
+bool isLetter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+}
+
+bool isNameCharacter(char c) {
+    return isLetter(c) || (c >= '0' && c <= '9');
+}
+
+// Takes a line apart, a character after the other.
+class Splitter {
+public:
+    Splitter(std::string_view line, const ValueOf* valueOf) : rest_(line), valueOf_(valueOf) {}
+
+    Words split() {
+        while (!rest_.empty()) {
+            const char c = take();
+            if (c == '"') {
+                quoted_ = !quoted_;
+                open_ = true;
+            } else if (quoted_) {
+                add(c);
+            } else if (c == '#' && !open_) {
+                break;
+            } else if (kBetweenWords.find(c) != kBetweenWords.npos) {
+                finishWord();
+            } else {
+                add(c);
+            }
         }
+        if (quoted_) failUsage("the quote before '{}' is not closed; end it with \"", word_);
+        finishWord();
+        return std::move(words_);
     }
-    if (quoted) failUsage("the quote before '{}' is not closed; end it with \"", word);
-    if (open) words.push_back(std::move(word));
-    return words;
+
+private:
+    char take() {
+        const char c = rest_.front();
+        rest_.remove_prefix(1);
+        return c;
+    }
+
+    void add(char c) {
+        open_ = true;
+        if (c == '$' && valueOf_ != nullptr)
+            addVariable();
+        else
+            word_ += c;
+    }
+
+    // What follows a dollar.
+    void addVariable() {
+        const char next = rest_.empty() ? ' ' : rest_.front();
+        if (next == '$') rest_.remove_prefix(1);
+        if (next != '{' && !isLetter(next)) {
+            word_ += '$';
+            return;
+        }
+        const std::string& value = (*valueOf_)(next == '{' ? takeBraces() : takeName());
+        added_ += value.size();
+        if (added_ > kLongestExpanded)
+            failUsage("the line is longer than {} bytes with the values of its variables",
+                      kLongestExpanded);
+        word_ += value;
+    }
+
+    std::string_view takeName() {
+        size_t end = 0;
+        while (end < rest_.size() && isNameCharacter(rest_[end])) ++end;
+        const std::string_view name = rest_.substr(0, end);
+        rest_.remove_prefix(end);
+        return name;
+    }
+
+    std::string_view takeBraces() {
+        const size_t end = rest_.find('}');
+        const std::string_view name = rest_.substr(1, end == rest_.npos ? end : end - 1);
+        if (end == rest_.npos || !isVariableName(name))
+            failUsage("'${}' is no variable; expected ${{NAME}}",
+                      rest_.substr(0, end == rest_.npos ? end : end + 1));
+        rest_.remove_prefix(end + 1);
+        return name;
+    }
+
+    void finishWord() {
+        if (open_) words_.push_back(std::move(word_));
+        word_.clear();
+        open_ = false;
+    }
+
+    std::string_view rest_;
+    const ValueOf* valueOf_;
+    Words words_;
+    std::string word_;
+    bool open_ = false;  // a word has begun
+    bool quoted_ = false;
+    size_t added_ = 0;  // bytes of values
+};
+
+}  // namespace
+
+Words splitWords(std::string_view line) {
+    return Splitter(line, nullptr).split();
+}
+
+Words splitWords(std::string_view line, const ValueOf& valueOf) {
+    return Splitter(line, &valueOf).split();
+}
+
+bool isVariableName(std::string_view name) {
+    return !name.empty() && isLetter(name.front()) && std::ranges::all_of(name, isNameCharacter);
+}
+
+std::string lineOf(const Words& words) {
+    std::string line;
+    for (const std::string& word : words) {
+        const bool plain = !word.empty() && word.find_first_of(" \t\r\n#") == word.npos;
+        line += (line.empty() ? "" : " ") + (plain ? word : '"' + word + '"');
+    }
+    return line;
+}
+
+std::string_view firstWord(std::string_view line) {
+    line.remove_prefix(std::min(line.find_first_not_of(kBetweenWords), line.size()));
+    if (line.starts_with('#')) return {};
+    return line.substr(0, line.find_first_of(kBetweenWords));
 }
 
 std::string joinWords(const Words& words, size_t count, const char* separator) {
