@@ -37,8 +37,10 @@ struct Console {
     std::function<std::string()> state;
 };
 
-// The verbs of the language: help, quit, echo, include, events; and expect and wait.
+// The verbs of the language: help, quit, echo, include, set, events; repeat and end; expect and
+// wait.
 void addLanguageVerbs(Verbs& verbs);
+void addRepeatVerbs(Verbs& verbs);
 void addWaitVerbs(Verbs& verbs);
 
 }  // namespace pcsim

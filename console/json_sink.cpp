@@ -38,7 +38,7 @@ void JsonSink::write(const std::string& object) {
 }
 
 void JsonSink::begin(const std::string& line) {
-    running_.push_back({line, {}, "", ""});
+    running_.push_back({line, {}, "", "", 0});
 }
 
 void JsonSink::end() {
@@ -54,6 +54,7 @@ void JsonSink::end() {
         for (const std::string& one : command.data) data += (data.empty() ? "" : ",") + one;
         object += R"(,"data":)" + (data.empty() ? "null" : "[" + data + "]");
     }
+    if (command.failed != 0) object += fmt::format(R"(,"failed":{})", command.failed);
     if (!command.text.empty()) object += R"(,"text":)" + jsonString(command.text);
     write(object + "}");
 }
@@ -83,6 +84,10 @@ void JsonSink::problem(const Problem& problem) {
         write(R"({"error":)" + jsonOf(problem) + "}");
     else
         running_.back().error = jsonOf(problem);
+}
+
+void JsonSink::failed(unsigned lines) {
+    running_.back().failed = lines;
 }
 
 }  // namespace pcsim

@@ -7,7 +7,8 @@
 //     {"event": {"number": 7, "timeMs": 100000, "source": "port", "text": "Port 1:1 link up"}}
 //
 // A line that answers more than once has an array of reports as its data. Of a script each line has
-// an object of its own, and the line that runs the script one behind them.
+// an object of its own, and the line that runs the script one behind them, with "failed": how many
+// of them have, if any.
 #ifndef PCSIM_CONSOLE_JSON_SINK_H
 #define PCSIM_CONSOLE_JSON_SINK_H
 
@@ -38,6 +39,7 @@ public:
     void answer(const Report& report) override;
     void event(const Event& event) override;
     void problem(const Problem& problem) override;
+    void failed(unsigned lines) override;
     bool structured() const override { return true; }
     void check() const override { output_.check(); }
 
@@ -47,6 +49,7 @@ private:
         std::vector<std::string> data;
         std::string text;
         std::string error;
+        unsigned failed = 0;
     };
 
     void write(const std::string& object);

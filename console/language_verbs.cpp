@@ -11,13 +11,24 @@ void addLanguageVerbs(Verbs& verbs) {
                  [&verbs](Call& call) { call.print(helpAbout(verbs, call.text("word"))); });
     verbs.action("help <verb:rest>", "those that begin so",
                  [&verbs](Call& call) { call.print(helpOf(verbs, call.joined("verb"))); });
-    for (const char* name : {"quit", "exit"})
+    for (const std::string name : {"quit", "exit"}) {
         verbs.action(name, "end the session", [](Call& call) { call.session->end(); });
+        verbs.action(name + " <status:0-255>", "end pcsim with this exit status", [](Call& call) {
+            call.session->end(static_cast<int>(call.number("status")));
+        });
+    }
     verbs.action("echo <text:rest>", "print a line",
                  [](Call& call) { call.print(printable(call.joined("text")) + "\n"); });
     verbs.action("echo", "print an empty line", [](Call& call) { call.print("\n"); });
     verbs.action("include <file>", "run the lines of a file; its folder is the including script's",
                  [](Call& call) { call.session->include(call.text("file")); });
+    verbs.show("set", "list the variables; $NAME in a line is its value",
+               [](Call& call) { return call.session->variables().report(); });
+    verbs.action("set <name> <value:rest>", "give a variable a value", [](Call& call) {
+        const std::string& name = call.text("name");
+        if (const auto problem = variableProblem(name)) failUsage("{}", *problem);
+        call.session->variables().set(name, call.joined("value"));
+    });
     verbs.action("events <state:on|off>", "print events as they happen, or not",
                  [](Call& call) { call.session->look().liveEvents = call.text("state") == "on"; });
 }

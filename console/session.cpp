@@ -2,6 +2,7 @@
 #include "console/session.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "console/text.h"
 
@@ -54,19 +55,34 @@ Call Session::callOf(Values values, bool json) {
 }
 
 void Session::run(const std::string& line) {
+    if (keep(line)) return;
     const Told told(sink_, line);
+    Account account{.outer = account_, .line = line};
+    struct Within {
+        Account*& current;
+        Account* outer;
+        ~Within() { current = outer; }
+    } const within{account_, std::exchange(account_, &account)};
     try {
-        Words words = splitWords(line);
-        bool json = look_.json;
-        // What is echoed is printed as it is.
-        if (!words.empty() && words.front() != "echo" && std::erase(words, "--json") != 0)
-            json = true;
-        if (!words.empty()) runWords(std::move(words), json);
+        runLine(line);
+        noteEnd(account, nullptr, false);
     } catch (CommandError& error) {
-        if (!error.told) tell(error);
+        const bool own = !error.told;
+        if (own) tell(error);
         error.told = true;
+        noteEnd(account, &error, own);
         throw;
     }
+}
+
+void Session::runLine(const std::string& line) {
+    Words words = splitWords(
+        line, [this](std::string_view name) -> const std::string& { return variables_[name]; });
+    if (line.find('$') != std::string::npos) account_->line = lineOf(words);
+    bool json = look_.json;
+    // What is echoed is printed as it is.
+    if (!words.empty() && words.front() != "echo" && std::erase(words, "--json") != 0) json = true;
+    if (!words.empty()) runWords(std::move(words), json);
 }
 
 void Session::runWords(Words words, bool json) {
@@ -81,13 +97,53 @@ void Session::runWords(Words words, bool json) {
     console_.surroundings.checkInterrupt();
 }
 
+// 'own': the error is this line's, not one of a line within it.
+void Session::noteEnd(const Account& account, const CommandError* error, bool own) {
+    const int status = error != nullptr ? static_cast<int>(error->code) : 0;
+    variables_.set(Variables::kStatus, std::to_string(status));
+    if (account.failed != 0) sink_.failed(account.failed);
+    if (account.outer != nullptr) account.outer->failed += account.failed + (own ? 1 : 0);
+    if (error == nullptr || own) noteStep(account, error);
+}
+
+void Session::noteStep(const Account& account, const CommandError* error) {
+    if (!onStep) return;
+    Step step{account.line,   "",   0, std::chrono::steady_clock::now() - account.start,
+              account.demand, error};
+    if (!running_.empty()) {
+        step.file = running_.back().script->name();
+        step.lineNumber = running_.back().line;
+    }
+    onStep(step);
+}
+
+void Session::runStep(const std::string& line) {
+    try {
+        run(line);
+    } catch (const CommandError& error) {
+        if (!passesOver(error)) throw;
+    }
+}
+
+bool Session::passesOver(const CommandError& error) {
+    if (!look_.keepGoing || error.code == ErrorCode::kInterrupted) return false;
+    ++passedOver_;
+    if (onPassedOver) onPassedOver(located(error));
+    return true;
+}
+
 void Session::tell(const CommandError& error) {
     Problem problem{error.code, error.what(), "", 0};
     if (!running_.empty()) {
-        problem.file = running_.back()->name();
-        problem.lineNumber = running_.back()->lineNumber();
+        problem.file = running_.back().script->name();
+        problem.lineNumber = running_.back().line;
     }
     sink_.problem(problem);
+}
+
+void Session::end(std::optional<int> exitStatus) {
+    ended_ = true;
+    exitStatus_ = exitStatus;
 }
 
 Report Session::evaluate(const Words& words) {
@@ -100,45 +156,8 @@ Report Session::evaluate(const Words& words) {
     return found.verb->show(call);
 }
 
-void Session::runScript(Script& script) {
-    struct Running {
-        std::vector<const Script*>& all;
-        Running(std::vector<const Script*>& scripts, const Script& one) : all(scripts) {
-            all.push_back(&one);
-        }
-        ~Running() { all.pop_back(); }
-        Running(const Running&) = delete;
-        Running& operator=(const Running&) = delete;
-    } const running(running_, script);
-    while (!ended_) {
-        try {
-            const auto line = script.nextLine(console_.surroundings);
-            if (!line) return;
-            const Words words = splitWords(*line);
-            if (words.empty()) continue;
-            if (look_.echo && words[0] != "echo") sink_.text("pcsim> " + printable(*line) + "\n");
-            run(*line);
-        } catch (CommandError& error) {
-            if (!error.told) tell(error);
-            CommandError located(
-                fmt::format("{}:{}: {}", script.name(), script.lineNumber(), error.what()),
-                error.code);
-            located.told = true;
-            throw located;
-        }
-    }
-}
-
-void Session::include(const std::string& path) {
-    constexpr size_t kDeepest = 16;
-    Script script(running_.empty() ? path : running_.back()->beside(path));
-    for (const Script* outer : running_) {
-        if (!outer->sameFile(script)) continue;
-        if (outer == running_.back()) fail("the script includes itself");
-        fail("{} includes itself by way of {}", outer->name(), running_.back()->name());
-    }
-    if (running_.size() > kDeepest) fail("scripts include each other more than {} deep", kDeepest);
-    runScript(script);
+void Session::finish() {
+    if (block_ && !ended_) throw unendedBlock();
 }
 
 }  // namespace pcsim

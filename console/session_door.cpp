@@ -5,7 +5,7 @@
 namespace pcsim {
 
 std::string SessionDoor::promptText() {
-    return session_.console().name + "> ";
+    return session_.collects() ? "...> " : session_.console().name + "> ";
 }
 
 void SessionDoor::run(const std::string& line) {

@@ -35,6 +35,8 @@ public:
     virtual void event(const Event& event) = 0;
     // What is wrong with the line that runs. The session's owner gets it as a CommandError, too.
     virtual void problem(const Problem& problem) = 0;
+    // So many lines within the line that runs have failed, each of which was told.
+    virtual void failed(unsigned) {}
 
     // Whether programs read this: then a line's own wish for JSON changes nothing.
     virtual bool structured() const = 0;

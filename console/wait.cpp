@@ -146,6 +146,7 @@ void addWaitVerbs(Verbs& verbs) {
         "expect <what:rest>", "fail unless an event was seen or a value is so", [](Call& call) {
             std::string found;
             const Words& words = call.all("what");
+            call.session->noteDemand();
             if (!call.session->holds(words, found))
                 failUnmet("expected {}, but {}", joined(words.begin(), words.end()), found);
         });
@@ -157,6 +158,7 @@ void addWaitVerbs(Verbs& verbs) {
                      if (words.empty())
                          failUsage("'wait within' is not complete; expected what for");
                      Session& session = *call.session;
+                     session.noteDemand();
                      if (!session.console().surroundings.waitUntil(
                              [&] { return session.holds(words, found); }, withinMs))
                          failUnmet("expected {} within {} ms, but {}",

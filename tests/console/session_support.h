@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <string>
 
 #include "console/session.h"
@@ -40,6 +41,7 @@ struct Notes : Sink {
     void text(const std::string& text) override { all += text; }
     void answer(const Report& report) override { all += report.json(Report::Json::kCompact); }
     void event(const Event& event) override { all += "!" + event.text; }
+    void failed(unsigned lines) override { all += fmt::format("failed {}", lines); }
     void problem(const Problem& problem) override {
         all += fmt::format("{}:{}:{}:{}", static_cast<int>(problem.code), problem.file,
                            problem.lineNumber, problem.message);
@@ -55,9 +57,8 @@ struct SessionTest : testing::Test {
     Session session{console, notes, {}};
 
     SessionTest() {
-        console.verbs.show("show one", "one field", [](Call&) {
-            return Fields{"one", "", {{"a", "A", 1}}};
-        });
+        console.verbs.show("show one", "one field",
+                           [](Call&) { return Fields{"one", "", {{"a", "A", 1}}}; });
     }
 
     std::string run(const std::string& line) {
@@ -69,6 +70,13 @@ struct SessionTest : testing::Test {
             notes.all += fmt::format("={}", static_cast<int>(error.code));
         }
         return notes.all;
+    }
+
+    // A file of these lines; its name.
+    static std::string script(const std::string& lines, const char* name = "session_test.pcsim") {
+        const std::string path = testing::TempDir() + name;
+        std::ofstream(path) << lines;
+        return path;
     }
 };
 

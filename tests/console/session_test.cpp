@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-
 #include "console/json_sink.h"
 #include "tests/console/session_support.h"
 
@@ -37,14 +35,10 @@ TEST_F(SessionTest, ProblemsHaveACode) {
 }
 
 TEST_F(SessionTest, AProblemOfAScriptIsToldOnce) {
-    const std::string path = testing::TempDir() + "session_test.pcsim";
-    FILE* const file = std::fopen(path.c_str(), "w");
-    ASSERT_NE(file, nullptr);
-    std::fputs("# two lines\n\necho a\nfrob\necho b\n", file);
-    std::fclose(file);
-    EXPECT_EQ(run("include " + path), "<include " + path + "|<echo a|a\n><frob|2:" + path +
-                                          ":4:'frob' is not a verb; 'help' lists them all>>=2");
-    std::remove(path.c_str());
+    const std::string path = script("# two lines\n\necho a\nfrob\necho b\n");
+    EXPECT_EQ(run("include " + path),
+              "<include " + path + "|<echo a|a\n><frob|2:" + path +
+                  ":4:'frob' is not a verb; 'help' lists them all>failed 1>=2");
 }
 
 TEST_F(SessionTest, EachSessionHasEventsOfItsOwn) {
