@@ -89,6 +89,7 @@ void Prompt::lineEntered(char* text) {
 void Prompt::interrupted() {
     surroundings_.forgetInterrupt();
     const bool typed = rl_end != 0;
+    door_.drop();
     rl_free_line_state();
     rl_callback_sigcleanup();
     rl_point = rl_end;
@@ -96,6 +97,7 @@ void Prompt::interrupted() {
     rl_crlf();
     rl_replace_line("", 1);
     if (!typed) sink_.text("'quit' or Ctrl-D ends\n");
+    rl_set_prompt(door_.promptText().c_str());
     rl_on_new_line();
     rl_redisplay();
 }

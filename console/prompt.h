@@ -22,6 +22,8 @@ public:
     virtual void run(const std::string& line) = 0;
     // Whether a line has ended the session.
     virtual bool ended() const = 0;
+    // The lines of a block that is not complete are given up.
+    virtual void drop() {}
 
     struct Completion {
         std::vector<std::string> candidates;
@@ -40,6 +42,7 @@ public:
     std::string promptText() override;
     void run(const std::string& line) override;
     bool ended() const override;
+    void drop() override;
     Completion complete(const std::string& line) override;
 
 private:

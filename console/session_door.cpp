@@ -16,6 +16,10 @@ bool SessionDoor::ended() const {
     return session_.ended();
 }
 
+void SessionDoor::drop() {
+    session_.drop();
+}
+
 PromptDoor::Completion SessionDoor::complete(const std::string& line) {
     Completion completion;
     Words words;

@@ -102,6 +102,25 @@ def empty_line_gives_a_hint(terminal):
     terminal.until(PROMPT)
 
 
+def block_is_collected(terminal):
+    """Its lines run at its end; Ctrl-C gives them up."""
+    terminal.send("repeat 2\n")
+    terminal.until("...> ")
+    terminal.send("echo turn $n\n")
+    terminal.until("...> ")
+    terminal.send("end\n")
+    terminal.until("\nturn 1")
+    terminal.until("\nturn 2")
+    terminal.until(PROMPT)
+    terminal.send("repeat 2\n")
+    terminal.until("...> ")
+    terminal.send("\x03")
+    terminal.until(PROMPT)
+    terminal.send("echo no block\n")
+    terminal.until("\nno block")
+    terminal.until(PROMPT)
+
+
 def command_is_interrupted(terminal):
     for command in ("sleep 60000", 'wait event "never" within 60000'):
         terminal.send(command + "\n")
@@ -146,6 +165,7 @@ with tempfile.TemporaryDirectory() as folder:
     typed_line_is_dropped(session)
     names_are_completed(session)
     empty_line_gives_a_hint(session)
+    block_is_collected(session)
     command_is_interrupted(session)
     prompt_comes_back_after_a_stop(session)
     errors_wrap_at_words(session)
