@@ -29,6 +29,10 @@ JsonSink::~JsonSink() {
     if (form_ == Form::kArray) output_.write(first_ ? "]\n" : "\n]\n");
 }
 
+std::string JsonSink::document(Form form, const std::string& object) {
+    return form == Form::kArray ? "[\n" + object + "\n]\n" : object + "\n";
+}
+
 void JsonSink::write(const std::string& object) {
     if (form_ == Form::kArray)
         output_.write((first_ ? "\n" : ",\n") + object);

@@ -30,6 +30,8 @@ public:
     enum class Form { kArray, kLines };
 
     JsonSink(Output& output, Form form);
+    // A whole run of which there is one thing to tell: why there was none.
+    static std::string document(Form form, const std::string& object);
     // Ends the array.
     ~JsonSink() override;
 

@@ -102,7 +102,7 @@ private:
     void tell(const CommandError& error);
     CommandError located(const CommandError& error) const;
     bool passesOver(const CommandError& error);
-    [[noreturn]] void refuse(CommandError error, unsigned line);
+    void refuse(CommandError error, unsigned line);
     Call callOf(Values values, bool json);
     bool eventHolds(const Words& words, std::string& found);
     Report evaluate(const Words& words);

@@ -7,19 +7,19 @@ namespace pcsim {
 CommandError Session::located(const CommandError& error) const {
     if (running_.empty()) return error;
     const Place& place = running_.back();
-    CommandError located(
-        fmt::format("{}:{}: {}", place.script->name(), place.line, error.what()), error.code);
+    CommandError located(fmt::format("{}:{}: {}", place.script->name(), place.line, error.what()),
+                         error.code);
     located.told = error.told;
     return located;
 }
 
-// A problem of a script that is none of its lines'.
+// A problem of a script that is none of its lines', and ends it.
 void Session::refuse(CommandError error, unsigned line) {
     running_.back().line = line;
     tell(error);
     error.told = true;
     noteStep({.outer = nullptr, .line = ""}, &error);
-    throw located(error);
+    if (!passesOver(error)) throw located(error);
 }
 
 void Session::runScript(Script& script) {
@@ -36,7 +36,7 @@ void Session::runScript(Script& script) {
         try {
             line = script.nextLine(console_.surroundings);
         } catch (const CommandError& error) {
-            refuse(error, script.lineNumber());
+            return refuse(error, script.lineNumber());
         }
         if (!line) break;
         running_.back().line = script.lineNumber();

@@ -44,7 +44,8 @@ void Variables::restore(const std::string& name, const std::optional<std::string
 
 Report Variables::report() const {
     Table table{"variables", "Variables", {{"name", "Name"}, {"value", "Value"}}, {}, "", ""};
-    for (const auto& [name, value] : values_) table.rows.push_back({name, Cell(Cell(value), printable(value))});
+    for (const auto& [name, value] : values_)
+        table.rows.push_back({name, Cell(Cell(value), printable(value))});
     return table;
 }
 

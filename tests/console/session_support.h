@@ -57,8 +57,9 @@ struct SessionTest : testing::Test {
     Session session{console, notes, {}};
 
     SessionTest() {
-        console.verbs.show("show one", "one field",
-                           [](Call&) { return Fields{"one", "", {{"a", "A", 1}}}; });
+        console.verbs.show("show one", "one field", [](Call&) {
+            return Fields{"one", "", {{"a", "A", 1}}};
+        });
     }
 
     std::string run(const std::string& line) {

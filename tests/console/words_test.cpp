@@ -83,7 +83,8 @@ TEST(Words, TheFirstIsFoundWithoutSplitting) {
 
 TEST(Words, NamesOfVariables) {
     for (const char* name : {"a", "A_9", "_"}) EXPECT_TRUE(isVariableName(name)) << name;
-    for (const char* name : {"", "9a", "a-b", "\xC3\xA4"}) EXPECT_FALSE(isVariableName(name)) << name;
+    for (const char* name : {"", "9a", "a-b", "\xC3\xA4"})
+        EXPECT_FALSE(isVariableName(name)) << name;
 }
 
 }  // namespace
