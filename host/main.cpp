@@ -4,14 +4,17 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <list>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "console/json.h"
 #include "console/json_sink.h"
 #include "console/present.h"
 #include "console/prompt.h"
 #include "console/session.h"
+#include "console/test_report.h"
 #include "console/text.h"
 #include "host/options.h"
 #include "host/verbs/host_verbs.h"
@@ -24,7 +27,7 @@ using namespace pcsim;
 using namespace pcsim::host;
 
 // A command, or a script instead of one.
-struct Step {
+struct Input {
     std::string command;
     std::unique_ptr<Script> script;
 };
@@ -39,6 +42,23 @@ int print(const std::string& text) {
     if (std::fputs(text.c_str(), stdout) == EOF || std::fflush(stdout) != 0)
         return complain(OutputError(errno).what(), 1);
     return 0;
+}
+
+JsonSink::Form jsonFormOf(CommandLine::Json json) {
+    return json == CommandLine::Json::kLines ? JsonSink::Form::kLines : JsonSink::Form::kArray;
+}
+
+// Prints the text of a run without lines, in JSON as all of the document.
+int printAlone(const std::string& text, CommandLine::Json json) {
+    if (json == CommandLine::Json::kNone) return print(text);
+    return print(JsonSink::document(jsonFormOf(json), R"({"text":)" + jsonString(text) + "}"));
+}
+
+// The same for a problem, before there is a sink to tell it.
+int complainAlone(const Problem& problem, CommandLine::Json json, int status) {
+    if (json != CommandLine::Json::kNone)
+        print(JsonSink::document(jsonFormOf(json), R"({"error":)" + jsonOf(problem) + "}"));
+    return complain(problem.message, status);
 }
 
 // The library beside this program, as in a build directory, or in the library folder of the tree
@@ -70,18 +90,42 @@ Options optionsOf(const CommandLine& line) {
 }
 
 // Scripts are opened before anything is booted: a name that is wrong is told at once.
-std::vector<Step> openSteps(const CommandLine& line) {
-    std::vector<Step> steps;
+std::vector<Input> openInputs(const CommandLine& line) {
+    std::vector<Input> inputs;
     for (const auto& [isScript, text] : line.steps) {
         if (!isScript)
-            steps.push_back({text, nullptr});
+            inputs.push_back({text, nullptr});
         else if (text == "-")
-            steps.push_back({"", std::make_unique<Script>()});
+            inputs.push_back({"", std::make_unique<Script>()});
         else
-            steps.push_back({"", std::make_unique<Script>(text)});
+            inputs.push_back({"", std::make_unique<Script>(text)});
     }
-    return steps;
+    return inputs;
 }
+
+// The test reports that the command line asks for, opened before anything is booted as well.
+struct Reports {
+    std::list<TestReport> all;
+
+    explicit Reports(const CommandLine& line) {
+        for (const auto& [form, path] : line.reports)
+            all.emplace_back(form == "tap" ? TestReport::Form::kTap : TestReport::Form::kJunit,
+                             path);
+    }
+    void add(const Step& step) {
+        for (TestReport& report : all) report.add(step);
+    }
+    void addProblem(const std::string& message) {
+        for (TestReport& report : all) report.addProblem(message);
+    }
+    void finish() {
+        while (!all.empty()) {
+            TestReport report = std::move(all.front());
+            all.pop_front();
+            report.finish();
+        }
+    }
+};
 
 // The sink that the command line asks for; 'text' is it unless it wants JSON.
 struct Sinks {
@@ -91,39 +135,47 @@ struct Sinks {
 
     Sinks(const Surroundings& surroundings, CommandLine::Json form) : output(surroundings) {
         if (form == CommandLine::Json::kNone) return;
-        const bool lines = form == CommandLine::Json::kLines;
-        json = std::make_unique<JsonSink>(output,
-                                          lines ? JsonSink::Form::kLines : JsonSink::Form::kArray);
+        json = std::make_unique<JsonSink>(output, jsonFormOf(form));
     }
     Sink& chosen() { return json != nullptr ? static_cast<Sink&>(*json) : text; }
 };
 
-void runSteps(Session& session, const std::vector<Step>& steps, TextSink& text) {
-    for (const Step& step : steps) {
-        if (step.script != nullptr) {
-            session.runScript(*step.script);
+void runInputs(Session& session, const std::vector<Input>& inputs, TextSink& text) {
+    for (const Input& input : inputs) {
+        if (input.script != nullptr) {
+            session.runScript(*input.script);
         } else {
             text.separate();
-            session.run(step.command);
+            session.runStep(input.command);
         }
         if (session.ended()) return;
     }
+    session.finish();
 }
 
-void runDoors(const CommandLine& line, const std::vector<Step>& steps, Machine& machine,
-              Console& console, Sinks& sinks) {
+// The exit status that the lines want, or what became of them.
+int statusOf(const Session& session) {
+    return session.exitStatus().value_or(session.passedOver() != 0 ? 1 : 0);
+}
+
+int runDoors(const CommandLine& line, const std::vector<Input>& inputs, Machine& machine,
+             Console& console, Sinks& sinks, Reports& reports) {
     Session::Look look;
     look.echo = line.echo;
+    look.keepGoing = line.keepGoing;
     look.liveEvents = !line.hasCommands() && line.json == CommandLine::Json::kNone && !line.quiet;
     Session session(console, sinks.chosen(), look);
+    for (const auto& [name, value] : line.variables) session.variables().set(name, value);
+    session.onStep = [&](const Step& step) { reports.add(step); };
+    session.onPassedOver = [](const CommandError& error) { complain(error.what(), 1); };
     if (!line.plan.empty()) {
         Verbs verbs;
         addProbeVerbs(verbs, probePartsOf(machine));
         probe::runPlan(verbs, line.plan, session.later());
     }
     machine.boot();
-    if (!steps.empty()) {
-        runSteps(session, steps, sinks.text);
+    if (!inputs.empty()) {
+        runInputs(session, inputs, sinks.text);
     } else if (isatty(STDIN_FILENO) != 0 && line.json == CommandLine::Json::kNone) {
         SessionDoor door(session);
         Prompt(console.surroundings, sinks.output, sinks.text, door).run();
@@ -132,10 +184,11 @@ void runDoors(const CommandLine& line, const std::vector<Step>& steps, Machine& 
         session.runScript(input);
     }
     sinks.output.check();
+    return statusOf(session);
 }
 
-void runMachine(const CommandLine& line) {
-    const std::vector<Step> steps = openSteps(line);
+int runMachine(const CommandLine& line, Reports& reports) {
+    const std::vector<Input> inputs = openInputs(line);
     if (line.labPorts != 0) {
         if (const auto problem = pcsim::lab::enterNamespace()) fail("{}", *problem);
     }
@@ -151,9 +204,36 @@ void runMachine(const CommandLine& line) {
         ~Quiet() { platform.trace.stop(); }
     } const quiet{context.platform};
     try {
-        runDoors(line, steps, machine, console, sinks);
+        const int status = runDoors(line, inputs, machine, console, sinks, reports);
+        reports.finish();
+        return status;
     } catch (CommandError& error) {
-        if (!error.told) sinks.chosen().problem({error.code, error.what(), "", 0});
+        if (error.told) throw;
+        sinks.chosen().problem({error.code, error.what(), "", 0});
+        reports.addProblem(error.what());
+        error.told = true;
+        throw;
+    }
+}
+
+// Reports are finished however the machine ends.
+int runReported(const CommandLine& line) {
+    Reports reports(line);
+    const auto finish = [&] {
+        try {
+            reports.finish();
+        } catch (const CommandError& error) {
+            complain(error.what(), 1);
+        }
+    };
+    try {
+        return runMachine(line, reports);
+    } catch (const CommandError& error) {
+        if (!error.told) reports.addProblem(error.what());
+        finish();
+        throw;
+    } catch (...) {
+        finish();
         throw;
     }
 }
@@ -161,11 +241,21 @@ void runMachine(const CommandLine& line) {
 int run(int argc, char** argv) {
     // A descriptor that is opened later must not be taken for standard input.
     if (fcntl(STDIN_FILENO, F_GETFD) < 0) open("/dev/null", O_RDONLY);
-    const CommandLine line = readCommandLine(argc, argv);
-    if (line.help) return print(commandLineHelp());
-    if (line.version) return print(PCSIM_VERSION "\n");
-    runMachine(line);
-    return 0;
+    CommandLine line;
+    try {
+        line = readCommandLine(argc, argv);
+    } catch (const OptionProblem& problem) {
+        return complainAlone({ErrorCode::kUsage, problem.what(), "", 0}, jsonAskedFor(argc, argv),
+                             kBadOptions);
+    }
+    if (line.help) return printAlone(commandLineHelp(), line.json);
+    if (line.version) return printAlone(PCSIM_VERSION "\n", line.json);
+    try {
+        return runReported(line);
+    } catch (const CommandError& error) {
+        if (error.told) return complain(error.what(), 1);
+        return complainAlone({error.code, error.what(), "", 0}, line.json, 1);
+    }
 }
 
 }  // namespace
@@ -173,8 +263,6 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
     try {
         return run(argc, argv);
-    } catch (const pcsim::OptionProblem& problem) {
-        return complain(problem.what(), pcsim::kBadOptions);
     } catch (const OutputError& error) {
         return error.readerGone() ? 1 : complain(error.what(), 1);
     } catch (const std::exception& error) {

@@ -1,6 +1,9 @@
 // What the command line of pcsim may say, and how it is read.
 #include "host/options.h"
 
+#include <algorithm>
+
+#include "console/variables.h"
 #include "lab/options.h"
 
 namespace pcsim::host {
@@ -63,6 +66,24 @@ const Option kOptions[] = {
      .need = "no value, or 'lines'",
      .takes = Takes::Form,
      .choices = {"lines"}},
+    {.name = "define",
+     .letter = 'D',
+     .value = "NAME=VALUE",
+     .help = "Set a variable, which lines have as $NAME; may be repeated",
+     .need = "NAME=VALUE, for example -D port=1:1",
+     .takes = Takes::Text,
+     .repeats = true},
+    {.name = "keep-going",
+     .letter = 'k',
+     .help = "Go on after lines that fail, and end with status 1 if one has"},
+    {.name = "report",
+     .value = "tap|junit FILE",
+     .help = "Write a test report: a case for each expect and wait, and each line that fails; may "
+             "be repeated",
+     .need = "'tap' or 'junit', and the name of a file",
+     .takes = Takes::Pair,
+     .repeats = true,
+     .choices = {"tap", "junit"}},
     {.name = "quiet", .help = "Don't print events as they happen"},
     {.name = "echo", .help = "Print a script's commands before they run"},
     {.name = "stopped", .help = "Boot with the clock stopped"},
@@ -75,6 +96,33 @@ const Program kProgram{
     .onWord = "commands go behind -x, for example: pcsim --lab 4 -x 'show ports'",
     .options = kOptions,
 };
+
+}  // namespace
+
+namespace {
+
+CommandLine::Json jsonForm(const std::string& form) {
+    return form == "lines" ? CommandLine::Json::kLines : CommandLine::Json::kArray;
+}
+
+std::pair<std::string, std::string> variableOf(const std::string& definition) {
+    const size_t equals = definition.find('=');
+    std::string name = definition.substr(0, equals);
+    if (equals == std::string::npos)
+        throw OptionProblem("--define needs NAME=VALUE, for example -D port=1:1");
+    if (const auto problem = variableProblem(name)) throw OptionProblem("--define: " + *problem);
+    return {std::move(name), definition.substr(equals + 1)};
+}
+
+void addReport(CommandLine& line, const GivenOption& option) {
+    if (option.second == "-")
+        throw OptionProblem("--report needs a file; standard output is the run's own");
+    for (const auto& [form, path] : line.reports)
+        if (path == option.second)
+            throw OptionProblem("--report needs a file of its own for each report; " + path +
+                                " is named twice");
+    line.reports.emplace_back(option.value, option.second);
+}
 
 }  // namespace
 
@@ -91,20 +139,31 @@ CommandLine readCommandLine(int argc, char* const* argv) {
     line.version = given.has("version");
     line.chassis = given.text("shape") == "chassis";
     line.remoteIo = given.has("remote-io");
-    line.json = !given.has("json")              ? CommandLine::Json::kNone
-                : given.text("json") == "lines" ? CommandLine::Json::kLines
-                                                : CommandLine::Json::kArray;
+    if (given.has("json")) line.json = jsonForm(given.text("json"));
     line.quiet = given.has("quiet");
     line.echo = given.has("echo");
     line.stopped = given.has("stopped");
+    line.keepGoing = given.has("keep-going");
     line.labPorts = given.number("lab", 0);
     line.maxVr = given.number("virtual-routers", kStandardVr);
     line.library = given.text("library");
     line.plan = given.text("plan");
-    for (const GivenOption& option : given.inOrder)
+    for (const GivenOption& option : given.inOrder) {
         if (option.name == "execute" || option.name == "file")
             line.steps.push_back({option.name == "file", option.value});
+        if (option.name == "define") line.variables.push_back(variableOf(option.value));
+        if (option.name == "report") addReport(line, option);
+    }
     return line;
+}
+
+CommandLine::Json jsonAskedFor(int argc, char* const* argv) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        if (word == "--json" || word.starts_with("--json="))
+            return jsonForm(word.substr(std::min<size_t>(word.size(), 7)));
+    }
+    return CommandLine::Json::kNone;
 }
 
 std::string commandLineHelp() {

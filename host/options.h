@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace pcsim::host {
@@ -24,17 +25,22 @@ struct CommandLine {
     bool quiet = false;
     bool echo = false;
     bool stopped = false;
-    unsigned labPorts = 0;  // 0: the PC's own interfaces
+    bool keepGoing = false;  // pass over lines that fail
+    unsigned labPorts = 0;   // 0: the PC's own interfaces
     uint32_t maxVr = 0;
     std::string library;  // empty: the one that belongs to this program
     std::string plan;     // faults from before the first call; empty: none
     std::vector<Step> steps;
+    std::vector<std::pair<std::string, std::string>> variables;  // set before the first line
+    std::vector<std::pair<std::string, std::string>> reports;    // forms, and their files
 
     bool hasCommands() const;
 };
 
 // Throws an OptionProblem (lab/options.h).
 CommandLine readCommandLine(int argc, char* const* argv);
+// What a command line that can't be read asks problems to be written as.
+CommandLine::Json jsonAskedFor(int argc, char* const* argv);
 
 std::string commandLineHelp();
 

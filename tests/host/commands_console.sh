@@ -82,7 +82,7 @@ answers '^  show fdb' 'help about fdb'
 answers '^  show ports' 'help show ports'
 refuses "no verb begins with 'frob'; 'help' lists them all, 'help about WORD' looks inside" 'help frob'
 refuses "no verb has 'frob' in it; 'help' lists them all" 'help about frob'
-refuses "'quit' takes nothing more; got 'now'" 'quit now'
+refuses "status 'now' is not a number from 0 to 255" 'quit now'
 run 'exit' 'echo too far'
 [ "$(cat "$scratch/out")" = "" ] || problem "'exit' did not end the session"
 
