@@ -61,8 +61,10 @@ void Session::runBlock() {
     for (uint64_t turn = 1; turn <= block.turns && !ended_; ++turn) {
         variables_.set(block.variable, std::to_string(turn));
         console_.surroundings.checkInterrupt();
+        giveWay();
         for (const Block::Line& line : block.lines) {
             if (ended_) break;
+            giveWay();
             if (!running_.empty()) running_.back().line = line.number;
             runStep(line.text);
         }

@@ -97,6 +97,7 @@ private:
     void runWords(Words words, bool json);
     void runScriptLine(const std::string& line);
     bool keep(const std::string& line);
+    void giveWay();
     void noteEnd(const Account& account, const CommandError* error, bool own);
     void noteStep(const Account& account, const CommandError* error);
     void tell(const CommandError& error);
@@ -117,6 +118,7 @@ private:
     std::optional<Block> block_;     // whose lines are being collected
     std::optional<Block> complete_;  // whose 'end' is the line that runs
     size_t blocksRunning_ = 0;
+    std::chrono::steady_clock::time_point gaveWay_{};
     Account* account_ = nullptr;  // of the line that runs
     uint64_t eventCursor_ = 0;    // where 'wait event' and 'expect event' go on looking
     std::vector<Place> running_;  // the scripts that include each other

@@ -48,9 +48,19 @@ void Session::runScript(Script& script) {
     refuse(unendedBlock(), begin);
 }
 
+// Many lines in a row must not keep other sessions from theirs.
+void Session::giveWay() {
+    constexpr std::chrono::milliseconds kLongest(5);
+    const auto now = std::chrono::steady_clock::now();
+    if (now - gaveWay_ < kLongest) return;
+    console_.surroundings.giveWay();
+    gaveWay_ = std::chrono::steady_clock::now();
+}
+
 void Session::runScriptLine(const std::string& line) {
     const std::string_view verb = firstWord(line);
     if (verb.empty()) return;
+    giveWay();
     if (look_.echo && verb != "echo" && !sink_.structured())
         sink_.text((collects() ? "...> " : "pcsim> ") + printable(line) + "\n");
     try {

@@ -98,7 +98,8 @@ void TestReport::add(const Case& one) {
     const char* const element = one.result == Result::kFailed ? "failure" : "error";
     junit_ += fmt::format(R"(    <testcase classname="{}" name="{}")",
                           xml(one.file.empty() ? "pcsim" : one.file), xml(one.name));
-    if (!one.file.empty()) junit_ += fmt::format(R"( file="{}" line="{}")", xml(one.file), one.line);
+    if (!one.file.empty())
+        junit_ += fmt::format(R"( file="{}" line="{}")", xml(one.file), one.line);
     junit_ += fmt::format(R"( time="{:.6f}")", one.seconds);
     if (one.result == Result::kPassed)
         junit_ += "/>\n";
@@ -109,12 +110,11 @@ void TestReport::add(const Case& one) {
 
 void TestReport::writeTap(const Case& one) {
     const bool passed = one.result == Result::kPassed;
-    std::string text =
-        fmt::format("{} {} - {}\n  ---\n", passed ? "ok" : "not ok",
-               count_[0] + count_[1] + count_[2], tapText(one.name));
+    std::string text = fmt::format("{} {} - {}\n  ---\n", passed ? "ok" : "not ok",
+                                   count_[0] + count_[1] + count_[2], tapText(one.name));
     if (!passed)
         text += fmt::format("  message: {}\n  severity: {}\n", jsonString(printable(one.message)),
-                   one.result == Result::kFailed ? "fail" : "error");
+                            one.result == Result::kFailed ? "fail" : "error");
     if (!one.file.empty())
         text += fmt::format("  file: {}\n  line: {}\n", jsonString(printable(one.file)), one.line);
     put(text + fmt::format("  duration_ms: {:.3f}\n  ...\n", one.seconds * 1000));
@@ -127,9 +127,9 @@ void TestReport::writeJunit() {
         fmt::format(R"(name="pcsim" tests="{}" failures="{}" errors="{}" time="{:.6f}")",
                     count_[0] + failed + errors, failed, errors, seconds_);
     put(fmt::format(
-               "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites {0}>\n  <testsuite {0}>\n"
-               "{1}  </testsuite>\n</testsuites>\n",
-               sums, junit_));
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites {0}>\n  <testsuite {0}>\n"
+        "{1}  </testsuite>\n</testsuites>\n",
+        sums, junit_));
 }
 
 void TestReport::finish() {

@@ -47,7 +47,7 @@ private:
     Form form_;
     std::string path_;
     std::unique_ptr<FILE, int (*)(FILE*)> file_;
-    int error_ = 0;  // of the first write that has failed
+    int error_ = 0;           // of the first write that has failed
     uint64_t count_[3] = {};  // by result
     double seconds_ = 0;
     std::string junit_;  // the cases, until their numbers are known

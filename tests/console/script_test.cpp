@@ -79,6 +79,14 @@ TEST_F(ScriptTest, BlocksStandInBlocks) {
     EXPECT_NE(runAll(lines).find("'repeat' stands in others more than 16 deep"), std::string::npos);
 }
 
+TEST_F(ScriptTest, LongBlocksGiveWay) {
+    for (const char* line : {"repeat 1000000", "end"}) session.run(line);
+    const unsigned alone = time.waysGiven;
+    EXPECT_GE(alone, 2u);
+    for (const char* line : {"repeat 20000", "echo", "end"}) session.run(line);
+    EXPECT_GE(time.waysGiven, alone + 2);
+}
+
 TEST_F(ScriptTest, WhatIsWrongWithBlocks) {
     EXPECT_EQ(run("end"), "<end|2::0:there is no 'repeat' that this 'end' is of>=2");
     EXPECT_EQ(run("repeat 1000001"),

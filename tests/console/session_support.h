@@ -16,7 +16,8 @@ struct StillTime : Surroundings {
 
     bool waitUntil(const std::function<bool()>& done, uint64_t) override { return done(); }
     bool waitReadable(int) override { return true; }
-    void giveWay() override {}
+    unsigned waysGiven = 0;
+    void giveWay() override { ++waysGiven; }
     WorkId spawn(std::function<void()> work) override {
         work();
         return 1;
