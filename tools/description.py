@@ -7,7 +7,8 @@ def semantics_text(tags):
     order = ("meaning", "countedBy", "countIndex", "countShift", "elements", "atMost",
              "chainedBy", "chainShift", "selectIndex", "cases", "upToBytes", "tail",
              "byAddress", "resultBytes", "in", "out",
-             "ignored", "taken", "given", "fresh", "kept", "varies", "recordSize", "carried")
+             "ignored", "taken", "given", "fresh", "kept", "varies", "recordSize", "carried",
+             "orNull")
     return "{" + ", ".join(f".{name} = {texts.get(name, tags[name])}"
                            for name in order if name in tags) + "}"
 

@@ -51,6 +51,7 @@
  *   out                written by the callee; what was there before is not read
  *   in                 read also where its record is an output
  *   ignored            neither read nor written
+ *   null               a null pointer is taken, too; what the operation does then is in its contract
  *   by address         a pointer that is handed on without a look at what is behind it; of a
  *                      record, all pointers to one
  *   taken, given       from malloc: passes to the callee with the call, to the caller with it

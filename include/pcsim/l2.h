@@ -102,16 +102,18 @@ typedef int32_t HalFdbAllocEntryFn(PCSIM_IS(out) uint32_t* handle, PCSIM_IS(out)
 
 /* Frees 'slot' by zeroing its 28 bytes. 0; -1 when it is null. Not checked to lie in the table.
  * Live. */
-typedef int32_t HalFdbDeleteEntryFn(HalFdbEntry* slot);
+typedef int32_t HalFdbDeleteEntryFn(PCSIM_IS(null) HalFdbEntry* slot);
 
 /* Fills 'slot' from 'record' and marks it in use under 'handle' (non-zero). 'ignored' may be null.
  * 0; -1 when 'slot' or 'record' is null or 'handle' is 0, and then nothing is written. Live. */
 typedef int32_t HalFdbAddEntryFn(PCSIM_IS(ignored) void* ignored, uint32_t handle,
-                                 HalFdbEntry* slot, const HalFdbRecord* record);
+                                 PCSIM_IS(null) HalFdbEntry* slot,
+                                 PCSIM_IS(null) const HalFdbRecord* record);
 
 /* Copies VLAN instance, values A and B and address of '*slot' to 'record'; the port is not copied
  * and the rest of the record stays. 0; -1 when a pointer is null. Live. */
-typedef int32_t HalFdbReadEntryFn(HalFdbEntry* const* slot, PCSIM_IS(out) HalFdbRecord* record);
+typedef int32_t HalFdbReadEntryFn(PCSIM_IS(null) HalFdbEntry* const* slot,
+                                  PCSIM_IS(out, null) HalFdbRecord* record);
 
 /* Acknowledges a flush: removes nothing, and has 'callback' run as a task (delay 100, in the unit
  * of halScheduleTask, which is the host's) with the two arguments and two zeros. The first callback
@@ -120,11 +122,11 @@ typedef int32_t HalFdbReadEntryFn(HalFdbEntry* const* slot, PCSIM_IS(out) HalFdb
  * parameters are not used. Simulated. */
 typedef int32_t HalFdbFlushFn(PCSIM_IS(ignored) uint32_t unused1,
                               PCSIM_IS(ignored) uint32_t unused2,
-                              PCSIM_IS(kept) HalCompletionFn* callback, uint32_t argument1,
+                              PCSIM_IS(kept, null) HalCompletionFn* callback, uint32_t argument1,
                               uint32_t argument2);
 
 /* Prints every entry in use, in table order, and their number. 0. Live. */
-typedef int32_t HalFdbDumpFn(const pcSimDumpSink* sink);
+typedef int32_t HalFdbDumpFn(PCSIM_IS(null) const pcSimDumpSink* sink);
 
 /* Filters in hardware. Accepted and ignored. */
 typedef HalStubFn HalFdbFilterAddFn;

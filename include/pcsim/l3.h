@@ -149,7 +149,7 @@ typedef void HalIpAdjRemoveFn(PCSIM_IS(up to vlan) const pcSimIpAdjRec* record);
 
 /* Lists the adjacencies in the byte order of their keys (so VR 256 comes before VR 1) to 'sink', to
  * standard output when it is null. 0. Live. */
-typedef uint32_t HalIpAdjDumpFn(const pcSimDumpSink* sink);
+typedef uint32_t HalIpAdjDumpFn(PCSIM_IS(null) const pcSimDumpSink* sink);
 
 /* --- IPv4 route operations -------------------------------------------------------------------- */
 
@@ -177,7 +177,7 @@ typedef uint32_t HalIPv4FibFlushFn(PCSIM_IS(tail 1) const pcSimIPv4FibReq* filte
 
 /* Lists the routes, by VR, longest mask first, then by address, to 'sink', to standard output when
  * it is null. 0. Live. */
-typedef uint32_t HalIPv4FibDumpFn(const pcSimDumpSink* sink);
+typedef uint32_t HalIPv4FibDumpFn(PCSIM_IS(null) const pcSimDumpSink* sink);
 
 /* --- IPv6 route operations -------------------------------------------------------------------- */
 /* As those of IPv4, without adjacencies; 'count' is never negative. Live. */
@@ -191,7 +191,7 @@ typedef uint32_t HalIPv6FibFlushFn(PCSIM_IS(tail 1) const pcSimIPv6FibReq* filte
 
 /* Lists the routes, by VR, longest prefix first, then by address, to 'sink', to standard output
  * when it is null. 0. Live. */
-typedef uint32_t HalIPv6FibDumpFn(const pcSimDumpSink* sink);
+typedef uint32_t HalIPv6FibDumpFn(PCSIM_IS(null) const pcSimDumpSink* sink);
 
 /* --- What serves the operations --------------------------------------------------------------- */
 /* The steps that the operations above are made of, for a host that keeps routes of its own beside
@@ -231,7 +231,8 @@ typedef HalTreeCompareFn HalIPv6FibEntryCmpFuncFn;
 
 /* Prints one row per next hop of 'route' to 'sink', to standard output when it is null. A next hop
  * without adjacency traps. Live. */
-typedef void HalDumpSimEntryFn(const pcSimDumpSink* sink, const pcSimIPv4FibRoute* route);
+typedef void HalDumpSimEntryFn(PCSIM_IS(null) const pcSimDumpSink* sink,
+                               const pcSimIPv4FibRoute* route);
 
 /* The route of that key, or null. An IPv6 prefix is four words as they lie in memory. Live. */
 typedef pcSimIPv4FibRoute* HalIPv4FibFindFn(HalVirtualRouter vrId, HalIpv4Address prefix,

@@ -78,7 +78,7 @@ typedef int32_t HalIpv4McHwCacheGetStatsFn(HalMcastStats* stats);
 
 /* Lists the caches of virtual router 2 to 'sink', or to standard output when it is null. 0.
  * Live. */
-typedef int32_t HalDumpHalMcDbFn(const pcSimDumpSink* sink);
+typedef int32_t HalDumpHalMcDbFn(PCSIM_IS(null) const pcSimDumpSink* sink);
 
 /* --- What serves the operations --------------------------------------------------------------- */
 /* Operations and state that are in no table: what a host does when an interface goes away, what the
@@ -126,7 +126,8 @@ typedef int32_t HalIpv4McHwVpifDelFn(HalVlanInstance vlanInstance,
                                      PCSIM_IS(port key) uint32_t portKey);
 
 /* Lists one cache to 'sink', to standard output when it is null. Always 0. Live. */
-typedef int32_t HalDumpCacheNodeFn(const pcSimDumpSink* sink, HalMcastCacheNode* cache);
+typedef int32_t HalDumpCacheNodeFn(PCSIM_IS(null) const pcSimDumpSink* sink,
+                                   HalMcastCacheNode* cache);
 
 /* Dotted text of an address in network byte order, in one of five buffers of the library: five
  * results stay valid at once. Constant. */

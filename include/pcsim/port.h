@@ -148,7 +148,7 @@ typedef int32_t HalCardPortSetForwardingStateFn(HalPortInstance portInstance, ui
                                                 PCSIM_IS(ignored) uint32_t ignored1,
                                                 PCSIM_IS(ignored) uint32_t ignored2,
                                                 PCSIM_IS(ignored) uint32_t ignored3,
-                                                PCSIM_IS(kept) HalCompletionFn* callback,
+                                                PCSIM_IS(kept, null) HalCompletionFn* callback,
                                                 uint32_t argument1, uint32_t argument2);
 
 /* Stores 3 (forwarding) in '*state', whatever has been set. Constant. */

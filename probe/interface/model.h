@@ -89,6 +89,7 @@ struct Semantics {
     bool varies = false;              // may rightly differ from run to run: times, random choices
     bool recordSize = false;          // this field is the size of its whole record, in bytes
     bool carried = false;             // reserved bytes that are copied along
+    bool orNull = false;              // the callee takes a null pointer, too
 };
 
 // Who makes and frees the things of a type, and knows each by its address.

@@ -174,6 +174,14 @@ TEST(Description, KnowsWhoOwnsWhat) {
     EXPECT_TRUE(operationNamed("pcSimCardGetCapability")->function->resultSemantics.given);
 }
 
+TEST(Description, KnowsWhereNullIsTaken) {
+    EXPECT_TRUE(parameter("pcSimPCFamFdbDeleteEntry", 0).semantics.orNull);
+    EXPECT_TRUE(parameter("pcSimPCFamFdbFlush", 2).semantics.orNull);
+    EXPECT_TRUE(parameter("pcSimIpAdjDump", 0).semantics.orNull);
+    EXPECT_FALSE(parameter("pcSimIpAdjAdd", 0).semantics.orNull);
+    EXPECT_FALSE(parameter("pcSimPCFamFdbMacLookup", 1).semantics.orNull);
+}
+
 TEST(Description, KnowsTheSidesOfTheBoundary) {
     EXPECT_EQ(operationNamed("platformSystemInit")->side, Side::kPlatform);
     EXPECT_EQ(operationNamed("halStartTimer")->side, Side::kHost);
