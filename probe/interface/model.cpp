@@ -55,6 +55,10 @@ const Field* Record::field(std::string_view wanted) const {
     return found != fields.end() ? &*found : nullptr;
 }
 
+Meaning meaningOf(const Semantics& semantics, const Type& type) {
+    return semantics.meaning != Meaning::kNone ? semantics.meaning : type.meaning;
+}
+
 const Field* wordAt(const Record& record, uint32_t offset) {
     for (const Field& field : record.fields) {
         if (offset < field.offset || offset >= field.offset + field.type->size) continue;

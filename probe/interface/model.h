@@ -180,6 +180,9 @@ const Function* functionNamed(std::string_view name);
 // library calls at every step: looked at only where somebody asks for it.
 bool isOfTree(std::string_view name);
 
+// What a parameter, field or result of 'type' stands for: what is said of it, else of its type.
+Meaning meaningOf(const Semantics& semantics, const Type& type);
+
 // A word of an operation table: the field of 'record' that holds a function, by its byte offset,
 // also when it lies in a record inside. Null where there is none.
 const Field* wordAt(const Record& record, uint32_t offset);

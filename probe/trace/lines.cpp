@@ -15,10 +15,6 @@ CallWords wordsOf(const Call& call) {
     return {*call.site.function, call.arguments, call.argumentWords, call.result};
 }
 
-Meaning meaningOf(const Semantics& semantics, const Type& type) {
-    return semantics.meaning != Meaning::kNone ? semantics.meaning : type.meaning;
-}
-
 // Looks for a place among numbers, those of one record or call after the other.
 class Search {
 public:

@@ -39,10 +39,6 @@ Value integer(const void* content, const Type& type, Meaning meaning) {
             .isZero = number == 0};
 }
 
-Meaning meaningOf(const Semantics& semantics, const Type& type) {
-    return semantics.meaning != Meaning::kNone ? semantics.meaning : type.meaning;
-}
-
 bool isFunctionPointer(const Type& type) {
     return type.kind == Kind::kPointer && type.target->kind == Kind::kFunction;
 }
@@ -56,15 +52,17 @@ bool hasOutputs(const Record& record) {
 }
 
 // What may rightly differ from run to run isn't told: the same run makes the same text.
-bool isTold(const Field& field) {
-    if (field.semantics.ignored || field.semantics.varies) return false;
+bool isTold(const Field& field, Told told) {
+    if (field.semantics.ignored) return false;
+    if (field.semantics.varies && told != Told::kAll) return false;
     return field.semantics.carried || !field.name.starts_with("reserved");
 }
 
 class Decoder {
 public:
-    Decoder(const CallWords& call, Phase phase, const Memory& memory, Handles& handles)
-        : call_(call), phase_(phase), memory_(memory), handles_(handles) {
+    Decoder(const CallWords& call, Phase phase, const Memory& memory, Handles& handles,
+            Told told = Told::kLasting)
+        : call_(call), phase_(phase), memory_(memory), handles_(handles), told_(told) {
         visitBlocks(call, phase, memory, [this](const Block& block) { keep(block); });
     }
 
@@ -101,6 +99,7 @@ private:
     const Phase phase_;
     const Memory& memory_;
     Handles& handles_;
+    const Told told_;
     std::vector<Found> found_;
 };
 
@@ -158,7 +157,7 @@ std::vector<Member> Decoder::results() {
     } else if (type.kind != Kind::kVoid) {
         // Codes are told with their sign whatever the type is.
         Value value = integer(&call_.result, type, call_.function.resultSemantics.meaning);
-        if (call_.function.resultSemantics.varies)
+        if (call_.function.resultSemantics.varies && told_ != Told::kAll)
             value = {.form = Value::Form::kWord, .text = "varies"};
         const auto code = static_cast<int32_t>(call_.result);
         if (type.size == 4 && value.form == Value::Form::kNumber && code < 0 && code > -1000) {
@@ -170,7 +169,7 @@ std::vector<Member> Decoder::results() {
     for (size_t i = 0; i < found_.size(); ++i) {
         const Block& block = found_[i].block;
         if (!block.written || block.parent != nullptr || block.place == kResultPlace) continue;
-        if (block.semantics->varies) continue;
+        if (block.semantics->varies && told_ != Told::kAll) continue;
         members.push_back({std::string(call_.function.parameters[block.place].name),
                            content(static_cast<int>(i))});
     }
@@ -247,7 +246,7 @@ Value Decoder::record(int found, const char* at, const Type& type, Fields fields
     const auto count = static_cast<uint16_t>(record.fields.size());
     for (uint16_t place = 0; place < count; ++place) {
         const Field& one = record.fields[place];
-        if (!isTold(one) || start + one.offset + one.type->size > block.bytes) continue;
+        if (!isTold(one, told_) || start + one.offset + one.type->size > block.bytes) continue;
         if (fields == Fields::kInputs && one.semantics.out) continue;
         if (functions > kFunctionsNamed && isFunctionPointer(*one.type)) {
             functionsGiven += allZero(at + one.offset, 4) ? 0 : 1;
@@ -341,8 +340,9 @@ std::vector<Member> argumentsOf(const CallWords& call, const Memory& memory, Han
     return Decoder(call, Phase::kBefore, memory, handles).arguments();
 }
 
-std::vector<Member> resultsOf(const CallWords& call, const Memory& memory, Handles& handles) {
-    return Decoder(call, Phase::kAfter, memory, handles).results();
+std::vector<Member> resultsOf(const CallWords& call, const Memory& memory, Handles& handles,
+                              Told told) {
+    return Decoder(call, Phase::kAfter, memory, handles, told).results();
 }
 
 }  // namespace pcsim::probe

@@ -44,7 +44,12 @@ struct Member {
 // What goes in with the call, and what comes out of it: the result as "result", then the outputs.
 // Without reserved bytes and what is ignored.
 std::vector<Member> argumentsOf(const CallWords& call, const Memory& memory, Handles& handles);
-std::vector<Member> resultsOf(const CallWords& call, const Memory& memory, Handles& handles);
+enum class Told : uint8_t {
+    kLasting,  // what is the same whenever the same is done
+    kAll,      // what may rightly differ from run to run, too
+};
+std::vector<Member> resultsOf(const CallWords& call, const Memory& memory, Handles& handles,
+                              Told told = Told::kLasting);
 
 }  // namespace pcsim::probe
 
