@@ -19,6 +19,7 @@ namespace pcsim::probe {
 namespace {
 
 constexpr size_t kLongestText = 200;
+constexpr size_t kNamesTold = 30;
 constexpr uint32_t kLongestBytes = 32;
 constexpr std::string_view kTrunk = "trunk:";
 constexpr std::string_view kManagement = "mgmt:";
@@ -143,6 +144,13 @@ std::string integerText(int64_t value, Meaning meaning, uint32_t bytes) {
         default:
             return std::to_string(value);
     }
+}
+
+std::string listed(const std::vector<std::string>& names) {
+    std::string text;
+    for (size_t i = 0; i < std::min(names.size(), kNamesTold); ++i)
+        text += (i == 0 ? "" : ", ") + names[i];
+    return names.size() > kNamesTold ? text + ", ..." : text;
 }
 
 bool isPlainNumber(Meaning meaning) {

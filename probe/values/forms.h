@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "probe/interface/model.h"
 
@@ -26,6 +27,9 @@ std::string quoted(std::string_view text);
 std::string bytesText(const void* bytes, uint32_t count);
 // An integer that stands for 'meaning', of 'bytes' bytes.
 std::string integerText(int64_t value, Meaning meaning, uint32_t bytes);
+
+// Names in a row, for a message; not all when they are many.
+std::string listed(const std::vector<std::string>& names);
 
 // Whether values of this kind are written as plain numbers.
 bool isPlainNumber(Meaning meaning);

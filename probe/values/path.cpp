@@ -16,8 +16,6 @@ namespace pcsim::probe {
 
 namespace {
 
-constexpr size_t kNamesTold = 30;
-
 // Names for what values stand for.
 struct Alias {
     std::string_view name;
@@ -98,13 +96,6 @@ std::vector<std::string> namesOf(const std::vector<Leaf>& leaves) {
         if (std::ranges::find(names, name) == names.end()) names.push_back(name);
     }
     return names;
-}
-
-std::string listed(const std::vector<std::string>& names) {
-    std::string text;
-    for (size_t i = 0; i < std::min(names.size(), kNamesTold); ++i)
-        text += (i == 0 ? "" : ", ") + names[i];
-    return names.size() > kNamesTold ? text + ", ..." : text;
 }
 
 [[noreturn]] void failUnknown(std::string_view operation, std::string_view name, const char* what,
@@ -346,6 +337,12 @@ bool Mentions::slot(const CallWords& call, const Memory& memory, uint32_t slot) 
             if (isPort(leaf)) return (wordAt(at) >> 16 & 0xFF) == slot;
             return static_cast<uint32_t>(integerAt(at, *leaf.type)) == slot;
         });
+    });
+}
+
+bool isCalled(Meaning meaning, std::string_view name) {
+    return std::ranges::any_of(kAliases, [&](const Alias& alias) {
+        return alias.name == name && alias.meaning == meaning;
     });
 }
 

@@ -81,6 +81,9 @@ private:
     std::vector<Leaf> leaves_;
 };
 
+// Whether values that stand for 'meaning' go by a name that says so: "port", "slot", "mac".
+bool isCalled(Meaning meaning, std::string_view name);
+
 // The names that a test, or a change, of the function's calls can have: short where they are clear.
 std::vector<std::string> testableNames(const Function& function);
 std::vector<std::string> changeableNames(const Function& function, Side side);
