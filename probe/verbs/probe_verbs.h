@@ -35,6 +35,10 @@ std::string answerOf(const Verbs& verbs, const Words& words, bool json,
 // names the file and the line.
 void runPlan(const Verbs& verbs, const std::string& path, const Later& later = nullptr);
 
+class Callables;
+// Those of calls by hand, for a HAL's console.
+void addCallVerbs(Verbs& verbs, std::shared_ptr<Callables> callables);
+
 void addFaultVerbs(Verbs& verbs, Rules& rules);
 void addCoverageVerbs(Verbs& verbs);
 void addTraceVerbs(Verbs& verbs, const std::shared_ptr<const ProbeParts>& parts);
