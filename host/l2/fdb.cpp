@@ -27,6 +27,7 @@ Fdb* flushing = nullptr;
 void Fdb::init() {
     const int32_t result =
         context_.platform.call(context_.platform.family, &HalFamilyOps::fdbInit, &table_);
+    flushing = this;
     if (result != 0) fail("the platform can't make its MAC table: it answered {}", result);
 }
 
@@ -174,17 +175,38 @@ Fdb::Removed Fdb::removeOf(uint32_t vlanInstance, uint32_t port) {
 }
 
 void Fdb::flush(uint16_t vlanId, uint32_t port) {
-    flushing = this;
     Platform& platform = context_.platform;
     const int32_t result = platform.call(platform.family, &HalFamilyOps::fdbFlush, 0u, 0u,
-                                         &Fdb::flushDone, uint32_t{vlanId}, port);
+                                         &Fdb::completed, uint32_t{vlanId}, port);
     if (result != 1) fail("the platform did not take the flush: it answered {}", result);
+    flushes_.emplace_back(vlanId, port);
     context_.events.note("l2", "MAC table flush asked for");
 }
 
-int32_t Fdb::flushDone(uint32_t vlanId, uint32_t port, uint32_t, uint32_t) {
-    flushing->flushed(static_cast<uint16_t>(vlanId), port);
+int32_t Fdb::completed(uint32_t argument1, uint32_t argument2, uint32_t, uint32_t) {
+    auto& flushes = flushing->flushes_;
+    const auto asked = std::ranges::find(flushes, std::pair(argument1, argument2));
+    if (asked == flushes.end()) {
+        flushing->context_.events.note("call", "Callback called with {} and {}", argument1,
+                                       argument2);
+        return 0;
+    }
+    flushes.erase(asked);
+    flushing->flushed(static_cast<uint16_t>(argument1), argument2);
     return 0;
+}
+
+void Fdb::tableReplaced(HalFdbEntry* table) {
+    size_t count = 0;
+    for (uint32_t handle = 1; handle <= entries_.size(); ++handle) {
+        if (at(handle).slot == nullptr) continue;
+        release(handle);
+        ++count;
+    }
+    table_ = table;
+    if (table == nullptr) init();
+    context_.events.note("l2", "MAC table made anew: {} gone",
+                         counted(count, "address", "addresses"));
 }
 
 // The platform has acknowledged: now the HAL deletes the entries, one by one.

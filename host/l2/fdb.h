@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "console/mac_address.h"
@@ -70,6 +71,13 @@ public:
 
     // Asks the platform for a flush of dynamic entries; they go when it reports the completion.
     void flush(uint16_t vlanId, uint32_t port);
+    // What completes flushes. The platform keeps the first callback that it gets and refuses all
+    // others, so whoever needs one takes this: completions that nobody waits for are noted.
+    static int32_t completed(uint32_t argument1, uint32_t argument2, uint32_t, uint32_t);
+
+    // Somebody else has made the platform's table anew, or freed it (null): what was in it is gone.
+    // One that was freed is made again at once, as the table must not be missing in between.
+    void tableReplaced(HalFdbEntry* table);
 
     // Seconds until a dynamic entry goes, 0: never.
     uint32_t ageS() const { return ageS_; }
@@ -88,7 +96,6 @@ public:
     const Counts& counts() const { return counts_; }
 
 private:
-    static int32_t flushDone(uint32_t vlanId, uint32_t port, uint32_t, uint32_t);
     void flushed(uint16_t vlanId, uint32_t port);
 
     MacEntry* owner(uint32_t handle);
@@ -113,6 +120,7 @@ private:
     uint32_t ageS_ = kDefaultAgeS;
     Scheduler::Id ageing_ = 0;
     Counts counts_;
+    std::vector<std::pair<uint32_t, uint32_t>> flushes_;  // asked for: VLAN and port
 };
 
 }  // namespace pcsim::host

@@ -55,6 +55,7 @@ void addHostVerbs(Console& console, Machine& machine) {
           addDeviceVerbs, addPoeVerbs, addSamplingVerbs, addL3Verbs, addPlatformVerbs})
         add(verbs);
     addProbeVerbs(console.verbs, probePartsOf(machine));
+    addCallVerbs(console.verbs, callablesOf(machine));
     console.candidates["<port>"] = [&machine] {
         std::vector<std::string> names;
         for (const auto& [instance, port] : machine.ports().ports()) names.push_back(port.name());

@@ -47,6 +47,7 @@ void addHostVerbs(Console& console, Machine& machine);
 
 // What the verbs of the probe work with here.
 probe::ProbeParts probePartsOf(Machine& machine);
+std::shared_ptr<probe::Callables> callablesOf(Machine& machine);
 
 // What several areas ask of a command. Each throws a CommandError that says which there are.
 Port& portOf(Call& call);              // <port>, of a card that is there
