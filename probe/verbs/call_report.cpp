@@ -64,7 +64,9 @@ Table dumpOf(const std::string& text) {
 }
 
 std::string typeText(const Type& type) {
-    return (type.isConst ? "const " : "") + std::string(type.name);
+    std::string text = (type.isConst ? "const " : "") + std::string(type.name);
+    for (size_t at = 0; (at = text.find(" *", at)) != text.npos;) text.erase(at, 1);
+    return text;
 }
 
 // What a input takes, for people.
@@ -173,9 +175,8 @@ Report Caller::operations(const std::string& table) const {
     for (const TableWord& word : wordsOf(callables_)) {
         if (tables.empty() || tables.back() != word.table) tables.emplace_back(word.table);
         if (!table.empty() && word.table != table) continue;
-        operations.rows.push_back({word.name(), word.number,
-                                   nameOf(word),
-                                   isOffered(word) ? "there" : "null"});
+        operations.rows.push_back(
+            {word.name(), word.number, nameOf(word), isOffered(word) ? "there" : "null"});
     }
     if (!table.empty() && operations.rows.empty())
         fail("there is no table '{}'; expected one of {}", shown(table), listed(tables));

@@ -239,28 +239,27 @@ TEST_F(CallTest, SaysWhatIsWrongAndWhatWouldBeRight) {
 }
 
 TEST_F(CallTest, TellsOfOperations) {
-    EXPECT_EQ(
-        answer("show operation fdbAllocEntry"),
-        "Operation family.fdbAllocEntry\n"
-        "  name       -\n"
-        "  table      family\n"
-        "  word       28\n"
-        "  type       HalFdbAllocEntryFn\n"
-        "  signature  int32_t (uint32_t * handle, HalFdbEntry ** slot, const HalFdbKey * key)\n"
-        "  state      there\n"
-        "\n"
-        "Values\n"
-        "  Name              Type               Takes\n"
-        "  ----------------  -----------------  ----------------------------------------\n"
-        "  key               const HalFdbKey *  a kept record\n"
-        "  key.vlanInstance  HalVlanInstance    a number of 32 bits, or vlan:ID\n"
-        "  key.mac           uint8_t[6]         a MAC address, such as 00:11:22:aa:bb:cc\n"
-        "\n"
-        "Outputs\n"
-        "  Name    Type\n"
-        "  ------  -------------\n"
-        "  handle  uint32_t\n"
-        "  slot    HalFdbEntry *\n");
+    EXPECT_EQ(answer("show operation fdbAllocEntry"),
+              "Operation family.fdbAllocEntry\n"
+              "  name       -\n"
+              "  table      family\n"
+              "  word       28\n"
+              "  type       HalFdbAllocEntryFn\n"
+              "  signature  int32_t (uint32_t* handle, HalFdbEntry** slot, const HalFdbKey* key)\n"
+              "  state      there\n"
+              "\n"
+              "Values\n"
+              "  Name              Type              Takes\n"
+              "  ----------------  ----------------  ----------------------------------------\n"
+              "  key               const HalFdbKey*  a kept record\n"
+              "  key.vlanInstance  HalVlanInstance   a number of 32 bits, or vlan:ID\n"
+              "  key.mac           uint8_t[6]        a MAC address, such as 00:11:22:aa:bb:cc\n"
+              "\n"
+              "Outputs\n"
+              "  Name    Type\n"
+              "  ------  ------------\n"
+              "  handle  uint32_t\n"
+              "  slot    HalFdbEntry*\n");
     EXPECT_EQ(value("show operations", "slot.cardReadTemperature.number"), "18");
     EXPECT_EQ(value("show operations", "family.fdbInit.state"), "null");
     EXPECT_EQ(value("show operations table fanDb", "operations.count"), "1");
