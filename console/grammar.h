@@ -7,9 +7,13 @@
 // its value is itself or empty. Types: port (S:P), slot, vlan, u32 (decimal or
 // 0x..), LO-HI (a number in a range), a|b|c (one of these words), mac, ipv4, address (either
 // family), prefix, file, text, rest (everything that follows). <port> is short for <port:port>.
+//
+// Words, and those of a choice, may be typed as their beginning. po~rts is the word ports, which
+// goes before all others that begin with what is typed once that reaches the ~.
 #ifndef PCSIM_CONSOLE_GRAMMAR_H
 #define PCSIM_CONSOLE_GRAMMAR_H
 
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
@@ -24,8 +28,12 @@ struct Element {
     std::string word;  // stands for itself, or empty
     std::string name;  // of a value
     std::string type;
-    bool optional = false;     // a word that may be left out
+    bool optional = false;  // a word that may be left out
+    size_t enough = 0;  // letters of a word that mean it before others; 0: as many as are unique
+
     std::string text() const;  // as in help
+    Words choices() const;     // the words of a choice; none of any other value
+    bool isChoice() const { return type.find('|') != std::string::npos; }
 };
 
 struct OptionGroup {
@@ -35,7 +43,7 @@ struct OptionGroup {
 };
 
 struct Pattern {
-    std::vector<Element> elements;
+    std::vector<Element> elements;  // the first is a word
     std::vector<OptionGroup> options;
     std::string text;
 
@@ -46,22 +54,32 @@ struct Pattern {
 // The values of one command by name; a repeated group has several of each.
 using Values = std::map<std::string, std::vector<std::string>>;
 
-// A word that is in no place of any pattern: what is expected where it stands, a match says.
-inline constexpr const char* kNoWord = "\x01";
+// How a word fits where it stands, the best first.
+enum class Fit : uint8_t { kExact, kEnough, kValue, kBeginning };
+
+// What a match looks for: 'kWhole' is quick and takes no word's beginning.
+enum class Spelling { kWhole, kBeginnings };
 
 struct Match {
     bool complete = false;
     size_t matched = 0;   // words that fit
     std::string problem;  // why a value does not fit, empty when a word is missing or unknown
-    Words expected;       // what could have come next
+    std::vector<const Element*> next;  // of the pattern: what could stand behind the words that fit
     Values values;
+    // With kBeginnings, of each word that fits: how, and the word that it stands for.
+    std::vector<Fit> fits;
+    Words words;
+
+    Words expected() const;  // 'next' as in help
 };
 
-Match match(const Pattern& pattern, const Words& words);
+Match match(const Pattern& pattern, const Words& words, Spelling spelling);
 
 // Why 'word' is no value of 'type', or nothing.
 std::optional<std::string> valueProblem(const std::string& type, const std::string& name,
                                         const std::string& word);
+// The form of such values: "SLOT:PORT, for example 1:2". Empty when any word is one.
+std::string valueForm(const std::string& type);
 
 }  // namespace pcsim
 

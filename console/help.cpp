@@ -50,8 +50,15 @@ std::string helpAbout(const Verbs& verbs, const std::string& word) {
 }
 
 std::string helpOf(const Verbs& verbs, const std::string& beginning) {
-    const std::string text =
-        listing(verbs, [&](const std::string& use) { return use.starts_with(beginning); });
+    const Words words = splitWords(beginning);
+    const std::string text = listing(verbs, [&](const std::string& use) {
+        const Words used = splitWords(use);
+        if (words.size() > used.size()) return false;
+        return std::equal(words.begin(), words.end(), used.begin(),
+                          [](const std::string& word, const std::string& whole) {
+                              return whole.starts_with(word);
+                          });
+    });
     if (text.empty())
         fail("no verb begins with '{}'; 'help' lists them all, 'help about WORD' looks inside",
              beginning);

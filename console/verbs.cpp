@@ -47,61 +47,154 @@ uint64_t Call::numberOr(const std::string& name, uint64_t otherwise) const {
     return has(name) ? number(name) : otherwise;
 }
 
+void Verbs::add(Verb verb) {
+    byFirst_[verb.pattern.elements.at(0).word].push_back(verbs_.size());
+    verbs_.push_back(std::move(verb));
+}
+
 void Verbs::show(const std::string& pattern, const std::string& help,
                  std::function<Report(Call&)> show) {
-    verbs_.push_back({Pattern::parse(pattern), help, std::move(show), nullptr});
+    add({Pattern::parse(pattern), help, std::move(show), nullptr});
 }
 
 void Verbs::action(const std::string& pattern, const std::string& help,
                    std::function<void(Call&)> action) {
-    verbs_.push_back({Pattern::parse(pattern), help, nullptr, std::move(action)});
+    add({Pattern::parse(pattern), help, nullptr, std::move(action)});
+}
+
+namespace {
+
+// Whether 'a' was typed more exactly than 'b' where they first differ. Two words that begin alike
+// are none better than the other.
+bool better(const Match& a, const Match& b) {
+    const size_t size = std::min(a.fits.size(), b.fits.size());
+    for (size_t i = 0; i < size; ++i) {
+        if (a.fits[i] != b.fits[i]) return a.fits[i] < b.fits[i];
+        if (a.words[i] != b.words[i]) return false;
+    }
+    return false;
+}
+
+void addOnce(Words& words, const std::string& word) {
+    if (std::find(words.begin(), words.end(), word) == words.end()) words.push_back(word);
+}
+
+}  // namespace
+
+// All words as they stand in a pattern: what nearly every command is, and quick to tell.
+const Verb* Verbs::findWhole(const Words& words, Values& values) const {
+    const auto first = byFirst_.find(words[0]);
+    if (first == byFirst_.end()) return nullptr;
+    for (const size_t index : first->second) {
+        Match result = match(verbs_[index].pattern, words, Spelling::kWhole);
+        if (!result.complete) continue;
+        values = std::move(result.values);
+        return &verbs_[index];
+    }
+    return nullptr;
+}
+
+// The verbs that most of the words fit, without those that another fits better. 'preferring' lets
+// letters that are enough for a word count for more than others' beginnings.
+std::vector<Verbs::Candidate> Verbs::candidatesOf(const Words& words, bool preferring) const {
+    std::vector<Candidate> fitting;
+    size_t farthest = 0;
+    for (const Verb& verb : verbs_) {
+        Match result = match(verb.pattern, words, Spelling::kBeginnings);
+        if (result.matched < farthest) continue;
+        if (result.matched > farthest) fitting.clear();
+        farthest = result.matched;
+        if (!preferring)
+            std::replace(result.fits.begin(), result.fits.end(), Fit::kEnough, Fit::kBeginning);
+        fitting.push_back({&verb, std::move(result)});
+    }
+    std::vector<Candidate> best;
+    for (const Candidate& one : fitting)
+        if (std::none_of(fitting.begin(), fitting.end(),
+                         [&](const Candidate& other) { return better(other.match, one.match); }))
+            best.push_back(one);
+    return best;
 }
 
 Verbs::Found Verbs::find(const Words& words) const {
-    std::vector<Match> misses;
-    size_t farthest = 0;
-    for (const Verb& verb : verbs_) {
-        Match result = match(verb.pattern, words);
-        if (result.complete) return {&verb, std::move(result.values)};
-        farthest = std::max(farthest, result.matched);
-        misses.push_back(std::move(result));
+    Values values;
+    if (const Verb* const verb = findWhole(words, values)) return {verb, std::move(values), words};
+    std::vector<Candidate> candidates = candidatesOf(words, true);
+    const Words& meant = candidates[0].match.words;
+    const bool several =
+        std::any_of(candidates.begin(), candidates.end(),
+                    [&](const Candidate& one) { return one.match.words != meant; });
+    if (!several)
+        for (Candidate& one : candidates)
+            if (one.match.complete)
+                return {one.verb, std::move(one.match.values), std::move(one.match.words)};
+    explain(words, candidates);
+}
+
+void Verbs::explain(const Words& words, const std::vector<Candidate>& misses) const {
+    const size_t farthest = misses[0].match.matched;
+    if (farthest == 0) {
+        Words first;
+        for (const Verb& verb : verbs_) first.push_back(verb.pattern.elements[0].word);
+        const std::string meant = nearest(words[0], first);
+        failUsage("'{}' is not a verb; {}'help' lists them all", words[0],
+                  meant.empty() ? "" : "perhaps " + meant + "; ");
     }
-    if (farthest == 0) failUsage("'{}' is not a verb; 'help' lists them all", words[0]);
+    Words meant;
+    for (const Candidate& miss : misses) addOnce(meant, joinWords(miss.match.words));
+    if (meant.size() > 1)
+        failUsage("'{}' is short for more than one; expected {}", joinWords(words, farthest),
+                  joinWords(meant, meant.size(), ", "));
     Words expected;
-    for (const Match& miss : misses) {
-        if (miss.matched != farthest) continue;
-        if (!miss.problem.empty()) failUsage("{}", miss.problem);
-        for (const std::string& word : miss.expected)
-            if (std::find(expected.begin(), expected.end(), word) == expected.end())
-                expected.push_back(word);
+    for (const Candidate& miss : misses) {
+        if (!miss.match.problem.empty()) failUsage("{}", miss.match.problem);
+        for (const std::string& word : miss.match.expected()) addOnce(expected, word);
     }
     const std::string all = joinWords(expected, expected.size(), ", ");
     if (farthest == words.size())
         failUsage("'{}' is not complete; expected {}", joinWords(words, farthest), all);
     if (expected.empty())
         failUsage("'{}' takes nothing more; got '{}'", joinWords(words, farthest), words[farthest]);
-    failUsage("'{}' is not known after '{}'; expected {}", words[farthest],
-              joinWords(words, farthest), all);
+    Words known;
+    for (const Candidate& miss : misses) {
+        for (const Element* const element : miss.match.next) {
+            if (!element->word.empty()) addOnce(known, element->word);
+            for (const std::string& choice : element->choices()) addOnce(known, choice);
+        }
+    }
+    const std::string near = nearest(words[farthest], known);
+    failUsage("'{}' is not known after '{}'{}; expected {}", words[farthest],
+              joinWords(words, farthest), near.empty() ? "" : ", perhaps " + near, all);
+}
+
+Verbs::Following Verbs::following(const Words& words) const {
+    Following result;
+    if (words.empty()) {
+        for (const Verb& verb : verbs_) result.next.push_back({&verb.pattern.elements[0], &verb});
+        return result;
+    }
+    const std::vector<Candidate> candidates = candidatesOf(words, false);
+    const Words& meant = candidates[0].match.words;
+    for (const Candidate& one : candidates) {
+        if (one.match.matched != words.size()) continue;
+        for (const Element* element : one.match.next) result.next.push_back({element, one.verb});
+        if (one.match.complete && result.complete == nullptr) result.complete = one.verb;
+        const auto [differs, end] =
+            std::mismatch(meant.begin(), meant.end(), one.match.words.begin());
+        const auto place = static_cast<size_t>(differs - meant.begin());
+        if (differs != meant.end())
+            result.unclear = std::min(place, result.unclear.value_or(place));
+    }
+    return result;
 }
 
 std::vector<std::string> Verbs::next(const Words& words) const {
-    std::vector<std::string> result;
-    const auto add = [&](const std::string& text) {
+    Words result;
+    for (const Next& next : following(words).next) {
         // A choice offers each of its words.
-        for (size_t start = 0; start <= text.size();) {
-            const size_t end = std::min(text.find('|', start), text.size());
-            const std::string word = text.substr(start, end - start);
-            if (std::find(result.begin(), result.end(), word) == result.end())
-                result.push_back(word);
-            start = end + 1;
-        }
-    };
-    Words probe = words;
-    probe.emplace_back(kNoWord);
-    for (const Verb& verb : verbs_) {
-        const Match miss = match(verb.pattern, probe);
-        if (miss.matched != words.size()) continue;
-        for (const std::string& text : miss.expected) add(text);
+        for (const std::string& choice : next.element->choices()) addOnce(result, choice);
+        if (!next.element->isChoice())
+            addOnce(result, next.element->word.empty() ? next.element->text() : next.element->word);
     }
     return result;
 }

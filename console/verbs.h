@@ -7,6 +7,8 @@
 #define PCSIM_CONSOLE_VERBS_H
 
 #include <functional>
+#include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -73,10 +75,26 @@ public:
     struct Found {
         const Verb* verb;
         Values values;
+        Words words;  // of the command, written out
     };
-    // The verb that the words are a command of. Throws a CommandError that says what would be
-    // right.
+    // The verb that the words are a command of. Words may be typed as their beginning where only
+    // one fits: a whole word goes before a longer one, a value before the beginning of a word.
+    // Throws a CommandError that says what would be right.
     Found find(const Words& words) const;
+
+    // What may stand behind words that begin a command.
+    struct Next {
+        const Element* element;
+        const Verb* verb;  // of whose pattern it is
+    };
+    struct Following {
+        std::vector<Next> next;
+        const Verb* complete = nullptr;  // the words are a command of it already
+        // The first of the words that begins several: 'next' is of all of them.
+        std::optional<size_t> unclear;
+    };
+    // Nothing when the words don't begin any.
+    Following following(const Words& words) const;
 
     // The words that could follow 'words', for completion; "<..>" stands for a value.
     std::vector<std::string> next(const Words& words) const;
@@ -84,7 +102,17 @@ public:
     const std::vector<Verb>& all() const { return verbs_; }
 
 private:
+    struct Candidate {
+        const Verb* verb;
+        Match match;
+    };
+    void add(Verb verb);
+    const Verb* findWhole(const Words& words, Values& values) const;
+    std::vector<Candidate> candidatesOf(const Words& words, bool preferring) const;
+    [[noreturn]] void explain(const Words& words, const std::vector<Candidate>& misses) const;
+
     std::vector<Verb> verbs_;
+    std::map<std::string, std::vector<size_t>, std::less<>> byFirst_;  // word of a command
 };
 
 }  // namespace pcsim

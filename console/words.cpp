@@ -26,12 +26,13 @@ class Splitter {
 public:
     Splitter(std::string_view line, const ValueOf* valueOf) : rest_(line), valueOf_(valueOf) {}
 
-    Words split() {
+    // 'literal' is told of each word whether any of it is quoted or a variable's value.
+    Words split(std::vector<bool>& literal) {
         while (!rest_.empty()) {
             const char c = take();
             if (c == '"') {
                 quoted_ = !quoted_;
-                open_ = true;
+                open_ = literal_ = true;
             } else if (quoted_) {
                 add(c);
             } else if (c == '#' && !open_) {
@@ -44,6 +45,7 @@ public:
         }
         if (quoted_) failUsage("the quote before '{}' is not closed; end it with \"", word_);
         finishWord();
+        literal = std::move(literals_);
         return std::move(words_);
     }
 
@@ -76,6 +78,7 @@ private:
             failUsage("the line is longer than {} bytes with the values of its variables",
                       kLongestExpanded);
         word_ += value;
+        literal_ = true;
     }
 
     std::string_view takeName() {
@@ -97,16 +100,21 @@ private:
     }
 
     void finishWord() {
-        if (open_) words_.push_back(std::move(word_));
+        if (open_) {
+            words_.push_back(std::move(word_));
+            literals_.push_back(literal_);
+        }
         word_.clear();
-        open_ = false;
+        open_ = literal_ = false;
     }
 
     std::string_view rest_;
     const ValueOf* valueOf_;
     Words words_;
+    std::vector<bool> literals_;
     std::string word_;
     bool open_ = false;  // a word has begun
+    bool literal_ = false;
     bool quoted_ = false;
     size_t added_ = 0;  // bytes of values
 };
@@ -114,11 +122,17 @@ private:
 }  // namespace
 
 Words splitWords(std::string_view line) {
-    return Splitter(line, nullptr).split();
+    std::vector<bool> literal;
+    return Splitter(line, nullptr).split(literal);
 }
 
 Words splitWords(std::string_view line, const ValueOf& valueOf) {
-    return Splitter(line, &valueOf).split();
+    std::vector<bool> literal;
+    return Splitter(line, &valueOf).split(literal);
+}
+
+Words splitWords(std::string_view line, const ValueOf& valueOf, std::vector<bool>& literal) {
+    return Splitter(line, &valueOf).split(literal);
 }
 
 bool isVariableName(std::string_view name) {
@@ -138,6 +152,43 @@ std::string_view firstWord(std::string_view line) {
     line.remove_prefix(std::min(line.find_first_not_of(kBetweenWords), line.size()));
     if (line.starts_with('#')) return {};
     return line.substr(0, line.find_first_of(kBetweenWords));
+}
+
+namespace {
+
+// Letters to change, add, leave out or swap with the next to make 'b' of 'a'.
+size_t editDistance(const std::string& a, const std::string& b) {
+    std::vector<size_t> older, last(b.size() + 1), row(b.size() + 1);
+    for (size_t j = 0; j <= b.size(); ++j) last[j] = j;
+    for (size_t i = 1; i <= a.size(); ++i) {
+        row[0] = i;
+        for (size_t j = 1; j <= b.size(); ++j) {
+            const size_t change = last[j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
+            row[j] = std::min({change, last[j] + 1, row[j - 1] + 1});
+            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+                row[j] = std::min(row[j], older[j - 2] + 1);
+        }
+        older = last;
+        last = row;
+    }
+    return last.back();
+}
+
+}  // namespace
+
+std::string nearest(const std::string& word, const Words& candidates) {
+    constexpr size_t kLongest = 40;  // of a word; nobody types a longer one by mistake
+    if (word.size() > kLongest) return "";
+    const size_t farthest = word.size() < 2 ? 0 : word.size() < 5 ? 1 : 2;
+    std::string found;
+    size_t least = farthest + 1;
+    for (const std::string& candidate : candidates) {
+        const size_t away = editDistance(word, candidate);
+        if (away >= least) continue;
+        least = away;
+        found = candidate;
+    }
+    return found;
 }
 
 std::string joinWords(const Words& words, size_t count, const char* separator) {

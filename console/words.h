@@ -21,6 +21,9 @@ using ValueOf = std::function<const std::string&(std::string_view name)>;
 // The same with $NAME and ${NAME} as their values, inside of quotes, too; $$ is a dollar, and so is
 // a $ before anything else. A value is never split: it stays in the word that it stands in.
 Words splitWords(std::string_view line, const ValueOf& valueOf);
+// The same; 'literal' is told of each word whether any of it is quoted or a variable's value, which
+// means nothing but itself.
+Words splitWords(std::string_view line, const ValueOf& valueOf, std::vector<bool>& literal);
 
 // Letters, digits and _, not beginning with a digit.
 bool isVariableName(std::string_view name);
@@ -36,6 +39,9 @@ std::string joinWords(const Words& words, size_t count, const char* separator = 
 inline std::string joinWords(const Words& words) {
     return joinWords(words, words.size());
 }
+
+// The candidate that 'word' is most likely a misspelling of; empty when none is near.
+std::string nearest(const std::string& word, const Words& candidates);
 
 }  // namespace pcsim
 

@@ -138,7 +138,7 @@ void configureAutoNeg(Call& call) {
 }  // namespace
 
 void addPortVerbs(HostVerbs& verbs) {
-    verbs.show("show ports", "the front panel", showPorts);
+    verbs.show("show po~rts", "the front panel", showPorts);
     verbs.show("show port <port>", "one port, asked now", showPort);
     verbs.show("show counters <port>", "counters of a port since they were zeroed",
                showPortCounters);

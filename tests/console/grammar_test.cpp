@@ -47,6 +47,15 @@ protected:
         return "";
     }
 
+    // The command written out; empty when it is none.
+    std::string meant(const std::string& line) {
+        try {
+            return joinWords(verbs.find(splitWords(line)).words);
+        } catch (const CommandError&) {
+            return "";
+        }
+    }
+
     Values values(const std::string& line) { return verbs.find(splitWords(line)).values; }
 
     Verbs verbs;
@@ -113,6 +122,68 @@ TEST_F(VerbsTest, ProblemsSayWhatWouldBeRight) {
          "fd00:1::/32"},
     };
     for (const auto& [line, expected] : kRows) EXPECT_EQ(problem(line), expected) << line;
+}
+
+TEST_F(VerbsTest, AWordMayBeItsBeginningWhereOnlyOneFits) {
+    EXPECT_EQ(meant("vl cr 10"), "vlan create 10");
+    EXPECT_EQ(meant("po 1:2 en"), "port 1:2 enable");
+    EXPECT_EQ(meant("p 1:2 a of d h s 10"), "port 1:2 autoneg off duplex half speed 10");
+    EXPECT_EQ(meant("r a 10.0.0.0/8 v 10.0.0.1 vl 5"), "");
+    EXPECT_EQ(problem("r a 10.0.0.0/8 v 10.0.0.1 vl 5"),
+              "'v' is short for more than one word; expected via or vr");
+    EXPECT_EQ(meant("r a 10.0.0.0/8 vi 10.0.0.1 vl 5"), "route add 10.0.0.0/8 via 10.0.0.1 vlan 5");
+    EXPECT_EQ(meant("e a en"), "echo a en");
+    EXPECT_EQ(values("p 1:2 dis").at("action"), (Words{"disable"}));
+}
+
+TEST_F(VerbsTest, AWholeWordGoesBeforeALongerOneAndAValueBeforeABeginning) {
+    for (const char* pattern :
+         {"show po~rts", "show port <port>", "show power", "show poe <port>", "show acl <name>",
+          "show acl all", "record stop", "record <file>", "time warp <ms:0-99>",
+          "times <state:on|off>", "trace <what> <level:0-8>"})
+        verbs.action(pattern, "", [](Call&) {});
+    EXPECT_EQ(problem("sh port"), "'sh port' is not complete; expected <port>");
+    EXPECT_EQ(meant("sh ports"), "show ports");
+    EXPECT_EQ(meant("sh port 1:1"), "show port 1:1");
+    EXPECT_EQ(meant("sh po 1:1"), "");
+    EXPECT_EQ(problem("sh po 1:1"),
+              "'sh po 1:1' is short for more than one; expected show port 1:1, show poe 1:1");
+    EXPECT_EQ(meant("sh po"), "show ports");
+    EXPECT_EQ(meant("sh por"), "show ports");
+    EXPECT_EQ(
+        problem("sh p"),
+        "'sh p' is short for more than one; expected show ports, show port, show power, show poe");
+    EXPECT_EQ(meant("rec st"), "record st");
+    EXPECT_EQ(values("rec st").at("file"), (Words{"st"}));
+    EXPECT_EQ(meant("sh a al"), "show acl al");
+    EXPECT_EQ(meant("times on"), "times on");
+    EXPECT_EQ(meant("time w 5"), "time warp 5");
+    EXPECT_EQ(problem("t w 5"),
+              "'t w 5' is short for more than one; expected time warp 5, trace w 5");
+    EXPECT_EQ(problem("times o"), "'o' is short for more than one word; expected on or off");
+}
+
+TEST_F(VerbsTest, NumbersOutOfAListAreWhole) {
+    verbs.action("acl slot <direction:0|1|10>", "", [](Call&) {});
+    EXPECT_EQ(meant("acl slot 1"), "acl slot 1");
+    EXPECT_EQ(problem("port 1:2 autoneg on speed 1"),
+              "'1' is not known after 'port 1:2 autoneg on speed'; expected 10|100");
+}
+
+TEST_F(VerbsTest, AWordWithALetterWrongIsRecognised) {
+    const std::pair<const char*, const char*> kRows[] = {
+        {"prot 1:2 enable", "'prot' is not a verb; perhaps port; 'help' lists them all"},
+        {"vlna create 5", "'vlna' is not a verb; perhaps vlan; 'help' lists them all"},
+        {"rout", "'rout' is not complete; expected add"},
+        {"port 1:2 enabel",
+         "'enabel' is not known after 'port 1:2', perhaps enable; expected "
+         "enable|disable|restart, autoneg"},
+        {"x", "'x' is not a verb; 'help' lists them all"},
+        {"\"\"", "'' is not a verb; 'help' lists them all"},
+    };
+    for (const auto& [line, expected] : kRows) EXPECT_EQ(problem(line), expected) << line;
+    EXPECT_EQ(nearest("shwo", {"stop", "show", "shoe"}), "show");
+    EXPECT_EQ(nearest(std::string(1000000, 'x'), {"xx"}), "");
 }
 
 TEST_F(VerbsTest, CompletionOffersWhatComesNext) {
