@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "console/event_log.h"
+#include "console/offers.h"
 #include "console/surroundings.h"
 #include "console/verbs.h"
 
@@ -30,6 +31,11 @@ struct Console {
     // What completion offers for a value, by its place in the help: "<port>".
     using Candidates = std::function<std::vector<std::string>()>;
     std::map<std::string, Candidates> candidates;
+
+    // What may follow in a value that takes all the rest of the line, by its place in the help:
+    // "<what...>".
+    using Continuation = std::function<Offers(const Words&)>;
+    std::map<std::string, Continuation> continuations;
 
     // What the instance is called.
     std::string name = "pcsim";

@@ -11,7 +11,6 @@ namespace pcsim {
 
 namespace {
 
-constexpr size_t kTerminalWidth = 80;
 constexpr size_t kLeast = 12;  // what is left of a column at least
 
 std::string withoutEnd(const std::string& text, size_t width) {
@@ -27,7 +26,7 @@ std::string withoutMiddle(const std::string& text, size_t width) {
     return text.substr(0, kept - tail) + std::string(kLeftOut) + text.substr(text.size() - tail);
 }
 
-size_t widthOf(const Table& table, size_t column) {
+size_t columnWidth(const Table& table, size_t column) {
     size_t width = std::strlen(table.columns[column].title);
     for (const auto& row : table.rows) width = std::max(width, row[column].text().size());
     return width;
@@ -51,6 +50,12 @@ void appendWrapped(std::string& result, std::string_view text, size_t column, si
     }
 }
 
+size_t widthOf(int descriptor) {
+    winsize size{};
+    const bool told = ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
+    return told ? size.ws_col : kTerminalWidth;
+}
+
 std::string wrappedFor(int descriptor, const std::string& line) {
     winsize size{};
     if (ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return line;
@@ -67,7 +72,7 @@ std::string firstRows(uint64_t shown, uint64_t total, const char* noun, uint64_t
 void fitTable(Table& table, std::initializer_list<Flexible> columns) {
     // Each column has a blank on both sides, the first one more, and the last needs none behind it.
     size_t total = 2 * table.columns.size();
-    for (size_t i = 0; i < table.columns.size(); ++i) total += widthOf(table, i);
+    for (size_t i = 0; i < table.columns.size(); ++i) total += columnWidth(table, i);
     if (table.rows.empty() || total <= kTerminalWidth) return;
     struct Width {
         size_t now, least;
@@ -75,7 +80,7 @@ void fitTable(Table& table, std::initializer_list<Flexible> columns) {
     };
     std::vector<Width> widths;
     for (const Flexible& flexible : columns)
-        widths.push_back({widthOf(table, flexible.column),
+        widths.push_back({columnWidth(table, flexible.column),
                           std::max(kLeast, std::strlen(table.columns[flexible.column].title))});
     for (; total > kTerminalWidth; --total) {
         const auto widest = std::max_element(widths.begin(), widths.end(), [](auto& a, auto& b) {

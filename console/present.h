@@ -12,9 +12,15 @@
 
 namespace pcsim {
 
+// Of what is no terminal, or doesn't say.
+inline constexpr size_t kTerminalWidth = 80;
+
 // Appends 'text', broken at blanks where a line would be wider than 'width': it starts at the
 // line's end, and goes on at 'column'.
 void appendWrapped(std::string& result, std::string_view text, size_t column, size_t width);
+
+// The columns of the terminal that 'descriptor' is; 80 when it is none.
+size_t widthOf(int descriptor);
 
 // A line for people: broken at words when 'descriptor' is a terminal, to its width.
 std::string wrappedFor(int descriptor, const std::string& line);

@@ -38,6 +38,10 @@ struct PromptCallbacks {
     }
 
     static void line(char* text) { prompt->lineEntered(text); }
+
+    static int question(int count, int key) {
+        return prompt->questionAsked() ? 0 : rl_insert(count, key);
+    }
 };
 
 Prompt* PromptCallbacks::prompt = nullptr;
@@ -85,6 +89,27 @@ void Prompt::lineEntered(char* text) {
     typing_ = true;
 }
 
+// Tells what may follow the line up to the cursor, and goes on with it.
+bool Prompt::questionAsked() {
+    std::optional<std::string> told;
+    try {
+        told = door_.following(std::string(rl_line_buffer, static_cast<size_t>(rl_point)),
+                               widthOf(output_.descriptor()));
+    } catch (const CommandError& error) {
+        told = wrappedFor(output_.descriptor(), "error: " + printable(error.what())) + "\n";
+    }
+    if (!told) return false;
+    const int point = rl_point;
+    rl_point = rl_end;
+    rl_redisplay();
+    rl_crlf();
+    rl_point = point;
+    sink_.text(*told);
+    rl_on_new_line();
+    rl_redisplay();
+    return true;
+}
+
 // Ctrl-C while nothing runs drops the line that is being typed.
 void Prompt::interrupted() {
     surroundings_.forgetInterrupt();
@@ -108,6 +133,7 @@ void Prompt::begin() {
     rl_outstream = output_.file();
     rl_attempted_completion_function = PromptCallbacks::complete;
     rl_completer_word_break_characters = const_cast<char*>(" \t");
+    rl_bind_key('?', PromptCallbacks::question);
     using_history();
     const std::string history = historyPath();
     if (!history.empty()) read_history(history.c_str());

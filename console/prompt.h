@@ -3,6 +3,7 @@
 #ifndef PCSIM_CONSOLE_PROMPT_H
 #define PCSIM_CONSOLE_PROMPT_H
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,9 @@ public:
     };
     // What may stand behind 'line', which ends where the word to complete begins.
     virtual Completion complete(const std::string& line) = 0;
+    // What '?' tells at the end of 'line', on so many columns; nothing where it is a character like
+    // others. Throws a CommandError when nothing may stand there.
+    virtual std::optional<std::string> following(const std::string& line, size_t width) = 0;
 };
 
 // A session of this program as what stands behind a prompt.
@@ -44,6 +48,7 @@ public:
     bool ended() const override;
     void drop() override;
     Completion complete(const std::string& line) override;
+    std::optional<std::string> following(const std::string& line, size_t width) override;
 
 private:
     Session& session_;
@@ -66,6 +71,7 @@ private:
     void begin();
     void end();
     void lineEntered(char* line);
+    bool questionAsked();
     void interrupted();
 
     Surroundings& surroundings_;

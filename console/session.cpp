@@ -76,6 +76,10 @@ void Session::run(const std::string& line) {
 }
 
 void Session::runLine(const std::string& line) {
+    if (const auto answer = questionOf(console_, line)) {
+        sink_.text(*answer);
+        return;
+    }
     Words words = splitWords(
         line, [this](std::string_view name) -> const std::string& { return variables_[name]; });
     if (line.find('$') != std::string::npos) account_->line = lineOf(words);

@@ -1,4 +1,5 @@
 // A session of this program behind a prompt.
+#include "console/offers.h"
 #include "console/prompt.h"
 #include "console/session.h"
 
@@ -22,23 +23,17 @@ void SessionDoor::drop() {
 
 PromptDoor::Completion SessionDoor::complete(const std::string& line) {
     Completion completion;
-    Words words;
     try {
-        words = splitWords(line);
+        completion.candidates =
+            candidatesBehind(session_.console(), splitWords(line), completion.files);
     } catch (const CommandError&) {
-        return completion;  // inside a quote there is nothing to offer
-    }
-    const Console& console = session_.console();
-    for (const std::string& next : console.verbs.next(words)) {
-        if (next == "<file>") completion.files = true;
-        const auto values = console.candidates.find(next);
-        if (next.front() != '<')
-            completion.candidates.push_back(next);
-        else if (values != console.candidates.end())
-            for (std::string& value : values->second())
-                completion.candidates.push_back(std::move(value));
+        // Inside a quote there is nothing to offer.
     }
     return completion;
+}
+
+std::optional<std::string> SessionDoor::following(const std::string& line, size_t width) {
+    return pcsim::following(session_.console(), line, width);
 }
 
 }  // namespace pcsim

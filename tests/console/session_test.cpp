@@ -22,6 +22,19 @@ TEST_F(SessionTest, ALineAsksForJsonAsText) {
     EXPECT_EQ(run("show one --json"), "<show one --json|{\"one\":{\"a\":1}}>");
 }
 
+TEST_F(SessionTest, AQuestionAtTheEndIsAnswered) {
+    EXPECT_EQ(run("sh ?"), "<sh ?|  one  one field\n>");
+    EXPECT_EQ(run("frob ?"), "<frob ?|2::0:'frob' is not a verb; 'help' lists them all>=2");
+    EXPECT_EQ(run("echo why ?"), "<echo why ?|why ?\n>");
+}
+
+TEST_F(SessionTest, HelpTakesBeginningsOfWords) {
+    EXPECT_EQ(run("help sh o"), "<help sh o|  show one                            one field\n>");
+    EXPECT_EQ(run("help sh x"),
+              "<help sh x|1::0:no verb begins with 'sh x'; 'help' lists them all, "
+              "'help about WORD' looks inside>=1");
+}
+
 TEST_F(SessionTest, ProblemsHaveACode) {
     EXPECT_EQ(run("show two"), "<show two|2::0:'two' is not known after 'show'; expected one>=2");
     EXPECT_EQ(run("echo \"x"),

@@ -96,6 +96,30 @@ def names_are_completed(terminal):
     terminal.until(PROMPT)
 
 
+def words_may_be_beginnings(terminal):
+    terminal.send("sh po\n")
+    terminal.until("Front panel")
+    terminal.until(PROMPT)
+
+
+def question_needs_no_enter(terminal):
+    """What may follow is listed as soon as '?' is typed, and the line goes on."""
+    terminal.send("port 1:2 ?")
+    terminal.until("enable   administrative state")
+    terminal.until(PROMPT + "port 1:2 ")
+    terminal.send("dis?")
+    terminal.until("disable  administrative state")
+    terminal.until(PROMPT + "port 1:2 dis")
+    terminal.send("\n")
+    terminal.until(PROMPT)
+    terminal.send("show port 1:2\n")
+    terminal.until("Admin              disabled")
+    terminal.until(PROMPT)
+    terminal.send('echo "what?" why?\n')
+    terminal.until("\nwhat? why?")
+    terminal.until(PROMPT)
+
+
 def empty_line_gives_a_hint(terminal):
     terminal.send("\x03")
     terminal.until("'quit' or Ctrl-D ends")
@@ -164,6 +188,8 @@ with tempfile.TemporaryDirectory() as folder:
     everything_arrives(session)
     typed_line_is_dropped(session)
     names_are_completed(session)
+    words_may_be_beginnings(session)
+    question_needs_no_enter(session)
     empty_line_gives_a_hint(session)
     block_is_collected(session)
     command_is_interrupted(session)
