@@ -5,6 +5,7 @@
 #include <cctype>
 
 #include "console/error.h"
+#include "console/lists.h"
 #include "console/values.h"
 
 namespace pcsim {
@@ -12,7 +13,7 @@ namespace pcsim {
 std::string Element::text() const {
     if (!word.empty()) return optional ? "[" + word + "]" : word;
     if (isChoice()) return type;
-    return "<" + (type == "rest" ? name + "..." : name) + ">";
+    return "<" + name + (type == "rest" ? "..." : list ? "s" : "") + ">";
 }
 
 Words Element::choices() const {
@@ -52,7 +53,9 @@ Element parseElement(const std::string& text) {
     const std::string inside = text.substr(1, text.size() - 2);
     const size_t colon = inside.find(':');
     element.name = inside.substr(0, colon);
-    element.type = colon == std::string::npos ? inside : inside.substr(colon + 1);
+    element.list = element.name.ends_with("*");
+    if (element.list) element.name.pop_back();
+    element.type = colon == std::string::npos ? element.name : inside.substr(colon + 1);
     return element;
 }
 
@@ -111,7 +114,8 @@ private:
     }
 
     bool takeValue(const Element& element) {
-        auto problem = valueProblem(element.type, element.name, word());
+        auto problem =
+            (element.list ? listProblem : valueProblem)(element.type, element.name, word());
         std::string value = word();
         if (problem && element.isChoice()) {
             const auto choice = choiceOf(element);

@@ -7,6 +7,8 @@
 // its value is itself or empty. Types: port (S:P), slot, vlan, u32 (decimal or
 // 0x..), LO-HI (a number in a range), a|b|c (one of these words), mac, ipv4, address (either
 // family), prefix, file, text, rest (everything that follows). <port> is short for <port:port>.
+// <port*> may be several (lists.h), shown as <ports>: the verb is run for each. Such values stand
+// in the fixed part.
 //
 // Words, and those of a choice, may be typed as their beginning. po~rts is the word ports, which
 // goes before all others that begin with what is typed once that reaches the ~.
@@ -29,6 +31,7 @@ struct Element {
     std::string name;  // of a value
     std::string type;
     bool optional = false;  // a word that may be left out
+    bool list = false;      // a value that may be several
     size_t enough = 0;  // letters of a word that mean it before others; 0: as many as are unique
 
     std::string text() const;  // as in help

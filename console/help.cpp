@@ -38,8 +38,10 @@ std::string listing(const Verbs& verbs, const std::function<bool(const std::stri
 
 std::string helpText(const Verbs& verbs) {
     return listing(verbs, [](const std::string&) { return true; }) +
-           "\nA port is SLOT:PORT. Any show takes --json. 'help WORD...' lists the verbs that\n"
-           "begin so, 'help about WORD' those with a word in them.\n";
+           "\nA port is SLOT:PORT. <ports>, <vlans> and the like may be several: 1:1-4,2:1,\n"
+           "10-20, all. Any show takes --json. Words may be typed as their beginning, '?'\n"
+           "lists what may follow. 'help WORD...' lists the verbs that begin so, 'help about\n"
+           "WORD' those with a word in them.\n";
 }
 
 std::string helpAbout(const Verbs& verbs, const std::string& word) {

@@ -53,7 +53,8 @@ std::string helpOf(const Console& console, const Words& before, const Verbs::Nex
 
 // The form of a value, and which there are when they are few.
 std::string helpOf(const Console& console, const Verbs::Next& next) {
-    std::string help = valueForm(next.element->type);
+    const std::string& type = next.element->type;
+    std::string help = next.element->list ? listForm(type) : valueForm(type);
     if (help.empty()) help = next.verb->help;
     const Words values = valuesOf(console, keyOf(*next.element));
     if (!values.empty() && values.size() <= kFew)

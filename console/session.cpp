@@ -92,13 +92,7 @@ void Session::runLine(const std::string& line) {
 void Session::runWords(Words words, bool json) {
     console_.surroundings.checkInterrupt();
     Verbs::Found found = console_.verbs.find(words);
-    Call call = callOf(std::move(found.values), json);
-    if (found.verb->show)
-        call.answer(found.verb->show(call));
-    else
-        found.verb->action(call);
-    sink_.check();
-    console_.surroundings.checkInterrupt();
+    runEach(*found.verb, singlesOf(found), json);
 }
 
 // 'own': the error is this line's, not one of a line within it.
@@ -155,7 +149,10 @@ Report Session::evaluate(const Words& words) {
     if (!found.verb->show)
         failUsage("'{}' has no values to look at; expected a show command",
                   found.verb->pattern.text);
-    Call call(std::move(found.values));
+    std::vector<Single> commands = singlesOf(found);
+    if (commands.size() > 1)
+        failUsage("'{}' are {} commands; expected one", joinWords(words), commands.size());
+    Call call(std::move(commands.front().values));
     call.session = this;
     return found.verb->show(call);
 }

@@ -10,6 +10,7 @@
 
 #include "console/block.h"
 #include "console/console.h"
+#include "console/lists.h"
 #include "console/script.h"
 #include "console/sink.h"
 #include "console/step.h"
@@ -95,6 +96,8 @@ private:
 
     void runLine(const std::string& line);
     void runWords(Words words, bool json);
+    void runEach(const Verb& verb, std::vector<Single> commands, bool json);
+    std::vector<Single> singlesOf(Verbs::Found& found) const;
     void runScriptLine(const std::string& line);
     bool keep(const std::string& line);
     void giveWay();

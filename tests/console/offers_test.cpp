@@ -20,7 +20,8 @@ struct OffersTest : testing::Test {
         console.verbs.show("show po~rts", "the front panel", empty);
         console.verbs.show("show port <port>", "one port", empty);
         console.verbs.show("show fdb [vlan <vlan>] [port <port>]", "addresses", empty);
-        console.verbs.action("port <port> <action:enable|disable>", "administrative state", nothing);
+        console.verbs.action("port <port> <action:enable|disable>", "administrative state",
+                             nothing);
         console.verbs.action("fan <fan:0-7> speed <percent:0-100>", "speed of a fan", nothing);
         console.verbs.action("load <file>", "a file", nothing);
         console.candidates["<port>"] = [] { return Words{"1:1", "1:2"}; };
@@ -80,8 +81,10 @@ TEST_F(OffersTest, LinesAreAsWideAsTheTerminal) {
 
 TEST_F(OffersTest, WhereNothingFitsItSaysWhy) {
     EXPECT_EQ(question("bla "), "error: 'bla' is not a verb; 'help' lists them all");
-    EXPECT_EQ(question("show xy"), "error: 'xy' is not known after 'show'; expected ports, port, fdb");
-    EXPECT_EQ(question("port 1:1 enable x"), "error: 'port 1:1 enable' takes nothing more; got 'x'");
+    EXPECT_EQ(question("show xy"),
+              "error: 'xy' is not known after 'show'; expected ports, port, fdb");
+    EXPECT_EQ(question("port 1:1 enable x"),
+              "error: 'port 1:1 enable' takes nothing more; got 'x'");
     EXPECT_EQ(question("show ports "), "  <Enter>  the front panel\n");
 }
 

@@ -28,6 +28,33 @@ TEST_F(SessionTest, AQuestionAtTheEndIsAnswered) {
     EXPECT_EQ(run("echo why ?"), "<echo why ?|why ?\n>");
 }
 
+TEST_F(SessionTest, AVerbIsRunForEachOfAList) {
+    console.verbs.action("put <vlan*> on <port*>", "", [](Call& call) {
+        if (call.text("vlan") == "12") fail("VLAN 12 is none; expected 10 or 11");
+        call.print(call.text("vlan") + "/" + call.text("port") + " ");
+    });
+    console.verbs.show("show port <port*>", "", [](Call& call) {
+        return Fields{"p", "", {{"a", "A", call.text("port")}}};
+    });
+    console.candidates["<port>"] = [] { return Words{"1:1", "1:2"}; };
+    EXPECT_EQ(run("put 10,11 on all"), "<put 10,11 on all|10/1:1 10/1:2 11/1:1 11/1:2 >");
+    EXPECT_EQ(run("put 10-12 on 1:1"),
+              "<put 10-12 on 1:1|10/1:1 11/1:1 1::0:done from 10 1:1 to 11 1:1, not for 12 1:1: "
+              "VLAN 12 is none; expected 10 or 11>=1");
+    EXPECT_EQ(run("put 12,13 on 1:1"),
+              "<put 12,13 on 1:1|1::0:VLAN 12 is none; expected 10 or 11>=1");
+    EXPECT_EQ(
+        run("show port 1:1,1:2 --json"),
+        "<show port 1:1,1:2 --json|[\n{\n  \"p\": {\n    \"a\": \"1:1\"\n  }\n},\n{\n  \"p\": "
+        "{\n    \"a\": \"1:2\"\n  }\n}\n]\n>");
+    EXPECT_EQ(
+        run("expect show port all -- a is 1:1"),
+        "<expect show port all -- a is 1:1|2::0:'show port all' are 2 commands; expected one>=2");
+    notes.forPrograms = true;
+    EXPECT_EQ(run("show port all"),
+              "<show port all|{\"p\":{\"a\":\"1:1\"}}{\"p\":{\"a\":\"1:2\"}}>");
+}
+
 TEST_F(SessionTest, HelpTakesBeginningsOfWords) {
     EXPECT_EQ(run("help sh o"), "<help sh o|  show one                            one field\n>");
     EXPECT_EQ(run("help sh x"),
