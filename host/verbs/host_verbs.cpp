@@ -56,23 +56,7 @@ void addHostVerbs(Console& console, Machine& machine) {
         add(verbs);
     addProbeVerbs(console.verbs, probePartsOf(machine));
     addCallVerbs(console.verbs, callablesOf(machine));
-    console.candidates["<port>"] = [&machine] {
-        std::vector<std::string> names;
-        for (const auto& [instance, port] : machine.ports().ports()) names.push_back(port.name());
-        return names;
-    };
-    console.candidates["<operation>"] = [] {
-        std::vector<std::string> names;
-        for (const probe::Operation& operation : probe::operations())
-            names.emplace_back(operation.name);
-        return names;
-    };
-    console.candidates["<component>"] = [&machine] {
-        std::vector<std::string> names;
-        for (const auto& component : machine.context.logger.components())
-            names.emplace_back(component.name);
-        return names;
-    };
+    addCandidates(console, machine);
 }
 
 }  // namespace pcsim::host

@@ -45,6 +45,8 @@ private:
 // All verbs, in the order in which help lists them, and what completes their values.
 void addHostVerbs(Console& console, Machine& machine);
 
+void addCandidates(Console& console, Machine& machine);
+
 // What the verbs of the probe work with here.
 probe::ProbeParts probePartsOf(Machine& machine);
 std::shared_ptr<probe::Callables> callablesOf(Machine& machine);
