@@ -167,11 +167,11 @@ void commandCard(Call& call) {
 void addCardVerbs(HostVerbs& verbs) {
     verbs.show("show slots", "slots and the cards in them", showSlots);
     verbs.show("show cards", "state of every card, and how long each of its steps took", showCards);
-    verbs.show("show card <slot:text>", "identity, readings and time line of one card", showCard);
-    verbs.action("card <slot:text> power <power:on|off>", "switch a card on or off", commandCard);
-    verbs.action("card <slot:text> <action:diag|reset|remove>",
+    verbs.show("show card <slot*:text>", "identity, readings and time line of one card", showCard);
+    verbs.action("card <slot*:text> power <power:on|off>", "switch a card on or off", commandCard);
+    verbs.action("card <slot*:text> <action:diag|reset|remove>",
                  "run diagnostics, switch off and on again, pull the card out", commandCard);
-    verbs.action("card <slot:text> insert", "put a card into an empty slot",
+    verbs.action("card <slot*:text> insert", "put a card into an empty slot",
                  [](Call& call) { call.machine.cards().insert(slotOf(call)); });
 }
 

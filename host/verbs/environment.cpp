@@ -202,7 +202,7 @@ void addEnvironmentVerbs(HostVerbs& verbs) {
                showEnvironment);
     verbs.show("show fans", "fans: speed, temperature, identity", showFans);
     verbs.show("show power", "power supplies: input and output lines, identity", showPower);
-    verbs.action("fan <fan:0-7> speed <percent:0-100>", "speed in percent of the maximum",
+    verbs.action("fan <fan*:0-7> speed <percent:0-100>", "speed in percent of the maximum",
                  setSpeed);
     verbs.action("odometer <kind:fan|power|card> <number:text> init",
                  "let an odometer start from 0", setOdometer);

@@ -132,16 +132,16 @@ uint32_t trunkOf(Call& call) {
 
 void addL2Verbs(HostVerbs& verbs) {
     verbs.show("show vlans", "VLANs and their ports", showVlans);
-    verbs.action("vlan create <vlan>", "make a VLAN",
+    verbs.action("vlan create <vlan*>", "make a VLAN",
                  [](Call& call) { call.machine.l2().createVlan(call.vlan()); });
-    verbs.action("vlan delete <vlan>", "delete a VLAN with its memberships and addresses",
+    verbs.action("vlan delete <vlan*>", "delete a VLAN with its memberships and addresses",
                  [](Call& call) {
                      L2Manager& l2 = call.machine.l2();
                      l2.deleteVlan(l2.existingVlan(call.vlan()));
                  });
-    verbs.action("vlan <vlan> add <port> [tagged]", "add a port to a VLAN, or change its tag",
+    verbs.action("vlan <vlan*> add <port*> [tagged]", "add a port to a VLAN, or change its tag",
                  changeMember);
-    verbs.action("vlan <vlan> remove <port>", "remove a port from a VLAN", [](Call& call) {
+    verbs.action("vlan <vlan*> remove <port*>", "remove a port from a VLAN", [](Call& call) {
         L2Manager& l2 = call.machine.l2();
         VlanIf& vlan = l2.existingVlan(call.vlan());
         l2.removeMember(vlan, configuredInstance(call));
@@ -150,18 +150,19 @@ void addL2Verbs(HostVerbs& verbs) {
 
 void addTrunkVerbs(HostVerbs& verbs) {
     verbs.show("show trunks", "trunks, their ports and the address algorithm", showTrunks);
-    verbs.action("trunk create <trunk:1-128>", "make a trunk",
+    verbs.action("trunk create <trunk*:1-128>", "make a trunk",
                  [](Call& call) { call.machine.l2().trunks().create(trunkOf(call)); });
-    verbs.action("trunk delete <trunk:1-128>", "delete a trunk",
+    verbs.action("trunk delete <trunk*:1-128>", "delete a trunk",
                  [](Call& call) { call.machine.l2().trunks().remove(trunkOf(call)); });
-    verbs.action("trunk add <trunk:1-128> <port>", "add a port to a trunk", [](Call& call) {
+    verbs.action("trunk add <trunk:1-128> <port*>", "add a port to a trunk", [](Call& call) {
         Pif& pif = *call.context.records.pif(instanceOf(call));
         call.machine.l2().trunks().addMember(trunkOf(call), pif);
     });
-    verbs.action("trunk remove <trunk:1-128> <port>", "remove a port from a trunk", [](Call& call) {
-        call.machine.l2().trunks().removeMember(trunkOf(call), configuredInstance(call));
-    });
-    verbs.action("trunk sync <slot:text>", "have the platform add the trunk ports of a slot again",
+    verbs.action(
+        "trunk remove <trunk:1-128> <port*>", "remove a port from a trunk", [](Call& call) {
+            call.machine.l2().trunks().removeMember(trunkOf(call), configuredInstance(call));
+        });
+    verbs.action("trunk sync <slot*:text>", "have the platform add the trunk ports of a slot again",
                  syncTrunks);
     verbs.action("trunk algorithm <algorithm:u32>", "address algorithm of all trunks",
                  [](Call& call) {

@@ -56,16 +56,16 @@ Report showPoePort(Call& call) {
 }  // namespace
 
 void addPoeVerbs(HostVerbs& verbs) {
-    verbs.show("show poe slot <slot:text>", "what a card answers about power over Ethernet",
+    verbs.show("show poe slot <slot*:text>", "what a card answers about power over Ethernet",
                showPoeSlot);
-    verbs.show("show poe port <port>", "what a port answers about power over Ethernet",
+    verbs.show("show poe port <port*>", "what a port answers about power over Ethernet",
                showPoePort);
-    verbs.action("poe slot <slot:text> <action:enable|disable>",
+    verbs.action("poe slot <slot*:text> <action:enable|disable>",
                  "accepted by the platform, without effect", [](Call& call) {
                      const Card& card = call.machine.cards().presentCard(slotOf(call));
                      call.machine.poe().enableSlot(card.slot, call.text("action") == "enable");
                  });
-    verbs.action("poe port <port> <action:enable|disable>",
+    verbs.action("poe port <port*> <action:enable|disable>",
                  "accepted by the platform, without effect", [](Call& call) {
                      call.machine.poe().enablePort(portOf(call).instance,
                                                    call.text("action") == "enable");

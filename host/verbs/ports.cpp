@@ -139,25 +139,25 @@ void configureAutoNeg(Call& call) {
 
 void addPortVerbs(HostVerbs& verbs) {
     verbs.show("show po~rts", "the front panel", showPorts);
-    verbs.show("show port <port>", "one port, asked now", showPort);
-    verbs.show("show counters <port>", "counters of a port since they were zeroed",
+    verbs.show("show port <port*>", "one port, asked now", showPort);
+    verbs.show("show counters <port*>", "counters of a port since they were zeroed",
                showPortCounters);
-    verbs.action("port <port> <action:enable|disable|restart>", "administrative state, PHY reset",
+    verbs.action("port <port*> <action:enable|disable|restart>", "administrative state, PHY reset",
                  changePort);
     verbs.action(
-        "port <port> autoneg <state:on|off> [speed <speed:10|100|1000|10000>] "
+        "port <port*> autoneg <state:on|off> [speed <speed:10|100|1000|10000>] "
         "[duplex <duplex:full|half>]",
         "auto-negotiation of a port (kept by the platform, not sent to the PHY)", configureAutoNeg);
-    verbs.action("counters zero <port>", "count from now on", [](Call& call) {
+    verbs.action("counters zero <port*>", "count from now on", [](Call& call) {
         const Port& port = portOf(call);
         call.machine.ports().zeroCounters(port.slot(), port.number());
     });
     const auto zeroSlot = [](Call& call) {
         call.machine.ports().zeroSlotCounters(static_cast<uint32_t>(slotOf(call)));
     };
-    verbs.action("counters zero slot <slot:text>", "the same for all ports of a slot", zeroSlot);
-    verbs.action("counters slot <slot:text>", "short for that", zeroSlot);
-    verbs.show("counters read-clear <port>", "read the counters and count from now on", readClear);
+    verbs.action("counters zero slot <slot*:text>", "the same for all ports of a slot", zeroSlot);
+    verbs.action("counters slot <slot*:text>", "short for that", zeroSlot);
+    verbs.show("counters read-clear <port*>", "read the counters and count from now on", readClear);
 }
 
 }  // namespace pcsim::host

@@ -45,8 +45,8 @@ void change(Call& call) {
 
 void addSamplingVerbs(HostVerbs& verbs) {
     verbs.show("show sflow", "the ports that are sampled", showSampledPorts);
-    verbs.show("show sflow <port>", "sampling counters, which all ports share", showSampling);
-    verbs.action("sflow <port> <action:add|del>", "sample a port, or no more", change);
+    verbs.show("show sflow <port*>", "sampling counters, which all ports share", showSampling);
+    verbs.action("sflow <port*> <action:add|del>", "sample a port, or no more", change);
 }
 
 }  // namespace pcsim::host
