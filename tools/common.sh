@@ -7,9 +7,9 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 # Everything that a bare Debian 12 lacks. One line per purpose.
 build_packages="g++ g++-multilib cmake ninja-build
     libboost1.81-dev nlohmann-json3-dev libfmt-dev lib32readline-dev
-    iproute2 procps"
+    iproute2 procps xz-utils gzip zstd"
 check_packages="googletest clang-format clang-tidy git python3 pkgconf
-    qemu-system-x86 busybox-static xz-utils abigail-tools python3-clang-14"
+    qemu-system-x86 busybox-static abigail-tools python3-clang-14"
 
 say() { printf '%s\n' "$*"; }
 

@@ -1,13 +1,6 @@
-// Lines of a file, through xz when it is packed.
+// Lines of a file.
 #include "host/core/text_file.h"
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -18,64 +11,9 @@
 namespace pcsim::host {
 
 TextFile::TextFile(const std::string& path, const Surroundings& surroundings)
-    : path_(path), surroundings_(surroundings), buffer_(kChunkBytes) {
-    file_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    struct stat info {};
-    if (file_ < 0 || fstat(file_, &info) != 0 || S_ISDIR(info.st_mode)) {
-        const int reason = file_ < 0 ? errno : EISDIR;
-        if (file_ >= 0) close(file_);
-        fail("file {} can't be read: {}", path, std::strerror(reason));
-    }
-    size_ = info.st_size > 0 ? static_cast<uint64_t>(info.st_size) : 0;
-    source_ = file_;
-    if (!path.ends_with(".xz")) return;
-    try {
-        startUnpacking();
-    } catch (...) {
-        close(file_);
-        throw;
-    }
-}
-
-TextFile::~TextFile() {
-    if (source_ != file_ && source_ >= 0) close(source_);
-    close(file_);
-    // Its pipe is closed: an unpacker that has not come to the end dies of it.
-    if (unpacker_ > 0) waitpid(unpacker_, nullptr, 0);
-}
-
-// xz reads from the file that we have opened, so its position is ours too.
-void TextFile::startUnpacking() {
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) fail("no pipe for xz: {}", std::strerror(errno));
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, file_, STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    char name[] = "xz", options[] = "-dc";
-    char* arguments[] = {name, options, nullptr};
-    const int result = posix_spawnp(&unpacker_, "xz", &actions, nullptr, arguments, environ);
-    posix_spawn_file_actions_destroy(&actions);
-    close(ends[1]);
-    if (result != 0) {
-        close(ends[0]);
-        unpacker_ = -1;
-        fail("file {} can't be unpacked: xz: {}; install xz-utils or unpack it first", path_,
-             std::strerror(result));
-    }
-    source_ = ends[0];
-}
-
-void TextFile::finish() {
-    ended_ = true;
-    if (unpacker_ <= 0) return;
-    int status = 0;
-    waitpid(unpacker_, &status, 0);
-    unpacker_ = -1;
-    if (status != 0)
-        problem_ =
-            fmt::format("file {} can't be unpacked to its end: it is cut or no xz file", path_);
+    : path_(path), surroundings_(surroundings), file_(path), buffer_(kChunkBytes) {
+    const off_t size = file_.status().st_size;
+    size_ = size > 0 ? static_cast<uint64_t>(size) : 0;
 }
 
 void TextFile::fill() {
@@ -85,7 +23,7 @@ void TextFile::fill() {
     ssize_t size = -1;
     errno = EINTR;
     while (size < 0 && errno == EINTR && !surroundings_.interrupted())
-        size = read(source_, buffer_.data() + end_, buffer_.size() - end_);
+        size = file_.read(buffer_.data() + end_, buffer_.size() - end_);
     if (surroundings_.interrupted()) {
         problem_ = fmt::format("interrupted; file {} is read in part", path_);
         ended_ = true;
@@ -93,12 +31,11 @@ void TextFile::fill() {
     }
     if (size < 0)
         problem_ = fmt::format("file {} can't be read to its end: {}", path_, std::strerror(errno));
-    if (size <= 0) {
-        finish();
-        return;
-    }
+    if (size == 0) problem_ = file_.problem();
+    ended_ = size <= 0;
+    if (ended_) return;
     end_ += static_cast<size_t>(size);
-    position_ = static_cast<uint64_t>(std::max<off_t>(lseek(file_, 0, SEEK_CUR), 0));
+    position_ = file_.position();
 }
 
 bool TextFile::next(std::string_view& line) {

@@ -1,15 +1,14 @@
-// Reading a text file line by line, plain or packed with xz (by its name), and how far one is: the
-// one way in which loads of every kind open their files.
+// Reading a text file line by line, and how far one is: the one way in which loads of every kind
+// read their files.
 #ifndef PCSIM_HOST_CORE_TEXT_FILE_H
 #define PCSIM_HOST_CORE_TEXT_FILE_H
-
-#include <sys/types.h>
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "console/input_file.h"
 #include "console/surroundings.h"
 
 namespace pcsim::host {
@@ -19,9 +18,6 @@ public:
     // Throws a CommandError when the file can't be read, as a directory can't. An interrupt ends
     // the reading: many a file has no end.
     TextFile(const std::string& path, const Surroundings& surroundings);
-    ~TextFile();
-    TextFile(const TextFile&) = delete;
-    TextFile& operator=(const TextFile&) = delete;
 
     // The next line without its end, valid until the next call; false at the end of the file. Of a
     // line that is longer than any that makes sense, the beginning alone.
@@ -37,16 +33,12 @@ public:
 private:
     static constexpr size_t kChunkBytes = 1 << 18;
 
-    void startUnpacking();
-    // Reads on behind what is left of the buffer; at the end of the file it finishes.
+    // Reads on behind what is left of the buffer.
     void fill();
-    void finish();
 
     std::string path_;
     const Surroundings& surroundings_;
-    int file_ = -1;    // what is on the disk: its position tells how far the reader is
-    int source_ = -1;  // where lines come from
-    pid_t unpacker_ = -1;
+    InputFile file_;
     uint64_t size_ = 0, position_ = 0;
     std::vector<char> buffer_;
     size_t start_ = 0, end_ = 0;

@@ -46,8 +46,8 @@ FLOORS = (
 # What of the console is no console: texts, values, and the time a long work passes in. Managers
 # have this, and no prompt, script, verb or report.
 WORDS = re.compile(
-    r"console/(?:error|event_log|mac_address|progress|run_folder|signals|surroundings|text|values|"
-    r"words)\.")
+    r"console/(?:error|event_log|input_file|mac_address|packing|progress|run_folder|"
+    r"signals|surroundings|text|values|words)\.")
 
 FREE = ("tests", "bench")
 
