@@ -2,6 +2,7 @@
 #include "host/l2/l2_manager.h"
 
 #include "console/text.h"
+#include "host/cards/card_manager.h"
 #include "host/ports/port_manager.h"
 
 namespace pcsim::host {
@@ -155,7 +156,6 @@ VlanIf& L2Manager::existingVlan(uint16_t id) {
 void L2Manager::addMember(VlanIf& vlan, uint32_t instance, bool tagged) {
     const uint16_t id = vlan.record.vlanId;
     Pif* pif = context_.records.pif(instance);
-    if (pif == nullptr) fail("port {} does not exist", portName(instance));
     Members& members = members_[id];
     const auto known = members.find(instance);
     if (known != members.end()) {
@@ -163,12 +163,22 @@ void L2Manager::addMember(VlanIf& vlan, uint32_t instance, bool tagged) {
             fail("port {} is in VLAN {} already, {}", portName(instance), id,
                  tagged ? "tagged" : "untagged");
         known->second = tagged;
+        if (pif == nullptr) return;
         context_.records.addMember(vlan, *pif, tagged);
         offer(context_.platform, pif->record.slot, &HalCardSlotOps::cardVpifChangeTag);
         return;
     }
-    makeMember(vlan, *pif, tagged, false);
+    if (pif != nullptr) makeMember(vlan, *pif, tagged, false);
     members[instance] = tagged;
+}
+
+uint32_t L2Manager::configurablePort(SlotPort at) {
+    constexpr uint32_t kMostPorts = 256;  // of a card
+    const bool slotThere =
+        at.slot < uint32_t{Platform::kSlots} && cards_.cards().contains(static_cast<int>(at.slot));
+    const bool waits = slotThere && !cards_.operational(static_cast<int>(at.slot));
+    if (waits && at.port >= 1 && at.port <= kMostPorts) return portInstance(at.slot, at.port);
+    return ports_.port(at.slot, at.port).instance;
 }
 
 // Makes the membership of a port that is there; 'again' when its card has come back.

@@ -11,18 +11,20 @@
 #include <map>
 #include <set>
 
+#include "console/values.h"
 #include "host/core/context.h"
 #include "host/l2/fdb.h"
 #include "host/l2/trunks.h"
 
 namespace pcsim::host {
 
+class CardManager;
 class PortManager;
 
 class L2Manager : public Manager {
 public:
-    L2Manager(Context& context, PortManager& ports)
-        : fdb_(context), trunks_(context, fdb_), context_(context), ports_(ports) {}
+    L2Manager(Context& context, CardManager& cards, PortManager& ports)
+        : fdb_(context), trunks_(context, fdb_), context_(context), cards_(cards), ports_(ports) {}
 
     void boot() override { fdb_.init(); }
     void cardUp(int slot) override;
@@ -39,8 +41,11 @@ public:
     // The same for what only makes sense with a VLAN that is there, as its deletion.
     VlanIf& existingVlan(uint16_t id);
 
-    // Adds a port that is there, or changes its tag.
+    // Adds a port, or changes its tag. A port whose card isn't in service joins when that comes up.
     void addMember(VlanIf& vlan, uint32_t instance, bool tagged);
+    // The instance of a port that can be configured: one that is there, or that a card can bring
+    // which isn't in service. A CommandError that says which ports there are for all others.
+    uint32_t configurablePort(SlotPort at);
     // Removes a port, whether its card is there or not.
     void removeMember(VlanIf& vlan, uint32_t instance);
 
@@ -65,6 +70,7 @@ private:
     Fdb fdb_;
     Trunks trunks_;
     Context& context_;
+    CardManager& cards_;
     PortManager& ports_;
     std::map<uint16_t, Members> members_;  // by VLAN id
     std::set<int> slotsUp_;

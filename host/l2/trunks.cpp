@@ -36,22 +36,25 @@ void Trunks::remove(uint32_t number) {
     members_.erase(number);
 }
 
-void Trunks::addMember(uint32_t number, Pif& pif) {
+void Trunks::addMember(uint32_t number, uint32_t instance) {
     Members& members = membersOf(number);
-    HalPif& record = pif.record;
     for (const auto& [other, theirs] : members_)
-        if (theirs.contains(record.instance))
-            fail("port {} is in trunk {} already", portName(record.instance), other);
+        if (theirs.contains(instance))
+            fail("port {} is in trunk {} already", portName(instance), other);
+    Pif* const pif = context_.records.pif(instance);
+    if (pif == nullptr) {
+        members.insert(instance);
+        return;
+    }
     Platform& platform = context_.platform;
     const HalPif& trunk = context_.records.pif(instanceOf(number))->record;
-    const uint32_t instance = record.instance;
     const int32_t result =
         platform.call(platform.family, &HalFamilyOps::trunkAddPorts, &trunk, 1u, &instance, 0u);
     if (result != 0)
         fail("port {} can't join trunk {}: the platform answered {}", portName(instance), number,
              result);
     members.insert(instance);
-    record.trunkInstance = instanceOf(number);
+    pif->record.trunkInstance = instanceOf(number);
     // From now on what is behind the port is learned on the trunk.
     const Fdb::Removed removed = fdb_.removeOf(0, instance);
     if (removed.count != 0)

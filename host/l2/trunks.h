@@ -22,7 +22,8 @@ public:
 
     void create(uint32_t number);
     void remove(uint32_t number);
-    void addMember(uint32_t number, Pif& pif);
+    // A port whose card isn't in service joins when that comes up.
+    void addMember(uint32_t number, uint32_t instance);
     void removeMember(uint32_t number, uint32_t instance);
     // Has the platform add the members of a slot that is up again.
     void sync(int slot);

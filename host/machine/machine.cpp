@@ -32,7 +32,7 @@ Machine::Machine(Options options)
     : context(std::move(options)),
       cards_(std::make_unique<CardManager>(context)),
       ports_(std::make_unique<PortManager>(context, *cards_)),
-      l2_(std::make_unique<L2Manager>(context, *ports_)),
+      l2_(std::make_unique<L2Manager>(context, *cards_, *ports_)),
       l3_(std::make_unique<L3Manager>(context)),
       mcast_(std::make_unique<McastManager>(context)),
       acl_(std::make_unique<AclManager>(context)),

@@ -114,7 +114,7 @@ Report showTrunks(Call& call) {
 void changeMember(Call& call) {
     L2Manager& l2 = call.machine.l2();
     VlanIf& vlan = l2.vlan(call.vlan());
-    l2.addMember(vlan, instanceOf(call), call.given("tagged"));
+    l2.addMember(vlan, l2.configurablePort(call.port()), call.given("tagged"));
 }
 
 void syncTrunks(Call& call) {
@@ -155,8 +155,8 @@ void addTrunkVerbs(HostVerbs& verbs) {
     verbs.action("trunk delete <trunk*:1-128>", "delete a trunk",
                  [](Call& call) { call.machine.l2().trunks().remove(trunkOf(call)); });
     verbs.action("trunk add <trunk:1-128> <port*>", "add a port to a trunk", [](Call& call) {
-        Pif& pif = *call.context.records.pif(instanceOf(call));
-        call.machine.l2().trunks().addMember(trunkOf(call), pif);
+        L2Manager& l2 = call.machine.l2();
+        l2.trunks().addMember(trunkOf(call), l2.configurablePort(call.port()));
     });
     verbs.action(
         "trunk remove <trunk:1-128> <port*>", "remove a port from a trunk", [](Call& call) {

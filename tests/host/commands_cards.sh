@@ -91,4 +91,23 @@ refuses "PoE: the platform sent no reply of type 3" 'fault pcSimCardPoeGetVersio
 answers '"word36": 300' 'show poe slot 3 --json'
 answers '"frames": 100' 'time warp 22000' 'show sflow 3:1 --json'
 
+# Memberships may be there before the card; one that can never come is refused.
+options=(--shape chassis --lab 16 --stopped)
+answers '^ +10 +4096  \(8:1\) +\(8:2\) +0$' 'vlan create 10' 'vlan 10 add 8:1' \
+    'vlan 10 add 8:2 tagged' 'show vlans'
+answers '^ +10 +4096  - +8:1 ' 'vlan create 10' 'vlan 10 add 8:1' 'vlan 10 add 8:1 tagged' \
+    'card 8 insert' 'show vlans'
+answers '^ +1  0x01000001  8:1-2 ' 'trunk create 1' 'trunk add 1 8:1' 'trunk add 1 8:2' \
+    'card 8 insert' 'show trunks'
+answers '^ +10 +4096  - +- +0$' 'vlan create 10' 'vlan 10 add 8:1' 'vlan 10 remove 8:1' \
+    'card 8 insert' 'show vlans'
+refuses 'port 8:1 is in VLAN 10 already, untagged' 'vlan create 10' 'vlan 10 add 8:1' 'vlan 10 add 8:1'
+refuses 'port 8:1 is in trunk 1 already' 'trunk create 1' 'trunk create 2' 'trunk add 1 8:1' \
+    'trunk add 2 8:1'
+ports='ports are 1:1 to 1:2, 2:1 to 2:2, 3:1 to 3:2, 4:1 to 4:2, 5:1 to 5:2, 6:1 to 6:2, 7:1 to 7:2'
+for port in 8:0 8:257 11:1 0:1 1:3 9:1; do
+    refuses "port $port does not exist; $ports" 'vlan create 10' "vlan 10 add $port"
+    refuses "port $port does not exist; $ports" 'trunk create 1' "trunk add 1 $port"
+done
+
 finish
