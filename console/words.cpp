@@ -139,12 +139,14 @@ bool isVariableName(std::string_view name) {
     return !name.empty() && isLetter(name.front()) && std::ranges::all_of(name, isNameCharacter);
 }
 
+std::string quotedWord(const std::string& word) {
+    const bool plain = !word.empty() && word.find_first_of(" \t\r\n#") == word.npos;
+    return plain ? word : '"' + word + '"';
+}
+
 std::string lineOf(const Words& words) {
     std::string line;
-    for (const std::string& word : words) {
-        const bool plain = !word.empty() && word.find_first_of(" \t\r\n#") == word.npos;
-        line += (line.empty() ? "" : " ") + (plain ? word : '"' + word + '"');
-    }
+    for (const std::string& word : words) line += (line.empty() ? "" : " ") + quotedWord(word);
     return line;
 }
 

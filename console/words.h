@@ -15,6 +15,9 @@ using Words = std::vector<std::string>;
 // quote is left open.
 Words splitWords(std::string_view line);
 
+// The word as splitWords() takes it for one: in quotes where it needs them.
+std::string quotedWord(const std::string& word);
+
 // The value of a variable. Throws a CommandError when there is none of that name.
 using ValueOf = std::function<const std::string&(std::string_view name)>;
 

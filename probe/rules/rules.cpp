@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include "console/error.h"
+#include "console/words.h"
 #include "probe/interface/names.h"
 #include "probe/rules/answers.h"
 #include "probe/values/path.h"
@@ -44,8 +45,10 @@ std::shared_ptr<const RuleBinding> boundTo(const Callee& callee, const Order& or
 }
 
 // A small generator of our own: the same seed gives the same calls everywhere.
+constexpr uint64_t kRandomStep = 0x9E3779B97F4A7C15u;
+
 uint32_t nextOf(uint64_t& state) {
-    state += 0x9E3779B97F4A7C15u;
+    state += kRandomStep;
     uint64_t mixed = state;
     mixed = (mixed ^ (mixed >> 30)) * 0xBF58476D1CE4E5B9u;
     mixed = (mixed ^ (mixed >> 27)) * 0x94D049BB133111EBu;
@@ -55,11 +58,6 @@ uint32_t nextOf(uint64_t& state) {
 void sleepThrough(uint64_t ms) {
     timespec left{static_cast<time_t>(ms / 1000), static_cast<long>(ms % 1000 * 1000000)};
     while (nanosleep(&left, &left) != 0 && errno == EINTR) continue;
-}
-
-std::string quoted(const std::string& word) {
-    const bool plain = !word.empty() && word.find_first_of(" \t#") == std::string::npos;
-    return plain ? word : "\"" + word + "\"";
 }
 
 // Of what is known of the interface: whether the rule can ever apply, to any of the operations that
@@ -89,13 +87,13 @@ std::optional<uint64_t> Order::timesOf() const {
 }
 
 std::string Order::text() const {
-    std::string text = quoted(operation);
+    std::string text = quotedWord(operation);
     const auto say = [&](const char* word, const std::string& value) {
         text += std::string(" ") + word + " " + value;
     };
     for (const Condition& condition : where)
-        say("where", quoted(condition.field) + (condition.within ? " within " : " ") +
-                         quoted(condition.value));
+        say("where", quotedWord(condition.field) + (condition.within ? " within " : " ") +
+                         quotedWord(condition.value));
     if (after != 0) say("after", std::to_string(after));
     if (count) say("count", std::to_string(*count));
     if (chancePercent) {
@@ -104,7 +102,20 @@ std::string Order::text() const {
     }
     if (delayMs != 0) say("delay", std::to_string(delayMs));
     if (returns) say("returns", *returns);
-    for (const Change& change : set) say("set", quoted(change.field) + " " + quoted(change.value));
+    for (const Change& change : set)
+        say("set", quotedWord(change.field) + " " + quotedWord(change.value));
+    return text;
+}
+
+std::string RuleState::text() const {
+    std::string text = order.text();
+    // What came before it was ready counts no further than that, unless chance goes on with it.
+    const uint64_t counted = order.chancePercent ? seen : std::min(seen, order.after);
+    const uint64_t applied = order.timesOf() ? hit : 0;
+    text += " number " + std::to_string(number);
+    if (counted != 0) text += " seen " + std::to_string(counted);
+    if (applied != 0) text += " hits " + std::to_string(applied);
+    if (!on) text += " off";
     return text;
 }
 
@@ -171,16 +182,22 @@ struct Rules::Passage {
 Rules::Rules() = default;
 Rules::~Rules() = default;
 
-uint32_t Rules::add(Order order) {
+uint32_t Rules::add(Order order, const Resumed& resumed) {
     checkCanApply(order);
     uint32_t number;
     {
         const std::lock_guard lock(mutex_);
-        number = ++lastNumber_;
+        number = resumed.number.value_or(lastNumber_ + 1);
+        const auto place = std::ranges::lower_bound(
+            rules_, number, {}, [](const auto& rule) { return rule->state.number; });
+        if (place != rules_.end() && (*place)->state.number == number)
+            fail("there is a rule {} already; 'fault-remove {}' removes it", number, number);
+        lastNumber_ = std::max(lastNumber_, number);
         auto rule = std::make_unique<Rule>();
-        rule->random = order.seed;
-        rule->state = {number, std::move(order), true, 0, 0};
-        rules_.push_back(std::move(rule));
+        const uint64_t draws = resumed.seen - std::min(resumed.seen, order.after);
+        rule->random = order.seed + draws * kRandomStep;
+        rule->state = {number, std::move(order), !resumed.off, resumed.seen, resumed.hit};
+        rules_.insert(place, std::move(rule));
     }
     changed();
     return number;

@@ -54,6 +54,14 @@ struct Order {
     std::string text() const;
 };
 
+// Where a rule goes on that was there before.
+struct Resumed {
+    std::optional<uint32_t> number;
+    uint64_t seen = 0;
+    uint64_t hit = 0;
+    bool off = false;
+};
+
 struct RuleState {
     uint32_t number;
     Order order;
@@ -62,6 +70,9 @@ struct RuleState {
     uint64_t hit;   // of them, those that the rule applied to
 
     bool usedUp() const;
+    // As the command without its verb that makes this rule again: with its number, and of what it
+    // has counted that on which depends when it applies.
+    std::string text() const;
 };
 
 class Rules : public Observer {
@@ -69,8 +80,9 @@ public:
     Rules();
     ~Rules() override;
 
-    // The number of the new rule. Throws a CommandError for one that can never apply.
-    uint32_t add(Order order);
+    // The number of the new rule. Throws a CommandError for one that can never apply, and for a
+    // number that is another's.
+    uint32_t add(Order order, const Resumed& resumed = {});
     // Throw a CommandError when there is no such rule.
     void remove(uint32_t number);
     void turn(uint32_t number, bool on);

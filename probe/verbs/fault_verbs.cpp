@@ -9,7 +9,8 @@ namespace {
 constexpr const char* kFaultPattern =
     "fault <operation> [where <field> (within) <value>]* [after <after:0-1000000000>] "
     "[count <count:1-1000000000>] [chance <percent:1-100>] [seed <seed:u32>] "
-    "[delay <ms:1-86400000>] [returns <returns>] [set <output> <to>]*";
+    "[delay <ms:1-86400000>] [returns <returns>] [set <output> <to>]* "
+    "[number <number:1-1000000000>] [seen <seen:1-1000000000>] [hits <hits:1-1000000000>] [off]";
 
 Order orderOf(pcsim::Call& call) {
     Order order;
@@ -30,6 +31,15 @@ Order orderOf(pcsim::Call& call) {
     for (size_t i = 0; i < outputs.size(); ++i)
         order.set.push_back({outputs[i], call.all("to")[i]});
     return order;
+}
+
+Resumed resumedOf(pcsim::Call& call) {
+    Resumed resumed;
+    if (call.has("number")) resumed.number = call.u32("number");
+    resumed.seen = call.numberOr("seen", 0);
+    resumed.hit = call.numberOr("hits", 0);
+    resumed.off = call.given("off");
+    return resumed;
 }
 
 // What the rule's row has no column for.
@@ -83,7 +93,7 @@ void addFaultVerbs(Verbs& verbs, Rules& rules) {
                [&rules](pcsim::Call&) { return showFaults(rules); });
     verbs.action(kFaultPattern,
                  "let an operation fail, answer a number, come late, or hand out other values",
-                 [&rules](pcsim::Call& call) { rules.add(orderOf(call)); });
+                 [&rules](pcsim::Call& call) { rules.add(orderOf(call), resumedOf(call)); });
     verbs.action("fault-off <rule:u32>", "let a rule rest",
                  [&rules](pcsim::Call& call) { rules.turn(call.u32("rule"), false); });
     verbs.action("fault-on <rule:u32>", "let it apply again",

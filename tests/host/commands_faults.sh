@@ -83,4 +83,29 @@ succeeds 'expect show coverage -- pcSimStackChassisGetInfo.calls is 1' 'expect s
 succeeds 'calls on only ioctl' 'time warp 2000' 'expect show port 1:1 -- link is up'
 answers '^\[    1\.000\] = ioctl ' 'calls on only ioctl' 'time warp 1000'
 
+# Rules that go on where others were.
+answers '^ +7  pcSimFanReadTemp  failure +4 +1  on +after 3 count 2$' \
+    'fault pcSimFanReadTemp after 3 count 2 number 7 seen 4 hits 1' 'show faults'
+answers '^ +2  pcSimFanReadTemp +failure +0 +0  off' 'fault pcSimFanReadTemp number 2 off' 'show faults'
+answers '^ +8  pcSimFanReadTemp' 'fault pcSimFanReadTemp number 7' 'fault pcSimFanReadTemp' \
+    'show faults'
+refuses "there is a rule 7 already; 'fault-remove 7' removes it" 'fault pcSimFanReadTemp number 7' \
+    'fault pcSimFanReadTemp number 7'
+refuses "number '0' is not a number from 1 to 1000000000" 'fault pcSimFanReadTemp number 0'
+# They are looked at in the order of their numbers, whichever came first.
+succeeds 'fault pcSimFanReadTemp number 5' 'fault pcSimFanReadTemp number 4' 'show faults'
+[ "$(grep -oE '^ +[45]  ' "$scratch/out" | tr -d ' \n')" = 45 ] ||
+    problem 'rules are not in the order of their numbers'
+# Chance goes on where it was: of 40 readings the same ones fail, in one run or in two.
+hitsOf() {
+    run "$@" 'show faults --json'
+    grep -oE '"hits": [0-9]+' "$scratch/out"
+}
+whole=$(hitsOf 'fault pcSimFanReadTemp chance 50 seed 3' 'time warp 50000')
+half=$(hitsOf 'fault pcSimFanReadTemp chance 50 seed 3' 'time warp 25000')
+seen=$(grep -oE '"seen": [0-9]+' "$scratch/out" | grep -oE '[0-9]+')
+rest=$(hitsOf 'time warp 25000' \
+    "fault pcSimFanReadTemp chance 50 seed 3 seen $seen hits ${half##* }" 'time warp 25000')
+[ "$whole" = "$rest" ] || problem "a chance that goes on met ${rest}, not ${whole}"
+
 finish
