@@ -61,10 +61,14 @@ int32_t AclManager::sendRules(int32_t (*HalFamilyOps::*word)(const HalAclListReq
     return result;
 }
 
-void AclManager::load(const std::string& name, AclProgram program) {
+void AclManager::checkName(const std::string& name) const {
     if (name == kDynamic) fail("dynamic rules are never stored; choose another name");
     if (name.size() > kLongestName)
         fail("name '{}' is too long; expected {} characters at most", name, kLongestName);
+}
+
+void AclManager::load(const std::string& name, AclProgram program) {
+    checkName(name);
     if (lists_.contains(name))
         fail("access list {} is loaded already; 'acl refresh' gives it new rules", name);
     const int32_t result = sendRules(&HalFamilyOps::ipv4AclAdd, name, program);
@@ -83,6 +87,29 @@ void AclManager::refresh(const std::string& name, AclProgram program, const Prin
     if (result != 0) fail("the platform answered {} to the refresh of {}", result, name);
     list->rules = std::move(program.rules);
     list->counterCount = program.counterCount;
+}
+
+void AclManager::addRule(const std::string& name, const Words& words) {
+    checkName(name);
+    AclCompiler& draft = drafts_.try_emplace(name, "command").first->second;
+    try {
+        draft.take(draft.program.rules.size() + 1, words);
+    } catch (const CommandError&) {
+        if (draft.program.rules.empty()) drafts_.erase(name);
+        throw;
+    }
+}
+
+void AclManager::commit(const std::string& name, bool empty, const Print& print) {
+    const auto draft = drafts_.extract(name);
+    if (draft.empty() && !empty)
+        fail("there are no rules for {}; 'acl rule {} NAME permit' gives one", name, name);
+    AclProgram program;
+    if (!empty) program = std::move(draft.mapped().program);
+    if (lists_.contains(name))
+        refresh(name, std::move(program), print);
+    else
+        load(name, std::move(program));
 }
 
 void AclManager::diff(const std::string& name, const AclProgram& program, const Print& print) {

@@ -54,6 +54,10 @@ public:
     // What the platform prints goes to 'print'.
     using Print = std::function<void(const std::string&)>;
     void refresh(const std::string& name, AclProgram program, const Print& print);
+    // A list that is told rule by rule: the rules are kept until commit() loads them, or refreshes
+    // the list that there is. Without one commit() fails, unless the list is to be 'empty'.
+    void addRule(const std::string& name, const Words& words);
+    void commit(const std::string& name, bool empty, const Print& print);
     void diff(const std::string& name, const AclProgram& program, const Print& print);
     // A bound list is deleted only with 'force'. 'index' is that of a dynamic rule.
     void remove(const std::string& name, bool force, uint32_t index);
@@ -77,6 +81,7 @@ public:
     const Bindings& bindings() const { return bindings_; }
 
 private:
+    void checkName(const std::string& name) const;
     std::shared_ptr<AclList> find(const std::string& name);
     // The list that is bound at 'place', which must be of that name.
     AclList& boundAt(const std::string& name, const AclPlace& place);
@@ -94,6 +99,7 @@ private:
     Context& context_;
     Lists lists_;
     Bindings bindings_;
+    std::map<std::string, AclCompiler> drafts_;
 };
 
 }  // namespace pcsim::host

@@ -10,7 +10,6 @@
 
 #include "console/error.h"
 #include "console/values.h"
-#include "console/words.h"
 
 namespace pcsim::host {
 
@@ -134,8 +133,16 @@ std::string AclRule::conditions() const {
     return text;
 }
 
-AclRule parseAclRule(std::string_view line) {
-    const Words words = splitWords(line);
+const char* aclActionName(AclAction action) {
+    return action == AclAction::kPermit ? "permit" : "deny";
+}
+
+std::string AclRule::text() const {
+    const std::string all = conditions();
+    return quotedWord(name) + " " + aclActionName(action) + (all.empty() ? "" : " ") + all;
+}
+
+AclRule parseAclRule(const Words& words) {
     if (words.empty() || words[0] != "rule")
         fail("'{}' is not known here; expected rule NAME permit|deny ...",
              words.empty() ? "" : words[0]);
@@ -164,11 +171,11 @@ AclRule parseAclRule(std::string_view line) {
     return rule;
 }
 
-void AclCompiler::take(uint64_t number, std::string_view line) {
-    if (splitWords(line).empty()) return;
-    AclRule rule = parseAclRule(line);
+void AclCompiler::take(uint64_t number, const Words& words) {
+    if (words.empty()) return;
+    AclRule rule = parseAclRule(words);
     const auto [former, isNew] = lineOf_.emplace(rule.name, number);
-    if (!isNew) fail("rule {} is in line {} already", rule.name, former->second);
+    if (!isNew) fail("rule {} is in {} {} already", rule.name, noun_, former->second);
     if (program.rules.size() == kMostAclRules) fail("a list has {} rules at most", kMostAclRules);
     program.counterCount = std::max(program.counterCount, rule.counter);
     program.rules.push_back(std::move(rule));

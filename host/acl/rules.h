@@ -18,6 +18,7 @@
 #include <string_view>
 #include <vector>
 
+#include "console/words.h"
 #include "pcsim/acl.h"
 
 namespace pcsim::host {
@@ -48,7 +49,11 @@ struct AclRule {
 
     // As it would be written, e.g. "proto tcp to 10.0.0.0/8 dport 80".
     std::string conditions() const;
+    // All of it but the word 'rule': "web permit proto tcp dport 80".
+    std::string text() const;
 };
+
+const char* aclActionName(AclAction action);
 
 struct AclProgram {
     std::vector<AclRule> rules;
@@ -59,18 +64,26 @@ constexpr size_t kMostAclRules = 0xFFFF;
 constexpr uint16_t kMostAclCounters = 4096;
 constexpr size_t kLongestAclRuleName = sizeof(HalAclRule::name) - 1;
 
-// One line; throws a CommandError that says what is wrong with it.
-AclRule parseAclRule(std::string_view line);
+// One line in its words; throws a CommandError that says what is wrong with it.
+AclRule parseAclRule(const Words& words);
+inline AclRule parseAclRule(std::string_view line) {
+    return parseAclRule(splitWords(line));
+}
 
 // Takes the lines of a list one after the other.
 class AclCompiler {
 public:
+    // 'noun' is what rules are numbered by, for messages.
+    explicit AclCompiler(const char* noun = "line") : noun_(noun) {}
+
     // Throws a CommandError for a bad line; then the program is not to be used.
-    void take(uint64_t number, std::string_view line);
+    void take(uint64_t number, const Words& words);
+    void take(uint64_t number, std::string_view line) { take(number, splitWords(line)); }
 
     AclProgram program;
 
 private:
+    const char* noun_;
     std::map<std::string, uint64_t> lineOf_;  // of rules by name
 };
 

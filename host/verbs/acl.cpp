@@ -15,10 +15,6 @@ namespace pcsim::host {
 
 namespace {
 
-const char* actionName(AclAction action) {
-    return action == AclAction::kPermit ? "permit" : "deny";
-}
-
 // A list with a bad line is not used at all: they are all told, and the command fails.
 AclProgram programOf(Call& call) {
     LineLoad file(call.text("file"));
@@ -97,7 +93,7 @@ Report showList(Call& call) {
                 "no rules",
                 ""};
     for (size_t i = 0; i < std::min<uint64_t>(list.rules.size(), limit); ++i)
-        rules.rows.push_back({list.rules[i].name, i + 1, actionName(list.rules[i].action),
+        rules.rows.push_back({list.rules[i].name, i + 1, aclActionName(list.rules[i].action),
                               list.rules[i].conditions()});
     if (list.rules.size() > limit)
         rules.footer = firstRows(limit, list.rules.size(), "rules", kHighestLimit);
@@ -169,6 +165,14 @@ void clearAclCounters(Call& call) {
     call.machine.acl().clearCounters(call.text("name"), placeOf(call), number);
 }
 
+// In a file a rule begins with this word.
+void addAclRule(Call& call) {
+    Words words{"rule"};
+    const auto& rest = call.all("rule");
+    words.insert(words.end(), rest.begin(), rest.end());
+    call.machine.acl().addRule(call.text("name"), words);
+}
+
 void loadList(Call& call) {
     AclProgram program = programOf(call);
     const size_t rules = program.rules.size();
@@ -187,6 +191,13 @@ void addAclVerbs(HostVerbs& verbs) {
     verbs.action("acl refresh <name> <file>", "give a list new rules; its counters start anew",
                  [](Call& call) {
                      call.machine.acl().refresh(call.text("name"), programOf(call), call.print);
+                 });
+    verbs.action("acl rule <name> <rule:rest>", "one more rule of a list, for 'acl commit'",
+                 addAclRule);
+    verbs.action("acl commit <name> [empty]",
+                 "load the rules told by 'acl rule', or refresh the list with them",
+                 [](Call& call) {
+                     call.machine.acl().commit(call.text("name"), call.given("empty"), call.print);
                  });
     verbs.action("acl diff <name> <file>", "what a difference pass would load", [](Call& call) {
         call.machine.acl().diff(call.text("name"), programOf(call), call.print);

@@ -82,4 +82,24 @@ prints '^  \.\.\.: cut to fit, --json has it all$'
 grep -qE '^.{81}' "$scratch/out" && problem "a rule is wider than 80 columns"
 answers 'dport 10000-20000 count 4096"' "acl load wide $scratch/wide" 'show acl wide --json'
 
+# Lists that are told rule by rule.
+refuses "there are no rules for web; 'acl rule web NAME permit' gives one" 'acl commit web'
+refuses "'drop' is not an action; expected permit or deny" 'acl rule web a drop'
+refuses 'the rule is not complete; expected rule NAME permit|deny ...' 'acl rule web a'
+refuses 'rule a is in command 1 already' 'acl rule web a permit' 'acl rule web a deny'
+refuses 'dynamic rules are never stored; choose another name' 'acl rule dynamic a permit'
+refuses "there is no access list web; 'acl load web FILE' makes it" 'acl rule web a permit' \
+    'show acl web'
+told=('acl rule web "a b" permit proto tcp dport 80 count 2' 'acl rule web rest deny' 'acl commit web')
+answers '^  a b +1  permit  proto tcp dport 80 count 2$' "${told[@]}" 'show acl web'
+answers '^  rest +2  deny$' "${told[@]}" 'show acl web'
+refuses "there are no rules for web; 'acl rule web NAME permit' gives one" "${told[@]}" 'acl commit web'
+# Told again, a list has the new rules where it is bound.
+answers '^  web +1 +0 +1$' 'vlan create 10' "${told[@]}" 'acl bind web vlan 10 port 1:1 slot 0' \
+    'acl rule web only permit' 'acl commit web' 'show acl'
+answers '^  web +0 +0 +0$' 'acl commit web empty' 'show acl'
+# A bad rule is not in the list.
+types 'acl rule web a permit' 'acl rule web b drop' 'acl commit web' 'show acl'
+prints 'web +1 +0 +0'
+
 finish
