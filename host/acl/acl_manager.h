@@ -47,6 +47,7 @@ public:
     explicit AclManager(Context& context) : context_(context) {}
 
     void cardDown(int slot) override;
+    void running(Lines& lines) override;
     void vlanDown(uint16_t vlanId, uint32_t vlanInstance) override;
     void memberDown(uint16_t vlanId, uint32_t vlanInstance, uint32_t portInstance) override;
 
@@ -82,6 +83,7 @@ public:
 
 private:
     void checkName(const std::string& name) const;
+    void tellDeleted(Lines& lines) const;
     std::shared_ptr<AclList> find(const std::string& name);
     // The list that is bound at 'place', which must be of that name.
     AclList& boundAt(const std::string& name, const AclPlace& place);

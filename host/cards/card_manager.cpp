@@ -37,6 +37,8 @@ void CardManager::boot() {
         cards_[own].slot = own;
     }
     pollPresence();
+    for (const auto& [slot, card] : cards_)
+        if (card.state != CardState::kEmpty) presentAtBoot_.insert(slot);
     const uint32_t period = context_.platform.cardDbRecord.word0;
     context_.scheduler.every(period, "card presence poll", [this] { pollPresence(); });
 }

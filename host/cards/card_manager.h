@@ -42,6 +42,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -56,6 +57,7 @@ public:
     explicit CardManager(Context& context) : context_(context) {}
 
     void boot() override;
+    void running(Lines& lines) override;
 
     const std::map<int, Card>& cards() const { return cards_; }
     // The card of a slot, or a CommandError that says which slots there are.
@@ -115,9 +117,11 @@ private:
     void diagnosed(Card& card);
     void reportMissing(int slot);
     void setPresent(int slot, bool present);
+    bool reportsLate(int slot) const;
 
     Context& context_;
     std::map<int, Card> cards_;
+    std::set<int> presentAtBoot_;  // slots
 };
 
 }  // namespace pcsim::host

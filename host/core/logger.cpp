@@ -1,7 +1,10 @@
 // The logger's components.
 #include "host/core/logger.h"
 
+#include <fmt/core.h>
 #include <strings.h>
+
+#include "host/core/lines.h"
 
 namespace pcsim::host {
 
@@ -16,7 +19,7 @@ Logger::Logger()
         component.record.level = &component.level;
         component.record.counters = component.counters.data();
         component.record.enabledMask = component.mask.data();
-        set(component, kDefaultLevel, 0xFF);
+        set(component, kDefaultLevel, kAllClasses);
     }
 }
 
@@ -35,6 +38,17 @@ Logger::Component* Logger::of(const HalEmsComponent* record) {
 void Logger::set(Component& component, uint16_t level, uint8_t mask) {
     component.level.level = level;
     component.mask[0] = mask;
+}
+
+void Logger::running(Lines& lines) const {
+    for (const Component& component : components_) {
+        const uint16_t level = component.level.level;
+        const uint8_t mask = component.mask[0];
+        if (level == kDefaultLevel && mask == kAllClasses) continue;
+        std::string line = fmt::format("trace {} {}", component.name, level);
+        if (mask != kAllClasses) line += fmt::format(" {:#04x}", mask);
+        lines.replace(line, fmt::format("trace {} {}", component.name, kDefaultLevel));
+    }
 }
 
 std::string Logger::names() const {

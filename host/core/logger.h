@@ -11,6 +11,8 @@
 
 namespace pcsim::host {
 
+class Lines;
+
 class Logger {
 public:
     struct Component {
@@ -24,6 +26,7 @@ public:
     };
 
     static constexpr uint16_t kDefaultLevel = 2;  // errors
+    static constexpr uint8_t kAllClasses = 0xFF;
 
     Logger();
     Logger(const Logger&) = delete;
@@ -35,8 +38,11 @@ public:
     Component* of(const HalEmsComponent* record);
     Component& trace() { return components_[5]; }
 
-    // Sets level and mask of one component; 'mask' 0xFF lets every class through.
+    // Sets level and mask of one component; 'mask' kAllClasses lets every class through.
     static void set(Component& component, uint16_t level, uint8_t mask);
+
+    // Tells the levels and masks that aren't those of the start.
+    void running(Lines& lines) const;
 
     // All names, for messages: "Sys, Card, ...".
     std::string names() const;

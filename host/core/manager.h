@@ -8,6 +8,8 @@
 
 namespace pcsim::host {
 
+class Lines;
+
 class Manager {
 public:
     Manager() = default;
@@ -25,6 +27,8 @@ public:
     virtual void memberDown(uint16_t vlanId, uint32_t vlanInstance, uint32_t portInstance) {
         static_cast<void>(vlanId), static_cast<void>(vlanInstance), static_cast<void>(portInstance);
     }
+    // Tells the lines that make what this manager was given.
+    virtual void running(Lines& lines) { static_cast<void>(lines); }
     // The host ends: give the platform back what it gave. Called in reverse order.
     virtual void shutDown() {}
 };

@@ -82,6 +82,13 @@ void checkClass(const std::string& path) {
              path);
 }
 
+// A variable that the library exports.
+const uint32_t* variable(const std::string& path, void* library, const char* name) {
+    const void* const found = dlsym(library, name);
+    if (found == nullptr) fail("library {} has no {}; is it a platform library?", path, name);
+    return static_cast<const uint32_t*>(found);
+}
+
 }  // namespace
 
 void Platform::load(const std::string& path) {
@@ -96,9 +103,10 @@ void Platform::load(const std::string& path) {
     if (found == nullptr || !boundary.attach(handle))
         fail("library {} has no entry point {}; is it a platform library?", path, kEntryPoint);
     auto* entry = reinterpret_cast<Entry*>(boundary.looksUp(kEntryPoint, found));
-    cardPresentMask_ = static_cast<const uint32_t*>(dlsym(handle, "pcSimCardPresentMask"));
-    if (cardPresentMask_ == nullptr)
-        fail("library {} has no pcSimCardPresentMask; is it a platform library?", path);
+    cardPresentMask_ = variable(path, handle, "pcSimCardPresentMask");
+    fanPresentMask_ = variable(path, handle, "pcSimFanPresentMask");
+    powerSupplyPresentMask_ = variable(path, handle, "pcSimPowerSupplyPresentMask");
+    deviceStates_ = variable(path, handle, "pcSimDeviceState");
     // Where only a name was given: the file that was found.
     link_map* loaded = nullptr;
     path_ = dlinfo(handle, RTLD_DI_LINKMAP, &loaded) == 0 ? loaded->l_name : path;

@@ -77,8 +77,12 @@ public:
     // Hands over what has been printed since the last call.
     void drainPrints();
 
-    // The presence mask of cards, which module control sets and no operation answers whole.
+    // The presence mask of cards, which module control sets and no operation answers whole; those
+    // of fans and power supplies, and the states that devices report next, the same.
     uint32_t cardPresentMask() const;
+    uint32_t fanPresentMask() const { return *fanPresentMask_; }
+    uint32_t powerSupplyPresentMask() const { return *powerSupplyPresentMask_; }
+    uint32_t deviceState(uint32_t device) const { return deviceStates_[device]; }
 
 private:
     [[noreturn]] static void failEmpty(const char* table, size_t word);
@@ -92,7 +96,11 @@ private:
     std::string printed_;
     FILE* originalStdout_ = nullptr;
     FILE* captured_ = nullptr;
-    const uint32_t* cardPresentMask_ = nullptr;  // the library's
+    // The library's.
+    const uint32_t* cardPresentMask_ = nullptr;
+    const uint32_t* fanPresentMask_ = nullptr;
+    const uint32_t* powerSupplyPresentMask_ = nullptr;
+    const uint32_t* deviceStates_ = nullptr;
 };
 
 namespace detail {

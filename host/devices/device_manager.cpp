@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "console/text.h"
+#include "host/core/lines.h"
 
 namespace pcsim::host {
 
@@ -49,8 +50,19 @@ DeviceManager::~DeviceManager() {
 
 void DeviceManager::boot() {
     for (auto& [number, device] : devices_) {
+        if (number < HAL_DEVICE_NUMBERS) device.stateAtBoot = context_.platform.deviceState(number);
         command(device, HAL_DEVICE_GET_INFO);
         command(device, HAL_DEVICE_GET_STATUS);
+    }
+}
+
+void DeviceManager::running(Lines& lines) {
+    for (const auto& [number, device] : devices_) {
+        if (number >= HAL_DEVICE_NUMBERS) continue;
+        const uint32_t state = context_.platform.deviceState(number);
+        if (state != device.stateAtBoot)
+            lines.replace(fmt::format("device {} state {}", number, state),
+                          fmt::format("device {} state {}", number, device.stateAtBoot));
     }
 }
 

@@ -25,6 +25,7 @@ struct Device {
     const HalDeviceInfo* info = nullptr;
     const HalDeviceStatus* status = nullptr;
     uint64_t reports = 0;  // of the state poll
+    uint32_t stateAtBoot = 0;
     std::string lastCommand;
     std::optional<int32_t> lastResult;
 
@@ -44,6 +45,7 @@ public:
     ~DeviceManager() override;
 
     void boot() override;
+    void running(Lines& lines) override;
 
     const std::map<uint32_t, Device>& devices() const { return devices_; }
     // A CommandError that says which devices there are when there is no such one.

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "console/text.h"
+#include "host/core/lines.h"
 
 namespace pcsim::host {
 
@@ -120,8 +121,25 @@ EnvironmentMonitor::EnvironmentMonitor(Context& context)
       supplies_(context, supplyKind(context.platform)) {}
 
 void EnvironmentMonitor::boot() {
+    fanMaskAtBoot_ = context_.platform.fanPresentMask();
+    supplyMaskAtBoot_ = context_.platform.powerSupplyPresentMask();
     fans_.boot();
     supplies_.boot();
+}
+
+// The masks are the platform's own: the polls see them later.
+void EnvironmentMonitor::running(Lines& lines) {
+    const auto tell = [&](const char* what, uint32_t mask, uint32_t atBoot) {
+        if (mask != atBoot)
+            lines.replace(fmt::format("module {} {:#x}", what, mask),
+                          fmt::format("module {} {:#x}", what, atBoot));
+    };
+    tell("fans", context_.platform.fanPresentMask(), fanMaskAtBoot_);
+    tell("power", context_.platform.powerSupplyPresentMask(), supplyMaskAtBoot_);
+    for (const auto& [number, fan] : fans_.units())
+        if (fan.commanded)
+            lines.replace(fmt::format("fan {} speed {}", number, *fan.commanded),
+                          fmt::format("fan {} speed none", number));
 }
 
 void EnvironmentMonitor::setFanSpeed(Unit& fan, uint32_t percent) {
@@ -133,6 +151,11 @@ void EnvironmentMonitor::setFanSpeed(Unit& fan, uint32_t percent) {
     fans_.read(fan);
     context_.events.note("env", "Fan {} speed set to {} %, reads {} rpm", fan.number, percent,
                          fan.own[kFanSpeed] ? fmt::format("{}", *fan.own[kFanSpeed]) : "no");
+}
+
+void EnvironmentMonitor::forgetFanSpeed(Unit& fan) {
+    fan.commanded.reset();
+    context_.events.note("env", "Fan {} speed not set any more", fan.number);
 }
 
 }  // namespace pcsim::host

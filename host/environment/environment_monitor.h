@@ -17,14 +17,18 @@ public:
     explicit EnvironmentMonitor(Context& context);
 
     void boot() override;
+    void running(Lines& lines) override;
 
     UnitMonitor& fans() { return fans_; }
     UnitMonitor& supplies() { return supplies_; }
 
     void setFanSpeed(Unit& fan, uint32_t percent);
+    // No speed is asked for any more; what the fan reads stays as it is.
+    void forgetFanSpeed(Unit& fan);
 
 private:
     Context& context_;
+    uint32_t fanMaskAtBoot_ = 0, supplyMaskAtBoot_ = 0;
     UnitMonitor fans_;
     UnitMonitor supplies_;
 };

@@ -29,6 +29,7 @@ public:
     void boot() override { fdb_.init(); }
     void cardUp(int slot) override;
     void cardDown(int slot) override;
+    void running(Lines& lines) override;
     void shutDown() override;
 
     Fdb& fdb() { return fdb_; }
@@ -58,6 +59,9 @@ public:
     // The port on which the MAC table keeps what is learned on a member: its trunk, or itself.
     // A CommandError when the port is not there or not in the VLAN.
     uint32_t learningPort(VlanIf& vlan, uint32_t slot, uint32_t port);
+
+    // Calls 'see' for every address by VLAN and address, with a port whose learningPort() it is on.
+    void forEachAddress(const std::function<void(const MacEntry&, uint32_t port)>& see);
 
 private:
     void makeHandle(Pif& pif);

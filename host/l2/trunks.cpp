@@ -1,6 +1,8 @@
 // Making trunks, and moving ports in and out of them.
 #include "host/l2/trunks.h"
 
+#include "host/core/lines.h"
+
 namespace pcsim::host {
 
 Trunks::Members& Trunks::membersOf(uint32_t number) {
@@ -95,6 +97,17 @@ Fdb::Predicate Trunks::unreachable(Leaving leaving) const {
         if (isNew) answer->second = !leadsTo(entry.port, entry.vlanInstance, leaving);
         return answer->second;
     };
+}
+
+void Trunks::running(Lines& lines) const {
+    for (const auto& [number, members] : members_) {
+        lines.add(fmt::format("trunk create {}", number), fmt::format("trunk delete {}", number));
+        for (const uint32_t instance : members)
+            lines.add(fmt::format("trunk add {} {}", number, portName(instance)),
+                      fmt::format("trunk remove {} {}", number, portName(instance)));
+    }
+    if (algorithm_ != 0)
+        lines.replace(fmt::format("trunk algorithm {}", algorithm_), "trunk algorithm 0");
 }
 
 void Trunks::sync(int slot) {

@@ -33,6 +33,7 @@ public:
 
     void cardUp(int slot);
     void cardDown(int slot);
+    void running(Lines& lines) const;
     void shutDown();
 
     using Members = std::set<uint32_t>;  // port instances

@@ -45,6 +45,7 @@ public:
     explicit L3Manager(Context& context) : context_(context) {}
 
     void cardDown(int slot) override;
+    void running(Lines& lines) override;
 
     // A neighbor that is there already gets the new MAC address and port.
     void addNeighbor(const NeighborKey& key, const Neighbor& neighbor);
@@ -83,6 +84,8 @@ public:
     const RouteCopy<Family>* routesOf(uint32_t vr) const;
 
 private:
+    // The neighbor whose address the route is to, and that would have made it; null for others.
+    const NeighborKey* neighborBehind(uint32_t vr, const IPv4Family::Key& key) const;
     template <typename Family>
     typename Family::Request* request(uint32_t vr, const typename Family::Key& key,
                                       Hops<Family> hops);

@@ -33,6 +33,9 @@ public:
     // Loads the library and brings the system up. Throws a CommandError.
     void boot();
 
+    // Tells the state of the whole switch, in an order in which a freshly booted one can run it.
+    void running(Lines& lines);
+
     Context context;
 
     AclManager& acl() { return *acl_; }

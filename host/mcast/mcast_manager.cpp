@@ -11,11 +11,16 @@
 
 namespace pcsim::host {
 
+uint16_t McastManager::vlanOf(uint32_t instance) const {
+    const VlanIf* const vlan = context_.records.vlanByInstance(instance);
+    return vlan == nullptr ? uint16_t{0} : vlan->record.vlanId;
+}
+
 std::string McastManager::describe(const McastKey& key) const {
-    const VlanIf* vlan = context_.records.vlanByInstance(key.incomingVlan);
+    const uint16_t vlan = vlanOf(key.incomingVlan);
     std::string text = fmt::format("({}, {})", key.source == 0 ? "*" : ipv4Text(htonl(key.source)),
                                    ipv4Text(htonl(key.group)));
-    if (vlan != nullptr) text += fmt::format(" on VLAN {}", vlan->record.vlanId);
+    if (vlan != 0) text += fmt::format(" on VLAN {}", vlan);
     if (key.vr != 0) text += fmt::format(" of virtual router {}", key.vr);
     return text;
 }

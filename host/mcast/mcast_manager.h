@@ -25,6 +25,7 @@ public:
     explicit McastManager(Context& context) : context_(context) {}
 
     void cardDown(int slot) override;
+    void running(Lines& lines) override;
     void vlanDown(uint16_t vlanId, uint32_t vlanInstance) override;
     void memberDown(uint16_t vlanId, uint32_t vlanInstance, uint32_t portInstance) override;
 
@@ -57,6 +58,16 @@ public:
     size_t abandoned() const;
 
     std::string describe(const McastKey& key) const;
+    // The VLAN that an instance is of, 0 when it is gone.
+    uint16_t vlanOf(uint32_t instance) const;
+
+    // A cache in the words of 'mcast add', each part with a blank before it but group and source.
+    struct Texts {
+        std::string group, source, incoming, outgoing, router;
+        std::vector<std::string> empty;  // outgoing VLANs without ports, with a port that exists
+    };
+    // By group, source, virtual router and VLAN.
+    void forEachText(const std::function<void(const McastCache&, const Texts&)>& see);
 
 private:
     struct Effect {

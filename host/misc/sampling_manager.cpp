@@ -1,6 +1,8 @@
 // Sampled ports and their counters.
 #include "host/misc/sampling_manager.h"
 
+#include "host/core/lines.h"
+
 namespace pcsim::host {
 
 namespace {
@@ -25,6 +27,12 @@ void SamplingManager::cardDown(int slot) {
     }
     if (count != 0)
         context_.events.note("sflow", "Slot {}: sampling stopped on {} of its ports", slot, count);
+}
+
+void SamplingManager::running(Lines& lines) {
+    for (const uint32_t instance : ports_)
+        lines.add(fmt::format("sflow {} add", portName(instance)),
+                  fmt::format("sflow {} del", portName(instance)));
 }
 
 // The bin that samples are kept in is allocated with the first port.

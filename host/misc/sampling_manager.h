@@ -16,6 +16,7 @@ public:
 
     // The ports of a card that goes away are sampled no more.
     void cardDown(int slot) override;
+    void running(Lines& lines) override;
 
     // A CommandError when the port is, or isn't, sampled already.
     void add(uint32_t instance);

@@ -3,6 +3,7 @@
 
 #include "console/text.h"
 #include "host/cards/card_manager.h"
+#include "host/core/lines.h"
 #include "host/ports/counters.h"
 
 namespace pcsim::host {
@@ -92,6 +93,22 @@ void PortManager::restart(Port& port) {
 void PortManager::configureAutoNeg(Port& port, const HalPortAutoNeg& config) {
     context_.platform.call(slotTable(port), &HalCardSlotOps::cardPortConfigAutoNeg, port.instance,
                            &config);
+    port.autoNeg = config;
+}
+
+void PortManager::running(Lines& lines) {
+    for (const auto& [instance, port] : ports_) {
+        const std::string name = "port " + port.name();
+        const HalPortAutoNeg& asked = port.autoNeg;
+        if (asked.on == 0 || asked.speedGiven != 0 || asked.duplexGiven != 0) {
+            std::string line = name + (asked.on != 0 ? " autoneg on" : " autoneg off");
+            if (asked.speedGiven != 0) line += std::string(" speed ") + kSpeeds[asked.speed];
+            if (asked.duplexGiven != 0)
+                line += asked.fullDuplex != 0 ? " duplex full" : " duplex half";
+            lines.replace(line, name + " autoneg on");
+        }
+        if (!port.enabled) lines.add(name + " disable", name + " enable");
+    }
 }
 
 void PortManager::pollAll() {
@@ -126,9 +143,10 @@ void PortManager::pollPort(Port& port) {
 
 std::string PortManager::describe(const Link& link) {
     if (!link.up) return "down";
-    static constexpr const char* kSpeeds[] = {"?", "10", "100", "1000", "10000"};
-    return fmt::format("up, {} Mbps {}{}", kSpeeds[link.speed < 5 ? link.speed : 0],
-                       link.duplex != 0 ? "full" : "half", link.flowControl != 0 ? ", pause" : "");
+    const char* const speed =
+        link.speed != 0 && link.speed < std::size(kSpeeds) ? kSpeeds[link.speed] : "?";
+    return fmt::format("up, {} Mbps {}{}", speed, link.duplex != 0 ? "full" : "half",
+                       link.flowControl != 0 ? ", pause" : "");
 }
 
 bool PortManager::readCounters(Port& port) {

@@ -23,10 +23,14 @@ struct Link {
     uint32_t flowControl = 0;
 };
 
+// What a port starts with.
+inline constexpr HalPortAutoNeg kAutoNegOn{.on = 1};
+
 struct Port {
     uint32_t instance = 0;
     uint32_t interfaceNumber = 0;  // N of ethN
     bool enabled = true;
+    HalPortAutoNeg autoNeg = kAutoNegOn;  // as it was asked for
     Link link;
     uint32_t changes = 0;  // of the link
     uint64_t lastChangeMs = 0;
@@ -48,6 +52,7 @@ public:
     void boot() override;
     void cardUp(int slot) override;
     void cardDown(int slot) override;
+    void running(Lines& lines) override;
 
     const std::map<uint32_t, Port>& ports() const { return ports_; }
     // The port, or a CommandError that says which ports there are.
@@ -75,6 +80,8 @@ public:
     const std::optional<Link>& managementLink() const { return managementLink_; }
 
     static std::string describe(const Link& link);
+    // Words of speed codes, by code; 0 is none.
+    static constexpr const char* kSpeeds[] = {"-", "10", "100", "1000", "10000"};
 
 private:
     OpTable<HalCardSlotOps>& slotTable(const Port& port) {

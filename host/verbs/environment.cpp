@@ -204,6 +204,10 @@ void addEnvironmentVerbs(HostVerbs& verbs) {
     verbs.show("show power", "power supplies: input and output lines, identity", showPower);
     verbs.action("fan <fan*:0-7> speed <percent:0-100>", "speed in percent of the maximum",
                  setSpeed);
+    verbs.action("fan <fan:0-7> speed none", "ask for no speed any more", [](Call& call) {
+        EnvironmentMonitor& environment = call.machine.environment();
+        environment.forgetFanSpeed(environment.fans().presentUnit(call.u32("fan")));
+    });
     verbs.action("odometer <kind:fan|power|card> <number:text> init",
                  "let an odometer start from 0", setOdometer);
     verbs.action("odometer <kind:fan|power|card> <number:text> <value:0-2147483647>",

@@ -9,12 +9,11 @@ namespace pcsim::host {
 
 namespace {
 
-constexpr const char* kSpeeds[] = {"-", "10", "100", "1000", "10000"};
 constexpr uint32_t kMbps[] = {0, 10, 100, 1000, 10000};
 
 Cell speedCell(const Link& link) {
     if (!link.up || link.speed == 0 || link.speed > 4) return {};
-    return Cell(Cell(kMbps[link.speed]), kSpeeds[link.speed]);
+    return Cell(Cell(kMbps[link.speed]), PortManager::kSpeeds[link.speed]);
 }
 
 Cell duplexCell(const Link& link) {
@@ -120,8 +119,8 @@ void changePort(Call& call) {
 }
 
 uint32_t speedCode(const std::string& speed) {
-    for (uint32_t code = 1; code < std::size(kSpeeds); ++code)
-        if (speed == kSpeeds[code]) return code;
+    for (uint32_t code = 1; code < std::size(PortManager::kSpeeds); ++code)
+        if (speed == PortManager::kSpeeds[code]) return code;
     return 0;
 }
 
