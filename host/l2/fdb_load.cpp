@@ -81,4 +81,14 @@ FdbLoad loadMacTable(Context& context, L2Manager& l2, const std::string& path, b
     return result;
 }
 
+uint64_t saveMacTable(L2Manager& l2, OutputFile& file, const Surroundings& surroundings) {
+    uint64_t count = 0;
+    l2.forEachAddress([&](const MacEntry& entry, uint32_t port) {
+        if (++count % 1024 == 0) surroundings.checkInterrupt();
+        file.write(fmt::format("{} {} {} {}\n", macText(entry.mac.data()), entry.vlanId,
+                               portName(port), entry.isStatic ? "static" : "dynamic"));
+    });
+    return count;
+}
+
 }  // namespace pcsim::host

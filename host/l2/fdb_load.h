@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "console/output_file.h"
 #include "host/core/line_load.h"
 #include "host/l2/l2_manager.h"
 
@@ -24,6 +25,9 @@ struct FdbLoad {
 // Loads 'path'; with 'makeVlans' VLANs and memberships that are missing are made on the way.
 // Throws a CommandError when the file can't be opened.
 FdbLoad loadMacTable(Context& context, L2Manager& l2, const std::string& path, bool makeVlans);
+
+// Writes all addresses as a file that loadMacTable() reads. How many there are.
+uint64_t saveMacTable(L2Manager& l2, OutputFile& file, const Surroundings& surroundings);
 
 }  // namespace pcsim::host
 

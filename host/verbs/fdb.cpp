@@ -107,6 +107,14 @@ Report load(Call& call) {
     return loadAnswer(call, std::move(report), result.file, result.used());
 }
 
+Report save(Call& call) {
+    const std::string& path = call.text("file");
+    OutputFile file(path);
+    const uint64_t count = saveMacTable(call.machine.l2(), file, call.context.loop);
+    file.keep();
+    return savedAnswer(path, "addresses", "Addresses", count);
+}
+
 Report stats(Call& call) {
     Fdb& fdb = fdbOf(call);
     std::vector<uint8_t> fill(HAL_FDB_BUCKETS, 0);
@@ -226,6 +234,7 @@ void addFdbVerbs(HostVerbs& verbs) {
     verbs.action("fdb del <mac:text> vlan <vlan> [port <port>]", "delete an address",
                  [](Call& call) { fdbOf(call).remove(handleOf(call)); });
     verbs.show("fdb load <file> [create-vlans]", "load lines of MAC VLAN SLOT:PORT [static]", load);
+    verbs.show("fdb save <file>", "write the addresses as such lines", save);
     verbs.action("fdb flush [vlan <vlan>] [port <port>] [trunk <trunk:1-128>]",
                  "flush the dynamic addresses; they go when the platform has completed it",
                  [](Call& call) { fdbOf(call).flush(filterVlan(call), filterPort(call)); });

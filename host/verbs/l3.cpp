@@ -4,6 +4,7 @@
 #include "console/mac_address.h"
 #include "console/text.h"
 #include "host/core/dump_text.h"
+#include "host/l3/route_lines.h"
 #include "host/ports/port_manager.h"
 #include "host/verbs/l3_show.h"
 #include "host/verbs/load_answer.h"
@@ -97,6 +98,15 @@ Report loadFile(Call& call) {
     return loadAnswer(call, loadReport(result), result.file, result.lines());
 }
 
+Report saveFile(Call& call) {
+    const uint32_t vr = virtualRouterOf(call);
+    const std::string& path = call.text("file");
+    OutputFile file(path);
+    const uint64_t count = saveRoutes(call.machine.l3(), vr, file, call.context.loop);
+    file.keep();
+    return savedAnswer(path, "routes", "Routes", count);
+}
+
 Report showRoutes(Call& call, std::optional<IpPrefix> prefix) {
     RouteQuery query{prefix, std::nullopt};
     if (prefix) query.vr = 0;  // a lookup is one router's
@@ -147,6 +157,7 @@ void addL3Verbs(HostVerbs& verbs) {
                  flushRoutes);
     verbs.show("route load <file> [via <gateway:address> vlan <vlan>]* [vr <vr:u32>]",
                "add the routes of a file, PREFIX [ADDRESS VLAN]... per line", loadFile);
+    verbs.show("route save <file> [vr <vr:u32>]", "write the routes as such lines", saveFile);
     verbs.action("route dump", "the platform's own listing of its routes", [](Call& call) {
         dumpWord(call, IPv4Family::kDump);
         dumpWord(call, IPv6Family::kDump);

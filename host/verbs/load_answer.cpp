@@ -23,4 +23,8 @@ Report loadAnswer(Call& call, Report report, const LineLoad& file, uint64_t used
     fail("{}", problem);
 }
 
+Report savedAnswer(const std::string& path, const char* key, const char* title, uint64_t count) {
+    return Fields{"save", "Saved " + path, {{key, title, count}}};
+}
+
 }  // namespace pcsim::host

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Files packed with xz, gzip and zstd, from the outside: read by every load, and what is said
-# when they are damaged or the program is missing.
+# Files packed with xz, gzip and zstd, from the outside: read by every load, written by name, and
+# what is said when they are damaged or the program is missing.
 # usage: commands_packed.sh PCSIM
 set -u
 . "$(dirname "$0")/console_support.sh"
@@ -70,5 +70,13 @@ LINES
     [ -n "$child" ] || problem "$program did not run"
     kill -0 "$child" 2>/dev/null && problem "$program outlives the load that was interrupted"
     exec 9>&-
+
+    # Written by name, too.
+    answers '^  Routes +2$' "route load $scratch/routes" "route save $scratch/saved.$e"
+    "$program" -dc "$scratch/saved.$e" | cmp -s - "$scratch/routes" ||
+        problem "saving $program wrote something else"
+    PATH=$scratch/nothing "$pcsim" "${options[@]}" -x "route save $scratch/new.$e" >/dev/null 2>"$scratch/err"
+    said $? 1 "pcsim: file $scratch/new.$e can't be packed: $program: No such file or directory; install ${package[$program]}, or take a file that is not packed" 'a save without the program'
+    ls "$scratch" | grep -q "^new\.$e" && problem "a save that failed leaves a file behind"
 done
 finish
