@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "host/core/context.h"
+#include "host/state/saved_states.h"
 
 namespace pcsim::host {
 
@@ -37,6 +38,7 @@ public:
     void running(Lines& lines);
 
     Context context;
+    SavedStates states;
 
     AclManager& acl() { return *acl_; }
     CardManager& cards() { return *cards_; }
