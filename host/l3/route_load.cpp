@@ -1,10 +1,10 @@
 // Lines of routes, as fast as the platform takes them.
 #include "host/l3/route_load.h"
 
-#include <charconv>
 #include <chrono>
 
 #include "console/text.h"
+#include "host/l3/usual_forms.h"
 
 namespace pcsim::host {
 
@@ -44,31 +44,6 @@ void checkWord(std::string_view word, const char* what) {
     if (word.size() > kLongest) fail("'{}' is not {}", shown(word), what);
 }
 
-// A number of at most 'most' at the start of 'text', which is taken off.
-bool takeNumber(std::string_view& text, uint32_t most, uint32_t& value) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || value > most) return false;
-    text.remove_prefix(static_cast<size_t>(end - text.data()));
-    return true;
-}
-
-// The usual form of a line's prefix, without the detour over strings: four decimal numbers without
-// leading zeros and a length. Everything else is the general parser's.
-bool parseUsualPrefix(std::string_view text, IpPrefix& prefix) {
-    for (size_t i = 0; i < 4; ++i) {
-        uint32_t number;
-        if (text.size() > 1 && text[0] == '0' && text[1] >= '0' && text[1] <= '9') return false;
-        if (!takeNumber(text, 255, number) || text.empty() || text[0] != (i == 3 ? '/' : '.'))
-            return false;
-        prefix.address.bytes[i] = static_cast<uint8_t>(number);
-        text.remove_prefix(1);
-    }
-    if (!takeNumber(text, 32, prefix.length) || !text.empty()) return false;
-    prefix.address.v6 = false;
-    prefix.mask = prefix.length == 0 ? 0 : htonl(~uint32_t{0} << (32 - prefix.length));
-    return true;
-}
-
 class RouteLoader {
 public:
     RouteLoader(L3Manager& manager, uint32_t vr, const std::vector<TypedHop>& otherwise,
@@ -89,7 +64,7 @@ public:
         if (word.empty()) return;
         IpPrefix prefix;
         checkWord(word, "a prefix");
-        if (!parseUsualPrefix(word, prefix)) prefix = parsePrefix(std::string(word));
+        if (!readUsualPrefix(word, prefix)) prefix = parsePrefix(std::string(word));
         takeHops(line);
         if (prefix.address.v6) {
             add<IPv6Family>(prefix, otherwise6_);
