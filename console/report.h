@@ -76,7 +76,8 @@ struct Column {
     Align align = Align::kLeft;
 };
 
-// Rows of equal shape. The first column names the row.
+// Rows of equal shape. The first column names the row. Where no column has a title, the text is the
+// rows alone, each a line of its cells.
 struct Table {
     const char* key;
     std::string title;

@@ -31,11 +31,23 @@ std::string textOf(const Fields& fields) {
     return result;
 }
 
+// The rows alone, as they could be typed.
+std::string plainTextOf(const Table& table) {
+    std::string result;
+    for (const auto& row : table.rows) {
+        for (size_t i = 0; i < row.size(); ++i) result += (i == 0 ? "" : " ") + row[i].text();
+        result += '\n';
+    }
+    return result;
+}
+
 std::string textOf(const Table& table) {
     std::string result = table.title.empty() ? "" : table.title + "\n";
     if (table.rows.empty()) {
         return result + "  " + (table.whenEmpty.empty() ? "none" : table.whenEmpty) + "\n";
     }
+    const auto hasTitle = [](const Column& column) { return *column.title != '\0'; };
+    if (std::ranges::none_of(table.columns, hasTitle)) return plainTextOf(table);
     std::vector<size_t> widths;
     for (size_t i = 0; i < table.columns.size(); ++i) {
         size_t width = std::strlen(table.columns[i].title);

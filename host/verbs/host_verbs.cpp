@@ -49,10 +49,10 @@ probe::ProbeParts probePartsOf(Machine& machine) {
 
 void addHostVerbs(Console& console, Machine& machine) {
     HostVerbs verbs(console.verbs, machine);
-    for (const auto add :
-         {addClockVerbs, addSystemVerbs, addCardVerbs, addCapabilityVerbs, addPortVerbs, addL2Verbs,
-          addFdbVerbs, addTrunkVerbs, addMcastVerbs, addAclVerbs, addEnvironmentVerbs,
-          addDeviceVerbs, addPoeVerbs, addSamplingVerbs, addL3Verbs, addPlatformVerbs})
+    for (const auto add : {addClockVerbs, addSystemVerbs, addCardVerbs, addCapabilityVerbs,
+                           addPortVerbs, addL2Verbs, addFdbVerbs, addTrunkVerbs, addMcastVerbs,
+                           addAclVerbs, addEnvironmentVerbs, addDeviceVerbs, addPoeVerbs,
+                           addSamplingVerbs, addL3Verbs, addPlatformVerbs, addStateVerbs})
         add(verbs);
     addProbeVerbs(console.verbs, probePartsOf(machine));
     addCallVerbs(console.verbs, callablesOf(machine));

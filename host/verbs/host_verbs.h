@@ -73,6 +73,7 @@ void addPoeVerbs(HostVerbs& verbs);
 void addSamplingVerbs(HostVerbs& verbs);
 void addL3Verbs(HostVerbs& verbs);
 void addPlatformVerbs(HostVerbs& verbs);
+void addStateVerbs(HostVerbs& verbs);
 
 }  // namespace pcsim::host
 
