@@ -22,11 +22,11 @@ std::string jsonOf(const Problem& problem) {
 }
 
 JsonSink::JsonSink(Output& output, Form form) : output_(output), form_(form) {
-    if (form_ == Form::kArray) output_.write("[");
+    if (form_ == Form::kArray) output_.writeWhole("[");
 }
 
 JsonSink::~JsonSink() {
-    if (form_ == Form::kArray) output_.write(first_ ? "]\n" : "\n]\n");
+    if (form_ == Form::kArray) output_.writeWhole(first_ ? "]\n" : "\n]\n");
 }
 
 std::string JsonSink::document(Form form, const std::string& object) {
@@ -35,9 +35,9 @@ std::string JsonSink::document(Form form, const std::string& object) {
 
 void JsonSink::write(const std::string& object) {
     if (form_ == Form::kArray)
-        output_.write((first_ ? "\n" : ",\n") + object);
+        output_.writeWhole((first_ ? "\n" : ",\n") + object);
     else
-        output_.write(object + "\n");
+        output_.writeWhole(object + "\n");
     first_ = false;
 }
 

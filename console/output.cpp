@@ -4,7 +4,9 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 
 #include "console/error.h"
@@ -30,20 +32,39 @@ int Output::descriptor() const {
 }
 
 void Output::write(const std::string& text) {
-    std::fflush(file_);  // readline's
+    put(text, false);
+}
+
+void Output::writeWhole(const std::string& text) {
+    put(text, true);
+}
+
+bool Output::waitWritable(int timeoutMs) const {
+    pollfd writable{descriptor(), POLLOUT, 0};
+    return poll(&writable, 1, timeoutMs) != 0;
+}
+
+void Output::put(const std::string& text, bool whole) {
+    constexpr int kPatienceMs = 2000;  // a reader that takes nothing for so long has stopped
+    std::fflush(file_);                // readline's
     for (size_t at = 0; at < text.size() && error_ == 0;) {
-        const ssize_t size = ::write(descriptor(), text.data() + at, text.size() - at);
+        const bool hurried = whole && surroundings_.interrupted();
+        if (hurried && !waitWritable(kPatienceMs)) {
+            error_ = ETIMEDOUT;
+            return;
+        }
+        // What a pipe has room for doesn't block.
+        const size_t left = text.size() - at;
+        const ssize_t size = ::write(descriptor(), text.data() + at,
+                                     hurried ? std::min<size_t>(left, PIPE_BUF) : left);
         if (size >= 0) {
             at += static_cast<size_t>(size);
-        } else if (errno == EAGAIN) {
-            // Another program has left a shared terminal or pipe non-blocking.
-            pollfd writable{descriptor(), POLLOUT, 0};
-            poll(&writable, 1, -1);
-            if (surroundings_.interrupted()) return;
-        } else if (errno != EINTR) {
+        } else if (errno != EAGAIN && errno != EINTR) {
             error_ = errno;
-        } else if (surroundings_.interrupted()) {
-            return;
+        } else {
+            // Another program has left a shared terminal or pipe non-blocking.
+            if (errno == EAGAIN && !hurried) waitWritable(-1);
+            if (!whole && surroundings_.interrupted()) return;
         }
     }
 }

@@ -32,6 +32,9 @@ public:
     // Called from within others' work, so it never throws: check() does, for what has failed until
     // then. Ends early when interrupted.
     void write(const std::string& text);
+    // The same for what is of use only as a whole: when interrupted it goes on for as long as
+    // somebody reads.
+    void writeWhole(const std::string& text);
     void check() const;
     bool failed() const { return error_ != 0; }
 
@@ -39,6 +42,9 @@ public:
     int descriptor() const;
 
 private:
+    bool waitWritable(int timeoutMs) const;
+    void put(const std::string& text, bool whole);
+
     const Surroundings& surroundings_;
     FILE* file_;
     int error_ = 0;

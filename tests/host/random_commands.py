@@ -5,10 +5,12 @@
 
 FILES is a folder of files for the verbs that load some. The forms come from pcsim's own help, so a
 new verb is tried as soon as it is there. Whatever is typed, pcsim must answer and go on; it must
-take 'quit' at the end. Under sanitizers every error of memory fails the run. The seed is printed;
+take 'quit' at the end. Then others go through a pipe: each line of output must be an object of JSON,
+and each command have its own. Under sanitizers every error of memory fails the run. The seed is printed;
 with it the same commands are typed again."""
 
 import argparse
+import json
 import os
 import pty
 import random
@@ -21,7 +23,8 @@ import threading
 from pathlib import Path
 
 # They end the run, take real time, or read what this test does not give them.
-LEFT_OUT = ("quit", "exit", "time run", "include")
+# A block that is not ended would take the rest.
+LEFT_OUT = ("quit", "exit", "time run", "include", "repeat")
 NUMBERS = ["0", "1", "2", "3", "7", "9", "10", "11", "32", "99", "256", "4094", "4095", "65535",
            "-1", "4294967295", "4294967296", "99999999999999999999", "x", "0x10", "0xffffffff"]
 FEW = ["1", "2", "3", "4", "10", "20"]
@@ -83,7 +86,7 @@ def filled(chance, form, files):
     elif spoil < 0.08:
         text = text[:chance.randint(0, len(text))]
     elif spoil < 0.10:
-        text += chance.choice([' "', " --json", " \u00ff\u0101", " x" * 200])
+        text += chance.choice([' "', " --json", " \u00ff\u0101", " x" * 200, " $name", " ${", "$"])
     return text
 
 
@@ -93,6 +96,8 @@ def commands(chance, pcsim, files, count):
         yield filled(chance, chance.choice(forms), files)
         if chance.random() < 0.05:
             yield "time warp 3000"
+        if chance.random() < 0.02:
+            yield from ("repeat 2", filled(chance, chance.choice(forms), files), "end")
 
 
 def typed(pcsim, options, lines, work):
@@ -121,6 +126,24 @@ def typed(pcsim, options, lines, work):
                 status = "no end within 100 s"
         said.seek(0)
         return status, said.read().decode(errors="replace")
+
+
+def piped(pcsim, options, lines, work):
+    """Runs the lines as standard input, all of them; returns what is wrong with the answer."""
+    done = subprocess.run([pcsim, *options, "--json=lines", "--keep-going"], cwd=work, timeout=100,
+                          input="\n".join([*lines, "echo the end", "quit 0"]).encode(),
+                          capture_output=True, check=False)
+    if done.returncode != 0:
+        return f"exit status {done.returncode}: {done.stderr[-3000:]}"
+    try:
+        told = [json.loads(line) for line in done.stdout.decode().splitlines()]
+    except ValueError as error:
+        return f"no JSON: {error}"
+    ran = [one["command"] for one in told if "command" in one]
+    if ran[-2:] != ["echo the end", "quit 0"]:
+        return f"the last were {ran[-2:]}"
+    missing = set(line for line in lines if line.strip()) - set(ran)
+    return f"never told: {missing}" if missing else ""
 
 
 def drained(terminal):
@@ -154,6 +177,14 @@ def main():
               f"{len(said)} characters, exit status {status}")
         if status != 0 or "runtime error" in said:
             print(said[-4000:])
+            return 1
+        lines = list(commands(chance, pcsim, files, arguments.commands))
+        with tempfile.TemporaryDirectory() as work:
+            for file in originals:
+                shutil.copy(file, work)
+            wrong = piped(pcsim, options, lines, work)
+        print(f"{len(lines)} commands through a pipe: {wrong or 'each has its object'}")
+        if wrong:
             return 1
     return 0
 
