@@ -5,6 +5,7 @@ namespace pcsim {
 
 Console::Console(Surroundings& time, EventLog& log) : surroundings(time), events(log) {
     addLanguageVerbs(verbs);
+    addVariableVerbs(verbs);
     addRepeatVerbs(verbs);
     addWaitVerbs(verbs);
 }

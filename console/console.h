@@ -43,9 +43,10 @@ struct Console {
     std::function<std::string()> state;
 };
 
-// The verbs of the language: help, quit, echo, include, set, events; repeat and end; expect and
+// The verbs of the language: help, quit, echo, include, events; set; repeat and end; expect and
 // wait.
 void addLanguageVerbs(Verbs& verbs);
+void addVariableVerbs(Verbs& verbs);
 void addRepeatVerbs(Verbs& verbs);
 void addWaitVerbs(Verbs& verbs);
 

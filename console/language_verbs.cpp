@@ -22,13 +22,6 @@ void addLanguageVerbs(Verbs& verbs) {
     verbs.action("echo", "print an empty line", [](Call& call) { call.print("\n"); });
     verbs.action("include <file>", "run the lines of a file; its folder is the including script's",
                  [](Call& call) { call.session->include(call.text("file")); });
-    verbs.show("set", "list the variables; $NAME in a line is its value",
-               [](Call& call) { return call.session->variables().report(); });
-    verbs.action("set <name> <value:rest>", "give a variable a value", [](Call& call) {
-        const std::string& name = call.text("name");
-        if (const auto problem = variableProblem(name)) failUsage("{}", *problem);
-        call.session->variables().set(name, call.joined("value"));
-    });
     verbs.action("events <state:on|off>", "print events as they happen, or not",
                  [](Call& call) { call.session->look().liveEvents = call.text("state") == "on"; });
 }

@@ -1,7 +1,8 @@
 // Regular expressions of the usual form, found in time that grows with the text and the pattern
 // alone: a pattern of a script can neither exhaust the stack nor keep everything else from running.
 //
-//     a  .  [abc]  [^a-z]  \d \w \s \D \W \S  \.  ^  $  \b  (..)  a|b  a*  a+  a?  a{2}  a{2,}  a{2,5}
+//     a  .  [abc]  [^a-z]  \d \w \s \D \W \S  \.  ^  $  \b  (..)  a|b  a*  a+  a?  a{2}  a{2,}
+//     a{2,5}
 //
 // A text is UTF-8; lists in brackets are of ASCII characters. There are no references to what a
 // group has found.

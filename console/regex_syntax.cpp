@@ -11,8 +11,8 @@ namespace pcsim {
 
 namespace {
 
-constexpr unsigned kDeepest = 50;      // groups in groups
-constexpr unsigned kHighest = 1000;    // of {N}
+constexpr unsigned kDeepest = 50;    // groups in groups
+constexpr unsigned kHighest = 1000;  // of {N}
 constexpr size_t kLongestPattern = 1000;
 
 using Set = Regex::Set;

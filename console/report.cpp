@@ -111,6 +111,15 @@ std::optional<Cell> Report::at(const std::string& path) const {
     return std::nullopt;
 }
 
+const Table* Report::tableCounted(const std::string& path) const {
+    for (const auto& section : sections_) {
+        const auto* table = std::get_if<Table>(&section);
+        if (table != nullptr && (path == "count" || path == std::string(table->key) + ".count"))
+            return table;
+    }
+    return nullptr;
+}
+
 std::string Report::names() const {
     std::string names;
     for (const auto& section : sections_)

@@ -108,6 +108,9 @@ public:
     // The value at a path: "field", "section.field", "row.column", "section.row.column" or
     // "section.count" (number of rows). Null when there is none.
     std::optional<Cell> at(const std::string& path) const;
+    // The table of which 'path' is the number of rows: "count" or "section.count". Null when there
+    // is none.
+    const Table* tableCounted(const std::string& path) const;
     // What at() would find, for a message: "model, ports.count, ports.ROW.link, ...".
     std::string names() const;
 

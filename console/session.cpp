@@ -100,12 +100,13 @@ void Session::noteEnd(const Account& account, const CommandError* error, bool ow
     const int status = error != nullptr ? static_cast<int>(error->code) : 0;
     variables_.set(Variables::kStatus, std::to_string(status));
     if (account.failed != 0) sink_.failed(account.failed);
-    if (account.outer != nullptr) account.outer->failed += account.failed + (own ? 1 : 0);
+    if (account.outer != nullptr && expecting_ == 0)
+        account.outer->failed += account.failed + (own ? 1 : 0);
     if (error == nullptr || own) noteStep(account, error);
 }
 
 void Session::noteStep(const Account& account, const CommandError* error) {
-    if (!onStep) return;
+    if (!onStep || expecting_ != 0) return;
     Step step{account.line,   "",   0, std::chrono::steady_clock::now() - account.start,
               account.demand, error};
     if (!running_.empty()) {
@@ -124,7 +125,7 @@ void Session::runStep(const std::string& line) {
 }
 
 bool Session::passesOver(const CommandError& error) {
-    if (!look_.keepGoing || error.code == ErrorCode::kInterrupted) return false;
+    if (!look_.keepGoing || expecting_ != 0 || error.code == ErrorCode::kInterrupted) return false;
     ++passedOver_;
     if (onPassedOver) onPassedOver(located(error));
     return true;
@@ -155,6 +156,30 @@ Report Session::evaluate(const Words& words) {
     Call call(std::move(commands.front().values));
     call.session = this;
     return found.verb->show(call);
+}
+
+std::optional<CommandError> Session::errorOf(const Words& words) {
+    struct Expecting {
+        unsigned& count;
+        explicit Expecting(unsigned& one) : count(one) { ++count; }
+        ~Expecting() { --count; }
+        Expecting(const Expecting&) = delete;
+        Expecting& operator=(const Expecting&) = delete;
+    } const expecting(expecting_);
+    try {
+        runWords(words, look_.json);
+    } catch (const CommandError& error) {
+        if (error.code == ErrorCode::kInterrupted) throw;
+        return error;
+    }
+    if (!block_) return std::nullopt;
+    drop();
+    fail("'repeat' only begins a block; expected a command that may fail");
+}
+
+void Session::setVariable(const std::string& name, std::string value) {
+    if (const auto problem = variableProblem(name)) failUsage("{}", *problem);
+    variables_.set(name, std::move(value));
 }
 
 void Session::finish() {

@@ -72,8 +72,14 @@ public:
     void runBlock();
     // The line that runs is a demand: of the words of an 'expect' or 'wait'.
     void noteDemand() { account_->demand = true; }
-    // Whether they hold now; otherwise 'found' says what is so.
-    bool holds(const Words& words, std::string& found);
+    // Where 'wait event' and 'expect event' go on looking.
+    uint64_t& eventCursor() { return eventCursor_; }
+    // Throws a CommandError when a variable may not be called so.
+    void setVariable(const std::string& name, std::string value);
+    // What a show command answers, for its values.
+    Report evaluate(const Words& words);
+    // Runs a command that is to fail; nothing when it doesn't.
+    std::optional<CommandError> errorOf(const Words& words);
 
     // Tells lines that come later than the command that asked for them; nothing once the session is
     // gone.
@@ -108,8 +114,6 @@ private:
     bool passesOver(const CommandError& error);
     void refuse(CommandError error, unsigned line);
     Call callOf(Values values, bool json);
-    bool eventHolds(const Words& words, std::string& found);
-    Report evaluate(const Words& words);
 
     Console& console_;
     Sink& sink_;
@@ -121,6 +125,7 @@ private:
     std::optional<Block> block_;     // whose lines are being collected
     std::optional<Block> complete_;  // whose 'end' is the line that runs
     size_t blocksRunning_ = 0;
+    unsigned expecting_ = 0;  // commands that are to fail are running
     std::chrono::steady_clock::time_point gaveWay_{};
     Account* account_ = nullptr;  // of the line that runs
     uint64_t eventCursor_ = 0;    // where 'wait event' and 'expect event' go on looking

@@ -16,8 +16,8 @@ using namespace pcsim;
 
 struct Finding {
     const char* pattern;
-    const char* in;      // a text that it is in
-    const char* out;     // and one that it isn't in
+    const char* in;   // a text that it is in
+    const char* out;  // and one that it isn't in
 };
 
 TEST(RegexTest, Finds) {
@@ -85,8 +85,8 @@ TEST(RegexTest, SaysWhatIsWrong) {
               "'a**' is no pattern: there is nothing that '*' repeats; \\* is the character");
     const std::string braces =
         " is no pattern: braces hold {N}, {N,} or {N,M}, to 1000; \\{ is the character";
-    for (const std::string pattern : {"a{", "a{x}", "a{1,x}", "a{3,2}", "a{1001}", "a{,2}",
-                                      "a{0,99999999999}"})
+    for (const std::string pattern :
+         {"a{", "a{x}", "a{1,x}", "a{3,2}", "a{1001}", "a{,2}", "a{0,99999999999}"})
         EXPECT_EQ(problemOf(pattern), "'" + pattern + "'" + braces);
     EXPECT_EQ(problemOf(std::string(1001, 'a')), "the pattern is longer than 1000 bytes");
     EXPECT_EQ(problemOf(std::string(51, '(') + std::string(51, ')')),
@@ -94,8 +94,8 @@ TEST(RegexTest, SaysWhatIsWrong) {
 }
 
 TEST(RegexTest, NoneIsTooHard) {
-    for (const char* pattern : {"((a{1000}){1000}){1000}", "((((){1000}){1000}){1000}){1000}",
-                                "(((a?){99}){99}){99}"})
+    for (const char* pattern :
+         {"((a{1000}){1000}){1000}", "((((){1000}){1000}){1000}){1000}", "(((a?){99}){99}){99}"})
         EXPECT_EQ(problemOf(pattern), "the pattern repeats too much") << pattern;
     const auto start = std::chrono::steady_clock::now();
     const std::string text(20000, 'a');
@@ -109,8 +109,8 @@ TEST(RegexTest, NoneIsTooHard) {
 TEST(RegexTest, FindsWhatTheCLibraryFinds) {
     const char* const seed = std::getenv("PCSIM_SEED");
     std::mt19937 chance(seed != nullptr ? static_cast<unsigned>(std::stoul(seed)) : 1u);
-    const char* const pieces[] = {"a", "b", "ab", ".", "[ab]", "[^a]", "(", ")", "|", "*", "+", "?",
-                                  "{1,2}", "^", "$", "(a|b)", "c"};
+    const char* const pieces[] = {"a", "b", "ab", ".",     "[ab]", "[^a]", "(",     ")", "|",
+                                  "*", "+", "?",  "{1,2}", "^",    "$",    "(a|b)", "c"};
     int compared = 0;
     for (int i = 0; i < 20000; ++i) {
         std::string pattern, text;

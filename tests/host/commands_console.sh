@@ -4,13 +4,14 @@ set -u
 . "$(dirname "${BASH_SOURCE[0]}")/console_support.sh"
 
 # Relations and numbers.
-relations="is no relation; expected is, not, contains, at-least or at-most"
+all="is|not|contains|not-contains|matches|at-least|at-most|more-than|less-than"
+relations="is no relation; expected is, not, contains, not-contains, matches, at-least, at-most, more-than or less-than"
 refuses "'equals' $relations" 'expect show ports -- 1:1.link equals down'
 refuses "'equals' $relations" 'expect show ports -- 9:9.link equals down'
-refuses "'-- 1:1.link is up' is not complete; expected event TEXT, no event TEXT, or SHOW... -- VALUE is|not|contains|at-least|at-most TEXT" \
+refuses "'-- 1:1.link is up' is not complete; expected event TEXT, no event TEXT, or SHOW... -- VALUE $all TEXT" \
     'expect -- 1:1.link is up'
 refuses "'equals' $relations" 'wait show ports -- count equals 2 within 10'
-refuses "'up' is not a number; at-least and at-most compare numbers" \
+refuses "'up' is not a number; at-most compares numbers" \
     'expect show ports -- 1:1.link at-most 5'
 succeeds 'expect show ports -- count at-least -3'
 succeeds 'expect show ports -- count at-most 2'
@@ -30,7 +31,7 @@ refuses "returns 'x' is not a number from -2147483648 to 2147483647" \
 succeeds 'expect show port 1:1 -- link is up and speed is 100 and duplex is full'
 refuses "expected show port 1:1 -- link is up and speed is 10, but speed is 100" \
     'expect show port 1:1 -- link is up and speed is 10'
-refuses "'show port 1:1 -- link is up and speed' is not complete; expected event TEXT, no event TEXT, or SHOW... -- VALUE is|not|contains|at-least|at-most TEXT" \
+refuses "'show port 1:1 -- link is up and speed' is not complete; expected event TEXT, no event TEXT, or SHOW... -- VALUE $all TEXT" \
     'expect show port 1:1 -- link is up and speed'
 refuses "expected show vlans -- 1.tag is x, but there is no '1.tag' in 'show vlans'; there are vlans.count, ROW.vlan, ROW.instance, ROW.untagged, ROW.tagged, ROW.addresses" \
     'expect show vlans -- 1.tag is x'

@@ -104,7 +104,7 @@ script tests 'set p 1:1' 'expect show port $p -- link is up   # <&"]]>' 'wait ev
     'expect show ports -- count is 3' 'frob' 'expect no' $'echo \033[31m'
 ends 1 "pcsim: $scratch/tests:4: expected show ports -- count is 3, but count is 2
 pcsim: $scratch/tests:5: 'frob' is not a verb; 'help' lists them all
-pcsim: $scratch/tests:6: 'no' is not complete; expected event TEXT, no event TEXT, or SHOW... -- VALUE is|not|contains|at-least|at-most TEXT" \
+pcsim: $scratch/tests:6: 'no' is not complete; expected event TEXT, no event TEXT, or SHOW... -- VALUE is|not|contains|not-contains|matches|at-least|at-most|more-than|less-than TEXT" \
     "${options[@]}" -k "${with_reports[@]}" -f "$scratch/tests"
 reports '
 names = ["2: expect show port 1:1 -- link is up", "3: wait event \"link up\"",
