@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <string>
 
 namespace pcsim {
 
@@ -38,6 +39,11 @@ public:
     // no time pass itself and throws nothing.
     virtual void watch(int descriptor, std::function<void()> readable) = 0;
     virtual void unwatch(int descriptor) = 0;
+
+    // Where relative names of files start while the work that calls runs, until it leaves. Throws a
+    // CommandError when there is no such folder.
+    virtual void enterFolder(const std::string& path) = 0;
+    virtual void leaveFolder() = 0;
 
     // Whether what runs is to end: the main work by SIGINT, work beside it by interrupt(), and all
     // of it by SIGTERM.

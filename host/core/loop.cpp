@@ -1,8 +1,12 @@
 // The event loop on poll().
 #include "host/core/loop.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <ctime>
 #include <stdexcept>
 #include <utility>
@@ -14,8 +18,10 @@ namespace pcsim::host {
 namespace {
 
 constexpr uint64_t kLongestSliceMs = 60000;
-// How long a warp goes on without a look at descriptors and signals.
+// How long a warp goes on without a look at descriptors and signals; and for how long after one
+// that has found something it looks at each step, because more follows.
 constexpr auto kBetweenLooks = std::chrono::milliseconds(5);
+constexpr auto kLively = std::chrono::milliseconds(1);
 
 }  // namespace
 
@@ -111,6 +117,33 @@ void Loop::unwatch(int descriptor) {
     watched_.erase(descriptor);
 }
 
+Loop::Folder::Folder(const char* path) : descriptor(open(path, O_PATH | O_DIRECTORY | O_CLOEXEC)) {
+    if (descriptor < 0) fail("the folder {} can't be entered: {}", path, std::strerror(errno));
+}
+
+Loop::Folder::~Folder() {
+    close(descriptor);
+}
+
+// The process has one working directory: it is changed with each switch to a work that wants
+// another, and back.
+void Loop::enterFolder(const std::string& path) {
+    if (!ownFolder_) ownFolder_ = std::make_unique<Folder>(".");
+    auto folder = std::make_unique<Folder>(path.c_str());
+    if (fchdir(folder->descriptor) != 0)
+        fail("the folder {} can't be entered: {}", path, std::strerror(errno));
+    if (running_ != nullptr)
+        running_->folder = std::move(folder);
+    else
+        ownFolder_ = std::move(folder);
+}
+
+void Loop::leaveFolder() {
+    if (running_ == nullptr || running_->folder == nullptr) return;
+    running_->folder = nullptr;
+    goTo(ownFolder_.get());
+}
+
 // Whether a work has got what it waits for, or should look whether it has. In real time it looks
 // once in a millisecond, however much happens.
 bool Loop::goesOn(const Wait& wait, bool isInterrupted) const {
@@ -166,6 +199,12 @@ bool Loop::someBegin() const {
     return std::ranges::any_of(works_, [](const auto& one) { return !one.second.wait; });
 }
 
+void Loop::goTo(const Folder* folder) {
+    // It was entered before, and open it stays, whatever becomes of its name.
+    if (folder != nullptr) [[maybe_unused]]
+        const int result = fchdir(folder->descriptor);
+}
+
 // One round of everything.
 void Loop::turn() {
     const struct Turning {
@@ -175,7 +214,8 @@ void Loop::turn() {
     } turning(turning_);
     if (scheduler_.stopped() && timeIsAwaited()) {
         if (!someBegin()) warpToNext();
-        if (Clock::now() - lookedAt_ >= kBetweenLooks) look(0);
+        const auto now = Clock::now();
+        if (now - lookedAt_ >= kBetweenLooks || now - foundAt_ < kLively) look(0);
     } else {
         look(timeoutMs());
     }
@@ -221,6 +261,7 @@ void Loop::look(int timeoutMs) {
     const int ready = poll(polled_.data(), polled_.size(), timeoutMs);
     lookedAt_ = Clock::now();
     if (ready <= 0) return;
+    foundAt_ = lookedAt_;
     if (polled_[0].revents != 0) signals_.drain();
     if (signals_.takeContinuation() && onContinue) onContinue();
     size_t at = 1 + watched_.size();
@@ -251,7 +292,8 @@ void Loop::runActions() {
 }
 
 void Loop::resumeWorks() {
-    for (auto next = works_.begin(); next != works_.end();) {
+    const WorkId last = lastWork_;  // what is spawned meanwhile begins in the next turn
+    for (auto next = works_.begin(); next != works_.end() && next->first <= last;) {
         Work& work = next->second;
         if (goesOn(work)) resume(work);
         next = work.fiber.ended() ? works_.erase(next) : std::next(next);
@@ -260,8 +302,10 @@ void Loop::resumeWorks() {
 
 void Loop::resume(Work& work) {
     running_ = &work;
+    goTo(work.folder.get());
     work.fiber.resume();
     running_ = nullptr;
+    if (work.folder) goTo(ownFolder_.get());
     if (work.fiber.ended()) ++happened_;
 }
 

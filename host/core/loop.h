@@ -53,6 +53,8 @@ public:
     void endSpawned() noexcept override;
     void watch(int descriptor, std::function<void()> readable) override;
     void unwatch(int descriptor) override;
+    void enterFolder(const std::string& path) override;
+    void leaveFolder() override;
 
     bool interrupted() const override;
     bool terminated() const override;
@@ -62,6 +64,14 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    // A folder, open.
+    struct Folder {
+        int descriptor;
+        explicit Folder(const char* path);
+        ~Folder();
+        Folder(const Folder&) = delete;
+        Folder& operator=(const Folder&) = delete;
+    };
     // What a work waits for: a descriptor, something that it looks for itself and a time when it
     // gives up, or no more than its turn.
     struct Wait {
@@ -79,6 +89,7 @@ private:
         Fiber fiber;
         Wait* wait = nullptr;  // null: it has not begun
         bool interrupted = false;
+        std::unique_ptr<Folder> folder;  // null: where the process was started
     };
 
     void wait(Wait& wait);
@@ -89,6 +100,7 @@ private:
     void runActions();
     void resumeWorks();
     void resume(Work& work);
+    static void goTo(const Folder* folder);
     bool goesOn(const Work& work) const;
     bool goesOn(const Wait& wait, bool isInterrupted) const;
     bool timeIsAwaited() const;
@@ -106,10 +118,11 @@ private:
     Wait* mainWait_ = nullptr;
     bool turning_ = false;
     bool ending_ = false;
-    uint64_t happened_ = 0;  // counts what may make true what somebody waits for
+    uint64_t happened_ = 0;              // counts what may make true what somebody waits for
+    std::unique_ptr<Folder> ownFolder_;  // the main work's, once another has one
     std::map<int, std::function<void()>> watched_;
     std::vector<pollfd> polled_;  // the signals', then those watched, then those waited for
-    Clock::time_point lookedAt_;
+    Clock::time_point lookedAt_, foundAt_;  // the last look, and the last that found something
 };
 
 }  // namespace pcsim::host

@@ -26,6 +26,8 @@ struct StillTime : Surroundings {
     void endSpawned() noexcept override {}
     void watch(int, std::function<void()>) override {}
     void unwatch(int) override {}
+    void enterFolder(const std::string&) override {}
+    void leaveFolder() override {}
     void terminate() override {}
     bool interrupted() const override { return stop; }
     bool terminated() const override { return false; }
