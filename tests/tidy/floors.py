@@ -22,6 +22,7 @@ FLOORS = (
     ("lab",                                               ""),
     ("console:words",                                     ""),
     ("console",                                           "console:words"),
+    ("console/server",                                    "console"),
     ("tree",                                              "include"),
     ("probe/interface",                                   "include"),
     ("probe/boundary",                                    "probe/interface"),
@@ -39,7 +40,7 @@ FLOORS = (
     ("host/l2",                                           "host/ports"),
     ("host/machine", "host/{acl,cards,devices,environment,l2,l3,mcast,misc,ports,state}"),
     ("host/verbs",                                        "host/machine probe/verbs console"),
-    ("host",                                              "host/verbs"),
+    ("host",                                              "host/verbs console/server"),
     ("examples",                                          "include"),
 )
 
