@@ -39,6 +39,8 @@ struct Console {
 
     // What the instance is called.
     std::string name = "pcsim";
+    // The status that the program is to end with, once a session has said so.
+    std::optional<int> endStatus;
     // What the prompt says behind the name, "" for nothing: the state of the clock.
     std::function<std::string()> state;
 };

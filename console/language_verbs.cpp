@@ -5,6 +5,17 @@
 
 namespace pcsim {
 
+namespace {
+
+void end(Call& call, int status) {
+    Console& console = call.session->console();
+    console.endStatus = status;
+    console.surroundings.terminate();
+    call.session->end();
+}
+
+}  // namespace
+
 void addLanguageVerbs(Verbs& verbs) {
     verbs.action("help", "list the verbs", [&verbs](Call& call) { call.print(helpText(verbs)); });
     verbs.action("help about <word>", "those with a word in them",
@@ -17,6 +28,9 @@ void addLanguageVerbs(Verbs& verbs) {
             call.session->end(static_cast<int>(call.number("status")));
         });
     }
+    verbs.action("shutdown", "end pcsim, whichever door this is", [](Call& call) { end(call, 0); });
+    verbs.action("shutdown <status:0-255>", "the same, with an exit status",
+                 [](Call& call) { end(call, static_cast<int>(call.number("status"))); });
     verbs.action("echo <text:rest>", "print a line",
                  [](Call& call) { call.print(printable(call.joined("text")) + "\n"); });
     verbs.action("echo", "print an empty line", [](Call& call) { call.print("\n"); });

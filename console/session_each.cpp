@@ -55,7 +55,7 @@ void Session::runEach(const Verb& verb, std::vector<Single> commands, bool json)
             else
                 verb.action(call);
             sink_.check();
-            console_.surroundings.checkInterrupt();
+            if (!ended_) console_.surroundings.checkInterrupt();
         } catch (const CommandError& error) {
             if (i == 0) throw;
             failPartly(commands, i, error);

@@ -40,8 +40,8 @@ std::string notificationLine(std::string_view method, std::string_view parameter
 }
 
 std::string errorObject(const CommandError& error, const std::string& text) {
-    const std::string data = "{\"right\":" + jsonString(rightOf(error.what())) +
-                             ",\"text\":" + jsonString(text) + "}";
+    const std::string data =
+        "{\"right\":" + jsonString(rightOf(error.what())) + ",\"text\":" + jsonString(text) + "}";
     return errorObject(static_cast<int>(error.code), error.what(), data);
 }
 

@@ -40,7 +40,8 @@ bool Channel::receive() {
     return static_cast<size_t>(size) == sizeof chunk;
 }
 
-// A line that is too long is told of once, when that is seen; what follows up to its end is skipped.
+// A line that is too long is told of once, when that is seen; what follows up to its end is
+// skipped.
 std::optional<Channel::Line> Channel::nextLine() {
     for (;;) {
         const size_t end = received_.find('\n', searched_);
@@ -75,8 +76,8 @@ std::optional<Channel::Line> Channel::nextLine() {
 
 bool Channel::flush() {
     while (unsent() != 0) {
-        const ssize_t size = ::send(descriptor_, unsent_.data() + sent_, unsent(),
-                                    MSG_DONTWAIT | MSG_NOSIGNAL);
+        const ssize_t size =
+            ::send(descriptor_, unsent_.data() + sent_, unsent(), MSG_DONTWAIT | MSG_NOSIGNAL);
         if (size < 0 && errno == EINTR) continue;
         if (size < 0 && errno != EAGAIN) return false;
         if (size < 0) break;

@@ -48,9 +48,9 @@ private:
     bool atEnd_ = false;
     std::string received_;  // and not yet handed out, from next_ on
     size_t next_ = 0;
-    size_t searched_ = 0;     // where there is no line end before
-    bool skipping_ = false;   // up to the end of a line that is too long
-    size_t counted_ = 0;      // of what all channels are receiving
+    size_t searched_ = 0;    // where there is no line end before
+    bool skipping_ = false;  // up to the end of a line that is too long
+    size_t counted_ = 0;     // of what all channels are receiving
     std::string unsent_;
     size_t sent_ = 0;
 };

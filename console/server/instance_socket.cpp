@@ -46,11 +46,10 @@ std::string nameProblem(const std::string& name) {
     const auto isLetter = [](char c) {
         return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
     };
-    const bool fits =
-        !name.empty() && name.size() <= kLongestName && isLetter(name[0]) &&
-        std::ranges::all_of(name, [&](char c) {
-            return isLetter(c) || c == '.' || c == '_' || c == '-';
-        });
+    const bool fits = !name.empty() && name.size() <= kLongestName && isLetter(name[0]) &&
+                      std::ranges::all_of(name, [&](char c) {
+                          return isLetter(c) || c == '.' || c == '_' || c == '-';
+                      });
     if (fits) return "";
     return fmt::format(
         "'{}' is no name of an instance; expected up to {} letters, digits, '.', '_' and '-', the "
@@ -62,18 +61,17 @@ InstanceSocket::InstanceSocket(std::string folder, std::string name)
     : InstanceSocket(Nothing(), std::move(folder)) {
     name_ = std::move(name);
     if (const std::string problem = nameProblem(name_); !problem.empty()) failUsage("{}", problem);
-    if (!lock())
-        fail("an instance named '{}' runs already; expected another --name", name_);
+    if (!lock()) fail("an instance named '{}' runs already; expected another --name", name_);
     listenHere();
 }
 
-InstanceSocket::InstanceSocket(std::string folder)
-    : InstanceSocket(Nothing(), std::move(folder)) {
+InstanceSocket::InstanceSocket(std::string folder) : InstanceSocket(Nothing(), std::move(folder)) {
     const std::string base = "pcsim-" + std::to_string(getpid());
     name_ = base;
     // Another process with this id can live where processes are counted anew.
     for (int number = 2; !lock(); ++number) {
-        if (number > kMostTries) fail("the names {} to {} are taken; expected a --name", base, name_);
+        if (number > kMostTries)
+            fail("the names {} to {} are taken; expected a --name", base, name_);
         name_ = base + "-" + std::to_string(number);
     }
     listenHere();

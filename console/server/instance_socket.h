@@ -1,4 +1,5 @@
-// The socket that an instance is found by: NAME.sock in the folder of what runs, for its user alone.
+// The socket that an instance is found by: NAME.sock in the folder of what runs, for its user
+// alone.
 //
 // Whoever has a name holds a lock on NAME.lock beside it, which the kernel gives back when the
 // process dies: so a socket that a dead one has left is taken over, and of two that start at the

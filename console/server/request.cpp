@@ -33,8 +33,10 @@ bool isTooDeep(const std::string& line) {
     for (size_t at = 0; at < line.size(); ++at) {
         const char c = line[at];
         if (quoted) {
-            if (c == '\\') ++at;
-            else if (c == '"') quoted = false;
+            if (c == '\\')
+                ++at;
+            else if (c == '"')
+                quoted = false;
         } else if (c == '"') {
             quoted = true;
         } else if (c == '{' || c == '[') {
@@ -48,13 +50,16 @@ bool isTooDeep(const std::string& line) {
 
 nlohmann::json parse(const std::string& line) {
     if (isTooDeep(line))
-        throw ProtocolError(kNoRequest, fmt::format("the request is nested deeper than {}; expected "
-                                                    "one request object per line", kDeepest));
+        throw ProtocolError(kNoRequest,
+                            fmt::format("the request is nested deeper than {}; expected "
+                                        "one request object per line",
+                                        kDeepest));
     try {
         return nlohmann::json::parse(line);
     } catch (const nlohmann::json::parse_error& error) {
         throw ProtocolError(kNoJson, fmt::format("this is no JSON from byte {} on; expected one "
-                                                 "request object per line, in UTF-8", error.byte));
+                                                 "request object per line, in UTF-8",
+                                                 error.byte));
     }
 }
 
@@ -63,25 +68,28 @@ void readId(const nlohmann::json& object, Request& request) {
     const auto id = object.find("id");
     if (id == object.end()) return;
     if (!id->is_string() && !id->is_number_integer() && !id->is_null())
-        throw ProtocolError(kNoRequest, "'id' is of the wrong type; expected a string, an integer "
-                                        "or null");
+        throw ProtocolError(kNoRequest,
+                            "'id' is of the wrong type; expected a string, an integer "
+                            "or null");
     request.id = id->dump();
 }
 
 void readObject(nlohmann::json& object, Request& request) {
     if (!object.is_object())
-        throw ProtocolError(kNoRequest, object.is_array()
-                                ? "a list of requests is none; expected one request object per "
-                                  "line, or the method batch"
-                                : "this is no request; expected an object with method, params and id");
+        throw ProtocolError(
+            kNoRequest, object.is_array()
+                            ? "a list of requests is none; expected one request object per "
+                              "line, or the method batch"
+                            : "this is no request; expected an object with method, params and id");
     readId(object, request);
     const auto version = object.find("jsonrpc");
     if (version != object.end() && *version != "2.0")
         throw ProtocolError(kNoRequest, "'jsonrpc' has another version; expected \"2.0\"");
     const auto method = object.find("method");
     if (method == object.end() || !method->is_string())
-        throw ProtocolError(kNoRequest, "the request has no method; expected \"method\": \"run\" or "
-                                        "another that describe tells of");
+        throw ProtocolError(kNoRequest,
+                            "the request has no method; expected \"method\": \"run\" or "
+                            "another that describe tells of");
     request.method = method->get<std::string>();
     const auto parameters = object.find("params");
     if (parameters == object.end()) {
@@ -89,8 +97,9 @@ void readObject(nlohmann::json& object, Request& request) {
         return;
     }
     if (!parameters->is_object())
-        throw ProtocolError(kBadParameters, "'params' is of the wrong type; expected an object of "
-                                            "parameters by name");
+        throw ProtocolError(kBadParameters,
+                            "'params' is of the wrong type; expected an object of "
+                            "parameters by name");
     request.parameters = RequestReader::make(std::move(*parameters));
 }
 
@@ -133,7 +142,8 @@ std::optional<std::string> Parameters::text(const char* name) const {
 
 std::string Parameters::neededText(const char* name) const {
     auto given = text(name);
-    if (!given) throw ProtocolError(kBadParameters, fmt::format("'{}' is missing; expected a text", name));
+    if (!given)
+        throw ProtocolError(kBadParameters, fmt::format("'{}' is missing; expected a text", name));
     return std::move(*given);
 }
 
@@ -170,9 +180,11 @@ std::optional<std::vector<std::string>> Parameters::texts(const char* name) cons
 
 void Parameters::check(const std::string& method, std::span<const Parameter> known) const {
     for (const auto& [name, value] : value_->object.items()) {
-        if (std::ranges::any_of(known, [&](const Parameter& one) { return name == one.name; })) continue;
+        if (std::ranges::any_of(known, [&](const Parameter& one) { return name == one.name; }))
+            continue;
         std::string names;
-        for (const Parameter& one : known) names += (names.empty() ? "" : ", ") + std::string(one.name);
+        for (const Parameter& one : known)
+            names += (names.empty() ? "" : ", ") + std::string(one.name);
         throw ProtocolError(kBadParameters,
                             fmt::format("{} takes no '{}'; expected {}", method, shown(name),
                                         names.empty() ? "no parameters" : names));

@@ -30,7 +30,8 @@ protected:
     std::vector<std::string> lines() {
         std::vector<std::string> all;
         while (const auto line = channel->nextLine())
-            all.push_back(line->tooLong ? "TOO LONG" : line->text + (line->incomplete ? "..." : ""));
+            all.push_back(line->tooLong ? "TOO LONG"
+                                        : line->text + (line->incomplete ? "..." : ""));
         return all;
     }
     std::vector<std::string> receive(const std::string& bytes) {

@@ -15,10 +15,8 @@ protected:
         for (int n = 0; n < count; ++n) log.add(source, "event " + std::to_string(made++));
     }
     EventStream& stream(EventStream::Wish wish) {
-        streams.push_back(
-            std::make_unique<EventStream>(feed, streams.size() + 1, std::move(wish), [this] {
-                ++calls;
-            }));
+        streams.push_back(std::make_unique<EventStream>(feed, streams.size() + 1, std::move(wish),
+                                                        [this] { ++calls; }));
         return *streams.back();
     }
     static std::string eventLine(int id, int sequence, int number, const char* source) {
@@ -54,7 +52,8 @@ TEST_F(EventFeedTest, TellsWhatComesFromThenOn) {
 
 TEST_F(EventFeedTest, TellsOfThePastWhenAsked) {
     add("port", 3);
-    EXPECT_EQ(stream({{}, "", 1}).next(kAll), eventLine(1, 0, 1, "port") + eventLine(1, 1, 2, "port"));
+    EXPECT_EQ(stream({{}, "", 1}).next(kAll),
+              eventLine(1, 0, 1, "port") + eventLine(1, 1, 2, "port"));
 }
 
 TEST_F(EventFeedTest, SourcesAndTextsAreChosen) {
@@ -85,8 +84,8 @@ TEST_F(EventFeedTest, ASlowOneIsToldWhatItLostAndGoesOn) {
     add("card", 5);
     add("port", kKept - 2);
     // Of the 5 cards' the log has dropped the first 3.
-    EXPECT_EQ(cards.next(kAll), lostLine(2, 0, 3) + eventLine(2, 1, 4, "card") +
-                                    eventLine(2, 2, 5, "card"));
+    EXPECT_EQ(cards.next(kAll),
+              lostLine(2, 0, 3) + eventLine(2, 1, 4, "card") + eventLine(2, 2, 5, "card"));
     EXPECT_EQ(cards.next(kAll), "");
     EXPECT_EQ(all.next(150), lostLine(1, 1, 3) + eventLine(1, 2, 4, "card"));
     add("card");

@@ -131,7 +131,8 @@ TEST_F(InstanceSocketTest, WithoutANameItIsTheProcess) {
 }
 
 TEST_F(InstanceSocketTest, NamesAreLettersDigitsAndThreeMore) {
-    for (const char* const good : {"a", "A-1_b.c", "7", "pcsim-1"}) EXPECT_EQ(nameProblem(good), "");
+    for (const char* const good : {"a", "A-1_b.c", "7", "pcsim-1"})
+        EXPECT_EQ(nameProblem(good), "");
     EXPECT_EQ(nameProblem(std::string(64, 'a')), "");
     for (const std::string bad : {"", "-a", ".a", "a/b", "a b", "ä", "../x"})
         EXPECT_EQ(problem(bad),
