@@ -87,6 +87,7 @@ private:
         if (element.word == word()) return Fit::kExact;
         if (!beginnings_ || word().empty() || !element.word.starts_with(word()))
             return std::nullopt;
+        if (element.enough == element.word.size()) return std::nullopt;
         const bool enough = element.enough != 0 && word().size() >= element.enough;
         return enough ? Fit::kEnough : Fit::kBeginning;
     }

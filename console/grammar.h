@@ -11,7 +11,8 @@
 // in the fixed part.
 //
 // Words, and those of a choice, may be typed as their beginning. po~rts is the word ports, which
-// goes before all others that begin with what is typed once that reaches the ~.
+// goes before all others that begin with what is typed once that reaches the ~. With the ~ at its
+// end a word is written out or is not meant.
 #ifndef PCSIM_CONSOLE_GRAMMAR_H
 #define PCSIM_CONSOLE_GRAMMAR_H
 

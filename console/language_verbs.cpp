@@ -28,8 +28,9 @@ void addLanguageVerbs(Verbs& verbs) {
             call.session->end(static_cast<int>(call.number("status")));
         });
     }
-    verbs.action("shutdown", "end pcsim, whichever door this is", [](Call& call) { end(call, 0); });
-    verbs.action("shutdown <status:0-255>", "the same, with an exit status",
+    verbs.action("shutdown~", "end pcsim, whichever door this is",
+                 [](Call& call) { end(call, 0); });
+    verbs.action("shutdown~ <status:0-255>", "the same, with an exit status",
                  [](Call& call) { end(call, static_cast<int>(call.number("status"))); });
     verbs.action("echo <text:rest>", "print a line",
                  [](Call& call) { call.print(printable(call.joined("text")) + "\n"); });

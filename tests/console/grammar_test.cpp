@@ -136,6 +136,15 @@ TEST_F(VerbsTest, AWordMayBeItsBeginningWhereOnlyOneFits) {
     EXPECT_EQ(values("p 1:2 dis").at("action"), (Words{"disable"}));
 }
 
+TEST_F(VerbsTest, AWordWithTheMarkAtItsEndIsWrittenOut) {
+    verbs.action("vla~ off", "", [](Call&) {});
+    EXPECT_EQ(meant("vl cr 10"), "vlan create 10");
+    EXPECT_EQ(meant("vla off"), "vla off");
+    EXPECT_EQ(meant("vla o"), "vla off");
+    EXPECT_EQ(meant("vl o"), "");
+    EXPECT_EQ(verbs.all().back().pattern.text, "vla off");
+}
+
 TEST_F(VerbsTest, AWholeWordGoesBeforeALongerOneAndAValueBeforeABeginning) {
     for (const char* pattern :
          {"show po~rts", "show port <port>", "show power", "show poe <port>", "show acl <name>",
