@@ -17,6 +17,7 @@
 #include "console/test_report.h"
 #include "console/text.h"
 #include "host/options.h"
+#include "host/serve.h"
 #include "host/verbs/host_verbs.h"
 #include "lab/lab.h"
 #include "lab/options.h"
@@ -159,7 +160,7 @@ int statusOf(const Session& session) {
 }
 
 int runDoors(const CommandLine& line, const std::vector<Input>& inputs, Machine& machine,
-             Console& console, Sinks& sinks, Reports& reports) {
+             Console& console, Sinks& sinks, Reports& reports, Server* server) {
     Session::Look look;
     look.echo = line.echo;
     look.keepGoing = line.keepGoing;
@@ -174,8 +175,10 @@ int runDoors(const CommandLine& line, const std::vector<Input>& inputs, Machine&
         probe::runPlan(verbs, line.plan, session.later());
     }
     machine.boot();
-    if (!inputs.empty()) {
+    if (server != nullptr) server->begin();
+    if (!inputs.empty() || line.serve) {
         runInputs(session, inputs, sinks.text);
+        if (line.serve && !session.ended()) serve(console.surroundings);
     } else if (isatty(STDIN_FILENO) != 0 && line.json == CommandLine::Json::kNone) {
         SessionDoor door(session);
         Prompt(console.surroundings, sinks.output, sinks.text, door).run();
@@ -187,8 +190,15 @@ int runDoors(const CommandLine& line, const std::vector<Input>& inputs, Machine&
     return statusOf(session);
 }
 
+// Whoever has ended the program says how it went.
+int endedFromOutside(const Console& console, Reports& reports) {
+    reports.finish();
+    return *console.endStatus;
+}
+
 int runMachine(const CommandLine& line, Reports& reports) {
     const std::vector<Input> inputs = openInputs(line);
+    const SocketDoor door = openSocket(line);
     if (line.labPorts != 0) {
         if (const auto problem = pcsim::lab::enterNamespace()) fail("{}", *problem);
     }
@@ -196,7 +206,13 @@ int runMachine(const CommandLine& line, Reports& reports) {
     Context& context = machine.context;
     if (line.stopped) context.scheduler.stopAtZero();
     Console console(context.loop, context.events);
+    if (!line.name.empty()) console.name = line.name;
     addHostVerbs(console, machine);
+    std::unique_ptr<Server> server;
+    if (door.socket != nullptr)
+        server = std::make_unique<Server>(console, *door.socket, serverFactsOf(machine));
+    else
+        context.events.note("door", "There is no socket: {}", door.problem);
     Sinks sinks(context.loop, line.json);
     // The machine goes on calling while it shuts down, when the sessions are gone.
     struct Quiet {
@@ -204,10 +220,11 @@ int runMachine(const CommandLine& line, Reports& reports) {
         ~Quiet() { platform.trace.stop(); }
     } const quiet{context.platform};
     try {
-        const int status = runDoors(line, inputs, machine, console, sinks, reports);
+        const int status = runDoors(line, inputs, machine, console, sinks, reports, server.get());
         reports.finish();
-        return status;
+        return console.endStatus.value_or(status);
     } catch (CommandError& error) {
+        if (console.endStatus) return endedFromOutside(console, reports);
         if (error.told) throw;
         sinks.chosen().problem({error.code, error.what(), "", 0});
         reports.addProblem(error.what());

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "console/server/instance_socket.h"
 #include "console/variables.h"
 #include "lab/options.h"
 
@@ -84,6 +85,13 @@ const Option kOptions[] = {
      .takes = Takes::Pair,
      .repeats = true,
      .choices = {"tap", "junit"}},
+    {.name = "name",
+     .value = "NAME",
+     .help = "What other programs find this instance by; pcsim-PID without it",
+     .need = "a name of up to 64 letters, digits, '.', '_' and '-'",
+     .takes = Takes::Name},
+    {.name = "serve",
+     .help = "Stay for other programs until SIGTERM or 'shutdown', without a prompt"},
     {.name = "quiet", .help = "Don't print events as they happen"},
     {.name = "echo", .help = "Print a script's commands before they run"},
     {.name = "stopped", .help = "Boot with the clock stopped"},
@@ -144,6 +152,10 @@ CommandLine readCommandLine(int argc, char* const* argv) {
     line.echo = given.has("echo");
     line.stopped = given.has("stopped");
     line.keepGoing = given.has("keep-going");
+    line.serve = given.has("serve");
+    line.name = given.text("name");
+    if (!line.name.empty() && !nameProblem(line.name).empty())
+        throw OptionProblem("--name: " + nameProblem(line.name));
     line.labPorts = given.number("lab", 0);
     line.maxVr = given.number("virtual-routers", kStandardVr);
     line.library = given.text("library");

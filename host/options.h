@@ -25,10 +25,12 @@ struct CommandLine {
     bool quiet = false;
     bool echo = false;
     bool stopped = false;
+    bool serve = false;
     bool keepGoing = false;  // pass over lines that fail
     unsigned labPorts = 0;   // 0: the PC's own interfaces
     uint32_t maxVr = 0;
     std::string library;  // empty: the one that belongs to this program
+    std::string name;     // of the instance; empty: from the process id
     std::string plan;     // faults from before the first call; empty: none
     std::vector<Step> steps;
     std::vector<std::pair<std::string, std::string>> variables;  // set before the first line
