@@ -37,20 +37,20 @@ ReportValue::ReportValue(const Words& words, size_t& at) {
 }
 
 std::optional<Cell> ReportValue::in(const Report& report, const std::string& show,
-                                std::string& problem) const {
+                                    std::string& problem) const {
     if (!filters_.empty())
         if (const Table* const table = report.tableCounted(path_))
             return counted(*table, show, problem);
     auto cell = filters_.empty() ? report.at(path_) : std::nullopt;
     if (!cell)
-        problem = fmt::format("there is no '{}' in '{}'; there are {}", path_, show,
-                              report.names());
+        problem =
+            fmt::format("there is no '{}' in '{}'; there are {}", path_, show, report.names());
     return cell;
 }
 
 // How many rows fit.
 std::optional<Cell> ReportValue::counted(const Table& table, const std::string& show,
-                                     std::string& problem) const {
+                                         std::string& problem) const {
     std::vector<size_t> columns;
     for (const Filter& filter : filters_) {
         const auto column = std::ranges::find_if(
@@ -94,7 +94,8 @@ Demand::EventText Demand::eventOf(Words words) {
     words.erase(words.begin(), words.begin() + (event.unwanted ? 2 : 1));
     // "TEXT count 3" or "TEXT count at-least 3"
     const size_t size = words.size();
-    const bool related = size >= 4 && words[size - 3] == "count" && Relation::isOne(words[size - 2]);
+    const bool related =
+        size >= 4 && words[size - 3] == "count" && Relation::isOne(words[size - 2]);
     uint64_t number = 0;
     if (!event.unwanted && (related || (size >= 3 && words[size - 2] == "count")) &&
         readNumber(words.back(), EventLog::kCapacity, number)) {

@@ -88,9 +88,7 @@ void Connection::startWork() {
     try {
         work_ = hub_.console.surroundings.spawn([this] { work(); });
     } catch (const CommandError& error) {
-        for (const Request& request : requests_)
-            if (!request.id.empty()) channel_.send(errorLine(request.id, kRefused, error.what()));
-        requests_.clear();
+        refuseRest(error.what());
     }
 }
 
@@ -219,7 +217,17 @@ void Connection::lose() {
         hub_.drop(id_);
 }
 
+void Connection::refuseRest(const std::string& why) {
+    for (const Request& request : requests_)
+        if (!request.id.empty()) channel_.send(errorLine(request.id, kRefused, why));
+    requests_.clear();
+}
+
 void Connection::finish() {
+    if (gone_) return;
+    while (channel_.receive()) continue;
+    takeLines();
+    refuseRest("this instance is ending; expected a living one");
     const auto end = Clock::now() + kFarewell;
     while (handOver() && channel_.unsent() != 0 && Clock::now() < end) {
         pollfd writable{channel_.descriptor(), POLLOUT, 0};

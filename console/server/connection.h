@@ -32,7 +32,7 @@ public:
     void ready(uint32_t events);
     // Whatever is to be done now: telling events, handing over, running what waits.
     void attend();
-    // Writes what is left for a short time.
+    // Refuses what has not run, and writes what is left for a short time.
     void finish();
     // A work of this connection goes on, which needs it.
     bool busy() const { return work_ != 0; }
@@ -62,6 +62,7 @@ private:
     void giveWay();
     void print(const std::string& text, const std::string& event);
     bool handOver();
+    void refuseRest(const std::string& why);
     void listen();
     void lose();
     bool over() const;

@@ -45,14 +45,31 @@ struct DemandTest : SessionTest {
 };
 
 TEST_F(DemandTest, Relations) {
-    for (const char* holds :
-         {"1:1.link is up", "sums.mask is 15", "sums.mask is 0x0000000f", "1:1.link not down",
-          "1:2.speed not 100", "sums.mask not 16", "text contains a", "text contains \"a and b\"",
-          "text is \"a and b\"", "1:1.link not-contains x", "1:1.port matches ^1:[1-4]$",
-          "1:1.port matches \"^(1:1|2:1)$\"", "up at-least 2", "up at-most 2", "up more-than 1",
-          "up less-than 3", "below less-than 0", "below more-than -4", "load more-than 12",
-          "load at-least 12.5", "load less-than 12.51", "below at-least -3.0", "count is 3",
-          "cards.count is 1", "1:3.speed at-least 1000"})
+    for (const char* holds : {"1:1.link is up",
+                              "sums.mask is 15",
+                              "sums.mask is 0x0000000f",
+                              "1:1.link not down",
+                              "1:2.speed not 100",
+                              "sums.mask not 16",
+                              "text contains a",
+                              "text contains \"a and b\"",
+                              "text is \"a and b\"",
+                              "1:1.link not-contains x",
+                              "1:1.port matches ^1:[1-4]$",
+                              "1:1.port matches \"^(1:1|2:1)$\"",
+                              "up at-least 2",
+                              "up at-most 2",
+                              "up more-than 1",
+                              "up less-than 3",
+                              "below less-than 0",
+                              "below more-than -4",
+                              "load more-than 12",
+                              "load at-least 12.5",
+                              "load less-than 12.51",
+                              "below at-least -3.0",
+                              "count is 3",
+                              "cards.count is 1",
+                              "1:3.speed at-least 1000"})
         EXPECT_EQ(expect(std::string("show ports -- ") + holds), "") << holds;
     const std::pair<const char*, const char*> unmet[] = {
         {"1:1.link is down", "1:1.link is up"},
@@ -93,7 +110,8 @@ TEST_F(DemandTest, AndBindsTighterThanOr) {
 TEST_F(DemandTest, RowsAreCounted) {
     const std::string show = "show ports -- ";
     for (const char* holds :
-         {"count where link is up is 2", "ports.count where link is up where speed at-most 100 is 1",
+         {"count where link is up is 2",
+          "ports.count where link is up where speed at-most 100 is 1",
           "count where port matches ^1: at-least 3", "count where link is blue is 0",
           "count where link not up is 1 and count where link is up is 2",
           "cards.count where slot is 1 is 1", "count where speed at-least 1 is 2"})
@@ -101,9 +119,10 @@ TEST_F(DemandTest, RowsAreCounted) {
     EXPECT_EQ(expect(show + "count where link is up is 4"),
               "3 expected show ports -- count where link is up is 4, but count where link is up "
               "is 2");
-    EXPECT_EQ(expect(show + "count where lnk is up is 4"),
-              "3 expected show ports -- count where lnk is up is 4, but there is no column 'lnk' in "
-              "'show ports'; there are port, link, speed");
+    EXPECT_EQ(
+        expect(show + "count where lnk is up is 4"),
+        "3 expected show ports -- count where lnk is up is 4, but there is no column 'lnk' in "
+        "'show ports'; there are port, link, speed");
     EXPECT_EQ(expect(show + "fans.count where link is up is 4").substr(0, 80),
               "3 expected show ports -- fans.count where link is up is 4, but there is no 'fans");
     EXPECT_EQ(expect(show + "up where link is up"),
@@ -121,7 +140,8 @@ TEST_F(DemandTest, WhatIsNoDemand) {
           "show ports -- count where link is up is", "show ports -- count where link is up"})
         EXPECT_EQ(expect(words), "2 '" + words +
                                      "' is not complete; expected event TEXT, no event TEXT, or "
-                                     "SHOW... -- VALUE " + relations)
+                                     "SHOW... -- VALUE " +
+                                     relations)
             << words;
     EXPECT_EQ(expect("echo -- up is 2"),
               "2 'echo' has no values to look at; expected a show command");
@@ -139,7 +159,8 @@ TEST_F(DemandTest, WhatIsNoDemand) {
 }
 
 TEST_F(DemandTest, EventsAreFoundAndCounted) {
-    for (const char* text : {"link up", "link down", "link up", "link up"}) events.add("port", text);
+    for (const char* text : {"link up", "link down", "link up", "link up"})
+        events.add("port", text);
     EXPECT_EQ(expect("event link up count 2"),
               "3 expected event link up count 2, but there were 3");
     EXPECT_EQ(expect("event \"link up\" count more-than 3"),
@@ -149,8 +170,9 @@ TEST_F(DemandTest, EventsAreFoundAndCounted) {
     EXPECT_EQ(expect("event \"link up\" count 0"), "");
     EXPECT_EQ(expect("no event link"), "");
     events.add("port", "the count 3");
-    EXPECT_EQ(expect("event the count 3 x"), "3 expected event the count 3 x, but no event \"the "
-                                             "count 3 x\"");
+    EXPECT_EQ(expect("event the count 3 x"),
+              "3 expected event the count 3 x, but no event \"the "
+              "count 3 x\"");
     EXPECT_EQ(expect("event count 3"), "");  // a text needs words of its own
     events.add("port", "link up");
     EXPECT_EQ(expect("no event link"), "3 expected no event link, but event \"port link up\"");
@@ -181,8 +203,8 @@ TEST_F(DemandTest, CommandsMayBeExpectedToFail) {
     };
     const std::string path = script("echo a\nfrob\necho b\n");
     EXPECT_EQ(run("expect error \":2: 'frob' is not\" include " + path),
-              "<expect error \":2: 'frob' is not\" include " + path + "|<echo a|a\n><frob|2:" + path +
-                  ":2:'frob' is not a verb; 'help' lists them all>>");
+              "<expect error \":2: 'frob' is not\" include " + path + "|<echo a|a\n><frob|2:" +
+                  path + ":2:'frob' is not a verb; 'help' lists them all>>");
     EXPECT_EQ(steps, 1u);
     EXPECT_EQ(session.passedOver(), 0u);
     session.onStep = nullptr;
@@ -196,15 +218,16 @@ TEST_F(DemandTest, VariablesTakeValues) {
     run("set mask from show ports -- mask");
     EXPECT_EQ(run("echo $speed $up $mask"), "<echo $speed $up $mask|1000 2 15\n>");
     const std::pair<const char*, const char*> wrong[] = {
-        {"set a from show ports", "2::0:'show ports' is not complete; expected SHOW... -- VALUE>=2"},
+        {"set a from show ports",
+         "2::0:'show ports' is not complete; expected SHOW... -- VALUE>=2"},
         {"set a from show ports --",
          "2::0:'show ports --' is not complete; expected SHOW... -- VALUE>=2"},
         {"set a from show ports -- up is", "2::0:'up' takes nothing more; got 'is'>=2"},
-        {"set 1 from show ports -- up", "2::0:'1' is no name of a variable; expected letters, digits "
-                                        "and _, a digit not first>=2"},
+        {"set 1 from show ports -- up",
+         "2::0:'1' is no name of a variable; expected letters, digits "
+         "and _, a digit not first>=2"},
     };
-    for (const auto& [line, said] : wrong)
-        EXPECT_EQ(run(line), fmt::format("<{}|{}", line, said));
+    for (const auto& [line, said] : wrong) EXPECT_EQ(run(line), fmt::format("<{}|{}", line, said));
     EXPECT_EQ(run("set a from show ports -- x").substr(0, 62),
               "<set a from show ports -- x|1::0:there is no 'x' in 'show port");
     EXPECT_EQ(run("set from from"), "<set from from|>");
@@ -218,9 +241,10 @@ TEST_F(DemandTest, WaitsTakeTheSame) {
               "ms, but up is 2>=3");
     EXPECT_EQ(run("wait within 10"),
               "<wait within 10|2::0:'wait within' is not complete; expected what for>=2");
-    EXPECT_EQ(run("wait event x within"),
-              "<wait event x within|1::0:'within' is not complete; expected a number of ms from 0 to "
-              "86400000>=1");
+    EXPECT_EQ(
+        run("wait event x within"),
+        "<wait event x within|1::0:'within' is not complete; expected a number of ms from 0 to "
+        "86400000>=1");
 }
 
 }  // namespace

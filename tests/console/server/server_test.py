@@ -201,10 +201,13 @@ def test_quit_and_shutdown(place: Place) -> None:
         equal(client.read(), {})
         other.run("time run")
         waiting = instance.client()
-        number = waiting.send("run", line="sleep 1000000")
-        waiting.send("run", line="echo never")
+        sleeping = waiting.send("run", line="sleep 1000000")
+        never = waiting.send("run", line="echo never")
+        time.sleep(0.2)
         equal(other.run("shutdown 7"), {"text": "", "data": None})
-        equal(waiting.answer(number)["error"]["code"], 4)
+        equal(waiting.answer(sleeping)["error"]["code"], 4)
+        equal(waiting.answer(never)["error"], {
+            "code": -32000, "message": "this instance is ending; expected a living one"})
         equal(instance.process.wait(PATIENCE), 7)
         assert not os.path.exists(instance.path)
 
