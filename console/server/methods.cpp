@@ -32,7 +32,9 @@ constexpr Parameter kEventsTakes[] = {
     {"about", "text", true, "those with this text in them"}};
 constexpr Parameter kCancelTakes[] = {{"stream", "number", false, "what events answered"}};
 constexpr Parameter kCompleteTakes[] = {kLine, kFolder};
-constexpr Parameter kQuestionTakes[] = {kLine};
+constexpr Parameter kQuestionTakes[] = {
+    kLine, {"width", "number", true, "columns that the text may have; 80 without it"}};
+constexpr uint64_t kColumns = 80;
 
 // The line's relative names start there until it is over.
 class InFolder {
@@ -62,7 +64,8 @@ std::string run(Connection& connection, const Parameters& given) {
     connection.sink().start(streams);
     const InFolder inside(connection.hub().console.surroundings, given.text("folder"));
     connection.session().run(line);
-    return "{" + outcomeOf(connection.sink(), streams) + "}";
+    return "{" + outcomeOf(connection.sink(), streams) +
+           (connection.session().ended() ? ",\"ended\":true}" : "}");
 }
 
 std::string batch(Connection& connection, const Parameters& given) {
@@ -176,12 +179,18 @@ std::string complete(Connection& connection, const Parameters& given) {
 }
 
 std::string question(Connection& connection, const Parameters& given) {
-    const std::string line = given.neededText("line");
-    std::string text;
-    const Words words = splitWords(line.substr(0, lastWord(line)));
-    for (const std::string& next : connection.hub().console.verbs.next(words))
-        if (next.starts_with(line.substr(lastWord(line)))) text += "  " + next + "\n";
-    return "{\"text\":" + jsonString(text) + "}";
+    const auto width = static_cast<size_t>(given.number("width").value_or(kColumns));
+    const auto text = SessionDoor(connection.session()).following(given.neededText("line"), width);
+    return "{\"text\":" + (text ? jsonString(*text) : "null") + "}";
+}
+
+std::string prompt(Connection& connection, const Parameters&) {
+    return "{\"text\":" + jsonString(SessionDoor(connection.session()).promptText()) + "}";
+}
+
+std::string drop(Connection& connection, const Parameters&) {
+    connection.session().drop();
+    return "{}";
 }
 
 const Method kMethods[] = {
@@ -191,7 +200,10 @@ const Method kMethods[] = {
     {"cancel", "ends a stream", kCancelTakes, cancel},
     {"interrupt", "ends what this connection runs, as Ctrl-C; it overtakes", {}, nullptr},
     {"complete", "what may stand in place of the last word", kCompleteTakes, complete},
-    {"question", "what may follow", kQuestionTakes, question},
+    {"question", "what may follow, with help; null where '?' is a character like others",
+     kQuestionTakes, question},
+    {"prompt", "what stands before the next line", {}, prompt},
+    {"drop", "gives up the lines of a block that is not complete", {}, drop},
     {"status", "the instance in one look", {}, status},
     {"describe", "verbs, methods, events, errors and versions", {}, description},
 };

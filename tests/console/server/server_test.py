@@ -71,8 +71,8 @@ def test_describe(place: Place) -> None:
               {"name": all_of_it["name"], "pid": all_of_it["pid"],
                "protocol": all_of_it["versions"]["protocol"]})
         equal({method["name"] for method in all_of_it["methods"]},
-              {"run", "batch", "events", "cancel", "interrupt", "complete", "question", "status",
-               "describe"})
+              {"run", "batch", "events", "cancel", "interrupt", "complete", "question", "prompt",
+               "drop", "status", "describe"})
         for method in all_of_it["methods"]:  # each is there, and takes what it says
             given = {p["name"]: 5 for p in method["params"]} | {"none such": 1}
             if method["name"] != "interrupt":
@@ -191,20 +191,26 @@ def test_completion(place: Place) -> None:
         equal(sorted(found["candidates"]), ["port", "ports"])
         equal(found["from"], 5)
         equal(client.result("complete", line="show port ")["candidates"], ["1:1", "1:2"])
-        assert "ports" in client.result("question", line="show ")["text"]
+        assert "ports" in client.result("question", line="show ", width=40)["text"]
+        equal(client.result("question", line="echo why")["text"], None)
+        equal(client.result("prompt"), {"text": "one> "})
+        client.run("repeat 2")
+        equal(client.result("prompt"), {"text": "...> "})
+        equal(client.result("drop"), {})
+        equal(client.result("prompt"), {"text": "one> "})
 
 
 def test_quit_and_shutdown(place: Place) -> None:
     with place.one() as instance:
         client, other = instance.client(), instance.client()
-        equal(client.run("quit"), {"text": "", "data": None})
+        equal(client.run("quit"), {"text": "", "data": None, "ended": True})
         equal(client.read(), {})
         other.run("time run")
         waiting = instance.client()
         sleeping = waiting.send("run", line="sleep 1000000")
         never = waiting.send("run", line="echo never")
         time.sleep(0.2)
-        equal(other.run("shutdown 7"), {"text": "", "data": None})
+        equal(other.run("shutdown 7"), {"text": "", "data": None, "ended": True})
         equal(waiting.answer(sleeping)["error"]["code"], 4)
         equal(waiting.answer(never)["error"], {
             "code": -32000, "message": "this instance is ending; expected a living one"})
