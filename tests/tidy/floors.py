@@ -23,6 +23,7 @@ FLOORS = (
     ("console:words",                                     ""),
     ("console",                                           "console:words"),
     ("console/server",                                    "console"),
+    ("console/ctl",                                       "console lab"),
     ("tree",                                              "include"),
     ("probe/interface",                                   "include"),
     ("probe/boundary",                                    "probe/interface"),
