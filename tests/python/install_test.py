@@ -1,0 +1,45 @@
+"""The package can be installed by pip without a network, and is then the program's version."""
+import os
+import shutil
+import subprocess
+import sys
+from pathlib import Path
+
+import pytest
+
+FOLDER = Path(__file__).resolve().parents[2] / "python"
+
+
+@pytest.fixture(scope="module", name="python")
+def installed(tmp_path_factory):
+    """A Python of its own with the package in it."""
+    folder = tmp_path_factory.mktemp("install")
+    # pip leaves its work beside the sources.
+    shutil.copytree(FOLDER, folder / "python", ignore=shutil.ignore_patterns("__pycache__"))
+    run([sys.executable, "-m", "venv", "--system-site-packages", folder / "venv"])
+    python = folder / "venv" / "bin" / "python"
+    run([python, "-m", "pip", "install", "--quiet", "--no-index", "--no-build-isolation",
+         "--no-deps", folder / "python"])
+    return python
+
+
+def run(command):
+    """What it prints."""
+    environment = {key: value for key, value in os.environ.items() if key != "PYTHONPATH"}
+    done = subprocess.run(command, capture_output=True, text=True, check=False, env=environment,
+                          cwd="/")
+    assert done.returncode == 0, done.stdout + done.stderr
+    return done.stdout.strip()
+
+
+def test_the_version_is_that_of_pcsim(python):
+    assert run([python, "-c", "import pcsim; print(pcsim.__version__)"]) == run(
+        [os.environ["PCSIM"], "--version"])
+    assert run([python, "-m", "pip", "show", "pcsim"]).splitlines()[1] == (
+        f"Version: {run([os.environ['PCSIM'], '--version'])}")
+
+
+def test_types_come_along(python):
+    where = run([python, "-c", "import pcsim; print(pcsim.__path__[0])"])
+    assert "site-packages" in where
+    assert (Path(where) / "py.typed").exists()
