@@ -10,6 +10,7 @@ from .errors import (CommandError, CommandFailed, ConnectionLost, Error, Expecta
                      Interrupted, NotFound, ProtocolError, StartFailed, UsageError)
 from .events import AsyncEventStream, EventStream
 from .parts import Answer
+from .places import run_folder, socket_of
 from .records import (Card, Counters, Event, Fan, Fault, MacEntry, Neighbor, OperationCoverage,
                       Port, PowerSupply, Record, Route, Status, Vlan)
 from .switch import AsyncSwitch, Switch, connect, instances
@@ -21,4 +22,5 @@ __all__ = [
     "Fault", "Interrupted", "MacEntry", "Neighbor", "NotFound", "OperationCoverage", "Port",
     "PowerSupply", "ProtocolError", "Record", "Route", "StartFailed", "Status", "Switch",
     "UsageError", "Vlan", "__version__", "connect", "instances",
+    "run_folder", "socket_of",
 ]

@@ -7,7 +7,7 @@ import contextlib
 import os
 import socket
 import threading
-from typing import Any, Callable, TypeVar
+from typing import Callable, TypeVar
 
 from .errors import ConnectionLost, Error
 from .protocol import Answered, Call, Conversation, Hear, nothing
@@ -131,7 +131,7 @@ def with_farewell(farewell: str) -> str:
     return f"the instance has ended the connection{': ' if farewell else ''}{farewell}"
 
 
-def ask_once(path: os.PathLike[str] | str, call: Call[Any], timeout: float) -> Any:
+def ask_once(path: os.PathLike[str] | str, call: Call[T], timeout: float) -> T:
     """The answer to one call over a connection of its own."""
     connection = Connection()
     connection.open(path, timeout)

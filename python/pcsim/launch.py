@@ -8,7 +8,6 @@ from __future__ import annotations
 import contextlib
 import itertools
 import os
-import socket
 import subprocess
 import tempfile
 import time
@@ -16,7 +15,9 @@ from dataclasses import dataclass, field
 from pathlib import Path
 from typing import IO, Sequence
 
+from .connection import ask_once
 from .errors import ConnectionLost, StartFailed
+from .parts import STATUS
 from .places import find_program, socket_of
 
 START_S = 30.0
@@ -76,7 +77,7 @@ class Process:
     def _wait_for(self, path: Path) -> None:
         assert self._process is not None
         end = time.monotonic() + START_S
-        while not answers(path):
+        while living(path) != self._process.pid:
             if self._process.poll() is not None:
                 raise StartFailed(self.said() or f"pcsim ended with {self._process.returncode}")
             if time.monotonic() > end:
@@ -119,14 +120,10 @@ class Process:
         return self._process.wait()
 
 
-def answers(path: Path) -> bool:
-    """Whether somebody takes connections there."""
-    with socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) as probe:
-        try:
-            probe.connect(os.fspath(path))
-        except (FileNotFoundError, ConnectionRefusedError):
-            return False
-        except OSError as problem:
-            raise StartFailed(f"{path} can't be reached: {problem.strerror or problem}") \
-                from problem
-        return True
+def living(path: Path) -> int | None:
+    """The process that answers there. It need not be the one that was just started: names are
+    taken."""
+    try:
+        return ask_once(path, STATUS, START_S).pid
+    except (ConnectionLost, TimeoutError):
+        return None

@@ -16,11 +16,13 @@ from .async_connection import AsyncConnection
 from .connection import Connection
 from .errors import CommandError
 from .protocol import JSON, Call, Hear, nothing
+from .records import Status
 from .words import Value, line, one_line
 
 P = ParamSpec("P")
 T = TypeVar("T")
 DoorT = TypeVar("DoorT", bound=Connection | AsyncConnection)
+STATUS = Call("status", {}, Status.of)
 
 
 class Part(Generic[DoorT]):

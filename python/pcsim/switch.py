@@ -14,9 +14,10 @@ from .connection import Connection, ask_once
 from .errors import ConnectionLost, Error
 from .events import AsyncEventStream, EventStream, Feed
 from .launch import Launch, Process
+from .parts import STATUS
 from .places import socket_names, socket_of
 from .records import Status
-from .verbs import STATUS, Verbs
+from .verbs import Verbs
 
 S = TypeVar("S", bound="Switch")
 A = TypeVar("A", bound="AsyncSwitch")

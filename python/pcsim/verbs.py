@@ -8,14 +8,12 @@ from .errors import CommandError, error_of
 from .events import log_of
 from .handles import (CableHandle, CardHandle, Clock, FanHandle, FaultHandle, ModuleControl,
                       PortHandle, PowerSupplyHandle, VlanHandle)
-from .parts import Answer, DoorT, Part, Verb, ask, do, run_line
+from .parts import STATUS, Answer, DoorT, Part, Verb, ask, do, run_line
 from .protocol import JSON, Call, Notified, nothing
 from .records import (Card, Event, Fan, Fault, OperationCoverage, Port, PowerSupply, Status, Vlan,
                       rows)
 from .tables import MacTable, NeighborTable, RouteTable
 from .words import Value, conditions, line, milliseconds, one_line, option
-
-STATUS = Call("status", {}, Status.of)
 
 
 def answer_of(result: Mapping[str, JSON]) -> Answer:

@@ -1,7 +1,7 @@
 """Lines of the console from values: each value becomes one word, quoted where it has to be.
 
-A console line has no escapes: quotes keep blanks, #, | and the like in a word, and a quote itself
-can't be written. Values that no line can carry are refused here, before anything is sent.
+Quotes keep blanks, #, | and the like in a word, and $$ is a dollar that begins no variable; a quote
+itself can't be written. Values that no line can carry are refused here, before anything is sent.
 """
 from __future__ import annotations
 
@@ -26,6 +26,7 @@ def word(value: Value) -> str:
     if bad := re.search(r'["\x00-\x1f\x7f\ud800-\udfff]', text):
         raise ValueError(f"{bad.group()!r} can't stand in a line; expected a text without quotes "
                          f"and control characters, not {text!r}")
+    text = text.replace("$", "$$")
     return text if PLAIN.fullmatch(text) else f'"{text}"'
 
 

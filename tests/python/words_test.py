@@ -20,6 +20,7 @@ from pcsim import words
     ("a|b", '"a|b"'),
     ("a>b", '"a>b"'),
     ("it's", '"it\'s"'),
+    ("$HOME", '"$$HOME"'),
     ("Gerät", '"Gerät"'),
 ])
 def test_a_value_is_one_word(value, written):
