@@ -4,7 +4,9 @@ import subprocess
 from pathlib import Path
 
 import pytest
+from pcsim.places import find_program
 
+os.environ.setdefault("PCSIM", find_program())
 pytest_plugins = ["pcsim.pytest_plugin", "pytester"]
 
 
