@@ -167,14 +167,15 @@ class Vlan(Record):
 
 @dataclass(frozen=True, kw_only=True)
 class Route(Record):
-    """One next hop of a route; gateway and what follows are None where there is none."""
+    """One next hop of a route; gateway and what follows are None where there is none. Neighbors,
+    and with them MAC address and port, are for IPv4 alone."""
 
     prefix: str
     vr: int
     gateway: str | None
     vlan: int | None
-    mac: str | None
-    port: str | None
+    mac: str | None = None
+    port: str | None = None
 
 
 @dataclass(frozen=True, kw_only=True)
