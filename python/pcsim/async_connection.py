@@ -45,7 +45,6 @@ class AsyncConnection:
         if self._writer is None or self._reading is None:
             return
         self._lose(ConnectionLost("the connection was closed"))
-        self._writer.close()
         await asyncio.gather(self._reading, return_exceptions=True)
         self._writer = None
 
@@ -106,6 +105,8 @@ class AsyncConnection:
     def _lose(self, why: Error) -> None:
         if self._lost is None:
             self._lost = why
+        if self._writer is not None:
+            self._writer.close()
         for waiting in self._answers.values():
             if not waiting.done():
                 waiting.set_exception(self._lost)

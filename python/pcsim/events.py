@@ -81,6 +81,11 @@ class EventStream:
         except BaseException:
             self._connection.close()
             raise
+        if feed.ended:
+            self._connection.close()
+
+    def __del__(self) -> None:
+        self._connection.close()
 
     @property
     def lost(self) -> int:
@@ -150,6 +155,8 @@ class AsyncEventStream:
             self._begun = True
             await self._connection.open(self._path)
             await self._connection.perform(self._feed.opening)
+            if self._feed.ended:
+                await self._connection.close()
 
     def __aiter__(self) -> AsyncEventStream:
         return self

@@ -11,7 +11,7 @@ import os
 import subprocess
 import tempfile
 import time
-from dataclasses import dataclass, field
+from dataclasses import dataclass
 from pathlib import Path
 from typing import IO, Sequence
 
@@ -50,7 +50,8 @@ class Process:
     launch: Launch
     name: str = ""
     _process: subprocess.Popen[bytes] | None = None
-    _output: IO[bytes] = field(default_factory=tempfile.TemporaryFile)
+    _output: IO[bytes] | None = None
+    _last: str = ""  # of the output, once it has ended
 
     @property
     def path(self) -> Path:
@@ -61,17 +62,18 @@ class Process:
         """Starts it and waits until somebody answers at its socket."""
         self.name = self.launch.name or f"python-{os.getpid()}-{next(numbers)}"
         command, path = self.launch.command(self.name), self.path
+        self._output = tempfile.TemporaryFile()
         try:
             # In a process group of its own: Ctrl-C is ours to handle.
             self._process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=self._output,
                                              stderr=subprocess.STDOUT, process_group=0)
-        except OSError as problem:
-            raise StartFailed(f"{command[0]} can't be started: {problem.strerror}") from problem
-        try:
             self._wait_for(path)
-        except BaseException:
-            self._process.kill()
+        except BaseException as problem:
+            if self._process is not None:
+                self._process.kill()
             self._end()
+            if isinstance(problem, OSError):
+                raise StartFailed(f"{command[0]} can't be started: {problem}") from problem
             raise
 
     def _wait_for(self, path: Path) -> None:
@@ -86,6 +88,8 @@ class Process:
 
     def said(self) -> str:
         """The last of what it has printed."""
+        if self._output is None:
+            return self._last
         self._output.seek(0, os.SEEK_END)
         self._output.seek(max(0, self._output.tell() - 4000))
         return self._output.read().decode(errors="replace").strip()
@@ -109,6 +113,14 @@ class Process:
             raise ConnectionLost(f"{self.farewell()}; expected status {status}")
 
     def _end(self) -> int | None:
+        status = self._end_process()
+        self._last = self.said()
+        if self._output is not None:
+            self._output.close()
+            self._output = None
+        return status
+
+    def _end_process(self) -> int | None:
         if self._process is None:
             return None
         assert self._process.stdin is not None

@@ -155,6 +155,7 @@ class AsyncSwitch(Verbs[AsyncConnection]):
         super().__init__(AsyncConnection(farewell=instance.farewell))
         self._instance = instance
         self._end: int | None = 0
+        self._streams: list[AsyncEventStream] = []
 
     @classmethod
     async def connect(cls: type[A], name: str) -> A:
@@ -182,6 +183,8 @@ class AsyncSwitch(Verbs[AsyncConnection]):
 
     async def close(self) -> None:
         """Ends it, or the connection to it when somebody else has started it."""
+        for stream in self._streams:
+            await stream.close()
         await self._door.close()
         await asyncio.to_thread(self._instance.stop, self._end)
 
@@ -197,7 +200,9 @@ class AsyncSwitch(Verbs[AsyncConnection]):
                snapshot: bool | Sequence[str] = False) -> AsyncEventStream:
         """Iterates over events, `async for`; see Switch.events."""
         feed = Feed(sources, since, about, follow, snapshot)
-        return AsyncEventStream(self._instance.path, feed)
+        stream = AsyncEventStream(self._instance.path, feed)
+        self._streams.append(stream)
+        return stream
 
     async def __aenter__(self: A) -> A:
         if not self._door.is_open:
