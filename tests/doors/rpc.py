@@ -28,7 +28,7 @@ class Socket:
                 if not answer:
                     raise Failed("the connection was closed")
             return answer
-        except OSError as problem:
+        except (OSError, ValueError) as problem:
             raise Failed(f"the connection is lost: {problem}") from problem
 
     def run(self, line):

@@ -1,13 +1,14 @@
 #!/usr/bin/env python3
-"""Types random commands at pcsim's prompt: right ones, wrong ones, and bytes that are neither.
+"""Gives pcsim random commands: right ones, wrong ones, and bytes that are neither.
 
-    random_commands.py PCSIM FILES [--seed N] [--commands N]
+    random_commands.py PCSIM FILES [--door prompt|pipe|socket] [--seed N] [--commands N]
 
 FILES is a folder of files for the verbs that load some. The forms come from pcsim's own help, so a
-new verb is tried as soon as it is there. Whatever is typed, pcsim must answer and go on; it must
-take 'quit' at the end. Then others go through a pipe: each line of output must be an object of JSON,
-and each command have its own. Under sanitizers every error of memory fails the run. The seed is printed;
-with it the same commands are typed again."""
+new verb is tried as soon as it is there. Whatever is typed at the prompt, pcsim must answer and go
+on; it must take 'quit' at the end. Through a pipe each line of output must be an object of JSON, and
+each command have its own. At the socket each has its answer, and an error says what is wrong. Under
+sanitizers every error of memory fails the run. The seed is printed; with it the same commands are
+given again."""
 
 import argparse
 import json
@@ -20,11 +21,15 @@ import subprocess
 import sys
 import tempfile
 import threading
+import time
 from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "doors"))
+from rpc import Failed, Socket  # pylint: disable=wrong-import-position
 
 # They end the run, take real time, or read what this test does not give them.
 # A block that is not ended would take the rest.
-LEFT_OUT = ("quit", "exit", "time run", "include", "repeat")
+LEFT_OUT = ("quit", "exit", "shutdown", "time run", "include", "repeat")
 NUMBERS = ["0", "1", "2", "3", "7", "9", "10", "11", "32", "99", "256", "4094", "4095", "65535",
            "-1", "4294967295", "4294967296", "99999999999999999999", "x", "0x10", "0xffffffff"]
 FEW = ["1", "2", "3", "4", "10", "20"]
@@ -101,7 +106,7 @@ def commands(chance, pcsim, files, count):
 
 
 def typed(pcsim, options, lines, work):
-    """Types the lines; returns the exit status and all that was said."""
+    """Types the lines; returns what is wrong with that."""
     terminal, inside = pty.openpty()
     home = dict(os.environ, HOME=work, TERM="dumb")
     with open(Path(work) / "said", "w+b") as said:
@@ -124,8 +129,15 @@ def typed(pcsim, options, lines, work):
             except subprocess.TimeoutExpired:
                 process.kill()
                 status = "no end within 100 s"
-        said.seek(0)
-        return status, said.read().decode(errors="replace")
+        return ended(status, said)
+
+
+def ended(status, said):
+    """What is wrong with a status, or with what was said."""
+    said.seek(0)
+    text = said.read().decode(errors="replace")
+    wrong = status != 0 or "runtime error" in text
+    return f"exit status {status}: {text[-4000:]}" if wrong else ""
 
 
 def piped(pcsim, options, lines, work):
@@ -146,6 +158,40 @@ def piped(pcsim, options, lines, work):
     return f"never told: {missing}" if missing else ""
 
 
+def asked(pcsim, options, lines, work):
+    """Asks for the lines over the socket; returns what is wrong with the answers."""
+    home = dict(os.environ, HOME=work, PCSIM_RUN_DIR=work)
+    with open(Path(work) / "said", "w+b") as said:
+        with subprocess.Popen([pcsim, *options, "--name", "asked"], stdin=subprocess.PIPE,
+                              stdout=said, stderr=said, env=home, cwd=work) as process:
+            try:
+                wrong = answered(Path(work) / "asked.sock", lines)
+                process.stdin.close()
+                status = process.wait(timeout=100)
+            except (Failed, OSError, subprocess.TimeoutExpired) as problem:
+                process.kill()
+                wrong, status = str(problem), process.wait()
+        return wrong or ended(status, said)
+
+
+def answered(path, lines):
+    """What is wrong with the answer to one of the lines."""
+    for _ in range(1000):
+        if path.exists():
+            break
+        time.sleep(0.01)
+    door = Socket(path)
+    for line in lines:
+        answer = door.ask("run", line=line)
+        error = answer.get("error")
+        right = (error["code"] in (1, 2, 3, 4) and error["message"] if error is not None
+                 else isinstance(answer["result"]["text"], str))
+        if not right:
+            return f"{line!r} was answered with {answer}"
+    door.close()
+    return ""
+
+
 def drained(terminal):
     try:
         while os.read(terminal, 4096):
@@ -154,38 +200,38 @@ def drained(terminal):
         pass
 
 
+DOORS = {"prompt": typed, "pipe": piped, "socket": asked}
+
+
+def given(door, pcsim, options, lines, originals):
+    """Gives the lines at a door, with copies of the files: some verbs write such. What is wrong."""
+    with tempfile.TemporaryDirectory() as work:
+        for file in originals:
+            shutil.copy(file, work)
+        return DOORS[door](pcsim, options, lines, work)
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n", maxsplit=1)[0])
     parser.add_argument("pcsim")
     parser.add_argument("files", type=Path)
+    parser.add_argument("--door", choices=DOORS, action="append", help="all without it")
     parser.add_argument("--seed", type=int, default=random.SystemRandom().randrange(1 << 32))
     parser.add_argument("--commands", type=int, default=400)
     arguments = parser.parse_args()
     chance = random.Random(arguments.seed)
     pcsim = Path(arguments.pcsim).resolve()
-    # Some verbs write files, so the run has copies of its own.
     originals = sorted(arguments.files.iterdir())
     files = [*(file.name for file in originals), "nope/nope", ".", "/dev/null"]
     for shape in ("stack", "chassis"):
         options = ["--shape", shape, "--stopped", "--quiet", *chance.choice([[], ["--remote-io"]])]
-        lines = list(commands(chance, pcsim, files, arguments.commands))
-        with tempfile.TemporaryDirectory() as work:
-            for file in originals:
-                shutil.copy(file, work)
-            status, said = typed(pcsim, options, lines, work)
-        print(f"seed {arguments.seed}, {' '.join(options)}: {len(lines)} commands, "
-              f"{len(said)} characters, exit status {status}")
-        if status != 0 or "runtime error" in said:
-            print(said[-4000:])
-            return 1
-        lines = list(commands(chance, pcsim, files, arguments.commands))
-        with tempfile.TemporaryDirectory() as work:
-            for file in originals:
-                shutil.copy(file, work)
-            wrong = piped(pcsim, options, lines, work)
-        print(f"{len(lines)} commands through a pipe: {wrong or 'each has its object'}")
-        if wrong:
-            return 1
+        for door in arguments.door or DOORS:
+            lines = list(commands(chance, pcsim, files, arguments.commands))
+            wrong = given(door, pcsim, options, lines, originals)
+            print(f"seed {arguments.seed}, {' '.join(options)}, {door}: {len(lines)} commands, "
+                  f"{wrong or 'all answered'}")
+            if wrong:
+                return 1
     return 0
 
 
