@@ -3,6 +3,8 @@
 
 #include <fmt/core.h>
 
+#include "console/error.h"
+
 namespace pcsim::host {
 
 std::string portName(uint32_t instance) {
@@ -61,6 +63,12 @@ void Records::removeVlan(uint16_t vlanId) {
 VlanIf* Records::vlan(uint16_t vlanId) {
     const auto found = vlans_.find(vlanId);
     return found == vlans_.end() ? nullptr : found->second.get();
+}
+
+VlanIf& Records::neededVlan(uint16_t vlanId) {
+    VlanIf* const found = vlan(vlanId);
+    if (found == nullptr) fail("VLAN {} does not exist; 'vlan create {}' makes it", vlanId, vlanId);
+    return *found;
 }
 
 Vpif& Records::addMember(VlanIf& vlan, Pif& pif, bool tagged) {

@@ -28,6 +28,9 @@ constexpr uint32_t portOf(uint32_t instance) {
     return instance & 0xFFFF;
 }
 
+// VLAN ids are 1 to this.
+inline constexpr uint16_t kLastVlan = 4094;
+
 // "1:2" or "trunk 3".
 std::string portName(uint32_t instance);
 
@@ -62,6 +65,8 @@ public:
     VlanIf& addVlan(uint16_t vlanId);
     void removeVlan(uint16_t vlanId);
     VlanIf* vlan(uint16_t vlanId);
+    // The same, or a CommandError that says how to get it.
+    VlanIf& neededVlan(uint16_t vlanId);
     VlanIf* vlanByInstance(uint32_t instance) {
         return instance < byInstance_.size() ? byInstance_[instance] : nullptr;
     }

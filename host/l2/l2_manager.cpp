@@ -142,9 +142,7 @@ void L2Manager::releaseVlan(VlanIf& vlan) {
 }
 
 VlanIf& L2Manager::vlan(uint16_t id) {
-    VlanIf* vlan = context_.records.vlan(id);
-    if (vlan == nullptr) fail("VLAN {} does not exist; 'vlan create {}' makes it", id, id);
-    return *vlan;
+    return context_.records.neededVlan(id);
 }
 
 VlanIf& L2Manager::existingVlan(uint16_t id) {

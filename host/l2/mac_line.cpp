@@ -4,14 +4,9 @@
 #include <fmt/core.h>
 
 #include "console/text.h"
+#include "host/core/records.h"
 
 namespace pcsim::host {
-
-namespace {
-
-constexpr uint64_t kLastVlan = 4094;
-
-}  // namespace
 
 LineKind parseMacLine(std::string_view line, MacLine& result, std::string& problem) {
     std::string_view rest = line.substr(0, line.find('#'));

@@ -7,12 +7,6 @@
 
 namespace pcsim::host {
 
-namespace {
-
-constexpr uint64_t kLastVlan = 4094;
-
-}  // namespace
-
 // The next hops and the virtual router.
 bool RouteCommands::takeTail(std::string_view rest) {
     hops_.clear();

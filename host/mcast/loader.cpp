@@ -19,6 +19,28 @@ constexpr uint32_t kFirstGroup = 0xE0000000, kLastGroup = 0xEFFFFFFF;
 constexpr uint32_t kBroadcast = 0xFFFFFFFF;
 constexpr uint32_t kFirstSource = 0x0A000001;  // 10.0.0.1
 
+uint16_t vlanIdOf(std::string_view word) {
+    return static_cast<uint16_t>(parseNumber("VLAN", std::string(word), 1, kLastVlan));
+}
+
+// What stands behind a source: "iif VLAN [oif VLAN SLOT:PORT]... [vr N]".
+McastLinePlace parsePlace(std::string_view line) {
+    McastLinePlace place;
+    for (;;) {
+        const std::string_view word = takeWord(line);
+        if (word.empty()) return place;
+        const std::string_view value = takeWord(line);
+        if (word == "iif" && place.incomingVlan == 0)
+            place.incomingVlan = vlanIdOf(value);
+        else if (word == "oif" && place.incomingVlan != 0)
+            place.outgoing.push_back({vlanIdOf(value), parseSlotPort(std::string(takeWord(line)))});
+        else if (word == "vr" && place.incomingVlan != 0)
+            place.vr = parseU32("virtual router", std::string(value));
+        else
+            fail("'{}' is too much; expected GROUP[:UDPPORT] [SOURCE [iif VLAN ...]]", shown(word));
+    }
+}
+
 }  // namespace
 
 uint32_t parseMcastGroup(const std::string& word) {
@@ -47,9 +69,7 @@ McastLine parseMcastLine(std::string_view line) {
     McastLine result{parseMcastGroup(std::string(group.substr(0, colon))), std::nullopt};
     const std::string_view source = takeWord(line);
     if (!source.empty()) result.source = parseMcastSource(std::string(source));
-    const std::string_view more = takeWord(line);
-    if (!more.empty())
-        fail("'{}' is too much; expected GROUP[:UDPPORT] [SOURCE]", std::string(more));
+    result.place = parsePlace(line);
     return result;
 }
 
@@ -64,18 +84,23 @@ struct GroupLine {
 std::vector<GroupLine> readGroups(Context& context, const McastLoadOrder& order, size_t each,
                                   const McastCopy& copy, LineLoad& file) {
     std::vector<GroupLine> lines;
-    uint64_t caches = 0;
+    uint64_t caches = 0, ports = 0;
     file.run(context.loop, "lines", [&](uint64_t number, std::string_view text) {
         const McastLine line = parseMcastLine(text);
         if (line.group == 0) return;
-        caches += line.source ? 1 : order.sources;
+        const uint64_t added = line.source ? 1 : order.sources;
+        const bool ownPlace = line.place.incomingVlan != 0;
+        if (!ownPlace && order.incomingVlan == 0)
+            fail("the line has no incoming VLAN; expected GROUP SOURCE iif VLAN, or 'iif' for all");
+        caches += added;
+        ports += ownPlace ? line.place.outgoing.size() : added * each;
         // What can't fit is counted, not kept: the file may have no end.
         if (caches <= kMostMcastCaches) lines.push_back({number, line});
     });
     if (copy.caches().size() + caches > kMostMcastCaches)
         fail("{} asks for too many caches; {} fit in all, {} are there", order.file,
              kMostMcastCaches, copy.caches().size());
-    if (copy.portCount() + caches * each > kMostMcastPorts)
+    if (copy.portCount() + ports > kMostMcastPorts)
         fail("{} asks for too many outgoing ports; {} fit in all, {} are there", order.file,
              kMostMcastPorts, copy.portCount());
     return lines;
@@ -89,6 +114,7 @@ public:
         : context_(context), manager_(manager), order_(order), each_(each), load_(load) {}
 
     void line(const McastLine& line) {
+        if (line.place.incomingVlan != 0) return addWhole(line);
         if (line.source) return add(line.group, *line.source);
         for (uint32_t i = 0; i < order_.sources; ++i) {
             context_.loop.checkInterrupt();
@@ -101,9 +127,29 @@ private:
         outgoing_.clear();
         for (size_t i = 0; i < each_; ++i)
             outgoing_.push_back(order_.outgoing[turn_++ % order_.outgoing.size()]);
-        const bool isNew = manager_.add({group, source, order_.vr, order_.incomingVlan}, outgoing_);
-        ++(isNew ? load_.caches : load_.known);
-        if (groups_.insert(group).second) ++load_.groups;
+        add({group, source, order_.vr, order_.incomingVlan});
+    }
+
+    // A cache of which the line says everything.
+    void addWhole(const McastLine& line) {
+        const McastLinePlace& place = line.place;
+        context_.checkVirtualRouter(place.vr);
+        outgoing_.clear();
+        for (const auto& [vlanId, at] : place.outgoing) {
+            if (at.slot > 0xFF || context_.records.pif(portInstance(at.slot, at.port)) == nullptr)
+                fail("port {}:{} does not exist; 'show ports' lists them", at.slot, at.port);
+            outgoing_.push_back({instanceOf(vlanId), portKey(at.slot, at.port)});
+        }
+        add({line.group, *line.source, place.vr, instanceOf(place.incomingVlan)});
+    }
+
+    uint32_t instanceOf(uint16_t vlanId) {
+        return context_.records.neededVlan(vlanId).record.instance;
+    }
+
+    void add(const McastKey& key) {
+        ++(manager_.add(key, outgoing_) ? load_.caches : load_.known);
+        if (groups_.insert(key.group).second) ++load_.groups;
     }
 
     Context& context_;

@@ -3,7 +3,8 @@
 // A line is GROUP[:UDPPORT] [SOURCE], as in published lists of IPTV channels; '#' starts a comment.
 // What a line does not say is made up: a group without a source gets as many sources as asked for,
 // counting up from 10.0.0.1 through the whole list, and each cache takes its outgoing ports from
-// the given ones in turn.
+// the given ones in turn. A line of a table that was saved says all of it: GROUP SOURCE iif VLAN
+// [oif VLAN SLOT:PORT]... [vr N].
 #ifndef PCSIM_HOST_MCAST_LOADER_H
 #define PCSIM_HOST_MCAST_LOADER_H
 
@@ -13,6 +14,8 @@
 #include <string_view>
 #include <vector>
 
+#include "console/output_file.h"
+#include "console/values.h"
 #include "host/core/line_load.h"
 #include "host/mcast/mcast_copy.h"
 
@@ -21,9 +24,21 @@ namespace pcsim::host {
 struct Context;
 class McastManager;
 
+// Where packets come from and leave by, as a line says it.
+struct McastLinePlace {
+    struct Outgoing {
+        uint16_t vlanId;
+        SlotPort port;
+    };
+    uint16_t incomingVlan = 0;  // id; 0: the line doesn't say
+    uint32_t vr = 0;
+    std::vector<Outgoing> outgoing;
+};
+
 struct McastLine {
     uint32_t group = 0;  // host byte order; 0: the line is empty
     std::optional<uint32_t> source;
+    McastLinePlace place;
 };
 
 // Throws a CommandError that says what is wrong.
@@ -35,7 +50,7 @@ uint32_t parseMcastSource(const std::string& word);
 
 struct McastLoadOrder {
     std::string file;
-    uint32_t incomingVlan = 0;  // instance
+    uint32_t incomingVlan = 0;  // instance; 0: of lines that say it alone
     uint32_t vr = 0;
     uint32_t sources = 1;  // of each group without one
     std::vector<McastOutgoing> outgoing;
@@ -57,6 +72,9 @@ struct McastLoad {
 
 // A file that asks for more caches than the process holds is refused before the first is made.
 McastLoad loadMcast(Context& context, McastManager& manager, const McastLoadOrder& order);
+
+// Writes all caches as a file that loadMcast() reads. How many there are.
+uint64_t saveMcast(McastManager& manager, OutputFile& file, const Surroundings& surroundings);
 
 }  // namespace pcsim::host
 

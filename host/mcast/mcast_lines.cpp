@@ -1,11 +1,13 @@
-// The lines of multicast caches.
+// The lines of multicast caches, and files of them.
 #include <arpa/inet.h>
 
 #include <algorithm>
 #include <tuple>
 
+#include "console/surroundings.h"
 #include "console/values.h"
 #include "host/core/lines.h"
+#include "host/mcast/loader.h"
 #include "host/mcast/mcast_manager.h"
 
 namespace pcsim::host {
@@ -73,6 +75,16 @@ void McastManager::running(Lines& lines) {
         for (const std::string& outgoing : texts.empty)
             lines.more("mcast oif del " + name + outgoing + texts.router);
     });
+}
+
+uint64_t saveMcast(McastManager& manager, OutputFile& file, const Surroundings& surroundings) {
+    uint64_t count = 0;
+    manager.forEachText([&](const McastCache&, const McastManager::Texts& texts) {
+        if (++count % 1024 == 0) surroundings.checkInterrupt();
+        file.write(texts.group + " " + texts.source + texts.incoming + texts.outgoing +
+                   texts.router + "\n");
+    });
+    return count;
 }
 
 }  // namespace pcsim::host

@@ -201,10 +201,12 @@ void flushCaches(Call& call) {
 Report loadCaches(Call& call) {
     McastLoadOrder order;
     order.file = call.text("file");
-    order.incomingVlan = vlanInstanceOf(call, call.text("iif"));
+    if (call.has("iif")) order.incomingVlan = vlanInstanceOf(call, call.text("iif"));
     order.vr = virtualRouterOf(call);
     order.sources = static_cast<uint32_t>(call.numberOr("sources", 1));
     order.outgoing = outgoingOf(call);
+    if (order.incomingVlan == 0 && !order.outgoing.empty())
+        fail("outgoing ports are of no use without an incoming VLAN; expected iif VLAN, too");
     order.each = static_cast<size_t>(call.numberOr("each", order.outgoing.size()));
     if (order.each > order.outgoing.size())
         fail("each cache can't take {} of {} outgoing ports", order.each, order.outgoing.size());
@@ -218,6 +220,14 @@ Report loadCaches(Call& call) {
                    {"known", "Already there", load.known},
                    {"bad", "Bad lines", load.file.badLineCount()}}};
     return loadAnswer(call, fields, load.file, load.caches + load.known);
+}
+
+Report saveCaches(Call& call) {
+    const std::string& path = call.text("file");
+    OutputFile file(path);
+    const uint64_t count = saveMcast(call.machine.mcast(), file, call.context.loop);
+    file.keep();
+    return savedAnswer(path, "caches", "Caches", count);
 }
 
 }  // namespace
@@ -248,9 +258,10 @@ void addMcastVerbs(HostVerbs& verbs) {
     verbs.action("mcast dump", "the platform's own listing, of virtual router 2",
                  [](Call& call) { call.machine.mcast().dump(call.print); });
     verbs.show(
-        "mcast load <file> iif <iif:vlan> [oif <vlan> <port>]* [each <each:0-100000>] "
+        "mcast load <file> [iif <iif:vlan>] [oif <vlan> <port>]* [each <each:0-100000>] "
         "[sources <sources:1-100000>] [vr <vr:u32>]",
         "add a cache per group (and source) of a file", loadCaches);
+    verbs.show("mcast save <file>", "write all caches as lines that say all of it", saveCaches);
 }
 
 }  // namespace pcsim::host

@@ -238,6 +238,21 @@ tableComesBack 'route save' 'route load FILE' 'route add 10.1.0.0/16 via 10.0.0.
     problem "route save wrote: $(cat "$scratch/table")"
 answers '^  Routes +1$' 'route add 10.3.0.0/16 vr 3' "route save $scratch/table vr 3"
 refuses 'virtual router 8 does not exist; expected 0 to 7' "route save $scratch/table vr 8"
+tableComesBack 'mcast save' 'mcast load FILE' 'vlan create 20' 'vlan create 10' \
+    'mcast add 239.1.1.2 10.0.0.1 iif 10 oif 20 1:1 oif 20 1:2 oif 10 1:1' \
+    'mcast add 239.1.1.1 10.0.0.1 iif 20 vr 2' 'mcast add 239.1.1.1 * iif 10 oif 20 1:1'
+[ "$(cat "$scratch/table")" = '239.1.1.1 * iif 10 oif 20 1:1
+239.1.1.1 10.0.0.1 iif 20 vr 2
+239.1.1.2 10.0.0.1 iif 10 oif 10 1:1 oif 20 1:1 oif 20 1:2' ] ||
+    problem "mcast save wrote: $(cat "$scratch/table")"
+printf '225.0.0.1\n225.0.0.1 10.0.0.1 iif 11\n225.0.0.1 10.0.0.2 iif 10 oif 10 1:9\n225.0.0.1 10.0.0.2 iif 10 vr 8\n225.0.0.1 10.0.0.3 iif 10\n' >"$scratch/groups"
+answers '^  New caches +1$' 'vlan create 10' "mcast load $scratch/groups"
+prints "^ +1  the line has no incoming VLAN; expected GROUP SOURCE iif VLAN, or"
+prints "^ +2  VLAN 11 does not exist; 'vlan create 11' makes it$"
+prints "^ +3  port 1:9 does not exist; 'show ports' lists them$"
+prints '^ +4  virtual router 8 does not exist; expected 0 to 7$'
+refuses 'outgoing ports are of no use without an incoming VLAN; expected iif VLAN, too' \
+    'vlan create 10' "mcast load $scratch/groups oif 10 1:1"
 
 # Checkpoints.
 refuses "there are no checkpoints; 'checkpoint NAME' makes one" 'restore a'

@@ -187,6 +187,18 @@ TEST(McastLine, NamesAGroupAndPerhapsASource) {
     EXPECT_EQ(parseMcastLine("\t239.1.1.1  *").source, 0u);
 }
 
+TEST(McastLine, MaySayAllOfACache) {
+    const McastLine line =
+        parseMcastLine("239.1.1.1 10.0.0.1 iif 10 oif 20 1:2 oif 4094 2:1 vr 3  # all");
+    EXPECT_EQ(line.source, 0x0A000001u);
+    EXPECT_EQ(line.place.incomingVlan, 10);
+    EXPECT_EQ(line.place.vr, 3u);
+    ASSERT_EQ(line.place.outgoing.size(), 2u);
+    EXPECT_EQ(line.place.outgoing[1].vlanId, 4094);
+    EXPECT_EQ(line.place.outgoing[1].port.slot, 2u);
+    EXPECT_EQ(parseMcastLine("239.1.1.1 *").place.incomingVlan, 0);
+}
+
 struct BadLine {
     const char* line;
     const char* problem;
@@ -222,6 +234,19 @@ INSTANTIATE_TEST_SUITE_P(
                 "'0.0.0.0' is not a source; expected the address of one sender, or * for any"},
         BadLine{"239.1.1.1 239.1.1.1",
                 "'239.1.1.1' is not a source; expected the address of one sender, or * for any"},
-        BadLine{"239.1.1.1 10.0.0.1 x", "'x' is too much; expected GROUP[:UDPPORT] [SOURCE]"}));
+        BadLine{"239.1.1.1 10.0.0.1 x",
+                "'x' is too much; expected GROUP[:UDPPORT] [SOURCE [iif VLAN ...]]"},
+        BadLine{"239.1.1.1 10.0.0.1 oif 10 1:1",
+                "'oif' is too much; expected GROUP[:UDPPORT] [SOURCE [iif VLAN ...]]"},
+        BadLine{"239.1.1.1 10.0.0.1 iif 10 iif 20",
+                "'iif' is too much; expected GROUP[:UDPPORT] [SOURCE [iif VLAN ...]]"},
+        BadLine{"239.1.1.1 10.0.0.1 iif", "VLAN '' is not a number from 1 to 4094"},
+        BadLine{"239.1.1.1 10.0.0.1 iif 10 oif 4095 1:1",
+                "VLAN '4095' is not a number from 1 to 4094"},
+        BadLine{"239.1.1.1 10.0.0.1 iif 10 oif 20",
+                "'' is not a port; expected SLOT:PORT, for example 1:2"},
+        BadLine{"239.1.1.1 10.0.0.1 iif 10 vr x",
+                "virtual router 'x' is not a 32-bit number; expected decimal or 0x and "
+                "hexadecimal digits"}));
 
 }  // namespace
