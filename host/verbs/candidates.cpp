@@ -85,12 +85,28 @@ Words deviceNumbers(Machine& machine) {
     return numbersOf(machine.devices().devices());
 }
 
+Words checkpointNames(Machine& machine) {
+    Words names;
+    for (const auto& [name, checkpoint] : machine.states.checkpoints) names.push_back(name);
+    return names;
+}
+
 // By the place in the help.
 constexpr std::pair<const char*, Words (*)(Machine&)> kCandidates[] = {
-    {"<port>", portNames},       {"<slot>", slotsWithCards},      {"<vlan>", vlanNumbers},
-    {"<iif>", vlanNumbers},      {"<trunk>", trunkNumbers},       {"<mac>", macAddresses},
-    {"<name>", aclNames},        {"<type>", cardTypes},           {"<fan>", fanNumbers},
-    {"<device>", deviceNumbers}, {"<operation>", operationNames}, {"<component>", componentNames},
+    {"<port>", portNames},
+    {"<slot>", slotsWithCards},
+    {"<vlan>", vlanNumbers},
+    {"<iif>", vlanNumbers},
+    {"<trunk>", trunkNumbers},
+    {"<mac>", macAddresses},
+    {"<name>", aclNames},
+    {"<type>", cardTypes},
+    {"<fan>", fanNumbers},
+    {"<checkpoint>", checkpointNames},
+    {"<other>", checkpointNames},
+    {"<device>", deviceNumbers},
+    {"<operation>", operationNames},
+    {"<component>", componentNames},
 };
 
 }  // namespace

@@ -62,7 +62,7 @@ void makeCheckpoint(Call& call) {
     call.machine.running(checkpoint->state);
     checkpoint->timeMs = call.context.scheduler.nowMs();
     checkpoint->number = ++states.lastNumber;
-    states.checkpoints.insert_or_assign(call.text("name"), std::move(checkpoint));
+    states.checkpoints.insert_or_assign(call.text("checkpoint"), std::move(checkpoint));
 }
 
 Report showCheckpoints(Call& call) {
@@ -86,7 +86,7 @@ Report showCheckpoints(Call& call) {
 
 Report showCheckpoint(Call& call) {
     Table table = plainTable("checkpoint");
-    const auto checkpoint = call.machine.states.checkpoint(call.text("name"));
+    const auto checkpoint = call.machine.states.checkpoint(call.text("checkpoint"));
     forEachLine(checkpoint->state.text(),
                 [&](std::string_view line) { table.rows.push_back({std::string(line)}); });
     return table;
@@ -95,7 +95,7 @@ Report showCheckpoint(Call& call) {
 // The newest checkpoint unless one is named, against another one or what is now.
 Report showDiff(Call& call) {
     const SavedStates& states = call.machine.states;
-    const std::string& name = call.has("name") ? call.text("name") : states.newest();
+    const std::string& name = call.has("checkpoint") ? call.text("checkpoint") : states.newest();
     const StateText& before = states.checkpoint(name)->state;
     StateText now;
     if (!call.has("other")) call.machine.running(now);
@@ -114,7 +114,7 @@ Report showDiff(Call& call) {
 
 void removeCheckpoint(Call& call) {
     SavedStates& states = call.machine.states;
-    const std::string& name = call.text("name");
+    const std::string& name = call.text("checkpoint");
     states.checkpoint(name);
     states.checkpoints.erase(name);
 }
@@ -125,14 +125,14 @@ void addStateVerbs(HostVerbs& verbs) {
     verbs.show("show running", "the state of the switch as the verbs that make it", showRunning);
     verbs.show("save <file>", "write these lines to a file", saveState);
     verbs.show("load <file>", "run the lines of such a file", loadState);
-    verbs.action("checkpoint <name>", "keep the state under a name", makeCheckpoint);
-    verbs.show("restore <name>", "go back to a state that was kept", restoreCheckpoint);
+    verbs.action("checkpoint <checkpoint>", "keep the state under a name", makeCheckpoint);
+    verbs.show("restore <checkpoint>", "go back to a state that was kept", restoreCheckpoint);
     verbs.show("show checkpoints", "the states that are kept", showCheckpoints);
-    verbs.show("show checkpoint <name>", "the lines of one", showCheckpoint);
-    verbs.action("checkpoint-remove <name>", "keep it no longer", removeCheckpoint);
+    verbs.show("show checkpoint <checkpoint>", "the lines of one", showCheckpoint);
+    verbs.action("checkpoint-remove <checkpoint>", "keep it no longer", removeCheckpoint);
     verbs.show("diff", "what has changed since the newest checkpoint", showDiff);
-    verbs.show("diff <name>", "what has changed since a checkpoint", showDiff);
-    verbs.show("diff <name> <other>", "what has changed between two checkpoints", showDiff);
+    verbs.show("diff <checkpoint>", "what has changed since a checkpoint", showDiff);
+    verbs.show("diff <checkpoint> <other>", "what has changed between two checkpoints", showDiff);
 }
 
 }  // namespace pcsim::host

@@ -79,7 +79,7 @@ Table problemTable(const Restored& restored) {
 
 Report restoreCheckpoint(Call& call) {
     LineRunner runner(call);
-    const std::string& name = call.text("name");
+    const std::string& name = call.text("checkpoint");
     const auto checkpoint = call.machine.states.checkpoint(name);
     const RestoreParts parts{[&](Lines& lines) { call.machine.running(lines); },
                              [&](std::string_view line) { runner.run(line); },
