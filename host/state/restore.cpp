@@ -51,6 +51,7 @@ public:
 
     Restored run() {
         Comparison now = compare();
+        if ((now.extra != 0 || !now.missing.empty()) && parts_.begin()) now = compare();
         for (unsigned way = 0; way < kMostWays && (now.extra != 0 || !now.missing.empty()); ++way) {
             result_.problems.clear();
             result_.problemCount = 0;
@@ -95,11 +96,6 @@ private:
 };
 
 }  // namespace
-
-bool differs(const StateText& target, const RestoreParts& parts) {
-    const Comparison now = Restorer(target, parts).compare();
-    return now.extra != 0 || !now.missing.empty();
-}
 
 Restored restoreState(const StateText& target, const RestoreParts& parts) {
     return Restorer(target, parts).run();

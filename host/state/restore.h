@@ -21,7 +21,9 @@ namespace pcsim::host {
 struct RestoreParts {
     std::function<void(Lines&)> tell;           // the state that is
     std::function<void(std::string_view)> run;  // a line; throws a CommandError
-    std::function<bool()> interrupted;          // whether to end it
+    // Called before the first line, if there is any; whether it has changed something itself.
+    std::function<bool()> begin;
+    std::function<bool()> interrupted;  // whether to end it
 };
 
 struct Restored {
@@ -40,8 +42,6 @@ struct Restored {
     bool reached() const { return extra == 0 && missing == 0; }
 };
 
-// Whether there is anything to do.
-bool differs(const StateText& target, const RestoreParts& parts);
 Restored restoreState(const StateText& target, const RestoreParts& parts);
 
 }  // namespace pcsim::host

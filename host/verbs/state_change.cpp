@@ -36,13 +36,15 @@ Report loadState(Call& call) {
     LineLoad file(call.text("file"));
     uint64_t lines = 0;
     file.run(call.context.loop, "lines", [&](uint64_t, std::string_view line) {
+        if (call.context.loop.interrupted()) return;
         std::string_view rest = line;
         const std::string_view word = takeWord(rest);
         if (word.empty() || word.starts_with('#')) return;
         ++lines;
         runner.run(line);
-        call.context.loop.checkInterrupt();
     });
+    if (call.context.loop.interrupted())
+        file.stop(fmt::format("interrupted; the lines of file {} are run in part", file.path()));
     const uint64_t bad = file.badLineCount();
     call.context.events.note("state", "{} of {} run, {} bad", counted(lines, "line", "lines"),
                              file.path(), bad);
@@ -83,9 +85,14 @@ Report restoreCheckpoint(Call& call) {
     const auto checkpoint = call.machine.states.checkpoint(name);
     const RestoreParts parts{[&](Lines& lines) { call.machine.running(lines); },
                              [&](std::string_view line) { runner.run(line); },
+                             // Faults would meet the calls of the way back. Those of the
+                             // checkpoint are made again.
+                             [&] {
+                                 const bool had = !call.context.platform.rules.states().empty();
+                                 call.context.platform.rules.clear();
+                                 return had;
+                             },
                              [&] { return call.context.loop.interrupted(); }};
-    // Faults would meet the calls of the way back. Those of the checkpoint are made again.
-    if (differs(checkpoint->state, parts)) call.context.platform.rules.clear();
     const Restored restored = restoreState(checkpoint->state, parts);
     call.context.events.note("state", "Checkpoint {} restored{}", name,
                              restored.reached() ? "" : " in part");

@@ -301,4 +301,44 @@ refuses "checkpoint a is restored in part; 'diff a' tells what differs" \
     'card 1 power on' 'vlan delete 10' 'restore a'
 prints '^  Lines made +2$'  # the VLAN and the fault
 answers '^# card 1 failed$' 'fault pcSimCardPowerEnable returns -1' 'card 1 power off' 'show running'
+
+# As values and as JSON.
+succeeds 'vlan create 10' 'vlan 10 add 1:1' 'expect show running -- count is 2' \
+    'expect show running -- "vlan 10 add 1:1".line is "vlan 10 add 1:1"' 'checkpoint a' \
+    'vlan create 20' 'expect diff -- count is 1' "expect save $scratch/x -- lines is 3" \
+    'expect restore a -- reached is yes' 'expect show checkpoints -- a.lines is 2'
+answers '^ +"line": "vlan 10 add 1:1"$' 'vlan create 10' 'vlan 10 add 1:1' 'show running --json'
+
+# A table that is larger than any buffer, and what interrupts its way.
+seq -f '%.0f' 0 99999 | awk '{ print "10." int($1 / 65536) "." int($1 / 256) % 256 "." $1 % 256 "/32" }' >"$scratch/all"
+succeeds "route load $scratch/all via 10.0.0.1 vlan 5" "save $scratch/big" 'checkpoint a' \
+    'route flush' 'restore a' "save $scratch/big2"
+cmp -s "$scratch/big" "$scratch/big2" || problem 'a large table is not restored'
+succeeds "load $scratch/big" "save $scratch/big2"
+cmp -s "$scratch/big" "$scratch/big2" || problem 'a large table is not loaded'
+[ "$(wc -l <"$scratch/big")" = 100000 ] || problem "a large table has $(wc -l <"$scratch/big") lines"
+
+# interrupts LINE COMMAND...: SIGINT ends the last command with LINE, after "begun" was echoed.
+interrupts() {
+    local line=$1 busy command arguments=("${options[@]}")
+    shift
+    for command in "${@:1:$#-1}" 'echo begun' "${!#}" 'echo after'; do arguments+=(-x "$command"); done
+    "$pcsim" "${arguments[@]}" >"$scratch/out" 2>"$scratch/err" &
+    busy=$!
+    for _ in {1..200}; do grep -q '^begun$' "$scratch/out" && break; sleep 0.05; done
+    sleep 0.3
+    kill -INT $busy
+    wait $busy
+    said $? 1 "pcsim: $line" "${!#}"
+    grep -q '^after$' "$scratch/out" && problem "${!#}: something runs after an interrupt"
+}
+options=(--lab 2)
+printf 'vlan create 10\nwait event "never" within 60000\nvlan create 20\n' >"$scratch/slow"
+interrupts "interrupted; the lines of file $scratch/slow are run in part" "load $scratch/slow"
+prints '^ +2  interrupted$'
+prints '^  Lines +2$'
+mkfifo "$scratch/pipe"
+exec 9<>"$scratch/pipe"
+interrupts "interrupted; the lines of file $scratch/pipe are run in part" "load $scratch/pipe"
+exec 9>&-
 finish

@@ -18,6 +18,7 @@ struct RestoreTest : testing::Test {
     std::set<std::string> refused;
     std::map<std::string, std::string> drags;  // what a line takes along
     bool isInterrupted = false;
+    int begun = 0;
 
     void tell(Lines& lines) {
         for (const auto& thing : things) lines.add("make " + thing, "take " + thing);
@@ -47,7 +48,7 @@ struct RestoreTest : testing::Test {
 
     RestoreParts parts() {
         return {[this](Lines& lines) { tell(lines); }, [this](std::string_view line) { run(line); },
-                [this] { return isInterrupted; }};
+                [this] { return ++begun == 0; }, [this] { return isInterrupted; }};
     }
 
     static StateText stateOf(const std::vector<std::string>& things) {
@@ -59,9 +60,9 @@ struct RestoreTest : testing::Test {
 
 TEST_F(RestoreTest, NothingIsDoneWhereNothingDiffers) {
     things = {"a", "a-1"};
-    EXPECT_FALSE(differs(stateOf({"a", "a-1"}), parts()));
     EXPECT_TRUE(restoreState(stateOf({"a", "a-1"}), parts()).reached());
     EXPECT_TRUE(ran.empty());
+    EXPECT_EQ(begun, 0);
 }
 
 TEST_F(RestoreTest, WhatIsTooMuchGoesFromTheLastLineThenTheRestComesFromTheFirst) {
@@ -72,6 +73,7 @@ TEST_F(RestoreTest, WhatIsTooMuchGoesFromTheLastLineThenTheRestComesFromTheFirst
               (std::vector<std::string>{"take c", "take b-1", "take b", "make a-1", "make d"}));
     EXPECT_EQ(restored.undone, 3u);
     EXPECT_EQ(restored.made, 2u);
+    EXPECT_EQ(begun, 1);
 }
 
 TEST_F(RestoreTest, WhatGoesWithSomethingElseIsMadeAgain) {
@@ -104,6 +106,17 @@ TEST_F(RestoreTest, WhatIsRefusedIsToldAndTheRestIsDone) {
     EXPECT_TRUE(things.contains("a"));
 }
 
+TEST_F(RestoreTest, WhatBeginningChangesIsMadeAgain) {
+    things = {"a", "b"};
+    RestoreParts beginning = parts();
+    beginning.begin = [this] {
+        things.erase("a");
+        return true;
+    };
+    EXPECT_TRUE(restoreState(stateOf({"a"}), beginning).reached());
+    EXPECT_EQ(ran, (std::vector<std::string>{"take b", "make a"}));
+}
+
 TEST_F(RestoreTest, AnInterruptEndsItAtOnce) {
     isInterrupted = true;
     const Restored restored = restoreState(stateOf({"a", "b"}), parts());
@@ -116,7 +129,7 @@ TEST_F(RestoreTest, ALineThatTakesThePlaceOfAnotherNeedsNothingUndone) {
     std::string level = "make level 1";
     const RestoreParts setting{[&](Lines& lines) { lines.replace(level, "take level"); },
                                [&](std::string_view line) { level = ran.emplace_back(line); },
-                               [this] { return isInterrupted; }};
+                               [this] { return ++begun == 0; }, [this] { return isInterrupted; }};
     StateText two;
     two.replace("make level 2", "take level");
     EXPECT_TRUE(restoreState(two, setting).reached());
@@ -133,7 +146,7 @@ TEST_F(RestoreTest, APartOfSeveralLinesIsMadeAgainAsAWhole) {
                              [&](std::string_view line) {
                                  line == "clear" ? list.clear() : list.push_back(std::string(line));
                              },
-                             [this] { return isInterrupted; }};
+                             [this] { return ++begun == 0; }, [this] { return isInterrupted; }};
     StateText state;
     state.add("rule a", "clear");
     state.more("rule b");
