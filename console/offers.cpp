@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "console/console.h"
+#include "console/piping.h"
 #include "console/present.h"
 
 namespace pcsim {
@@ -71,6 +72,35 @@ Words splitOrNothing(const std::string& line, bool& inQuote) {
     }
 }
 
+// What a command that is complete may end with.
+void addEnds(Offers& offers) {
+    offers.offers.insert(offers.offers.begin(), {"<Enter>", offers.complete});
+    add(offers, {"|", "filter what is printed"});
+    add(offers, {">", "write it to a file; >> adds to one"});
+}
+
+// What may stand behind the first '|' or '>' of the words, if there is one.
+std::optional<Offers> offersOfPiping(const Words& words) {
+    const auto isMark = [](const std::string& word) {
+        return word == "|" || word.starts_with('>');
+    };
+    const auto mark = std::find_if(words.rbegin(), words.rend(), isMark);
+    if (mark == words.rend()) return std::nullopt;
+    Offers offers;
+    const auto behind = mark - words.rbegin();
+    if (*mark != "|") {
+        if (behind == 0) {
+            offers.files = true;
+            add(offers, {"<file>", valueForm("file"), "<file>"});
+        }
+    } else if (behind == 0) {
+        for (const FilterWord& filter : filterWords()) add(offers, {filter.word, filter.help});
+    } else {
+        offers.complete = "filter what is printed";
+    }
+    return offers;
+}
+
 std::string listing(const Offers& offers, size_t width) {
     constexpr size_t kWidest = 24;
     size_t column = 0;
@@ -95,6 +125,7 @@ std::string listing(const Offers& offers, size_t width) {
 }  // namespace
 
 Offers offersBehind(Console& console, const Words& words) {
+    if (auto piping = offersOfPiping(words)) return *piping;
     Offers offers;
     const Verbs::Following following = console.verbs.following(words);
     if (following.complete != nullptr) offers.complete = following.complete->help;
@@ -149,18 +180,18 @@ std::optional<std::string> following(Console& console, const std::string& line, 
     }
     std::string title;
     const auto unclear = console.verbs.following(words).unclear;
-    if (unclear) {
+    if (unclear && !offersOfPiping(words)) {
         begun = words[*unclear];
         words.resize(*unclear);
         title = "'" + begun + "' may be\n";
     }
     Offers offers = offersBehind(console, words);
-    if (begun.empty() && !offers.complete.empty())
-        offers.offers.insert(offers.offers.begin(), {"<Enter>", offers.complete});
+    if (begun.empty() && !offers.complete.empty()) addEnds(offers);
     std::erase_if(offers.offers, [&](const Offer& offer) {
         return offer.values.empty() && !offer.word.starts_with(begun);
     });
     if (offers.offers.empty()) {
+        if (offersOfPiping(words)) return "";
         if (!begun.empty()) words.push_back(begun);
         console.verbs.find(words);  // says what is wrong
     }

@@ -23,7 +23,8 @@ struct Told {
 
 Session::Session(Console& console, Sink& sink, Look look)
     : console_(console),
-      sink_(sink),
+      filters_(sink),
+      sink_(filters_),
       look_(look),
       listener_(console.events.listen([this](const Event& event) {
           if (look_.liveEvents) sink_.event(event);
@@ -80,13 +81,20 @@ void Session::runLine(const std::string& line) {
         sink_.text(*answer);
         return;
     }
+    std::vector<bool> literal;
     Words words = splitWords(
-        line, [this](std::string_view name) -> const std::string& { return variables_[name]; });
+        line, [this](std::string_view name) -> const std::string& { return variables_[name]; },
+        literal);
     if (line.find('$') != std::string::npos) account_->line = lineOf(words);
-    bool json = look_.json;
+    const Piping piping = takePiping(words, literal);
+    bool json = look_.json || piping.json;
     // What is echoed is printed as it is.
     if (!words.empty() && words.front() != "echo" && std::erase(words, "--json") != 0) json = true;
+    if (!piping.filters.empty() && (json || sink_.structured()))
+        failUsage("filters are for lines of text; expected none, or a run without --json");
+    FilterSink::Line filtered(filters_, piping);
     if (!words.empty()) runWords(std::move(words), json);
+    filtered.finish();
 }
 
 void Session::runWords(Words words, bool json) {

@@ -10,6 +10,7 @@
 
 #include "console/block.h"
 #include "console/console.h"
+#include "console/filter_sink.h"
 #include "console/lists.h"
 #include "console/script.h"
 #include "console/sink.h"
@@ -116,7 +117,8 @@ private:
     Call callOf(Values values, bool json);
 
     Console& console_;
-    Sink& sink_;
+    FilterSink filters_;
+    Sink& sink_;  // by way of the filters
     Look look_;
     bool ended_ = false;
     std::optional<int> exitStatus_;

@@ -50,7 +50,9 @@ TEST_F(OffersTest, WordsWithTheirHelp) {
     EXPECT_EQ(question("sh fdb "),
               "  <Enter>  addresses\n"
               "  vlan     [vlan <vlan>]\n"
-              "  port     [port <port>]\n");
+              "  port     [port <port>]\n"
+              "  |        filter what is printed\n"
+              "  >        write it to a file; >> adds to one\n");
     EXPECT_EQ(question("port 1:1 "),
               "  enable   administrative state\n"
               "  disable  administrative state\n");
@@ -76,7 +78,12 @@ TEST_F(OffersTest, LinesAreAsWideAsTheTerminal) {
               "  vlan     [vlan\n"
               "           <vlan>]\n"
               "  port     [port\n"
-              "           <port>]\n");
+              "           <port>]\n"
+              "  |        filter what\n"
+              "           is printed\n"
+              "  >        write it to\n"
+              "           a file; >>\n"
+              "           adds to one\n");
 }
 
 TEST_F(OffersTest, WhereNothingFitsItSaysWhy) {
@@ -85,7 +92,10 @@ TEST_F(OffersTest, WhereNothingFitsItSaysWhy) {
               "error: 'xy' is not known after 'show'; expected ports, port, fdb");
     EXPECT_EQ(question("port 1:1 enable x"),
               "error: 'port 1:1 enable' takes nothing more; got 'x'");
-    EXPECT_EQ(question("show ports "), "  <Enter>  the front panel\n");
+    EXPECT_EQ(question("show ports "),
+              "  <Enter>  the front panel\n"
+              "  |        filter what is printed\n"
+              "  >        write it to a file; >> adds to one\n");
 }
 
 TEST_F(OffersTest, InQuotesAndInAnEchoItIsACharacter) {
@@ -96,6 +106,19 @@ TEST_F(OffersTest, InQuotesAndInAnEchoItIsACharacter) {
     EXPECT_EQ(questionOf(console, "show ports"), std::nullopt);
     EXPECT_EQ(questionOf(console, ""), std::nullopt);
     EXPECT_EQ(questionOf(console, " port ? "), question("port "));
+}
+
+TEST_F(OffersTest, BehindABarFiltersAndBehindAnArrowFiles) {
+    EXPECT_EQ(question("show ports | "),
+              "  include  the lines with a text in them\n"
+              "  exclude  the lines without\n"
+              "  begin    from the first line with a text in it\n"
+              "  count    how many lines\n"
+              "  json     as --json\n");
+    EXPECT_EQ(question("show ports | i"), "  include  the lines with a text in them\n");
+    EXPECT_EQ(question("sh po > "), "  <file>  the name of a file\n");
+    EXPECT_EQ(offered("show ports | count |"), "include exclude begin count json");
+    EXPECT_EQ(offered("show ports >>"), " +files");
 }
 
 TEST_F(OffersTest, CompletionOffersWordsValuesAndFiles) {

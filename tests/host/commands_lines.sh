@@ -35,4 +35,22 @@ ports = json.load(open(sys.argv[1]))
 assert [one["port"]["port"] for one in ports] == ["1:1", "1:2", "1:3", "1:4"], ports
 ' "$scratch/out" || problem "'show port all --json' is not one array: $(cat "$scratch/out")"
 
+# Filters and files.
+cd "$scratch" || exit 1
+succeeds 'time warp 1000' 'show ports | include 1:' 'show ports | exclude up | count' \
+    'show ports | begin Management > panel.txt' 'echo done >> panel.txt' 'show vlans | json > vlans.json'
+prints_all '  1:1   eth1       enabled  up     100  full    pause        1'
+[ "$(head -1 panel.txt)$(tail -1 panel.txt)" = 'Management port (eth0)done' ] ||
+    problem "panel.txt is: $(cat panel.txt)"
+python3 -c 'import json; assert json.load(open("vlans.json")) == {"vlans": []}' ||
+    problem "vlans.json is: $(cat vlans.json)"
+"$pcsim" "${options[@]}" --json -x 'show vlans > all.json' -x 'echo a | json' >out.json ||
+    problem "files or '| json' with --json failed: $(cat out.json)"
+cmp all.json vlans.json || problem "all.json is: $(cat all.json)"
+refuses "filters are for lines of text; expected none, or a run without --json" \
+    'show vlans --json | count'
+refuses "file /nowhere/x can't be written: No such file or directory" 'show vlans > /nowhere/x'
+[ "$(ls panel.txt*)" = panel.txt ] || problem "files were left: $(ls)"
+cd - >/dev/null || exit 1
+
 finish
