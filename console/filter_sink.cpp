@@ -3,6 +3,8 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
+
 #include "console/result_file.h"
 #include "console/text.h"
 
@@ -18,10 +20,15 @@ struct FilterSink::Stage {
         bool lets(const std::string& line) {
             const bool has = line.find(filter.text) != std::string::npos;
             switch (filter.kind) {
-                case Filter::Kind::kInclude: return has;
-                case Filter::Kind::kExclude: return !has;
-                case Filter::Kind::kBegin: return begun = begun || has;
-                case Filter::Kind::kCount: ++count; return false;
+                case Filter::Kind::kInclude:
+                    return has;
+                case Filter::Kind::kExclude:
+                    return !has;
+                case Filter::Kind::kBegin:
+                    return begun = begun || has;
+                case Filter::Kind::kCount:
+                    ++count;
+                    return false;
             }
             return true;
         }
@@ -85,7 +92,14 @@ void FilterSink::answer(const Report& report) {
     if (stages_.empty())
         sink_.answer(report);
     else
-        text(structured() ? report.json() : report.text());
+        text(structured() ? report.json() : report.text({.width = pageWidth()}));
+}
+
+// Of a report that is filtered: as wide as what it is read on, for a file as for any other.
+size_t FilterSink::pageWidth() const {
+    const bool toFile = std::any_of(stages_.begin(), stages_.end(),
+                                    [](const auto& stage) { return stage->file != nullptr; });
+    return toFile ? kTerminalWidth : sink_.width();
 }
 
 FilterSink::Line::Line(FilterSink& sink, const Piping& piping)
@@ -103,8 +117,9 @@ FilterSink::Line::~Line() {
     const std::unique_ptr<Stage> stage = std::move(sink_.stages_.back());
     sink_.stages_.pop_back();
     // A count of half of it would be wrong.
-    std::erase_if(stage->filters,
-                  [](const Stage::Running& one) { return one.filter.kind == Filter::Kind::kCount; });
+    std::erase_if(stage->filters, [](const Stage::Running& one) {
+        return one.filter.kind == Filter::Kind::kCount;
+    });
     sink_.text(stage->collected + stage->filtered("", true));
 }
 

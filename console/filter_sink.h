@@ -46,10 +46,12 @@ public:
     void problem(const Problem& problem) override { sink_.problem(problem); }
     void failed(unsigned lines) override { sink_.failed(lines); }
     bool structured() const override { return sink_.structured(); }
+    size_t width() const override { return pageWidth(); }
     void check() const override { sink_.check(); }
 
 private:
     struct Stage;
+    size_t pageWidth() const;
     // Text that comes out of the stages above 'level'.
     void pass(size_t level, const std::string& text);
 

@@ -8,9 +8,10 @@
 
 namespace pcsim {
 
-std::string helpText(const Verbs& verbs);
-std::string helpAbout(const Verbs& verbs, const std::string& word);
-std::string helpOf(const Verbs& verbs, const std::string& beginning);
+// Each at most 'width' columns wide.
+std::string helpText(const Verbs& verbs, size_t width = kTerminalWidth);
+std::string helpAbout(const Verbs& verbs, const std::string& word, size_t width = kTerminalWidth);
+std::string helpOf(const Verbs& verbs, const std::string& beginning, size_t width = kTerminalWidth);
 
 }  // namespace pcsim
 

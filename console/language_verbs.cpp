@@ -17,11 +17,15 @@ void end(Call& call, int status) {
 }  // namespace
 
 void addLanguageVerbs(Verbs& verbs) {
-    verbs.action("help", "list the verbs", [&verbs](Call& call) { call.print(helpText(verbs)); });
-    verbs.action("help about <word>", "those with a word in them",
-                 [&verbs](Call& call) { call.print(helpAbout(verbs, call.text("word"))); });
-    verbs.action("help <verb:rest>", "those that begin so",
-                 [&verbs](Call& call) { call.print(helpOf(verbs, call.joined("verb"))); });
+    verbs.action("help", "list the verbs", [&verbs](Call& call) {
+        call.print(helpText(verbs, call.session->sink().width()));
+    });
+    verbs.action("help about <word>", "those with a word in them", [&verbs](Call& call) {
+        call.print(helpAbout(verbs, call.text("word"), call.session->sink().width()));
+    });
+    verbs.action("help <verb:rest>", "those that begin so", [&verbs](Call& call) {
+        call.print(helpOf(verbs, call.joined("verb"), call.session->sink().width()));
+    });
     for (const std::string name : {"quit", "exit"}) {
         verbs.action(name, "end the session", [](Call& call) { call.session->end(); });
         verbs.action(name + " <status:0-255>", "end pcsim with this exit status", [](Call& call) {

@@ -198,11 +198,11 @@ std::optional<std::string> following(Console& console, const std::string& line, 
     return title + listing(offers, width);
 }
 
-std::optional<std::string> questionOf(Console& console, const std::string& line) {
+std::optional<std::string> questionOf(Console& console, const std::string& line, size_t width) {
     const size_t mark = line.find_last_not_of(" \t\r\n");
     if (mark == std::string::npos || line[mark] != '?') return std::nullopt;
     if (mark != 0 && line[mark - 1] != ' ' && line[mark - 1] != '\t') return std::nullopt;
-    return following(console, line.substr(0, mark), kTerminalWidth);
+    return following(console, line.substr(0, mark), width);
 }
 
 }  // namespace pcsim

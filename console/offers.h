@@ -36,7 +36,7 @@ Words candidatesBehind(Console& console, const Words& words, bool& files);
 std::optional<std::string> following(Console& console, const std::string& line, size_t width);
 
 // The same for a line whose last word is a '?'; nothing for any other.
-std::optional<std::string> questionOf(Console& console, const std::string& line);
+std::optional<std::string> questionOf(Console& console, const std::string& line, size_t width);
 
 }  // namespace pcsim
 

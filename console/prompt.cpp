@@ -67,6 +67,11 @@ Prompt::~Prompt() {
     PromptCallbacks::prompt = nullptr;
 }
 
+std::string Prompt::problemText(const CommandError& error) const {
+    const std::string text = wrappedFor(output_.descriptor(), "error: " + printable(error.what()));
+    return sink_.page().coloured ? coloured(Mood::kBad, text) : text;
+}
+
 void Prompt::lineEntered(char* text) {
     if (text == nullptr) {
         sink_.text("\n");
@@ -81,7 +86,7 @@ void Prompt::lineEntered(char* text) {
         door_.run(line);
     } catch (const CommandError& error) {
         surroundings_.forgetInterrupt();  // it has ended the command
-        sink_.text(wrappedFor(output_.descriptor(), "error: " + printable(error.what())) + "\n");
+        sink_.text(problemText(error) + "\n");
     } catch (const OutputError&) {
         // The prompt ends with it.
     }
@@ -94,9 +99,9 @@ bool Prompt::questionAsked() {
     std::optional<std::string> told;
     try {
         told = door_.following(std::string(rl_line_buffer, static_cast<size_t>(rl_point)),
-                               widthOf(output_.descriptor()));
+                               sink_.width());
     } catch (const CommandError& error) {
-        told = wrappedFor(output_.descriptor(), "error: " + printable(error.what())) + "\n";
+        told = problemText(error) + "\n";
     }
     if (!told) return false;
     const int point = rl_point;

@@ -72,6 +72,7 @@ private:
     void end();
     void lineEntered(char* line);
     bool questionAsked();
+    std::string problemText(const CommandError& error) const;
     void interrupted();
 
     Surroundings& surroundings_;

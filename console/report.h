@@ -1,5 +1,5 @@
 // What a 'show' command answers: sections of named fields and tables, rendered as aligned text for
-// a terminal of 80 columns or as JSON of the same data.
+// a terminal or as JSON of the same data.
 #ifndef PCSIM_CONSOLE_REPORT_H
 #define PCSIM_CONSOLE_REPORT_H
 
@@ -76,6 +76,14 @@ struct Column {
     Align align = Align::kLeft;
 };
 
+enum class Cut { kEnd, kMiddle };  // what of a long text is left out
+
+// A column whose texts are shortened when the table is too wide. The values, which JSON has, stay.
+struct Flexible {
+    size_t column;
+    Cut cut;
+};
+
 // Rows of equal shape. The first column names the row. Where no column has a title, the text is the
 // rows alone, each a line of its cells.
 struct Table {
@@ -85,6 +93,17 @@ struct Table {
     std::vector<std::vector<Cell>> rows;
     std::string whenEmpty;  // shown instead of a table without rows
     std::string footer;     // a line below the rows, e.g. how many were left out
+    std::vector<Flexible> flexible = {};
+};
+
+// Columns of what is no terminal, or doesn't say.
+inline constexpr size_t kTerminalWidth = 80;
+
+// What a report is printed on.
+struct Page {
+    size_t width = kTerminalWidth;
+    bool terminal = false;  // nothing is wider than it: rows fold into blocks, and fields wrap
+    bool coloured = false;
 };
 
 class Report {
@@ -101,7 +120,7 @@ public:
     Report& add(Fields fields);
     Report& add(Table table);
 
-    std::string text() const;
+    std::string text(const Page& page = {}) const;
     enum class Json { kLines, kCompact };  // for people to read, or without blanks
     std::string json(Json form = Json::kLines) const;
 

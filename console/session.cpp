@@ -77,7 +77,7 @@ void Session::run(const std::string& line) {
 }
 
 void Session::runLine(const std::string& line) {
-    if (const auto answer = questionOf(console_, line)) {
+    if (const auto answer = questionOf(console_, line, sink_.width())) {
         sink_.text(*answer);
         return;
     }

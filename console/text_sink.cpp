@@ -1,6 +1,10 @@
 // Printing for people.
 #include "console/text_sink.h"
 
+#include <unistd.h>
+
+#include "console/present.h"
+
 namespace pcsim {
 
 void TextSink::text(const std::string& text) {
@@ -11,8 +15,13 @@ void TextSink::text(const std::string& text) {
     output_.write(text);
 }
 
+Page TextSink::page() const {
+    const int descriptor = output_.descriptor();
+    return {widthOf(descriptor), isatty(descriptor) != 0, hasColours(colours, descriptor)};
+}
+
 void TextSink::answer(const Report& report) {
-    text(report.text());
+    text(report.text(page()));
 }
 
 void TextSink::event(const Event& event) {

@@ -5,6 +5,7 @@
 #include <functional>
 #include <string>
 
+#include "console/mood.h"
 #include "console/output.h"
 #include "console/sink.h"
 
@@ -22,7 +23,12 @@ public:
     // The session's owner prints it.
     void problem(const Problem&) override {}
     bool structured() const override { return false; }
+    size_t width() const override { return page().width; }
     void check() const override { output_.check(); }
+
+    // What is printed on. With 'colours' it depends on that whether values and errors have some.
+    Page page() const;
+    Colours colours = Colours::kAuto;
 
     // A blank line between what was printed until now and what comes next, if anything does.
     void separate();

@@ -97,7 +97,7 @@ Report showList(Call& call) {
                               list.rules[i].conditions()});
     if (list.rules.size() > limit)
         rules.footer = firstRows(limit, list.rules.size(), "rules", kHighestLimit);
-    fitTable(rules, {{0, Cut::kMiddle}, {3, Cut::kEnd}});
+    rules.flexible = {{0, Cut::kMiddle}, {3, Cut::kEnd}};
     return Report(rules).add(bindingTable(call, list.name, limit));
 }
 

@@ -75,7 +75,7 @@ Report showVlans(Call& call) {
         table.rows.push_back(
             {id, vlan->record.instance, untagged.cell(), tagged.cell(), addresses[id]});
     }
-    fitTable(table, {{2, Cut::kEnd}, {3, Cut::kEnd}});
+    table.flexible = {{2, Cut::kEnd}, {3, Cut::kEnd}};
     return table;
 }
 
@@ -106,7 +106,7 @@ Report showTrunks(Call& call) {
         table.rows.push_back(
             {number, hexCell(instance), list.cell(), linksUp, addresses[instance]});
     }
-    fitTable(table, {{2, Cut::kEnd}});
+    table.flexible = {{2, Cut::kEnd}};
     return Report(table).add(
         Fields{"loadSharing", "", {{"algorithm", "Address algorithm", l2.trunks().algorithm()}}});
 }

@@ -129,7 +129,7 @@ Table routeTable(const L3Manager& manager, const RouteQuery& query) {
         shown += take;
     }
     if (total > shown) table.footer = firstRows(shown, total, "routes", RouteQuery::kHighestLimit);
-    fitTable(table, {{0, Cut::kMiddle}, {2, Cut::kMiddle}});
+    table.flexible = {{0, Cut::kMiddle}, {2, Cut::kMiddle}};
     return table;
 }
 

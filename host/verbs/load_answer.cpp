@@ -11,7 +11,7 @@ Table badLineTable(const LineLoad& file) {
     for (const auto& line : file.badLines()) table.rows.push_back({line.number, line.problem});
     if (file.badLineCount() > table.rows.size())
         table.footer = fmt::format("the first {} of {}", table.rows.size(), file.badLineCount());
-    fitTable(table, {{1, Cut::kEnd}});
+    table.flexible = {{1, Cut::kEnd}};
     return table;
 }
 

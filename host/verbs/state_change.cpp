@@ -73,7 +73,7 @@ Table problemTable(const Restored& restored) {
         table.rows.push_back({line, presentable(problem)});
     if (restored.problemCount > table.rows.size())
         table.footer = fmt::format("the first {} of {}", table.rows.size(), restored.problemCount);
-    fitTable(table, {{0, Cut::kEnd}, {1, Cut::kEnd}});
+    table.flexible = {{0, Cut::kEnd}, {1, Cut::kEnd}};
     return table;
 }
 

@@ -101,11 +101,11 @@ TEST_F(OffersTest, WhereNothingFitsItSaysWhy) {
 TEST_F(OffersTest, InQuotesAndInAnEchoItIsACharacter) {
     EXPECT_EQ(question("expect event \"link"), "a character");
     EXPECT_EQ(question("echo really"), "a character");
-    EXPECT_EQ(questionOf(console, "echo really ?"), std::nullopt);
-    EXPECT_EQ(questionOf(console, "show ports?"), std::nullopt);
-    EXPECT_EQ(questionOf(console, "show ports"), std::nullopt);
-    EXPECT_EQ(questionOf(console, ""), std::nullopt);
-    EXPECT_EQ(questionOf(console, " port ? "), question("port "));
+    EXPECT_EQ(questionOf(console, "echo really ?", 80), std::nullopt);
+    EXPECT_EQ(questionOf(console, "show ports?", 80), std::nullopt);
+    EXPECT_EQ(questionOf(console, "show ports", 80), std::nullopt);
+    EXPECT_EQ(questionOf(console, "", 80), std::nullopt);
+    EXPECT_EQ(questionOf(console, " port ? ", 80), question("port "));
 }
 
 TEST_F(OffersTest, BehindABarFiltersAndBehindAnArrowFiles) {

@@ -21,7 +21,8 @@ struct PipingTest : SessionTest {
         std::remove(path.c_str());
         console.verbs.action("lines", "", [](Call& call) {
             // In pieces that are no lines.
-            for (const char* piece : {"up 1\ndo", "wn 2\nup", " 3\n", "", "up 4"}) call.print(piece);
+            for (const char* piece : {"up 1\ndo", "wn 2\nup", " 3\n", "", "up 4"})
+                call.print(piece);
         });
         console.verbs.action("halfway", "", [](Call& call) {
             call.print("up 1\n");
