@@ -6,7 +6,10 @@
 namespace pcsim {
 
 std::string SessionDoor::promptText() {
-    return session_.collects() ? "...> " : session_.console().name + "> ";
+    if (session_.collects()) return "...> ";
+    const Console& console = session_.console();
+    const std::string state = console.state ? console.state() : "";
+    return console.name + (state.empty() ? "" : " (" + state + ")") + "> ";
 }
 
 void SessionDoor::run(const std::string& line) {

@@ -57,6 +57,10 @@ void addHostVerbs(Console& console, Machine& machine) {
     addProbeVerbs(console.verbs, probePartsOf(machine));
     addCallVerbs(console.verbs, callablesOf(machine));
     addCandidates(console, machine);
+    console.state = [&scheduler = machine.context.scheduler] {
+        const uint64_t ms = scheduler.nowMs();
+        return scheduler.stopped() ? fmt::format("stopped {}.{:03}", ms / 1000, ms % 1000) : "";
+    };
 }
 
 }  // namespace pcsim::host
