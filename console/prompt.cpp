@@ -1,7 +1,6 @@
 // The prompt on readline.
 #include "console/prompt.h"
 
-#include <readline/history.h>
 #include <readline/readline.h>
 #include <unistd.h>
 
@@ -47,17 +46,6 @@ struct PromptCallbacks {
 Prompt* PromptCallbacks::prompt = nullptr;
 std::vector<std::string> PromptCallbacks::candidates;
 
-namespace {
-
-constexpr int kHistoryLines = 1000;
-
-std::string historyPath() {
-    const char* home = std::getenv("HOME");
-    return home == nullptr ? "" : std::string(home) + "/.pcsim_history";
-}
-
-}  // namespace
-
 Prompt::Prompt(Surroundings& surroundings, Output& output, TextSink& sink, PromptDoor& door)
     : surroundings_(surroundings), output_(output), sink_(sink), door_(door) {
     PromptCallbacks::prompt = this;
@@ -80,7 +68,7 @@ void Prompt::lineEntered(char* text) {
     }
     const std::string line = text;
     std::free(text);
-    if (line.find_first_not_of(" \t") != std::string::npos) add_history(line.c_str());
+    history_->add(line);
     typing_ = false;
     try {
         door_.run(line);
@@ -139,9 +127,7 @@ void Prompt::begin() {
     rl_attempted_completion_function = PromptCallbacks::complete;
     rl_completer_word_break_characters = const_cast<char*>(" \t");
     rl_bind_key('?', PromptCallbacks::question);
-    using_history();
-    const std::string history = historyPath();
-    if (!history.empty()) read_history(history.c_str());
+    history_.emplace();
     rl_callback_handler_install(door_.promptText().c_str(), PromptCallbacks::line);
     typing_ = true;
     // An event that happens while somebody types goes above the line being typed.
@@ -165,9 +151,6 @@ void Prompt::end() {
     sink_.beforeEvent = sink_.afterEvent = nullptr;
     typing_ = false;
     rl_callback_handler_remove();
-    stifle_history(kHistoryLines);
-    const std::string history = historyPath();
-    if (!history.empty()) write_history(history.c_str());
 }
 
 void Prompt::run() {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "console/history.h"
 #include "console/surroundings.h"
 #include "console/text_sink.h"
 
@@ -79,6 +80,7 @@ private:
     Output& output_;
     TextSink& sink_;
     PromptDoor& door_;
+    std::optional<History> history_;
     bool typing_ = false;  // a line is being typed, nothing runs
     bool ended_ = false;
 

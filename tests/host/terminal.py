@@ -158,6 +158,43 @@ def command_is_interrupted(terminal):
     terminal.until(PROMPT)
 
 
+def prompt_tells_of_a_stopped_clock(terminal):
+    terminal.send("time stop\n")
+    terminal.until("pcsim (stopped ")
+    terminal.send("time run\n")
+    terminal.until(PROMPT)
+
+
+def history_is_kept(folder):
+    """Of both prompts, each line as it was typed, no line twice in a row."""
+    sessions = [Terminal(folder), Terminal(folder)]
+    for line in ("echo one", "echo one", "echo two"):
+        for session in sessions:
+            session.send(line + "\n")
+            session.until("\n" + line[5:])
+            session.until(PROMPT)
+    for session in sessions:
+        session.send("\x10\x10\n")  # Ctrl-P twice: the line before the last
+        session.until("\none")
+        session.until(PROMPT)
+        session.send("exit\n")
+        check(session.status() == 0, "a prompt beside another did not end with 0")
+    with open(os.path.join(folder, ".pcsim_history"), encoding="utf-8") as file:
+        lines = file.read().split("\n")
+    typed = ["echo one"] * 2 + ["echo two"] * 2 + ["echo one", "exit"] * 2
+    check(lines[-9:-1] == typed, f"the history ends in {lines[-9:]!r}, not {typed!r}")
+
+
+def no_home_is_no_error():
+    for home in ("/nowhere", ""):
+        session = Terminal(home)
+        session.send("echo one\n")
+        text = session.until("\none") + session.until(PROMPT)
+        check("error" not in text, f"with the home {home!r}: {text!r}")
+        session.send("exit\n")
+        check(session.status() == 0, f"with the home {home!r} the status is not 0")
+
+
 def prompt_comes_back_after_a_stop(terminal):
     terminal.pcsim.send_signal(signal.SIGSTOP)
     os.waitpid(terminal.pcsim.pid, os.WUNTRACED)
@@ -194,6 +231,7 @@ with tempfile.TemporaryDirectory() as folder:
     block_is_collected(session)
     command_is_interrupted(session)
     prompt_comes_back_after_a_stop(session)
+    prompt_tells_of_a_stopped_clock(session)
     errors_wrap_at_words(session)
     session.send("exit\n")
     check(session.status() == 0, "'exit' did not end the session with 0")
@@ -203,6 +241,9 @@ with tempfile.TemporaryDirectory() as folder:
     session.until("pcsim: interrupted")
     status = session.status()
     check(status == 1, f"SIGTERM at the prompt: status {status}, not 1")
+
+    history_is_kept(folder)
+    no_home_is_no_error()
 
 for failure in failures:
     print("FAILED:", failure)
