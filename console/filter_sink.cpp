@@ -38,6 +38,7 @@ struct FilterSink::Stage {
     std::string partial;  // a line that has not ended
     std::unique_ptr<ResultFile> file;
     std::string collected;  // for it
+    bool json = false;      // answers are wanted so
 
     bool lets(const std::string& line, size_t from) {
         for (size_t i = from; i < filters.size(); ++i)
@@ -91,8 +92,10 @@ void FilterSink::text(const std::string& text) {
 void FilterSink::answer(const Report& report) {
     if (stages_.empty())
         sink_.answer(report);
+    else if (stages_.back()->json || !takesLines())
+        text(report.json());
     else
-        text(structured() ? report.json() : report.text({.width = pageWidth()}));
+        text(report.text({.width = pageWidth()}));
 }
 
 // Of a report that is filtered: as wide as what it is read on, for a file as for any other.
@@ -106,6 +109,7 @@ FilterSink::Line::Line(FilterSink& sink, const Piping& piping)
     : sink_(sink), there_(!piping.empty()) {
     if (!there_) return;
     auto stage = std::make_unique<Stage>();
+    stage->json = piping.json;
     if (!piping.file.empty())
         stage->file = std::make_unique<ResultFile>(piping.file, piping.appends);
     for (const Filter& filter : piping.filters) stage->filters.push_back({filter});

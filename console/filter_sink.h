@@ -46,6 +46,7 @@ public:
     void problem(const Problem& problem) override { sink_.problem(problem); }
     void failed(unsigned lines) override { sink_.failed(lines); }
     bool structured() const override { return sink_.structured(); }
+    bool takesLines() const override { return sink_.takesLines(); }
     size_t width() const override { return pageWidth(); }
     void check() const override { sink_.check(); }
 

@@ -86,11 +86,12 @@ void Session::runLine(const std::string& line) {
         line, [this](std::string_view name) -> const std::string& { return variables_[name]; },
         literal);
     if (line.find('$') != std::string::npos) account_->line = lineOf(words);
-    const Piping piping = takePiping(words, literal);
+    Piping piping = takePiping(words, literal);
     bool json = look_.json || piping.json;
     // What is echoed is printed as it is.
     if (!words.empty() && words.front() != "echo" && std::erase(words, "--json") != 0) json = true;
-    if (!piping.filters.empty() && (json || sink_.structured()))
+    piping.json = json;
+    if (!piping.filters.empty() && (json || !sink_.takesLines()))
         failUsage("filters are for lines of text; expected none, or a run without --json");
     FilterSink::Line filtered(filters_, piping);
     if (!words.empty()) runWords(std::move(words), json);

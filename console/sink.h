@@ -40,6 +40,8 @@ public:
 
     // Whether programs read this: then a line's own wish for JSON changes nothing.
     virtual bool structured() const = 0;
+    // Whether what is printed arrives as lines of text, which may be filtered.
+    virtual bool takesLines() const { return !structured(); }
     // Columns of what people read it on.
     virtual size_t width() const { return kTerminalWidth; }
     // Throws an OutputError when what was told until now can't reach anybody.

@@ -34,6 +34,7 @@ public:
     // The request's answer has it.
     void problem(const Problem&) override {}
     bool structured() const override { return true; }
+    bool takesLines() const override { return true; }
 
 private:
     struct Answered {

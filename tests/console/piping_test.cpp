@@ -65,7 +65,10 @@ TEST_F(PipingTest, AnAnswerIsJsonWhenAskedFor) {
               "2::0:'| count' takes nothing more; got '--json'>=2");
     EXPECT_EQ(told("show one --json | count"),
               "2::0:filters are for lines of text; expected none, or a run without --json>=2");
+    // An answer to a program may be lines, too; a document of JSON can't.
     notes.forPrograms = true;
+    EXPECT_EQ(told("show one | include A"), "  A  1\n>");
+    notes.asLines = false;
     EXPECT_EQ(told("show one | json"), "{\"one\":{\"a\":1}}>");
     EXPECT_EQ(told("show one | include A"),
               "2::0:filters are for lines of text; expected none, or a run without --json>=2");
@@ -95,6 +98,11 @@ TEST_F(PipingTest, AFileIsWrittenAndAddedTo) {
     EXPECT_EQ(told("show one | json > " + path), ">");
     EXPECT_EQ(content(), "{\n  \"one\": {\n    \"a\": 1\n  }\n}\n");
     notes.forPrograms = true;
+    EXPECT_EQ(told("show one --json > " + path), ">");
+    EXPECT_EQ(content(), "{\n  \"one\": {\n    \"a\": 1\n  }\n}\n");
+    EXPECT_EQ(told("show one > " + path), ">");
+    EXPECT_EQ(content(), "  A  1\n");
+    notes.asLines = false;
     EXPECT_EQ(told("show one > " + path), ">");
     EXPECT_EQ(content(), "{\n  \"one\": {\n    \"a\": 1\n  }\n}\n");
 }

@@ -38,6 +38,7 @@ struct StillTime : Surroundings {
 struct Notes : Sink {
     std::string all;
     bool forPrograms = false;
+    bool asLines = true;  // also for programs
 
     void begin(const std::string& line) override { all += "<" + line + "|"; }
     void end() override { all += ">"; }
@@ -50,6 +51,7 @@ struct Notes : Sink {
                            problem.lineNumber, problem.message);
     }
     bool structured() const override { return forPrograms; }
+    bool takesLines() const override { return !forPrograms || asLines; }
 };
 
 struct SessionTest : testing::Test {
