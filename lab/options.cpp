@@ -3,12 +3,14 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdlib>
 
 namespace pcsim {
 
 namespace {
 
 constexpr size_t kColumns = 80;
+constexpr size_t kCommandHelp = 37;  // where the help of commands begins
 
 bool takesNothing(const Option& option) {
     return option.takes == Takes::Nothing || option.takes == Takes::End;
@@ -182,6 +184,8 @@ GivenOptions readOptions(const Program& program, int argc, char* const* argv) {
 }
 
 std::string helpText(const Program& program) {
+    const char* const form = std::getenv("PCSIM_HELP");
+    if (form != nullptr && std::string_view(form) == "json") return helpJson(program);
     size_t width = 0;
     for (const Option& option : program.options)
         width = std::max(width, leftColumn(option).size() + 2);
@@ -196,6 +200,13 @@ std::string helpText(const Program& program) {
             text += left.append(line) + "\n";
             left.clear();
         }
+    }
+    if (program.commands.empty()) return text;
+    text += std::string("\nor: ") + program.name + " COMMAND [--help]\n\n";
+    for (const ProgramCommand& command : program.commands) {
+        std::string left = std::string("  ") + command.name + " " + command.usage;
+        left.resize(std::max(left.size() + 1, kCommandHelp), ' ');
+        text += left + command.help + "\n";
     }
     return text;
 }

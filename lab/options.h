@@ -38,12 +38,20 @@ struct Option {
     std::vector<std::string_view> choices{};
 };
 
+// What a program does when the first word says so, with options of its own.
+struct ProgramCommand {
+    const char* name;
+    const char* usage;  // behind the name
+    const char* help;
+};
+
 struct Program {
     const char* name;
     const char* about;   // what it does, in one line of the help
     const char* usage;   // behind its name in the help: "[options]"
     const char* onWord;  // what to say about a word that is no option; null: words are a command
     std::span<const Option> options;
+    std::span<const ProgramCommand> commands{};
 };
 
 // One line that says what is wrong and what would be right.
@@ -72,8 +80,10 @@ public:
 // Throws an OptionProblem. Leaves the state of the C library's getopt alone.
 GivenOptions readOptions(const Program& program, int argc, char* const* argv);
 
-// Aligned, in 80 columns, with a line end.
+// Aligned, in 80 columns, with a line end. Where PCSIM_HELP is "json" in the environment, the table
+// as JSON instead: manuals and completion are made of it.
 std::string helpText(const Program& program);
+std::string helpJson(const Program& program);
 
 }  // namespace pcsim
 

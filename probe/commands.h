@@ -16,13 +16,6 @@ namespace pcsim::probe {
 // What stands behind the command's name; the status that the program ends with.
 using CommandFn = int(const Words& words);
 
-struct Command {
-    const char* name;
-    const char* usage;
-    const char* help;
-    CommandFn* run;
-};
-
 CommandFn coverageCommand;
 CommandFn listCommand;
 CommandFn postMortemCommand;

@@ -1,9 +1,9 @@
 // pcsim-probe: starts a program with the probe in it, asks programs that have one, and works on
 // what they have left.
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <span>
 #include <vector>
 
@@ -18,22 +18,24 @@ namespace pcsim::probe {
 
 namespace {
 
-constexpr Command kCommands[] = {
-    {"list", "", "Which probed processes there are", listCommand},
-    {"coverage", "show|merge FILE...", "What was called in one run, or in several",
-     coverageCommand},
-    {"post-mortem", "NAME|PID", "The last calls of a process, and how it ended", postMortemCommand},
-    {"replay", "FILE --library LIBRARY", "Play the HAL's part of a recording against a library",
-     replayCommand},
-    {"sweep", "[options] -- PROGRAM...", "Fail each call of a program in a run of its own",
-     sweepCommand},
-    {"show", "[options] FILE", "Print a recording as a trace", showCommand},
-    {"diff", "FILE FILE", "Compare two recordings", diffCommand},
-    {"trim", "FILE --calls CALLS", "Keep some calls, and what they need", trimCommand},
-    {"minimise", "FILE --library LIBRARY", "Find a smallest recording of a difference",
-     minimiseCommand},
-    {"export", "FILE --c", "Write a recording as a host in C", exportCommand},
+constexpr ProgramCommand kCommands[] = {
+    {"list", "", "Which probed processes there are"},
+    {"coverage", "show|merge FILE...", "What was called in one run, or in several"},
+    {"post-mortem", "NAME|PID", "The last calls of a process, and how it ended"},
+    {"replay", "FILE --library LIBRARY", "Play the HAL's part of a recording against a library"},
+    {"sweep", "[options] -- PROGRAM...", "Fail each call of a program in a run of its own"},
+    {"show", "[options] FILE", "Print a recording as a trace"},
+    {"diff", "FILE FILE", "Compare two recordings"},
+    {"trim", "FILE --calls CALLS", "Keep some calls, and what they need"},
+    {"minimise", "FILE --library LIBRARY", "Find a smallest recording of a difference"},
+    {"export", "FILE --c", "Write a recording as a host in C"},
+    {"NAME|PID", "COMMAND...", "Ask a probed process: coverage, fault, trace"},
 };
+// In their order; what is none of them is a process.
+constexpr CommandFn* kRun[] = {listCommand,     coverageCommand, postMortemCommand, replayCommand,
+                               sweepCommand,    showCommand,     diffCommand,       trimCommand,
+                               minimiseCommand, exportCommand};
+static_assert(std::size(kRun) + 1 == std::size(kCommands));
 
 // The options of a start: those of the probe, and the program's own.
 std::vector<Option> startOptions() {
@@ -46,19 +48,6 @@ std::vector<Option> startOptions() {
     return options;
 }
 
-std::string wholeHelp(const Program& program) {
-    std::string text = helpText(program);
-    text += "\nor: pcsim-probe COMMAND [--help]\n\n";
-    const auto line = [&](const std::string& left, const std::string& help) {
-        text += fmt::format("  {:<34} {}\n", left, help);
-    };
-    for (const Command& command : kCommands) {
-        line(fmt::format("{} {}", command.name, command.usage), command.help);
-    }
-    line("NAME|PID COMMAND...", "Ask a probed process: coverage, fault, trace");
-    return text;
-}
-
 int start(std::span<char*> arguments) {
     const std::vector<Option> options = startOptions();
     const Program program{
@@ -67,10 +56,11 @@ int start(std::span<char*> arguments) {
         .usage = "[options] -- PROGRAM [argument...]",
         .onWord = nullptr,
         .options = options,
+        .commands = kCommands,
     };
     const GivenOptions given =
         readOptions(program, static_cast<int>(arguments.size()), arguments.data());
-    if (given.has("help")) return print(wholeHelp(program)), 0;
+    if (given.has("help")) return print(helpText(program)), 0;
     if (given.has("version")) return print(PCSIM_VERSION "\n"), 0;
     if (given.command.empty())
         throw OptionProblem("expected a program to start, for example: pcsim-probe -- my-hal");
@@ -81,8 +71,9 @@ int run(std::span<char*> arguments) {
     if (arguments.size() < 2 || arguments[1][0] == '-') return start(arguments);
     const std::string first = arguments[1];
     const Words words(arguments.begin() + 2, arguments.end());
-    const auto* const command = std::ranges::find(kCommands, first, &Command::name);
-    return command != std::end(kCommands) ? command->run(words) : controlCommand(first, words);
+    for (size_t i = 0; i < std::size(kRun); ++i)
+        if (first == kCommands[i].name) return kRun[i](words);
+    return controlCommand(first, words);
 }
 
 int complain(const std::string& what, int status) {

@@ -3,6 +3,7 @@
 
 #include <getopt.h>
 #include <gtest/gtest.h>
+#include <stdlib.h>
 
 namespace {
 
@@ -241,6 +242,58 @@ TEST(OptionsTest, HelpIsAlignedAndFitsTheScreen) {
         "                         fit. Fifty-six characters stand in this text; they\n"
         "                         don't fit.\n",
         helpText(program));
+}
+
+constexpr ProgramCommand kCommands[] = {{"sort", "FILE", "Put it in order"},
+                                        {"NAME|PID", "WORD...", "Say \"hello\""}};
+
+TEST(OptionsTest, HelpListsCommands) {
+    const Option options[] = {{.name = "quiet", .letter = 'q', .help = "Say nothing"}};
+    Program program = kStrict;
+    program.options = options;
+    program.commands = kCommands;
+    EXPECT_EQ(
+        "thing: does things.\n\nusage: thing [options]\n\n"
+        "  -q, --quiet  Say nothing\n"
+        "\nor: thing COMMAND [--help]\n\n"
+        "  sort FILE                          Put it in order\n"
+        "  NAME|PID WORD...                   Say \"hello\"\n",
+        helpText(program));
+}
+
+TEST(OptionsTest, TheTableIsThereForPrograms) {
+    const Option options[] = {
+        {.name = "shape",
+         .letter = 's',
+         .value = "S",
+         .help = "\"Round\"",
+         .takes = Takes::Choice,
+         .choices = {"x"}},
+        {.name = "quiet"},
+    };
+    Program program = kStrict;
+    program.options = options;
+    program.commands = kCommands;
+    const std::string json = helpJson(program);
+    EXPECT_EQ(
+        R"({
+  "name": "thing",
+  "about": "thing: does things.",
+  "usage": "[options]",
+  "options": [
+    {"name": "shape", "letter": "s", "value": "S", "help": "\"Round\"", "takes": "choice", "choices": ["x"]},
+    {"name": "quiet", "letter": "", "value": "", "help": "", "takes": "nothing", "choices": []}],
+  "commands": [
+    {"name": "sort", "usage": "FILE", "help": "Put it in order"},
+    {"name": "NAME|PID", "usage": "WORD...", "help": "Say \"hello\""}]
+}
+)",
+        json);
+    setenv("PCSIM_HELP", "json", 1);
+    EXPECT_EQ(json, helpText(program));
+    setenv("PCSIM_HELP", "text", 1);
+    EXPECT_NE(json, helpText(program));
+    unsetenv("PCSIM_HELP");
 }
 
 }  // namespace
