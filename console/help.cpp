@@ -72,4 +72,16 @@ std::string helpOf(const Verbs& verbs, const std::string& beginning, size_t widt
     return text;
 }
 
+Report verbsReport(const Verbs& verbs) {
+    Table table{"verbs",
+                "Verbs",
+                {{"usage", "Usage"}, {"area", "Area"}, {"show", "Show"}, {"help", "Help"}},
+                {},
+                "",
+                ""};
+    for (const Verb& verb : verbs.all())
+        table.rows.push_back({verb.pattern.usage(), verb.area, verb.show != nullptr, verb.help});
+    return table;
+}
+
 }  // namespace pcsim

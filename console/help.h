@@ -13,6 +13,9 @@ std::string helpText(const Verbs& verbs, size_t width = kTerminalWidth);
 std::string helpAbout(const Verbs& verbs, const std::string& word, size_t width = kTerminalWidth);
 std::string helpOf(const Verbs& verbs, const std::string& beginning, size_t width = kTerminalWidth);
 
+// The verbs as data, for what makes manuals.
+Report verbsReport(const Verbs& verbs);
+
 }  // namespace pcsim
 
 #endif

@@ -54,12 +54,12 @@ void Verbs::add(Verb verb) {
 
 void Verbs::show(const std::string& pattern, const std::string& help,
                  std::function<Report(Call&)> show) {
-    add({Pattern::parse(pattern), help, std::move(show), nullptr});
+    add({Pattern::parse(pattern), help, area_, std::move(show), nullptr});
 }
 
 void Verbs::action(const std::string& pattern, const std::string& help,
                    std::function<void(Call&)> action) {
-    add({Pattern::parse(pattern), help, nullptr, std::move(action)});
+    add({Pattern::parse(pattern), help, area_, nullptr, std::move(action)});
 }
 
 namespace {

@@ -61,6 +61,7 @@ private:
 struct Verb {
     Pattern pattern;
     std::string help;
+    std::string area;                   // what it belongs to, for listings: "ports"
     std::function<Report(Call&)> show;  // a 'show', or
     std::function<void(Call&)> action;  // an action
 };
@@ -101,7 +102,11 @@ public:
 
     const std::vector<Verb>& all() const { return verbs_; }
 
+    // What the verbs that are registered from here on belong to.
+    void begin(std::string area) { area_ = std::move(area); }
+
 private:
+    std::string area_ = "console";
     struct Candidate {
         const Verb* verb;
         Match match;

@@ -1,10 +1,39 @@
 // Registering the verbs of all areas, and what they share.
 #include "host/verbs/host_verbs.h"
 
+#include "console/help.h"
 #include "host/cards/card_manager.h"
 #include "host/ports/port_manager.h"
 
 namespace pcsim::host {
+
+namespace {
+
+struct Area {
+    const char* name;
+    void (*add)(HostVerbs& verbs);
+};
+constexpr Area kAreas[] = {
+    {"system", addClockVerbs},
+    {"system", addSystemVerbs},
+    {"cards", addCardVerbs},
+    {"cards", addCapabilityVerbs},
+    {"ports", addPortVerbs},
+    {"layer2", addL2Verbs},
+    {"layer2", addFdbVerbs},
+    {"layer2", addTrunkVerbs},
+    {"mcast", addMcastVerbs},
+    {"acl", addAclVerbs},
+    {"environment", addEnvironmentVerbs},
+    {"devices", addDeviceVerbs},
+    {"devices", addPoeVerbs},
+    {"devices", addSamplingVerbs},
+    {"layer3", addL3Verbs},
+    {"system", addPlatformVerbs},
+    {"state", addStateVerbs},
+};
+
+}  // namespace
 
 void HostVerbs::show(const char* pattern, const char* help, Show run) {
     verbs_.show(pattern, help, [machine = &machine_, run](pcsim::Call& call) {
@@ -49,13 +78,16 @@ probe::ProbeParts probePartsOf(Machine& machine) {
 
 void addHostVerbs(Console& console, Machine& machine) {
     HostVerbs verbs(console.verbs, machine);
-    for (const auto add : {addClockVerbs, addSystemVerbs, addCardVerbs, addCapabilityVerbs,
-                           addPortVerbs, addL2Verbs, addFdbVerbs, addTrunkVerbs, addMcastVerbs,
-                           addAclVerbs, addEnvironmentVerbs, addDeviceVerbs, addPoeVerbs,
-                           addSamplingVerbs, addL3Verbs, addPlatformVerbs, addStateVerbs})
+    for (const auto& [area, add] : kAreas) {
+        console.verbs.begin(area);
         add(verbs);
+    }
+    console.verbs.begin("calls");
     addProbeVerbs(console.verbs, probePartsOf(machine));
     addCallVerbs(console.verbs, callablesOf(machine));
+    console.verbs.begin("console");
+    console.verbs.show("show verbs", "all verbs as a table, for programs",
+                       [&console](pcsim::Call&) { return verbsReport(console.verbs); });
     addCandidates(console, machine);
     console.state = [&scheduler = machine.context.scheduler] {
         const uint64_t ms = scheduler.nowMs();
