@@ -5,6 +5,9 @@ set(PCSIM_MANUALS ${CMAKE_BINARY_DIR}/manuals)
 
 if(PCSIM_PYTHON3)
     set(programs pcsim pcsim-lab pcsim-probe)
+    if(TARGET pcsimctl)
+        list(APPEND programs pcsimctl)
+    endif()
     file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/man/*.md
          ${PROJECT_SOURCE_DIR}/tools/manuals/*.py ${PROJECT_SOURCE_DIR}/include/pcsim/*.h
          ${PROJECT_SOURCE_DIR}/docs/protocol*.md)

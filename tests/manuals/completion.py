@@ -17,6 +17,9 @@ import tempfile
 import time
 from pathlib import Path
 
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "tools" / "manuals"))
+import completion  # pylint: disable=wrong-import-position
+
 SKIPPED = 77
 # What is typed before Tab; what the line is then, or what is offered.
 CASES = (
@@ -36,6 +39,19 @@ CASES = (
 SEVERAL = (("pcsim --", ("--execute", "--help", "--json", "--keep-going", "--lab")),
            ("pcsim-probe ", ("coverage", "minimise", "post-mortem", "replay")),
            ("pcsim --shape ", ("chassis", "stack")))
+# Of a program that asks living switches. The test has one of its own, which tells what it is asked.
+PCSIMCTL = {"name": "pcsimctl", "options": [
+    {"name": "json", "letter": "", "value": "", "help": "Answer in JSON", "takes": "nothing",
+     "choices": []}]}
+ANSWERS = """#!/bin/sh
+case "$*" in
+--json) echo '{"instances": [{'; echo '"name": "spine-1",'; echo '"name": "leaf-7",' ;;
+'leaf-7 --complete show po') echo ports; echo port ;;
+'leaf-7 --complete ') echo show ;;
+esac
+"""
+ASKED = (("pcsimctl le", "pcsimctl leaf-7 "), ("pcsimctl leaf-7 show po", "pcsimctl leaf-7 show port"),
+         ("pcsimctl leaf-7 ", "pcsimctl leaf-7 show "), ("pcsimctl --js", "pcsimctl --json "))
 
 
 class Shell:
@@ -90,6 +106,19 @@ def tried(shell, typed, holds):
     return None if holds(said) else said
 
 
+def own_program(folder, shell):
+    """Puts the test's own pcsimctl where it is found; what the shell has to be told."""
+    program = folder / "own" / "pcsimctl"
+    program.parent.mkdir()
+    program.write_text(ANSWERS)
+    program.chmod(0o755)
+    made = completion.bash if shell == "bash" else completion.zsh
+    (folder / "own" / "_pcsimctl").write_text(made(PCSIMCTL, {}))
+    told = ". own/_pcsimctl" if shell == "bash" else \
+        "fpath=($PWD/own $fpath); compinit -u -D; compdef _pcsimctl pcsimctl"
+    return f"\nPATH=$PWD/own:$PATH; {told}"
+
+
 def main():
     shell, manuals, programs = sys.argv[1], Path(sys.argv[2]).resolve(), Path(sys.argv[3]).resolve()
     if shutil.which(shell) is None:
@@ -99,7 +128,8 @@ def main():
     failures = 0
     with tempfile.TemporaryDirectory() as folder:
         (Path(folder) / "script.pcsim").touch()
-        cases = [(typed, lambda said, line=line: line in said) for typed, line in CASES]
+        setup += own_program(Path(folder), shell)
+        cases = [(typed, lambda said, line=line: line in said) for typed, line in CASES + ASKED]
         cases += [(typed, lambda said, offers=offers: all(offer in said for offer in offers))
                   for typed, offers in SEVERAL]
         terminal = Shell(command, setup, folder)
