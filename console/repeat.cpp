@@ -1,6 +1,8 @@
 // 'repeat' and 'end': lines that run several times.
 #include "console/block.h"
 
+#include <algorithm>
+
 #include "console/session.h"
 
 namespace pcsim {
@@ -10,16 +12,25 @@ CommandError unendedBlock() {
                         ErrorCode::kUsage);
 }
 
+// Whether it is the verb's word, or the beginning of no other's.
+bool Session::isVerb(std::string_view word, std::string_view verb) const {
+    if (word.empty() || !verb.starts_with(word)) return false;
+    return word == verb || std::ranges::none_of(console_.verbs.all(), [&](const Verb& other) {
+               const std::string& first = other.pattern.elements[0].word;
+               return first != verb && first.starts_with(word);
+           });
+}
+
 bool Session::keep(const std::string& line) {
     complete_.reset();
     if (!block_) return false;
-    const std::string_view verb = firstWord(line);
-    if (verb == "end" && --block_->open == 0) {
+    const std::string_view word = firstWord(line);
+    if (isVerb(word, "end") && --block_->open == 0) {
         complete_ = std::exchange(block_, std::nullopt);
         return false;
     }
-    if (verb == "repeat") ++block_->open;
-    if (verb.empty()) return true;
+    if (isVerb(word, "repeat")) ++block_->open;
+    if (word.empty()) return true;
     if (block_->lines.size() == Block::kMostLines) {
         drop();
         CommandError error(fmt::format("there are more than {} lines between 'repeat' and 'end'",

@@ -107,6 +107,7 @@ private:
     std::vector<Single> singlesOf(Verbs::Found& found) const;
     void runScriptLine(const std::string& line);
     bool keep(const std::string& line);
+    bool isVerb(std::string_view word, std::string_view verb) const;
     void giveWay();
     void noteEnd(const Account& account, const CommandError* error, bool own);
     void noteStep(const Account& account, const CommandError* error);

@@ -137,6 +137,15 @@ TEST_F(ScriptTest, AScriptEndsItsBlocks) {
     EXPECT_THROW(session.runScript(open), CommandError);
 }
 
+TEST_F(ScriptTest, BlocksKnowTheirVerbsByTheBeginning) {
+    EXPECT_EQ(runAll({"rep 2", "repea 1", "echo $n", "en", "end"}),
+              "<rep 2|><end|<repea 1|><en|<echo $n|1\n>><repea 1|><en|<echo $n|1\n>>>");
+    console.verbs.action("endless", "", [](Call&) {});
+    EXPECT_NE(runAll({"repeat 1", "en", "end"}).find("'en' is short for more than one"),
+              std::string::npos)
+        << notes.all;
+}
+
 struct KeepGoingTest : ScriptTest {
     std::vector<std::string> passedOver;
     std::vector<std::string> steps;
