@@ -111,6 +111,26 @@ std::optional<Cell> Report::at(const std::string& path) const {
     return std::nullopt;
 }
 
+Table Report::keys() const {
+    Table keys{"keys", "Values", {{"value", "Value"}, {"title", "Title"}, {"section", "Section"}},
+               {},     "none",   ""};
+    const auto add = [&](const std::string& value, const char* title, const std::string& section) {
+        keys.rows.push_back({value, title, section});
+    };
+    for (const auto& section : sections_) {
+        if (const auto* const fields = std::get_if<Fields>(&section)) {
+            for (const Field& field : fields->fields)
+                add(fmt::format("{}.{}", fields->key, field.key), field.title, fields->title);
+            continue;
+        }
+        const Table& table = std::get<Table>(section);
+        add(fmt::format("{}.count", table.key), "", table.title);
+        for (const Column& column : table.columns)
+            add(fmt::format("{}.ROW.{}", table.key, column.key), column.title, table.title);
+    }
+    return keys;
+}
+
 const Table* Report::tableCounted(const std::string& path) const {
     for (const auto& section : sections_) {
         const auto* table = std::get_if<Table>(&section);

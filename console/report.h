@@ -130,6 +130,8 @@ public:
     // The table of which 'path' is the number of rows: "count" or "section.count". Null when there
     // is none.
     const Table* tableCounted(const std::string& path) const;
+    // What at() would find, a row for each: "ports.ROW.link", with its title and its section's.
+    Table keys() const;
     // What at() would find, for a message: "model, ports.count, ports.ROW.link, ...".
     std::string names() const;
 

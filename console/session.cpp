@@ -158,7 +158,7 @@ Report Session::evaluate(const Words& words) {
     Verbs::Found found = console_.verbs.find(words);
     if (!found.verb->show)
         failUsage("'{}' has no values to look at; expected a show command",
-                  found.verb->pattern.text);
+                  found.verb->pattern.usage());
     std::vector<Single> commands = singlesOf(found);
     if (commands.size() > 1)
         failUsage("'{}' are {} commands; expected one", joinWords(words), commands.size());

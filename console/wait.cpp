@@ -67,6 +67,8 @@ void addWaitVerbs(Verbs& verbs) {
                      call.session->noteDemand();
                      expect(*call.session, call.all("what"));
                  });
+    verbs.show("keys <command:rest>", "values of a show command, as they stand behind --",
+               [](Call& call) { return call.session->evaluate(call.all("command")).keys(); });
     verbs.action("wait <what:rest>", "the same, but give it time: ... within MS (5000 if not said)",
                  [](Call& call) {
                      call.session->noteDemand();

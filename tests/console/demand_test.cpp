@@ -233,6 +233,19 @@ TEST_F(DemandTest, VariablesTakeValues) {
     EXPECT_EQ(run("set from from"), "<set from from|>");
 }
 
+TEST_F(DemandTest, KeysSayWhatMayStandBehindTheDashes) {
+    session.run("keys show ports");
+    for (const std::string row : {R"({"value":"ports.count","title":"","section":""})",
+                                  R"({"value":"ports.ROW.speed","title":"Mbps","section":""})",
+                                  R"({"value":"sums.load","title":"Load","section":""})",
+                                  R"({"value":"cards.ROW.slot","title":"Slot","section":""})"})
+        EXPECT_NE(notes.all.find(row), std::string::npos) << row << " in " << notes.all;
+    EXPECT_EQ(expect("keys show ports -- count is 11"), "");
+    EXPECT_EQ(
+        run("keys echo a"),
+        "<keys echo a|2::0:'echo <text...>' has no values to look at; expected a show command>=2");
+}
+
 TEST_F(DemandTest, WaitsTakeTheSame) {
     EXPECT_EQ(run("wait show ports -- up is 3 or up is 2 within 10"),
               "<wait show ports -- up is 3 or up is 2 within 10|>");
