@@ -109,15 +109,14 @@ void Listing::fields(const Record& record, bool isOutput, std::string_view chain
 void Listing::field(const Field& field, int depth) {
     const Type& type = *field.type;
     const Meaning meaning = meaningOf(field.semantics, type);
-    if (isWhole(type, meaning)) {
-        add(type, meaning);
-    } else if (type.kind == Kind::kArray) {
+    const bool isInside = !isWhole(type, meaning);
+    if (isInside && type.kind == Kind::kArray) {
         steps_.back().isList = true;
         if (type.target->kind == Kind::kRecord)
             fields(*type.target->record, false, {}, depth);
         else if (type.target->kind != Kind::kArray)
             add(*type.target, meaningOf(field.semantics, *type.target));
-    } else if (type.kind == Kind::kRecord) {
+    } else if (isInside && type.kind == Kind::kRecord) {
         fields(*type.record, false, {}, depth);
     } else if (type.kind == Kind::kPointer) {
         if (type.target->kind != Kind::kFunction && depth + 1 < kDeepestMade)
