@@ -45,7 +45,7 @@ PCSIMCTL = {"name": "pcsimctl", "options": [
      "choices": []}]}
 ANSWERS = """#!/bin/sh
 case "$*" in
---json) echo '{"instances": [{'; echo '"name": "spine-1",'; echo '"name": "leaf-7",' ;;
+--names) echo spine-1; echo leaf-7 ;;
 'leaf-7 --complete show po') echo ports; echo port ;;
 'leaf-7 --complete ') echo show ;;
 esac

@@ -37,18 +37,11 @@ def function_of(name: str) -> str:
     return "_" + name.replace("-", "_")
 
 
-# The instances that live, of their listing.
-NAMES = """\
-_pcsimctl_names() {
-    pcsimctl --json 2>/dev/null | sed -n 's/.*"name": *"\\([^"]*\\)".*/\\1/p'
-}"""
-
-
 def bash(table: dict, commands: dict[str, dict]) -> str:
     """The completion of one program; 'commands' are the tables of its commands."""
     name, function = table["name"], function_of(table["name"])
     lines = [f"# Completion of {name} for bash. Made from its options: change those.",
-             *(NAMES.split("\n") if name == "pcsimctl" else []), f"{function}() {{",
+             f"{function}() {{",
              "    local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]}",
              "    COMPREPLY=()"]
     if commands:
@@ -91,7 +84,7 @@ def bash_words(name: str, commands: dict[str, dict]) -> list[str]:
 PCSIMCTL_BASH = """\
     if [[ $cur != -* && ${COMP_WORDS[1]} != -* ]]; then
         if ((COMP_CWORD == 1)); then
-            COMPREPLY=($(compgen -W "$(_pcsimctl_names)" -- "$cur"))
+            COMPREPLY=($(compgen -W "$(pcsimctl --names 2>/dev/null)" -- "$cur"))
         else
             local IFS=$'\\n'
             COMPREPLY=($(compgen -W "$(pcsimctl "${COMP_WORDS[1]}" --complete \\
@@ -162,9 +155,9 @@ def zsh_words(name: str, commands: dict[str, dict]) -> list[str]:
     return ["'*:::program:_normal'"] if name in STARTERS else []
 
 
-PCSIMCTL_ZSH = NAMES + """
+PCSIMCTL_ZSH = """\
 _pcsimctl_instances() {
-    compadd -- ${(f)"$(_pcsimctl_names)"}
+    compadd -- ${(f)"$(pcsimctl --names 2>/dev/null)"}
 }
 _pcsimctl_words() {
     compadd -- ${(f)"$(pcsimctl $words[2] --complete "${(@)words[3,CURRENT]}" 2>/dev/null)"}
