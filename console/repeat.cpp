@@ -44,6 +44,9 @@ bool Session::keep(const std::string& line) {
 }
 
 void Session::beginBlock(uint64_t turns, const std::string& variable) {
+    // Lines that another one runs by itself, as a load does, are not the session's to collect.
+    if (account_ == nullptr || !isVerb(firstWord(account_->line), "repeat"))
+        failUsage("'repeat' begins a block on a line of its own; expected it in a script or typed");
     if (const auto problem = variableProblem(variable)) failUsage("{}", *problem);
     if (blocksRunning_ == Block::kDeepest)
         fail("'repeat' stands in others more than {} deep", Block::kDeepest);

@@ -191,8 +191,10 @@ TEST_F(DemandTest, CommandsMayBeExpectedToFail) {
     EXPECT_EQ(run("expect error nothing echo a b"),
               "<expect error nothing echo a b|a b\n3::0:expected an error \"nothing\", but 'echo a "
               "b' succeeded>=3");
-    EXPECT_EQ(expect("error x repeat 3"),
-              "1 'repeat' only begins a block; expected a command that may fail");
+    EXPECT_EQ(
+        expect("error nothing repeat 3"),
+        "3 expected an error \"nothing\", but it is: 'repeat' begins a block on a line of its own; "
+        "expected it in a script or typed");
     EXPECT_FALSE(session.collects());
     session.look().keepGoing = true;
     unsigned steps = 0;

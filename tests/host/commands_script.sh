@@ -78,6 +78,12 @@ kill -INT $process
 wait $process
 said $? 1 "pcsim: interrupted" "SIGINT in a block"
 
+# A load runs its lines by itself, so a block in it has no end.
+script state 'vlan create 5' 'repeat 2' 'vlan create 6' 'end'
+"$pcsim" "${options[@]}" -k -x "load $scratch/state" -x 'echo still here' >"$scratch/out" 2>&1
+prints "2 +'repeat' begins a block on a line of its own"
+prints '^still here$'
+
 # Statuses.
 ends 7 "" "${options[@]}" -x 'quit 7' -x 'echo too far'
 printed ""
