@@ -83,10 +83,9 @@ std::string eventLine(const Reply& note, bool json) {
         return json ? fmt::format("{{\"lost\":{}}}\n", count)
                     : fmt::format("({} events were not read in time)\n", count);
     }
-    const Event event{note.number("params/number").value_or(0),
-                      note.number("params/timeMs").value_or(0),
-                      note.text("params/source").value_or(""),
-                      note.text("params/text").value_or("")};
+    const Event event{
+        note.number("params/number").value_or(0), note.number("params/timeMs").value_or(0),
+        note.text("params/source").value_or(""), note.text("params/text").value_or("")};
     if (!json) return formatEvent(event) + "\n";
     return fmt::format("{{\"number\":{},\"timeMs\":{},\"source\":{},\"text\":{}}}\n",
                        event.position, event.timeMs, jsonString(event.source),

@@ -89,7 +89,8 @@ std::unique_ptr<Link> instanceNamed(const std::string& name, Signals& signals) {
     }
     if (beginning == 1) return std::move(*meant);
     if (beginning > 1) fail("'{}' begins several instances; there are {}", shown(name), living);
-    if (living.empty()) fail("there is no instance '{}'; none runs, 'pcsim' starts one", shown(name));
+    if (living.empty())
+        fail("there is no instance '{}'; none runs, 'pcsim' starts one", shown(name));
     fail("there is no instance '{}'; there are {}", shown(name), living);
 }
 

@@ -52,8 +52,7 @@ Link::~Link() {
 
 void Link::send(const std::string& line) {
     for (size_t at = 0; at < line.size();) {
-        const ssize_t size =
-            ::send(socket_, line.data() + at, line.size() - at, MSG_NOSIGNAL);
+        const ssize_t size = ::send(socket_, line.data() + at, line.size() - at, MSG_NOSIGNAL);
         if (size < 0 && errno != EINTR) fail("instance '{}' has ended", name_);
         if (size > 0) at += static_cast<size_t>(size);
     }

@@ -53,8 +53,7 @@ std::string RemoteDoor::promptText() {
 }
 
 void RemoteDoor::run(const std::string& line) {
-    const Asked asked =
-        Asked().text("line", line).text("folder", folder_).flag("stream", true);
+    const Asked asked = Asked().text("line", line).text("folder", folder_).flag("stream", true);
     ended_ = link_.result("run", asked).flag("result/ended");
 }
 
