@@ -1,7 +1,6 @@
 // Reading scripts.
 #include "console/script.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,34 +18,23 @@ constexpr size_t kChunk = 16384;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr size_t kLongestLine = 65536;  // what is longer is no script
 
-[[noreturn]] void failToRead(const std::string& name, int error) {
-    fail("{} can't be read: {}", name, std::strerror(error));
-}
-
 }  // namespace
 
-Script::Script(const std::string& path)
-    : name_(path), isFile_(true), descriptor_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
-    if (descriptor_ < 0) failToRead("file " + name_, errno);
-    look();
+Script::Script(const std::string& path) : name_(path), file_(std::make_unique<InputFile>(path)) {
+    look(file_->status());
 }
 
-Script::Script() : name_("standard input"), isFile_(false), descriptor_(STDIN_FILENO) {
-    look();
-}
-
-Script::~Script() {
-    if (isFile_) close(descriptor_);
-}
-
-void Script::look() {
+Script::Script() : name_("standard input") {
     struct stat status = {};
-    int error = fstat(descriptor_, &status) != 0 ? errno : 0;
+    int error = fstat(STDIN_FILENO, &status) != 0 ? errno : 0;
     if (error == 0 && S_ISDIR(status.st_mode)) error = EISDIR;
-    if (error != 0) {
-        if (isFile_) close(descriptor_);
-        failToRead(isFile_ ? "file " + name_ : name_, error);
-    }
+    if (error != 0) fail("{} can't be read: {}", name_, std::strerror(error));
+    look(status);
+}
+
+Script::~Script() = default;
+
+void Script::look(const struct stat& status) {
     regular_ = S_ISREG(status.st_mode);
     device_ = status.st_dev;
     inode_ = status.st_ino;
@@ -58,7 +46,7 @@ bool Script::sameFile(const Script& other) const {
 
 std::string Script::beside(const std::string& path) const {
     const size_t slash = name_.rfind('/');
-    if (!isFile_ || path.starts_with('/') || slash == std::string::npos) return path;
+    if (file_ == nullptr || path.starts_with('/') || slash == std::string::npos) return path;
     return name_.substr(0, slash + 1) + path;
 }
 
@@ -67,11 +55,15 @@ bool Script::fill(Surroundings& surroundings) {
     read_.erase(0, next_);
     next_ = 0;
     for (;;) {
-        if (!surroundings.waitReadable(descriptor_)) surroundings.checkInterrupt();
+        const int descriptor = file_ != nullptr ? file_->descriptor() : STDIN_FILENO;
+        if (!surroundings.waitReadable(descriptor)) surroundings.checkInterrupt();
         char bytes[kChunk];
-        const ssize_t size = read(descriptor_, bytes, sizeof bytes);
+        const ssize_t size = file_ != nullptr ? file_->read(bytes, sizeof bytes)
+                                              : read(descriptor, bytes, sizeof bytes);
         if (size >= 0) {
             read_.append(bytes, static_cast<size_t>(size));
+            if (size == 0 && file_ != nullptr && !file_->problem().empty())
+                fail("{}", file_->problem());
             return size != 0;
         }
         if (errno != EINTR && errno != EAGAIN)

@@ -2,18 +2,18 @@
 #ifndef PCSIM_CONSOLE_SCRIPT_H
 #define PCSIM_CONSOLE_SCRIPT_H
 
-#include <sys/types.h>
-
+#include <memory>
 #include <optional>
 #include <string>
 
+#include "console/input_file.h"
 #include "console/surroundings.h"
 
 namespace pcsim {
 
 class Script {
 public:
-    // Opens a file. Throws a CommandError when it can't be read.
+    // Opens a file, plain or packed. Throws a CommandError when it can't be read.
     explicit Script(const std::string& path);
     // Standard input.
     Script();
@@ -37,12 +37,11 @@ public:
     std::string beside(const std::string& path) const;
 
 private:
-    void look();
+    void look(const struct stat& status);
     bool fill(Surroundings& surroundings);
 
     std::string name_;
-    bool isFile_;
-    int descriptor_;
+    std::unique_ptr<InputFile> file_;  // null: standard input
     bool regular_ = false;
     dev_t device_ = 0;
     ino_t inode_ = 0;

@@ -39,6 +39,16 @@ labs "--ports needs a number from 1 to 2816" --ports many -- true
 labs "$example" --ports 2
 labs "there is no option --frobnicate; 'pcsim-lab --help' lists them" --frobnicate
 
+# A packed script is a script; one that is cut is told where it ends.
+printf 'echo packed\nfrob\n' | gzip >"$scratch/script.gz"
+ends 1 "pcsim: $scratch/script.gz:2: 'frob' is not a verb; 'help' lists them all" --lab 1 \
+    -f "$scratch/script.gz"
+printed packed "a packed script"
+{ echo 'echo started'; seq 20000 | sed 's/^/# /'; } | gzip >"$scratch/whole.gz"
+head -c 20000 "$scratch/whole.gz" >"$scratch/cut.gz"
+"$pcsim" --lab 1 -f "$scratch/cut.gz" >"$scratch/out" 2>"$scratch/err" && problem "a cut script ended well"
+grep -q "file $scratch/cut.gz can't be unpacked to its end: it is cut or no" "$scratch/err" ||
+    problem "a cut script said: $(cat "$scratch/err")"
 # Scripts that can't be read are told before anything boots.
 ends 1 "pcsim: file /tmp can't be read: Is a directory" --lab 1 -x 'echo booted' -f /tmp
 printed "" "a script that is a directory"
