@@ -1,10 +1,10 @@
-// What a request over pcsim's socket costs, beside an echo on a socket of the same kind; and whether
-// a hundred subscribers of a thousand events a second miss one.
+// What a request over pcsim's socket costs, beside an echo on a socket of the same kind; and
+// whether a hundred subscribers of a thousand events a second miss one.
 //
 //   bench_doors PCSIM
 //
-// The echo is a process of its own that reads and writes back, with answers as long as pcsim's. Both
-// are asked turn by turn, so that they meet the same machine.
+// The echo is a process of its own that reads and writes back, with answers as long as pcsim's.
+// Both are asked turn by turn, so that they meet the same machine.
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -125,8 +125,8 @@ void compare(const std::string& path, const char* what, const std::string& reque
             echoes.push_back(rateOf(*peer, request, ahead));
             ratios.push_back(rates.back() / echoes.back());
         }
-        std::printf("%-16s %5d %10.0f %10.0f %6.2f\n", what, ahead, median(rates),
-                    median(echoes), median(ratios));
+        std::printf("%-16s %5d %10.0f %10.0f %6.2f\n", what, ahead, median(rates), median(echoes),
+                    median(ratios));
     }
 }
 
@@ -177,9 +177,8 @@ void subscribe(const std::string& path, pid_t process) {
     const auto start = Clock::now();
     int sent = 0;
     const auto complete = [&] {
-        return std::ranges::all_of(all, [](const Subscriber& one) {
-            return one.events + one.lost >= kEvents;
-        });
+        return std::ranges::all_of(
+            all, [](const Subscriber& one) { return one.events + one.lost >= kEvents; });
     };
     while (!complete() && Clock::now() - start < std::chrono::seconds(60)) {
         for (; sent < kEvents && Clock::now() - start >= sent * kBetweenEvents; ++sent) {
@@ -196,10 +195,11 @@ void subscribe(const std::string& path, pid_t process) {
         events += one.events;
         lost += one.lost;
     }
-    std::printf("\n%d subscribers: %d events in %.2f s, %.0f a second; told %d, lost %d; "
-                "%.0f %% of a processor\n",
-                kSubscribers, sent, seconds, sent / seconds, events, lost,
-                100 * (processorSeconds(process) - before) / seconds);
+    std::printf(
+        "\n%d subscribers: %d events in %.2f s, %.0f a second; told %d, lost %d; "
+        "%.0f %% of a processor\n",
+        kSubscribers, sent, seconds, sent / seconds, events, lost,
+        100 * (processorSeconds(process) - before) / seconds);
     if (lost != 0 || events != kSubscribers * kEvents) fail("subscribers have missed something");
 }
 
