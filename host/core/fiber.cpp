@@ -1,10 +1,11 @@
-// Fibers on ucontext.
+// Switching of stacks. Not the C library's swapcontext(): it asks the kernel for the signal mask
+// with each switch, which is the same for all, and the address sanitizer complains of it.
 #include "host/core/fiber.h"
 
 #include <sys/mman.h>
-#include <ucontext.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <exception>
@@ -15,6 +16,35 @@
 #endif
 
 #include "console/error.h"
+
+#ifndef __i386__
+#error "a switch of stacks is written for i386"
+#endif
+
+// Keeps what a function has to preserve on the stack that is left, notes where that is, and takes
+// the same from the stack to go on with.
+asm(R"(
+    .text
+    .hidden pcsimSwitchStack
+    .globl pcsimSwitchStack
+    .type pcsimSwitchStack, @function
+pcsimSwitchStack:
+    movl 4(%esp), %eax
+    movl 8(%esp), %ecx
+    pushl %ebp
+    pushl %ebx
+    pushl %esi
+    pushl %edi
+    movl %esp, (%eax)
+    movl %ecx, %esp
+    popl %edi
+    popl %esi
+    popl %ebx
+    popl %ebp
+    ret
+    .size pcsimSwitchStack, . - pcsimSwitchStack
+)");
+extern "C" void pcsimSwitchStack(void** left, void* next);
 
 namespace pcsim::host {
 
@@ -103,7 +133,8 @@ struct Fiber::State {
     Stacks& stacks;
     char* stack;
     std::function<void()> work;
-    ucontext_t own = {}, resumer = {};
+    void* own = nullptr;  // where each of the two goes on
+    void* resumer = nullptr;
     bool begun = false, ended = false;
     Exceptions before;  // those of whoever resumed
     // For the sanitizer.
@@ -117,8 +148,18 @@ struct Fiber::State {
 
 namespace {
 
-// A new context takes no pointer with it, so its state waits here.
+// A new stack takes no pointer with it, so its fiber waits here.
 Fiber* beginning = nullptr;
+
+// What a switch takes from a stack that has not begun: four registers, 'entry', and no way back.
+// The stack is aligned as at a call.
+void* firstFrame(char* stack, void (*entry)()) {
+    auto* const top = reinterpret_cast<void**>(stack + Stacks::kSize);
+    constexpr int kRegisters = 4, kWords = kRegisters + 2;
+    std::fill(top - kWords, top, nullptr);
+    top[-2] = reinterpret_cast<void*>(entry);
+    return top - kWords;
+}
 
 }  // namespace
 
@@ -128,7 +169,7 @@ void Fiber::State::run() noexcept {
     work = nullptr;
     ended = true;
     leaveFor(nullptr, resumerStack, resumerSize);
-    setcontext(&resumer);
+    pcsimSwitchStack(&own, resumer);
 }
 
 Fiber::Fiber(Stacks& stacks, std::function<void()> work)
@@ -144,16 +185,12 @@ void Fiber::resume() {
     State& state = *state_;
     if (!state.begun) {
         state.begun = true;
-        getcontext(&state.own);
-        state.own.uc_stack.ss_sp = state.stack;
-        state.own.uc_stack.ss_size = Stacks::kSize;
         beginning = this;
-        makecontext(
-            &state.own, [] { beginning->state_->run(); }, 0);
+        state.own = firstFrame(state.stack, [] { beginning->state_->run(); });
     }
     state.before = State::Exceptions::now();
     leaveFor(&state.resumerFake, state.stack, Stacks::kSize);
-    swapcontext(&state.resumer, &state.own);
+    pcsimSwitchStack(&state.resumer, state.own);
     arrive(state.resumerFake, nullptr, nullptr);
     state.before = {};
 }
@@ -163,7 +200,7 @@ void Fiber::park() {
     if (State::Exceptions::now() != state.before)
         throw std::logic_error("what handles an exception can't wait for something else");
     leaveFor(&state.ownFake, state.resumerStack, state.resumerSize);
-    swapcontext(&state.own, &state.resumer);
+    pcsimSwitchStack(&state.own, state.resumer);
     arrive(state.ownFake, &state.resumerStack, &state.resumerSize);
 }
 

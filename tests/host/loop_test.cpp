@@ -497,6 +497,7 @@ TEST_F(LoopTest, WhatAWorkSpawnsBeginsInTheNextTurn) {
     loop.giveWay();
     EXPECT_EQ(begun, 2);
     begun = 1000;
+    loop.endSpawned();  // while what the last one uses is there
 }
 
 TEST_F(LoopTest, AThousandWorksWaitAndOneTooManyIsRefused) {
