@@ -8,6 +8,7 @@ Console::Console(Surroundings& time, EventLog& log) : surroundings(time), events
     addVariableVerbs(verbs);
     addRepeatVerbs(verbs);
     addWaitVerbs(verbs);
+    addContinuations(*this);
 }
 
 }  // namespace pcsim

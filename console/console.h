@@ -52,6 +52,9 @@ void addVariableVerbs(Verbs& verbs);
 void addRepeatVerbs(Verbs& verbs);
 void addWaitVerbs(Verbs& verbs);
 
+// What may follow in 'expect', 'wait' and 'help'.
+void addContinuations(Console& console);
+
 }  // namespace pcsim
 
 #endif

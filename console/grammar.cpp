@@ -100,6 +100,7 @@ private:
                 rest.push_back(word());
                 fit(Fit::kValue, word());
             }
+            result_.next.push_back(&element);  // it takes more
             return true;
         }
         if (!atEnd() && (element.word.empty() ? takeValue(element) : takeWord(element)))

@@ -160,7 +160,7 @@ Words candidatesBehind(Console& console, const Words& words, bool& files) {
     files = offers.files;
     for (const Offer& offer : offers.offers) {
         if (offer.values.empty()) {
-            candidates.push_back(offer.word);
+            if (offer.word.front() != '<') candidates.push_back(offer.word);
             continue;
         }
         for (std::string& value : valuesOf(console, offer.values))

@@ -40,6 +40,17 @@ void appendNames(std::string& names, const Table& table) {
     for (const Column& column : table.columns) appendName(names, std::string("ROW.") + column.key);
 }
 
+void appendPaths(std::vector<std::string>& paths, const Fields& fields, size_t) {
+    for (const Field& field : fields.fields) paths.emplace_back(field.key);
+}
+
+void appendPaths(std::vector<std::string>& paths, const Table& table, size_t most) {
+    paths.push_back(std::string(table.key) + ".count");
+    for (const auto& row : table.rows)
+        for (size_t i = 1; i < row.size() && paths.size() < most; ++i)
+            paths.push_back(row[0].plain() + "." + table.columns[i].key);
+}
+
 }  // namespace
 
 Cell::Cell() : text_("-") {}
@@ -145,6 +156,13 @@ std::string Report::names() const {
     for (const auto& section : sections_)
         std::visit([&](const auto& part) { appendNames(names, part); }, section);
     return names;
+}
+
+std::vector<std::string> Report::paths(size_t most) const {
+    std::vector<std::string> paths;
+    for (const auto& section : sections_)
+        std::visit([&](const auto& part) { appendPaths(paths, part, most); }, section);
+    return paths;
 }
 
 }  // namespace pcsim

@@ -132,6 +132,8 @@ public:
     const Table* tableCounted(const std::string& path) const;
     // What at() would find, a row for each: "ports.ROW.link", with its title and its section's.
     Table keys() const;
+    // Paths of all values that there are, at most so many.
+    std::vector<std::string> paths(size_t most) const;
     // What at() would find, for a message: "model, ports.count, ports.ROW.link, ...".
     std::string names() const;
 

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "console/relation.h"
 #include "tests/console/session_support.h"
 
 namespace {
@@ -119,6 +120,33 @@ TEST_F(OffersTest, BehindABarFiltersAndBehindAnArrowFiles) {
     EXPECT_EQ(question("sh po > "), "  <file>  the name of a file\n");
     EXPECT_EQ(offered("show ports | count |"), "include exclude begin count json");
     EXPECT_EQ(offered("show ports >>"), " +files");
+}
+
+TEST_F(OffersTest, DemandsAreCompleted) {
+    unsigned asked = 0;
+    const auto report = [&](Call&) {
+        ++asked;
+        return Report(Fields{"f", "", {{"speed", "Speed", 1}}})
+            .add(Table{"links", "", {{"port", ""}, {"link", ""}}, {{"1:1", "up"}}, "", ""});
+    };
+    console.verbs.show("show links", "links", report);
+    console.verbs.show("links forget", "the same, and forget it", report);
+    EXPECT_EQ(offered("expect"), "error show event no");
+    EXPECT_EQ(offered("wait show"), "ports port fdb links");
+    EXPECT_EQ(offered("wait show links"), "--");
+    EXPECT_EQ(offered("expect no"), "event");
+    EXPECT_EQ(asked, 0u);
+    EXPECT_EQ(offered("expect sh links --"), "speed links.count 1:1.link");
+    EXPECT_EQ(asked, 1u);
+    EXPECT_EQ(offered("expect links forget --"), "");
+    EXPECT_EQ(question("expect links forget -- "), "  <value>  a value of the report\n");
+    EXPECT_EQ(asked, 1u);
+    EXPECT_EQ(offered("expect show links -- speed"), joinWords(Relation::names()));
+    EXPECT_EQ(offered("expect show links -- links.count"), joinWords(Relation::names()) + " where");
+    EXPECT_EQ(offered("expect show links -- speed is 1"), "and or within");
+    EXPECT_EQ(offered("expect show links -- speed is 1 and"), "speed links.count 1:1.link");
+    EXPECT_EQ(offered("help show"), "ports port fdb links");
+    EXPECT_EQ(question("expect event "), "  <text>  a part of an event\n");
 }
 
 TEST_F(OffersTest, CompletionOffersWordsValuesAndFiles) {
