@@ -26,7 +26,7 @@ def check(good, what):
 class Terminal:
     """pcsim on a terminal of its own, which it shares with this program."""
 
-    def __init__(self, home):
+    def __init__(self, home, variables=None):
         self.screen, self.terminal = pty.openpty()
         self.pending = ""  # printed, not yet looked at
 
@@ -35,6 +35,7 @@ class Terminal:
             fcntl.ioctl(0, termios.TIOCSCTTY, 0)
 
         environment = dict(os.environ, HOME=home, TERM="dumb", COLUMNS="80", LINES="24")
+        environment.update(variables or {})
         self.pcsim = subprocess.Popen(
             [sys.argv[1], "--lab", "4", "--quiet"], stdin=self.terminal, stdout=self.terminal,
             stderr=self.terminal, preexec_fn=take, env=environment)
@@ -158,6 +159,41 @@ def command_is_interrupted(terminal):
     terminal.until(PROMPT)
 
 
+def everything_fits(terminal):
+    """At any width; what fits is not cut, and nothing folds that needn't."""
+    row = re.compile(r"^  1:1   eth1  +enabled  +up  +100  full    pause  +1$", re.MULTILINE)
+    for columns in (40, 80, 200):
+        fcntl.ioctl(terminal.terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
+        for command in ("show ports", "show slots", "show events", "help", "?"):
+            terminal.send(f"{command}\necho .end.\n")
+            text = terminal.until("\n.end.").replace("\r", "")
+            terminal.until(PROMPT)
+            lines = [line for line in text.split("\n")[1:] if not line.startswith(PROMPT)]
+            longest = max(lines, key=len)
+            check(len(longest) <= columns, f"'{command}' at {columns} columns: {longest!r}")
+            if command == "show ports":
+                folded = "  Port       1:1\n" in text
+                check(folded == (columns == 40) and bool(row.search(text)) != folded,
+                      f"the front panel at {columns} columns: {text!r}")
+            check(columns != 200 or "cut to fit" not in text, f"'{command}' is cut: {text!r}")
+
+
+def colours_are_for_terminals_that_have_them(folder):
+    for name, variables, wanted in (
+            ("xterm", {"TERM": "xterm", "NO_COLOR": ""}, True),
+            ("NO_COLOR", {"TERM": "xterm", "NO_COLOR": "1"}, False),
+            ("dumb", {"TERM": "dumb", "NO_COLOR": ""}, False)):
+        session = Terminal(folder, variables)
+        session.send("show ports\n")
+        text = session.until("Management")
+        check(("\x1b[32mup\x1b[0m" in text) == wanted, f"colours with {name}: {text!r}")
+        session.send("nonsense\n")
+        text = session.until("lists them all")
+        check(("\x1b[31merror: " in text) == wanted, f"an error with {name}: {text!r}")
+        session.send("exit\n")
+        check(session.status() == 0, f"with {name} the status is not 0")
+
+
 def prompt_tells_of_a_stopped_clock(terminal):
     terminal.send("time stop\n")
     terminal.until("pcsim (stopped ")
@@ -232,6 +268,7 @@ with tempfile.TemporaryDirectory() as folder:
     command_is_interrupted(session)
     prompt_comes_back_after_a_stop(session)
     prompt_tells_of_a_stopped_clock(session)
+    everything_fits(session)
     errors_wrap_at_words(session)
     session.send("exit\n")
     check(session.status() == 0, "'exit' did not end the session with 0")
@@ -244,6 +281,7 @@ with tempfile.TemporaryDirectory() as folder:
 
     history_is_kept(folder)
     no_home_is_no_error()
+    colours_are_for_terminals_that_have_them(folder)
 
 for failure in failures:
     print("FAILED:", failure)
