@@ -31,7 +31,8 @@ VALUES = {"port": "1:1", "ports": "1:1", "slot": "1", "slots": "1", "vlan": "1",
           "mac": "00:11:22:33:44:55", "group": "225.0.0.1", "source": "10.0.0.9",
           "prefix": "10.1.0.0/16", "address": "10.1.0.1", "device": "1", "type": "PCSimStack",
           "operation": "cardPortRestart", "word": "ports", "what...": "show ports",
-          "command...": "show ports", "other": "first", "file": "saved", "name": "first", "algorithm": "1", "component": "Sys"}
+          "command...": "show ports", "checkpoint": "first", "other": "first", "file": "saved",
+          "name": "first", "algorithm": "1", "component": "Sys"}
 # Values that are another's in one form.
 FORMS = {
     "show acl <name>": "show acl web", "acl load <name> <file>": "acl load web web.acl",
@@ -40,11 +41,9 @@ FORMS = {
     "acl counters <name> vlan <vlan> port <port> slot 0|1":
         "acl counters web vlan 1 port 1:1 slot 0",
     "fdb load <file>": "fdb load addresses", "fdb save <file>": "fdb save saved",
-    "mcast load <file> iif <iif>": "mcast load groups.txt iif 1",
+    "mcast load <file>": "mcast load groups.txt iif 1",
     "route load <file>": "route load routes", "route save <file>": "route save saved",
     "mcast save <file>": "mcast save saved",
-    "show checkpoint <name>": "show checkpoint first", "diff <name>": "diff first",
-    "diff <name> <other>": "diff first first", "restore <name>": "restore first",
     "load <file>": "load state",
 }
 LOADED = {"addresses": "00:11:22:33:44:57 1 1:1", "routes": "10.2.0.0/16",
