@@ -85,12 +85,12 @@ class TestStream:
                     break
         thread = threading.Thread(target=hear)
         thread.start()
-        for _ in range(100):
+        for _ in range(1000):
             switch.card(1).remove()
             switch.card(1).insert()
-            if heard:
+            thread.join(0.02)
+            if not thread.is_alive():
                 break
-        thread.join(20)
         assert heard[-1] == "Slot 1 PCSimStack removed"
 
     def test_it_ends_with_the_instance(self):
