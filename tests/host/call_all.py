@@ -18,7 +18,7 @@ import sys
 import tempfile
 from pathlib import Path
 
-from random_commands import typed
+from random_commands import typed_at_prompt
 
 VALUES = (
     (r"a port, ", ["1:1", "1:2", "trunk:1", "9:1", "0xffffffff", "0"]),
@@ -128,7 +128,7 @@ def checked(pcsim, options, title, calls, may_fail):
         if "moduleIoctl" in call:
             lines += RESTORED
     with tempfile.TemporaryDirectory() as work:
-        status, said = typed(pcsim, options, [*lines, *WORKS], work)
+        status, said = typed_at_prompt(pcsim, options, [*lines, *WORKS], work)
     answers = len(re.findall(r"^Call of ", said, re.MULTILINE))
     errors = re.findall(r"^error: .*$", said, re.MULTILINE)
     restored = 3 * sum("moduleIoctl" in call for call in calls)

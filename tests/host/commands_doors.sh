@@ -41,7 +41,7 @@ labs "there is no option --frobnicate; 'pcsim-lab --help' lists them" --frobnica
 
 # A packed script is a script; one that is cut is told where it ends.
 printf 'echo packed\nfrob\n' | gzip >"$scratch/script.gz"
-ends 1 "pcsim: $scratch/script.gz:2: 'frob' is not a verb; 'help' lists them all" --lab 1 \
+ends 1 "pcsim: $scratch/script.gz:2: 'frob' is not a verb; 'help' lists them all" --lab 1 --quiet \
     -f "$scratch/script.gz"
 printed packed "a packed script"
 { echo 'echo started'; seq 20000 | sed 's/^/# /'; } | gzip >"$scratch/whole.gz"

@@ -107,6 +107,11 @@ def commands(chance, pcsim, files, count):
 
 def typed(pcsim, options, lines, work):
     """Types the lines; returns what is wrong with that."""
+    return ended(*typed_at_prompt(pcsim, options, lines, work))
+
+
+def typed_at_prompt(pcsim, options, lines, work):
+    """Types the lines; returns the status and what was said."""
     terminal, inside = pty.openpty()
     home = dict(os.environ, HOME=work, TERM="dumb")
     with open(Path(work) / "said", "w+b") as said:
@@ -129,13 +134,16 @@ def typed(pcsim, options, lines, work):
             except subprocess.TimeoutExpired:
                 process.kill()
                 status = "no end within 100 s"
-        return ended(status, said)
+        return status, text_of(said)
 
 
-def ended(status, said):
-    """What is wrong with a status, or with what was said."""
+def text_of(said):
     said.seek(0)
-    text = said.read().decode(errors="replace")
+    return said.read().decode(errors="replace")
+
+
+def ended(status, text):
+    """What is wrong with a status, or with what was said."""
     wrong = status != 0 or "runtime error" in text
     return f"exit status {status}: {text[-4000:]}" if wrong else ""
 
@@ -171,7 +179,7 @@ def asked(pcsim, options, lines, work):
             except (Failed, OSError, subprocess.TimeoutExpired) as problem:
                 process.kill()
                 wrong, status = str(problem), process.wait()
-        return wrong or ended(status, said)
+        return wrong or ended(status, text_of(said))
 
 
 def answered(path, lines):
