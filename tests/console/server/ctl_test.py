@@ -173,7 +173,7 @@ def test_prompt(place: Place) -> None:
     with place.one() as instance:
         other = instance.client()
         terminal = Terminal(place, "one")
-        until(lambda: terminal.sees("one> "))
+        until(lambda: terminal.sees("one (stopped 0.000)> "))
         terminal.type("echo typed\r")
         until(lambda: terminal.sees("\ntyped\r\n"))
         terminal.type("show port 1:9\r")

@@ -193,11 +193,11 @@ def test_completion(place: Place) -> None:
         equal(client.result("complete", line="show port ")["candidates"], ["1:1", "1:2"])
         assert "ports" in client.result("question", line="show ", width=40)["text"]
         equal(client.result("question", line="echo why")["text"], None)
-        equal(client.result("prompt"), {"text": "one> "})
+        equal(client.result("prompt"), {"text": "one (stopped 0.000)> "})
         client.run("repeat 2")
         equal(client.result("prompt"), {"text": "...> "})
         equal(client.result("drop"), {})
-        equal(client.result("prompt"), {"text": "one> "})
+        equal(client.result("prompt"), {"text": "one (stopped 0.000)> "})
 
 
 def test_quit_and_shutdown(place: Place) -> None:
