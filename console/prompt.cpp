@@ -47,7 +47,11 @@ Prompt* PromptCallbacks::prompt = nullptr;
 std::vector<std::string> PromptCallbacks::candidates;
 
 Prompt::Prompt(Surroundings& surroundings, Output& output, TextSink& sink, PromptDoor& door)
-    : surroundings_(surroundings), output_(output), sink_(sink), door_(door) {
+    : surroundings_(surroundings),
+      output_(output),
+      sink_(sink),
+      door_(door),
+      pager_(surroundings, output) {
     PromptCallbacks::prompt = this;
 }
 
@@ -137,6 +141,7 @@ void Prompt::begin() {
     sink_.afterEvent = [this] {
         if (typing_) rl_forced_update_display();
     };
+    sink_.pager = [this](const std::string& text) { return !typing_ && pager_.show(text); };
     surroundings_.onContinue = [this] {
         if (!typing_) return;
         rl_deprep_terminal();
@@ -149,6 +154,7 @@ void Prompt::begin() {
 void Prompt::end() {
     surroundings_.onContinue = nullptr;
     sink_.beforeEvent = sink_.afterEvent = nullptr;
+    sink_.pager = nullptr;
     typing_ = false;
     rl_callback_handler_remove();
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "console/history.h"
+#include "console/pager.h"
 #include "console/surroundings.h"
 #include "console/text_sink.h"
 
@@ -81,6 +82,7 @@ private:
     TextSink& sink_;
     PromptDoor& door_;
     std::optional<History> history_;
+    Pager pager_;
     bool typing_ = false;  // a line is being typed, nothing runs
     bool ended_ = false;
 

@@ -3,11 +3,26 @@
 
 #include <unistd.h>
 
+#include <utility>
+
 #include "console/present.h"
 
 namespace pcsim {
 
 void TextSink::text(const std::string& text) {
+    if (text.empty()) return;
+    if (paging_) {
+        held_ += text;
+        return;
+    }
+    paging_ = true;
+    const bool shown = pager && pager(text);
+    paging_ = false;
+    if (!shown) print(text);
+    print(std::exchange(held_, ""));
+}
+
+void TextSink::print(const std::string& text) {
     if (text.empty()) return;
     if (separating_) output_.write("\n");
     separating_ = false;

@@ -35,11 +35,18 @@ public:
 
     // Set while a line is being typed: what to do before something is printed above it, and after.
     std::function<void()> beforeEvent, afterEvent;
+    // Shows a text that is too long for the screen; false: it is to be printed. What comes
+    // meanwhile is printed behind it.
+    std::function<bool(const std::string&)> pager;
 
 private:
+    void print(const std::string& text);
+
     Output& output_;
     bool printed_ = false;     // since the last separation
     bool separating_ = false;  // a blank line is owed
+    bool paging_ = false;
+    std::string held_;  // until the pager has ended
 };
 
 }  // namespace pcsim

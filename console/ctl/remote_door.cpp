@@ -19,7 +19,7 @@ std::string workingFolder() {
 RemoteDoor::RemoteDoor(Link& link, TextSink& sink, Surroundings& surroundings)
     : link_(link), sink_(sink), surroundings_(surroundings), folder_(workingFolder()) {
     link_.onNotification = [this](const Reply& notification) { tell(notification); };
-    surroundings_.watch(link_.descriptor(), [this] { readBetween(); });
+    watch();
 }
 
 RemoteDoor::~RemoteDoor() {
@@ -37,6 +37,10 @@ void RemoteDoor::tell(const Reply& notification) {
     if (above && sink_.afterEvent) sink_.afterEvent();
 }
 
+void RemoteDoor::watch() {
+    surroundings_.watch(link_.descriptor(), [this] { readBetween(); });
+}
+
 void RemoteDoor::readBetween() {
     try {
         while (const auto notification = link_.next(0)) tell(*notification);
@@ -52,7 +56,17 @@ std::string RemoteDoor::promptText() {
     return ended_ ? "" : link_.result("prompt", {}).text("result/text").value_or("> ");
 }
 
+// What a line prints may take its time to be looked at, in a pager: its answer is nobody else's.
 void RemoteDoor::run(const std::string& line) {
+    const struct Alone {
+        RemoteDoor& door;
+        explicit Alone(RemoteDoor& one) : door(one) {
+            door.surroundings_.unwatch(door.link_.descriptor());
+        }
+        ~Alone() { door.watch(); }
+        Alone(const Alone&) = delete;
+        Alone& operator=(const Alone&) = delete;
+    } alone(*this);
     const Asked asked = Asked().text("line", line).text("folder", folder_).flag("stream", true);
     ended_ = link_.result("run", asked).flag("result/ended");
 }

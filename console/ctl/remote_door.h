@@ -24,6 +24,7 @@ public:
 
 private:
     void tell(const Reply& notification);
+    void watch();
     void readBetween();
 
     Link& link_;

@@ -34,7 +34,8 @@ class Terminal:
             os.setsid()
             fcntl.ioctl(0, termios.TIOCSCTTY, 0)
 
-        environment = dict(os.environ, HOME=home, TERM="dumb", COLUMNS="80", LINES="24")
+        environment = dict(os.environ, HOME=home, TERM="dumb", COLUMNS="80", LINES="24",
+                           PCSIM_PAGER="")
         environment.update(variables or {})
         self.pcsim = subprocess.Popen(
             [sys.argv[1], "--lab", "4", "--quiet"], stdin=self.terminal, stdout=self.terminal,
@@ -194,6 +195,49 @@ def colours_are_for_terminals_that_have_them(folder):
         check(session.status() == 0, f"with {name} the status is not 0")
 
 
+def paging(folder, pager, rows=12):
+    """A prompt on a small screen."""
+    session = Terminal(folder, {"PCSIM_PAGER": pager, "TERM": "xterm"})
+    fcntl.ioctl(session.terminal, termios.TIOCSWINSZ, struct.pack("HHHH", rows, 80, 0, 0))
+    return session
+
+
+def long_reports_are_paged(folder):
+    session = paging(folder, "sed s/^/paged:/")
+    session.send("help\n")
+    text = session.until(PROMPT)
+    check("\npaged:  help " in text and "\n  help " not in text, f"help isn't paged: {text[-500:]!r}")
+    session.send("show trunks\n")
+    text = session.until(PROMPT)
+    check("Trunks" in text and "paged:" not in text, f"what fits the screen is paged: {text!r}")
+    session.send("exit\n")
+    check(session.status() == 0, "after a pager the status is not 0")
+
+
+def time_goes_on_while_a_page_is_read(folder):
+    """What happens meanwhile is told behind the page, and Ctrl-C is the pager's."""
+    session = paging(folder, "trap 'echo -caught-' INT; cat >/dev/null; sleep 3; echo -read-")
+    session.send("events on\ncable 1 pull\nhelp\n")
+    time.sleep(1)
+    session.send("\x03")
+    text = session.until("Port 1:1 link down")
+    check("-caught-" in text and "-read-" in text, f"the event is not behind the page: {text!r}")
+    session.until(PROMPT)
+    session.send("exit\n")
+    check(session.status() == 0, "after Ctrl-C in a pager the status is not 0")
+
+
+def less_pages(folder):
+    session = paging(folder, "less -X")
+    session.send("help\n")
+    session.until("help about")
+    session.until("\x1b[K")
+    session.send("q")
+    session.until(PROMPT)
+    session.send("exit\n")
+    check(session.status() == 0, "after less the status is not 0")
+
+
 def prompt_tells_of_a_stopped_clock(terminal):
     terminal.send("time stop\n")
     terminal.until("pcsim (stopped ")
@@ -279,6 +323,9 @@ with tempfile.TemporaryDirectory() as folder:
     status = session.status()
     check(status == 1, f"SIGTERM at the prompt: status {status}, not 1")
 
+    long_reports_are_paged(folder)
+    time_goes_on_while_a_page_is_read(folder)
+    less_pages(folder)
     history_is_kept(folder)
     no_home_is_no_error()
     colours_are_for_terminals_that_have_them(folder)
