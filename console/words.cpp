@@ -33,11 +33,9 @@ public:
             if (c == '"') {
                 quoted_ = !quoted_;
                 open_ = literal_ = true;
-            } else if (quoted_) {
-                add(c);
-            } else if (c == '#' && !open_) {
+            } else if (!quoted_ && c == '#' && !open_) {
                 break;
-            } else if (kBetweenWords.find(c) != kBetweenWords.npos) {
+            } else if (!quoted_ && kBetweenWords.find(c) != kBetweenWords.npos) {
                 finishWord();
             } else {
                 add(c);

@@ -10,6 +10,8 @@
 namespace pcsim {
 
 struct Parameters::Value {
+    explicit Value(nlohmann::json one) : object(std::move(one)) {}
+
     nlohmann::json object;
 };
 
@@ -179,7 +181,8 @@ std::optional<std::vector<std::string>> Parameters::texts(const char* name) cons
 }
 
 void Parameters::check(const std::string& method, std::span<const Parameter> known) const {
-    for (const auto& [name, value] : value_->object.items()) {
+    for (const auto& item : value_->object.items()) {
+        const std::string& name = item.key();
         if (std::ranges::any_of(known, [&](const Parameter& one) { return name == one.name; }))
             continue;
         std::string names;

@@ -49,10 +49,12 @@ void AclManager::tellDeleted(Lines& lines) const {
 
 void AclManager::running(Lines& lines) {
     tellDeleted(lines);
-    for (const auto& [name, list] : lists_)
-        tellList(lines, *list, [&](const std::string& line) {
-            lines.replace(line, "acl delete " + quotedWord(list->name));
+    for (const auto& named : lists_) {
+        const auto& list = *named.second;
+        tellList(lines, list, [&](const std::string& line) {
+            lines.replace(line, "acl delete " + quotedWord(list.name));
         });
+    }
     for (const auto& [place, list] : bindings_)
         if (!list->deleted)
             lines.add("acl bind " + bindingText(*list, place),
