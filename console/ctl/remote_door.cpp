@@ -67,7 +67,9 @@ void RemoteDoor::run(const std::string& line) {
         Alone(const Alone&) = delete;
         Alone& operator=(const Alone&) = delete;
     } alone(*this);
-    const Asked asked = Asked().text("line", line).text("folder", folder_).flag("stream", true);
+    Asked asked = Asked().text("line", line).text("folder", folder_).flag("stream", true);
+    const Page page = sink_.page();
+    if (page.terminal) asked.number("width", page.width).flag("coloured", page.coloured);
     ended_ = link_.result("run", asked).flag("result/ended");
 }
 

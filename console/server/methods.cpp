@@ -20,7 +20,9 @@ constexpr Parameter kFolder{"folder", "text", true,
 constexpr Parameter kRunTakes[] = {
     kLine,
     kFolder,
-    {"stream", "yes or no", true, "tell what is printed at once, as notifications"}};
+    {"stream", "yes or no", true, "tell what is printed at once, as notifications"},
+    {"width", "number", true, "columns of the terminal that the text is for: nothing is wider"},
+    {"coloured", "yes or no", true, "colour what needs a look"}};
 constexpr Parameter kBatchTakes[] = {
     {"lines", "texts", false, "lines of the console"},
     kFolder,
@@ -34,7 +36,6 @@ constexpr Parameter kCancelTakes[] = {{"stream", "number", false, "what events a
 constexpr Parameter kCompleteTakes[] = {kLine, kFolder};
 constexpr Parameter kQuestionTakes[] = {
     kLine, {"width", "number", true, "columns that the text may have; 80 without it"}};
-constexpr uint64_t kColumns = 80;
 
 // The line's relative names start there until it is over.
 class InFolder {
@@ -54,14 +55,25 @@ private:
     bool entered_;
 };
 
+constexpr uint64_t kMostColumns = 10000;
+
 std::string outcomeOf(const RequestSink& sink, bool streams) {
     return "\"text\":" + jsonString(streams ? "" : sink.printed()) + ",\"data\":" + sink.data();
+}
+
+size_t columnsOf(const Parameters& given) {
+    const uint64_t columns = given.number("width").value_or(kTerminalWidth);
+    return static_cast<size_t>(std::clamp<uint64_t>(columns, 1, kMostColumns));
+}
+
+Page pageOf(const Parameters& given) {
+    return {columnsOf(given), given.number("width").has_value(), given.flag("coloured")};
 }
 
 std::string run(Connection& connection, const Parameters& given) {
     const std::string line = given.neededText("line");
     const bool streams = given.flag("stream");
-    connection.sink().start(streams);
+    connection.sink().start(streams, pageOf(given));
     const InFolder inside(connection.hub().console.surroundings, given.text("folder"));
     connection.session().run(line);
     return "{" + outcomeOf(connection.sink(), streams) +
@@ -179,8 +191,8 @@ std::string complete(Connection& connection, const Parameters& given) {
 }
 
 std::string question(Connection& connection, const Parameters& given) {
-    const auto width = static_cast<size_t>(given.number("width").value_or(kColumns));
-    const auto text = SessionDoor(connection.session()).following(given.neededText("line"), width);
+    const auto text =
+        SessionDoor(connection.session()).following(given.neededText("line"), columnsOf(given));
     return "{\"text\":" + (text ? jsonString(*text) : "null") + "}";
 }
 

@@ -24,9 +24,10 @@ bool wantsJson(const std::string& line) {
 
 }  // namespace
 
-void RequestSink::start(bool streams) {
+void RequestSink::start(bool streams, const Page& page) {
     gathering_ = true;
     streams_ = streams;
+    page_ = page;
     text_.clear();
     answers_.clear();
 }
@@ -59,7 +60,7 @@ void RequestSink::text(const std::string& text) {
 
 void RequestSink::answer(const Report& report) {
     const bool json = !running_.empty() && running_.back().wantsJson;
-    const std::string shown = json ? report.json() : report.text();
+    const std::string shown = json ? report.json() : report.text(page_);
     if (gathering_ && !running_.empty())
         answers_.push_back({running_.back().text, report.json(Report::Json::kCompact), shown});
     text(shown);

@@ -18,8 +18,8 @@ public:
     explicit RequestSink(Output output) : output_(std::move(output)) {}
 
     // From here on what comes of lines belongs to one answer. With 'streams' the text goes out at
-    // once.
-    void start(bool streams);
+    // once. It is made for 'page'.
+    void start(bool streams, const Page& page = {});
     // What it came to: JSON of the reports (null without one), and all that was printed.
     std::string data() const;
     const std::string& printed() const { return text_; }
@@ -35,6 +35,7 @@ public:
     void problem(const Problem&) override {}
     bool structured() const override { return true; }
     bool takesLines() const override { return true; }
+    size_t width() const override { return page_.width; }
 
 private:
     struct Answered {
@@ -48,6 +49,7 @@ private:
     Output output_;
     bool gathering_ = false;
     bool streams_ = false;
+    Page page_;
     std::string text_;
     std::vector<Answered> answers_;
     std::vector<Line> running_;  // scripts have lines in lines

@@ -2,6 +2,7 @@
 """The socket of an instance, as clients use it: server_test.py PCSIM [CASE...]"""
 import json
 import os
+import re
 import signal
 import subprocess
 import time
@@ -192,6 +193,9 @@ def test_completion(place: Place) -> None:
         equal(found["from"], 5)
         equal(client.result("complete", line="show port ")["candidates"], ["1:1", "1:2"])
         assert "ports" in client.result("question", line="show ", width=40)["text"]
+        narrow = client.result("run", line="show ports", width=40, coloured=True)["text"]
+        assert "  Port       1:1\n" in narrow and "\x1b[32mup\x1b[0m" in narrow, narrow
+        assert max(map(len, re.sub("\x1b[^m]*m", "", narrow).split("\n"))) <= 40, narrow
         equal(client.result("question", line="echo why")["text"], None)
         equal(client.result("prompt"), {"text": "one (stopped 0.000)> "})
         client.run("repeat 2")
