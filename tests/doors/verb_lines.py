@@ -169,6 +169,7 @@ LINES = (
     "call slot.cardPortLinkInfo portInstance 2:1",
     "call cardPifCreate pif 2:2 as mine",
     "show handles",
+    "call cardPifDelete handle mine pif.hwHandle mine",
     "forget mine",
     "show coverage",
     "record calls.rec",
