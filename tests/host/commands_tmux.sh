@@ -47,6 +47,10 @@ looks() {
 
 "$pcsim" --lab 4 --quiet --name one --serve &
 served=$!
+for _ in $(seq 200); do
+    [ "$("$folder/pcsimctl" --names)" = one ] && break
+    sleep 0.1
+done
 for columns in 40 80 200; do looks "'$folder/pcsimctl' one"; done
 kill $served
 wait $served
