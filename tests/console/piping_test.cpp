@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <iterator>
@@ -15,7 +16,8 @@ namespace {
 using namespace pcsim;
 
 struct PipingTest : SessionTest {
-    std::string path = testing::TempDir() + "piping_test.txt";
+    // Of this process alone: the tests run beside each other.
+    std::string path = testing::TempDir() + "piping_test." + std::to_string(getpid());
 
     PipingTest() {
         std::remove(path.c_str());
