@@ -5,19 +5,20 @@
 #
 # usage: cards.sh REPLAY_RECORDING LIBRARY RECORDING.gz
 set -euo pipefail
+# shellcheck source=tests/host/empty_network.sh
+. "$(dirname "$(readlink -f "$0")")/../../host/empty_network.sh"
 replay=$1 library=$2 packed=$3
 fail() { echo "FAILED: $*"; exit 1; }
 skip() { echo "skipped: $*"; exit 77; }
 
 [ -e "$packed" ] || skip "the virtual machine has left no recording (test vm.cards)"
-unshare --user --map-root-user --net true 2>/dev/null ||
+empty_network true 2>/dev/null ||
     skip "this machine cannot make a network namespace"
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 gzip -dc "$packed" >"$scratch/cards.rec"
 
-# In a network without interfaces.
-alone() { (cd / && unshare --user --map-root-user --net "$replay" "$scratch/cards.rec" "$@"); }
+alone() { (cd / && empty_network "$replay" "$scratch/cards.rec" "$@"); }
 
 answer=$(alone "$library" --keep-going) || fail "the replay says: $(tail -5 <<<"$answer")"
 [[ $answer =~ ^([0-9]+)" calls, no difference"$ ]] || fail "the replay says: $answer"

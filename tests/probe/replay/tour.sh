@@ -8,6 +8,8 @@ set -euo pipefail
 pcsim=$1 replay=$2 library=$3 tours=$4
 # shellcheck source=tests/host/need_lab.sh
 . "$(dirname "$(readlink -f "$0")")/../../host/need_lab.sh"
+# shellcheck source=tests/host/empty_network.sh
+. "$(dirname "$(readlink -f "$0")")/../../host/empty_network.sh"
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 fail() { echo "FAILED: $*"; exit 1; }
@@ -21,8 +23,7 @@ record() {
         { tail -5 "$scratch/out"; fail "the tour $tour"; }
 }
 
-# In a network without interfaces.
-alone() { (cd / && unshare --user --map-root-user --net "$@"); }
+alone() { (cd / && empty_network "$@"); }
 
 same() {
     local answer
