@@ -68,6 +68,7 @@ void Prompt::lineEntered(char* text) {
     if (text == nullptr) {
         sink_.text("\n");
         ended_ = true;
+        end();
         return;
     }
     const std::string line = text;
@@ -81,6 +82,10 @@ void Prompt::lineEntered(char* text) {
         sink_.text(problemText(error) + "\n");
     } catch (const OutputError&) {
         // The prompt ends with it.
+    }
+    if (door_.ended()) {
+        end();
+        return;
     }
     rl_set_prompt(door_.promptText().c_str());
     typing_ = true;
@@ -151,6 +156,7 @@ void Prompt::begin() {
     surroundings_.forgetInterrupt();
 }
 
+// A handler that is still there when a line has ended the session shows one more prompt behind it.
 void Prompt::end() {
     surroundings_.onContinue = nullptr;
     sink_.beforeEvent = sink_.afterEvent = nullptr;

@@ -57,6 +57,12 @@ class Terminal:
         text, found, self.pending = self.pending.partition(wanted)
         return text + found
 
+    def rest(self):
+        """What else is printed, when nothing more can come."""
+        while select.select([self.screen], [], [], 0)[0]:
+            self.pending += os.read(self.screen, 512).decode(errors="replace")
+        return self.pending
+
     def status(self):
         try:
             return self.pcsim.wait(TIMEOUT)
@@ -265,6 +271,16 @@ def history_is_kept(folder):
     check(lines[-9:-1] == typed, f"the history ends in {lines[-9:]!r}, not {typed!r}")
 
 
+def end_leaves_no_prompt(folder):
+    for way in ("quit\n", "exit 0\n", "shutdown\n", "\x04"):
+        session = Terminal(folder)
+        session.send(way)
+        check(session.status() == 0, f"after {way!r} the status is not 0")
+        text = session.rest()
+        check(PROMPT not in text, f"after {way!r} a prompt is left: {text!r}")
+        check(text.endswith("\r\n"), f"after {way!r} the line is not ended: {text!r}")
+
+
 def no_home_is_no_error():
     for home in ("/nowhere", ""):
         session = Terminal(home)
@@ -327,6 +343,7 @@ with tempfile.TemporaryDirectory() as folder:
     time_goes_on_while_a_page_is_read(folder)
     less_pages(folder)
     history_is_kept(folder)
+    end_leaves_no_prompt(folder)
     no_home_is_no_error()
     colours_are_for_terminals_that_have_them(folder)
 
