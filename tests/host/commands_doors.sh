@@ -90,16 +90,8 @@ assert [len(line["data"]["ports"]) for line in json.load(sys.stdin)] == [2]' || 
 # A signal ends what waits, and nothing runs after it.
 for name in INT TERM; do
     for command in 'sleep 60000' 'wait event "never" within 60000'; do
-        "$pcsim" --lab 1 -x 'echo started' -x "$command" -x 'echo too far' \
-            >"$scratch/out" 2>"$scratch/err" &
-        process=$!
-        for _ in $(seq 100); do
-            grep -q started "$scratch/out" && break
-            sleep 0.1
-        done
-        kill -$name $process
-        wait $process
-        said $? 1 "pcsim: interrupted" "SIG$name during $command"
+        interrupted $name "during $command" \
+            --lab 1 -x 'echo started' -x "$command" -x 'echo too far'
         grep -q 'too far' "$scratch/out" && problem "a command ran after SIG$name"
     done
 done

@@ -67,16 +67,8 @@ ends 1 "pcsim: $scratch/failing:3: expected show ports -- count at-least 3, but 
 time_before=$(date +%s)
 succeeds 'repeat 1000000' 'end'
 [ $(($(date +%s) - time_before)) -lt 20 ] || problem "a million empty turns took too long"
-"$pcsim" "${options[@]}" -x 'echo started' -x 'repeat 1000000' -x 'show family' -x end \
-    >"$scratch/out" 2>"$scratch/err" &
-process=$!
-for _ in $(seq 100); do
-    grep -q started "$scratch/out" && break
-    sleep 0.1
-done
-kill -INT $process
-wait $process
-said $? 1 "pcsim: interrupted" "SIGINT in a block"
+interrupted INT "in a block" \
+    "${options[@]}" -x 'echo started' -x 'repeat 1000000' -x 'show family' -x end
 
 # A load runs its lines by itself, so a block in it has no end.
 script state 'vlan create 5' 'repeat 2' 'vlan create 6' 'end'
@@ -146,16 +138,8 @@ ends 1 "pcsim: library /nowhere.so can't be opened: No such file or directory; b
     --library /nowhere.so "${with_reports[@]}" -x 'echo a'
 reports 'same([name for _, name, _ in tap], ["run"]); same(junit[0][2]["kind"], "error")'
 for name in INT TERM; do
-    "$pcsim" --lab 1 "${with_reports[@]}" -x 'expect event "boot"' -x 'echo started' \
-        -x 'wait event "never" within 60000' >"$scratch/out" 2>"$scratch/err" &
-    process=$!
-    for _ in $(seq 100); do
-        grep -q started "$scratch/out" && break
-        sleep 0.1
-    done
-    kill -$name $process
-    wait $process
-    said $? 1 "pcsim: interrupted" "SIG$name with reports"
+    interrupted $name "with reports" --lab 1 "${with_reports[@]}" -x 'expect event "boot"' \
+        -x 'echo started' -x 'wait event "never" within 60000'
     reports 'same([good for good, _, _ in tap], [True, False]); same(tap[1][2]["message"], "interrupted")'
 done
 

@@ -64,6 +64,22 @@ said() {
         problem "'$4' said: $(cat "$scratch/err")"$'\n'"  instead of: $3"
 }
 
+# interrupted SIGNAL WHAT ARGUMENT...: pcsim, once it has printed "started", ends with 1 at the signal
+# and says why.
+interrupted() {
+    local signal=$1 what=$2 process
+    shift 2
+    "$pcsim" "$@" >"$scratch/out" 2>"$scratch/err" &
+    process=$!
+    for _ in $(seq 200); do
+        grep -q started "$scratch/out" && break
+        sleep 0.05
+    done
+    kill "-$signal" $process
+    wait $process
+    said $? 1 "pcsim: interrupted" "SIG$signal $what"
+}
+
 # answers PATTERN COMMAND...: all commands succeed, and a line that matches is printed.
 answers() {
     local pattern=$1
