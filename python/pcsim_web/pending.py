@@ -1,0 +1,95 @@
+"""What a page has yet to be told. It is merged while the page, or the network, is busy: of documents
+and rates the newest counts, and of too many events the last ones are told and the rest counted."""
+from __future__ import annotations
+
+import asyncio
+import time
+from collections import Counter, deque
+from typing import Any, Mapping
+
+from .feed import Feed
+
+JSON = Any
+EVENTS_AT_ONCE = 100
+SHORTEST_S = 0.05  # between two messages
+
+
+class Pending:
+    """The news for one page about one instance. `take` waits for some."""
+
+    def __init__(self) -> None:
+        self._some = asyncio.Event()
+        self._last = 0.0
+        self.forget()
+
+    def forget(self) -> None:
+        """Nothing of what was before: another instance is looked at, or all is told anew."""
+        self._shows: set[str] = set()
+        self._events: deque[Mapping[str, JSON]] = deque()
+        self._summed: Counter[str] = Counter()
+        self._lost = 0
+        self._rates: dict[str, JSON] | None = None
+        self._whole = False
+
+    def whole(self) -> None:
+        """All of it, from the beginning."""
+        self.forget()
+        self._whole = True
+        self._some.set()
+
+    def changed(self, names: set[str]) -> None:
+        """These shows have other documents, or none has and the clock has gone on."""
+        self._shows |= names
+        self._some.set()
+
+    def happened(self, event: Mapping[str, JSON]) -> None:
+        """An event. Beyond so many the oldest is only counted."""
+        self._events.append(event)
+        if len(self._events) > EVENTS_AT_ONCE:
+            self._summed[self._events.popleft()["source"]] += 1
+        self._some.set()
+
+    def lost(self, count: int) -> None:
+        """Events that nobody can tell any more."""
+        self._lost += count
+        self._some.set()
+
+    def measured(self, moment: float, rates: Mapping[str, list[float]]) -> None:
+        """Rates of the ports."""
+        self._rates = {"at": round(moment, 3),
+                       "ports": {port: [round(value, 1) for value in values]
+                                 for port, values in rates.items() if any(values)}}
+        self._some.set()
+
+    async def take(self, feed_of: Any) -> dict[str, JSON]:
+        """The next message. It waits for news, and a moment after the message before."""
+        while True:
+            await self._some.wait()
+            rest = self._last + SHORTEST_S - time.monotonic()
+            if rest > 0:
+                await asyncio.sleep(rest)
+            self._some.clear()
+            feed: Feed | None = feed_of()
+            if feed is not None:
+                self._last = time.monotonic()
+                return self._message(feed)
+
+    def _message(self, feed: Feed) -> dict[str, JSON]:
+        message: dict[str, JSON] = {
+            "tell": "news", "instance": feed.name, "alive": feed.alive,
+            "now": {"at": round(feed.status_at, 3), "timeMs": feed.status.get("timeMs", 0),
+                    "stopped": feed.status.get("stopped", False)}}
+        if self._whole:
+            # Of the past the last events are enough to begin with; the page asks for older ones.
+            message |= {"whole": True, "shows": dict(feed.shows),
+                        "events": list(feed.events)[-EVENTS_AT_ONCE:],
+                        "history": feed.history.first()}
+        else:
+            message |= {"shows": {name: feed.shows[name] for name in self._shows
+                                  if name in feed.shows}}
+            message |= {"events": list(self._events)} if self._events else {}
+            message |= {"summed": dict(self._summed)} if self._summed else {}
+            message |= {"lost": self._lost} if self._lost else {}
+            message |= {"rates": self._rates} if self._rates is not None else {}
+        self.forget()
+        return message

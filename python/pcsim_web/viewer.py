@@ -1,0 +1,265 @@
+"""One page: what it asks, and what it is told without asking.
+
+A page sends {"id": N, "do": ..., ...} and gets {"id": N, "answer": ...} or {"id": N, "error":
+{"message", "right"}}. What it is told has "tell" instead: "hello" once, "instances" whenever one
+comes, goes or changes, "news" of the instance that it looks at, "output" of a line that runs.
+"""
+from __future__ import annotations
+
+import asyncio
+import contextlib
+import json
+import logging
+from typing import Any, Awaitable, Callable, Mapping
+
+from aiohttp import WSMsgType, web
+from pcsim.async_connection import AsyncConnection
+from pcsim.errors import ConnectionLost, Error
+from pcsim.places import socket_of
+from pcsim.protocol import Call, Notified
+
+from . import tables
+from .feed import Feed
+from .instances import Instances
+from .pending import Pending
+from .problems import Problem, number_in, told, text_in
+
+JSON = Any
+LOG = logging.getLogger("pcsim-web")
+MOST_QUESTIONS = 64  # of a page at once
+WIDEST = 1000
+MOST_PORTS = 128  # whose rates are asked for at once
+
+
+class Viewer:
+    """A page that is open. It is a Looker of the instance it shows."""
+
+    def __init__(self, socket: web.WebSocketResponse, instances: Instances,
+                 read_only: bool) -> None:
+        self._socket = socket
+        self._instances = instances
+        self._read_only = read_only
+        self._feed: Feed | None = None
+        self._pending = Pending()
+        self._sessions: dict[tuple[str, str], AsyncConnection] = {}
+        self._questions: set[asyncio.Task[None]] = set()
+        self._handlers: dict[str, Callable[[Mapping[str, JSON]], Awaitable[JSON]]] = {
+            "look": self._look, "run": self._run, "table": self._table, "at": self._at,
+            "rates": self._rates, "events": self._events, "complete": self._complete,
+            "question": self._question, "prompt": self._prompt, "interrupt": self._interrupt,
+            "describe": self._describe}
+
+    async def serve(self) -> None:
+        """Until the page is closed."""
+        telling = asyncio.ensure_future(self._tell())
+        self._instances.watchers.add(self.instances_changed)
+        try:
+            await self._send({"tell": "hello", "readOnly": self._read_only})
+            self.instances_changed()
+            async for message in self._socket:
+                if message.type != WSMsgType.TEXT:
+                    await self._send(_refusal(Problem("this message is binary", "JSON as text")))
+                    continue
+                await self._asked(message.data)
+        finally:
+            self._instances.watchers.discard(self.instances_changed)
+            self._leave()
+            for task in [telling, *self._questions]:
+                task.cancel()
+            await asyncio.gather(telling, *self._questions, return_exceptions=True)
+            for session in self._sessions.values():
+                await session.close()
+
+    # --- What it is told -------------------------------------------------------------------------
+
+    def changed(self, feed: Feed, names: set[str]) -> None:
+        """As a Looker."""
+        self._pending.changed(names)
+
+    def happened(self, feed: Feed, event: Mapping[str, JSON]) -> None:
+        """As a Looker."""
+        self._pending.happened(event)
+
+    def lost(self, feed: Feed, count: int) -> None:
+        """As a Looker."""
+        self._pending.lost(count)
+
+    def measured(self, feed: Feed, moment: float, rates: Mapping[str, list[float]]) -> None:
+        """As a Looker."""
+        self._pending.measured(moment, rates)
+
+    def lives(self, feed: Feed) -> None:
+        """As a Looker."""
+        self._pending.whole()
+
+    def instances_changed(self) -> None:
+        """The list of instances has another content."""
+        self._spawn(self._send({"tell": "instances", "instances": self._instances.told()}))
+
+    async def _tell(self) -> None:
+        with contextlib.suppress(ConnectionError):
+            while True:
+                await self._send(await self._pending.take(lambda: self._feed))
+
+    async def _send(self, message: Mapping[str, JSON]) -> None:
+        if not self._socket.closed:
+            await self._socket.send_str(json.dumps(message, separators=(",", ":")))
+
+    # --- What it asks ----------------------------------------------------------------------------
+
+    async def _asked(self, text: str) -> None:
+        try:
+            message = json.loads(text)
+            if not isinstance(message, dict) or not isinstance(message.get("id"), int):
+                raise ValueError
+        except (ValueError, RecursionError):
+            await self._send(_refusal(Problem("this is no question",
+                                              'an object with "id" and "do"')))
+            return
+        if len(self._questions) >= MOST_QUESTIONS:
+            await self._send({"id": message["id"], "error": told(Problem(
+                f"{MOST_QUESTIONS} questions are open already", "to wait for their answers"))})
+            return
+        self._spawn(self._answer(message))
+
+    def _spawn(self, work: Awaitable[None]) -> None:
+        task = asyncio.ensure_future(work)
+        self._questions.add(task)
+        task.add_done_callback(self._questions.discard)
+
+    async def _answer(self, message: Mapping[str, JSON]) -> None:
+        answer: dict[str, JSON] = {"id": message["id"]}
+        try:
+            do = message.get("do")
+            if not isinstance(do, str) or do not in self._handlers:
+                raise Problem(f"'{do}' can't be asked", ", ".join(self._handlers))
+            answer["answer"] = await self._handlers[do](message)
+        except Exception as problem:  # whatever it is, the page gets one line
+            if not isinstance(problem, (Error, Problem)):
+                LOG.exception("%s can't be answered", message.get("do"))
+            answer["error"] = told(problem, str(message.get("instance", "")))
+        with contextlib.suppress(ConnectionError):
+            await self._send(answer)
+
+    def _feed_of(self, message: Mapping[str, JSON]) -> Feed:
+        name = text_in(message, "instance")
+        feed = self._instances.feeds.get(name)
+        if feed is None:
+            known = ", ".join(sorted(self._instances.feeds)) or "none, until one is started"
+            raise Problem(f"there is no instance '{name}'", known)
+        return feed
+
+    def _leave(self) -> None:
+        if self._feed is not None:
+            self._feed.lookers.discard(self)
+            self._feed = None
+
+    async def _look(self, message: Mapping[str, JSON]) -> JSON:
+        feed = self._feed_of(message)
+        self._leave()
+        self._feed = feed
+        feed.lookers.add(self)
+        self._pending.whole()
+        return {"name": feed.name}
+
+    async def _at(self, message: Mapping[str, JSON]) -> JSON:
+        feed = self._feed_of(message)
+        moment = number_in(message, "time", 0, 0, 1e11)
+        return {"time": moment, "first": feed.history.first(), "shows": feed.history.at(moment)}
+
+    async def _rates(self, message: Mapping[str, JSON]) -> JSON:
+        feed = self._feed_of(message)
+        ports = message.get("ports")
+        if not isinstance(ports, list) or len(ports) > MOST_PORTS:
+            raise Problem("'ports' is no list of ports", f"at most {MOST_PORTS} like \"1:1\"")
+        since = number_in(message, "since", 0, 0, 1e11)
+        return feed.history.rates.since(since, [str(port) for port in ports])
+
+    async def _events(self, message: Mapping[str, JSON]) -> JSON:
+        """Events before a number, newest last."""
+        feed = self._feed_of(message)
+        before = number_in(message, "before", 1e15, 0, 1e15)
+        count = int(number_in(message, "count", 500, 1, 5000))
+        return {"events": [event for event in feed.events if event["number"] < before][-count:]}
+
+    # --- What the instance answers ---------------------------------------------------------------
+
+    async def _session(self, name: str, purpose: str) -> AsyncConnection:
+        """A connection of this page's own, opened when it is needed first."""
+        session = self._sessions.get((name, purpose))
+        if session is None or not session.is_open:
+            session = AsyncConnection()
+            await session.open(socket_of(name))
+            self._sessions[name, purpose] = session
+        return session
+
+    async def _perform(self, message: Mapping[str, JSON], purpose: str, call: Call[JSON]) -> JSON:
+        feed = self._feed_of(message)
+        session = await self._session(feed.name, purpose)
+        try:
+            return await session.perform(call)
+        except ConnectionLost:
+            self._sessions.pop((feed.name, purpose), None)
+            await session.close()
+            raise
+        finally:
+            if purpose == "run":
+                feed.stale()
+
+    def _may_act(self) -> None:
+        if self._read_only:
+            raise Problem("this page may look, but not touch", "a pcsim-web without --read-only")
+
+    async def _run(self, message: Mapping[str, JSON]) -> JSON:
+        self._may_act()
+        params: dict[str, JSON] = {"line": text_in(message, "line"),
+                                   "stream": bool(message.get("stream"))}
+        if "width" in message:
+            params["width"] = int(number_in(message, "width", 80, 20, WIDEST))
+
+        def hear(notified: Notified) -> None:
+            if notified.method == "output":
+                self._spawn(self._send({"tell": "output", "to": message["id"],
+                                        "text": notified.params.get("text", "")}))
+        purpose = "terminal" if message.get("terminal") else "run"
+        try:
+            return await self._perform(message, purpose, Call("run", params, _as_it_is, hear))
+        finally:
+            self._feed_of(message).stale()
+
+    async def _complete(self, message: Mapping[str, JSON]) -> JSON:
+        self._may_act()
+        return await self._perform(message, "terminal", Call(
+            "complete", {"line": text_in(message, "line")}, _as_it_is))
+
+    async def _question(self, message: Mapping[str, JSON]) -> JSON:
+        self._may_act()
+        params = {"line": text_in(message, "line"),
+                  "width": int(number_in(message, "width", 80, 20, WIDEST))}
+        return await self._perform(message, "terminal", Call("question", params, _as_it_is))
+
+    async def _prompt(self, message: Mapping[str, JSON]) -> JSON:
+        self._may_act()
+        return await self._perform(message, "terminal", Call("prompt", {}, _as_it_is))
+
+    async def _interrupt(self, message: Mapping[str, JSON]) -> JSON:
+        self._may_act()
+        purpose = "terminal" if message.get("terminal") else "run"
+        return await self._perform(message, purpose, Call("interrupt", {}, _as_it_is))
+
+    async def _describe(self, message: Mapping[str, JSON]) -> JSON:
+        return await self._perform(message, "look", Call("describe", {}, _as_it_is))
+
+    async def _table(self, message: Mapping[str, JSON]) -> JSON:
+        asked = tables.line_of(message)
+        result = await self._perform(message, "look",
+                                     Call("run", {"line": asked.line}, _as_it_is))
+        return tables.page_of(asked, result["data"])
+
+
+def _as_it_is(result: JSON) -> JSON:
+    return result
+
+
+def _refusal(problem: Problem) -> dict[str, JSON]:
+    return {"tell": "problem", "error": told(problem)}
