@@ -1,0 +1,20 @@
+// Puts the page together: a link, what is known of the switch, and the parts that draw it.
+import {Actions} from "./act.js";
+import {Link} from "./link.js";
+import {Store} from "./store.js";
+import {Tabs} from "./tabs.js";
+import {mountHeader} from "./header.js";
+
+const element = (id) => document.getElementById(id);
+
+const link = new Link(new URL("live", location.href.split("#")[0]).href.replace(/^http/, "ws"));
+const store = new Store(link);
+const app = {
+  link,
+  store,
+  actions: new Actions(store, element("verbs")),
+  tabs: new Tabs(element("tabs"), element("pages")),
+  element,
+};
+
+mountHeader(app);

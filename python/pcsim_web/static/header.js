@@ -1,0 +1,58 @@
+// The head of the page: which switches there are, which is shown, what is wrong with the connection.
+import {h, setText} from "./dom.js";
+
+function describe(instance) {
+  if (!instance.alive) return instance.problem || "ended";
+  return `${instance.shape}, ${instance.portsUp} of ${instance.ports} ports up`;
+}
+
+function drawInstances({store}, nav) {
+  nav.replaceChildren(...store.instances.map((instance) => h("button", {
+    type: "button", class: instance.alive ? "alive" : "ended", title: describe(instance),
+    "aria-pressed": String(instance.name === store.current),
+    onclick: () => {
+      location.hash = encodeURIComponent(instance.name);
+      store.look(instance.name);
+    },
+  }, instance.name, h("small", {}, instance.alive ? "" : " ended"))));
+}
+
+function problemOf(store) {
+  if (!store.connected) return "pcsim-web does not answer. This page goes on when it is back.";
+  if (store.instances.length === 0) {
+    return "No switch runs. Start one, for example: pcsim --lab 4 --name demo";
+  }
+  const shown = store.instances.find((each) => each.name === store.current);
+  if (!store.alive || !shown?.alive) {
+    return `${store.current} has ended. What is shown is how it was last; the page goes on when it `
+      + "is started again.";
+  }
+  return store.readOnly ? "You may look, but not touch: this page is read-only." : "";
+}
+
+/** Draws the head of the page. */
+export function mountHeader(app) {
+  const {store, element} = app;
+  const notice = element("notice");
+  const draw = () => {
+    drawInstances(app, element("instances"));
+    const problem = problemOf(store);
+    setText(notice, problem);
+    notice.hidden = problem === "";
+    document.body.classList.toggle("ended", !store.alive);
+    document.body.classList.toggle("past", store.past !== null);
+    document.title = store.current ? `${store.current} – pcsim` : "pcsim";
+  };
+  for (const type of ["instances", "connection", "whole", "time"]) {
+    store.addEventListener(type, draw);
+  }
+  element("theme").addEventListener("click", () => {
+    const root = document.documentElement;
+    const dark = root.dataset.theme ? root.dataset.theme === "dark"
+      : matchMedia("(prefers-color-scheme: dark)").matches;
+    root.dataset.theme = dark ? "light" : "dark";
+    localStorage.setItem("theme", root.dataset.theme);
+  });
+  const theme = localStorage.getItem("theme");
+  if (theme) document.documentElement.dataset.theme = theme;
+}

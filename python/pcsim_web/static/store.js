@@ -1,0 +1,113 @@
+// What the page knows of the switch that it shows, now or at a moment of the last hour.
+
+const EVENTS_KEPT = 5000;
+
+/** Tells
+ *   "instances"   the list of switches has changed
+ *   "connection"  pcsim-web answers, or doesn't any more
+ *   "whole"       another switch is shown, or the same from the beginning
+ *   "shows"       documents have changed; detail: a Set of their names
+ *   "events"      there are new events; detail: {events, summed, lost}
+ *   "rates"       rates of the last second; detail: {at, ports: {port: [rxPackets, rxBytes,
+ *                 txPackets, txBytes, errors]}}, ports at rest left out
+ *   "time"        the page shows another moment: the present one, or one of the past
+ */
+export class Store extends EventTarget {
+  instances = [];
+  current = null;     // name of the switch that is shown
+  alive = false;      // whether it runs
+  readOnly = true;
+  connected = false;
+  events = [];        // newest last; each {number, timeMs, source, text, at}
+  past = null;        // {time, shows} while a moment of the past is shown
+  historyFrom = null;  // seconds since 1970; from when on there is a past
+  #shows = {};
+  #now = {at: 0, timeMs: 0, stopped: false};
+
+  constructor(link) {
+    super();
+    this.link = link;
+    link.addEventListener("open", () => this.#opened());
+    link.addEventListener("closed", () => this.#closed());
+    link.addEventListener("tell-hello", (event) => { this.readOnly = event.detail.readOnly; });
+    link.addEventListener("tell-instances", (event) => this.#listed(event.detail.instances));
+    link.addEventListener("tell-news", (event) => this.#news(event.detail));
+  }
+
+  /** The documents as they are shown, by name: "ports", "cards", ... A document that has not come is
+   * undefined. */
+  get shows() { return this.past?.shows ?? this.#shows; }
+
+  /** Whether the clock of the switch stands. */
+  get stopped() { return this.#now.stopped; }
+
+  /** The clock of the switch, in ms, as far as one can know it without asking. */
+  timeMs() {
+    const {at, timeMs, stopped} = this.#now;
+    return stopped || !this.alive ? timeMs : timeMs + Math.max(0, Date.now() - 1000 * at);
+  }
+
+  /** Shows another switch. */
+  async look(name) {
+    this.current = name;
+    this.past = null;
+    await this.link.ask("look", {instance: name});
+  }
+
+  /** Shows a moment of the past, in seconds since 1970; null is the present. */
+  async goTo(time) {
+    const answer = time === null ? null
+      : await this.link.ask("at", {instance: this.current, time});
+    this.past = answer && {time, shows: answer.shows};
+    this.historyFrom = answer?.first ?? this.historyFrom;
+    this.#tell("time");
+  }
+
+  #tell(type, detail) { this.dispatchEvent(new CustomEvent(type, {detail})); }
+
+  #opened() {
+    this.connected = true;
+    this.#tell("connection");
+    if (this.current) this.look(this.current).catch(() => this.#tell("instances"));
+  }
+
+  #closed() {
+    this.connected = false;
+    this.alive = false;
+    this.#tell("connection");
+  }
+
+  #listed(instances) {
+    this.instances = instances;
+    if (this.current === null && instances.length > 0) {
+      const wanted = instances.find((each) => each.name === decodeURIComponent(location.hash.slice(1)));
+      this.look((wanted ?? instances.find((each) => each.alive) ?? instances[0]).name)
+        .catch(() => {});
+    }
+    this.#tell("instances");
+  }
+
+  #news(news) {
+    if (news.instance !== this.current) return;
+    this.alive = news.alive;
+    this.#now = news.now;
+    if (news.whole) {
+      this.#shows = news.shows;
+      this.events = news.events;
+      this.historyFrom = news.history;
+      this.#tell("whole");
+      return;
+    }
+    Object.assign(this.#shows, news.shows);
+    if (news.events || news.summed || news.lost) this.#happened(news);
+    this.#tell("shows", new Set(Object.keys(news.shows)));
+    if (news.rates) this.#tell("rates", news.rates);
+  }
+
+  #happened(news) {
+    const events = news.events ?? [];
+    this.events.push(...events);
+    if (this.events.length > EVENTS_KEPT) this.events.splice(0, this.events.length - EVENTS_KEPT);
+    this.#tell("events", {events, summed: news.summed ?? {}, lost: news.lost ?? 0});
+  }
+}
