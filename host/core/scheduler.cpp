@@ -59,6 +59,12 @@ void Scheduler::resume() {
     stopped_ = false;
 }
 
+std::optional<uint64_t> Scheduler::dueMs(Id id) const {
+    const auto due = dueOf_.find(id);
+    if (due == dueOf_.end()) return std::nullopt;
+    return due->second;
+}
+
 std::optional<uint64_t> Scheduler::nextDueMs() const {
     if (queue_.empty()) return std::nullopt;
     return queue_.begin()->first.first;

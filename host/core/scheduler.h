@@ -58,6 +58,8 @@ public:
     // meanwhile, and what came due runs late. A clock that follows the PC's has moved by itself.
     void pass(uint64_t ms);
 
+    // When an action is due, nothing when it has run or was cancelled.
+    std::optional<uint64_t> dueMs(Id id) const;
     // When the next action is due.
     std::optional<uint64_t> nextDueMs() const;
 

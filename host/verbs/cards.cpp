@@ -60,7 +60,7 @@ Cell seconds(std::optional<uint64_t> ms) {
     return Cell(Cell(*ms), fmt::format("{}.{:03}", *ms / 1000, *ms % 1000));
 }
 
-// The wall: what every slot is at, since when, and how long each step of its card took.
+// The wall: what every slot is at, since and until when, and how long each step of its card took.
 Report showCards(Call& call) {
     Table table{"cards",
                 "Cards (times in s)",
@@ -68,6 +68,7 @@ Report showCards(Call& call) {
                  {"card", "Card"},
                  {"state", "State"},
                  {"sinceMs", "Since", Align::kRight},
+                 {"dueMs", "Due", Align::kRight},
                  {"bringUpMs", "Up in", Align::kRight},
                  {"powerMs", "Power", Align::kRight},
                  {"testMs", "Test", Align::kRight},
@@ -84,7 +85,8 @@ Report showCards(Call& call) {
         operational += cards.operational(slot) ? 1 : 0;
         table.rows.push_back(
             {slot, card.state == CardState::kEmpty ? Cell() : Cell(CardManager::cardName(card)),
-             cardStateName(card.state), seconds(card.stateSinceMs), seconds(card.bringUpMs()),
+             cardStateName(card.state), seconds(card.stateSinceMs),
+             seconds(call.context.scheduler.dueMs(card.awaited)), seconds(card.bringUpMs()),
              seconds(card.durationMs(CardState::kPoweringOn, now)),
              seconds(card.durationMs(CardState::kTesting, now)),
              seconds(card.durationMs(CardState::kDownloading, now)),

@@ -109,6 +109,7 @@ class Card(Record):
     card: str | None
     state: str
     since_ms: int
+    due_ms: int | None
     bring_up_ms: int | None
     power_ms: int | None
     test_ms: int | None

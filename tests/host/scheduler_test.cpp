@@ -26,6 +26,19 @@ protected:
     }
 };
 
+TEST_F(SchedulerTest, WhatIsStillToComeHasADueTime) {
+    const auto once = scheduler.after(30, "once", [] {});
+    const auto again = scheduler.every(20, "again", [] {});
+    EXPECT_EQ(scheduler.dueMs(once), start + 30);
+    scheduler.warp(25);
+    EXPECT_EQ(scheduler.dueMs(again), start + 40);
+    scheduler.warp(5);
+    EXPECT_EQ(scheduler.dueMs(once), std::nullopt);
+    scheduler.cancel(again);
+    EXPECT_EQ(scheduler.dueMs(again), std::nullopt);
+    EXPECT_EQ(scheduler.dueMs(0), std::nullopt);
+}
+
 TEST_F(SchedulerTest, AClockStoppedAtZeroForgetsWhatPassedBefore) {
     Scheduler late;
     while (late.nowMs() < 3) {
