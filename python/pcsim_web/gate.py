@@ -8,10 +8,13 @@ from __future__ import annotations
 
 import hmac
 import ipaddress
+import logging
+import re
 from collections.abc import Awaitable, Callable, Collection
 
 from aiohttp import web
 
+LOG = logging.getLogger("pcsim-web")
 Handler = Callable[[web.Request], Awaitable[web.StreamResponse]]
 
 # Everything the page needs comes from here, nothing from elsewhere.
@@ -29,9 +32,8 @@ HEADERS = {
 
 def host_of(header: str) -> str:
     """The host of a Host header, without its port: 'localhost', '127.0.0.1', '::1'."""
-    if header.startswith("["):
-        return header[1:].partition("]")[0]
-    return header.partition(":")[0]
+    address = re.fullmatch(r"\[([0-9a-fA-F:.]+)\](?::\d*)?", header)
+    return address[1] if address else header.partition(":")[0]
 
 
 def is_ours(host: str, names: Collection[str]) -> bool:
@@ -49,7 +51,7 @@ def is_ours(host: str, names: Collection[str]) -> bool:
 def problem_of(request: web.Request, token: str, names: Collection[str]) -> str:
     """Why the request is refused, "" when it isn't."""
     first = request.path.lstrip("/").partition("/")[0]
-    if not hmac.compare_digest(first.encode(), token.encode()):
+    if not hmac.compare_digest(first.encode(errors="replace"), token.encode()):
         return "this address lacks the token; expected the whole address that pcsim-web has printed"
     if not is_ours(host_of(request.host), names):
         return (f"'{host_of(request.host)}' is no name of this server; expected its address, "
@@ -77,6 +79,10 @@ def gate(token: str, names: Collection[str]) -> Callable[[web.Request, Handler],
                 response = web.Response(status=refusal.status,
                                         text=f"pcsim-web: {request.path_qs.partition(token)[2]}: "
                                              f"{refusal.reason.lower()}\n")
+            except Exception:  # a mistake of ours: whoever asks gets one line
+                LOG.exception("%s can't be answered", request.path)
+                response = web.Response(status=500, text="pcsim-web: it has made a mistake, which "
+                                                         "it has logged\n")
         if not response.prepared:
             response.headers.update(HEADERS)
         return response

@@ -4,6 +4,7 @@ from __future__ import annotations
 import argparse
 import asyncio
 import contextlib
+import logging
 import re
 import secrets
 import signal
@@ -33,6 +34,13 @@ def token(text: str) -> str:
     return text
 
 
+def address(text: str) -> str:
+    """An address to listen on; the empty one would be all of them."""
+    if not text:
+        raise argparse.ArgumentTypeError("'' is no address; expected one like 127.0.0.1 or ::1")
+    return text
+
+
 def arguments() -> argparse.ArgumentParser:
     """The options."""
     parser = argparse.ArgumentParser(
@@ -41,7 +49,7 @@ def arguments() -> argparse.ArgumentParser:
                     "there until it is interrupted.")
     parser.add_argument("names", nargs="*", metavar="NAME",
                         help="show these instances only; all of the user's without")
-    parser.add_argument("--bind", default="127.0.0.1", metavar="ADDRESS",
+    parser.add_argument("--bind", type=address, default="127.0.0.1", metavar="ADDRESS",
                         help="listen on this address; 127.0.0.1 without")
     parser.add_argument("--port", type=port_number, default=DEFAULT_PORT,
                         help=f"listen on this port, 0 for any; {DEFAULT_PORT} without")
@@ -60,6 +68,8 @@ async def serve(serving: Serving) -> None:
     ended = asyncio.Event()
     for number in (signal.SIGINT, signal.SIGTERM):
         asyncio.get_running_loop().add_signal_handler(number, ended.set)
+    # It would log each stranger whose bytes are no request; mistakes of ours the gate logs.
+    logging.getLogger("aiohttp.server").setLevel(logging.CRITICAL)
     listening = bound(serving.address, serving.port)
     runner = web.AppRunner(Server(serving).application(), access_log=None)
     await runner.setup()

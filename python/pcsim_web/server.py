@@ -3,6 +3,7 @@ from __future__ import annotations
 
 import asyncio
 import contextlib
+import re
 import socket
 from dataclasses import dataclass
 from pathlib import Path
@@ -14,13 +15,14 @@ from .gate import gate
 from .instances import Instances
 from .viewer import Viewer
 
-STATIC = Path(__file__).with_name("static")
+STATIC = Path(__file__).resolve().with_name("static")
 LARGEST_QUESTION = 1 << 20
 HEARTBEAT_S = 20.0
 
 # What may be asked for, by its ending; nothing else of the folder is served.
 TYPES = {".html": "text/html", ".js": "text/javascript", ".css": "text/css",
          ".svg": "image/svg+xml"}
+NO_FILE = re.compile(r"[^\x20-\x7e]|/$")
 
 
 @dataclass(frozen=True)
@@ -37,9 +39,12 @@ class Serving:
 
 def file_of(asked: str) -> Path | None:
     """The file of the page with that name, None when there is none."""
+    if NO_FILE.search(asked):
+        return None
     path = (STATIC / (asked or "index.html")).resolve()
-    if path.is_relative_to(STATIC) and path.suffix in TYPES and path.is_file():
-        return path
+    with contextlib.suppress(OSError):  # a name may be too long to be one
+        if path.is_relative_to(STATIC) and path.suffix in TYPES and path.is_file():
+            return path
     return None
 
 

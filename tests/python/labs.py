@@ -1,0 +1,25 @@
+"""Fixtures of all tests that run a pcsim: where its sockets are, and whether labs can be made."""
+import os
+import subprocess
+from pathlib import Path
+
+import pytest
+
+
+@pytest.fixture(scope="session", autouse=True)
+def run_folder(tmp_path_factory):
+    """Sockets of the tests stand apart from those of whoever runs them."""
+    folder = tmp_path_factory.mktemp("run")
+    with pytest.MonkeyPatch.context() as patch:
+        patch.setenv("PCSIM_RUN_DIR", str(folder))
+        yield folder
+
+
+@pytest.fixture(scope="session")
+def lab():
+    """Ends the run as skipped where no lab can be made, and as failed where it is not built."""
+    program = Path(os.environ["PCSIM"]).resolve().with_name("pcsim-lab")
+    done = subprocess.run([program, "--ports", "1", "--", "true"], capture_output=True, text=True,
+                          check=False)
+    if done.returncode != 0:
+        pytest.exit(f"skipped: this machine cannot make a network namespace: {done.stderr}", 77)
