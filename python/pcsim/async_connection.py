@@ -30,6 +30,11 @@ class AsyncConnection:
         """Whether it was opened and not closed since."""
         return self._writer is not None
 
+    @property
+    def is_lost(self) -> bool:
+        """Whether nothing can be asked: it was never opened, or either side has closed it."""
+        return self._lost is not None
+
     async def open(self, path: os.PathLike[str] | str) -> None:
         """Connects."""
         try:

@@ -42,6 +42,7 @@ class Viewer:
         self._feed: Feed | None = None
         self._pending = Pending()
         self._sessions: dict[tuple[str, str], AsyncConnection] = {}
+        self._opening = asyncio.Lock()
         self._questions: set[asyncio.Task[None]] = set()
         self._handlers: dict[str, Callable[[Mapping[str, JSON]], Awaitable[JSON]]] = {
             "look": self._look, "run": self._run, "table": self._table, "at": self._at,
@@ -110,7 +111,7 @@ class Viewer:
     async def _asked(self, text: str) -> None:
         try:
             message = json.loads(text)
-            if not isinstance(message, dict) or not isinstance(message.get("id"), int):
+            if not isinstance(message, dict) or type(message.get("id")) is not int:
                 raise ValueError
         except (ValueError, RecursionError):
             await self._send(_refusal(Problem("this is no question",
@@ -186,12 +187,15 @@ class Viewer:
 
     async def _session(self, name: str, purpose: str) -> AsyncConnection:
         """A connection of this page's own, opened when it is needed first."""
-        session = self._sessions.get((name, purpose))
-        if session is None or not session.is_open:
-            session = AsyncConnection()
-            await session.open(socket_of(name))
-            self._sessions[name, purpose] = session
-        return session
+        async with self._opening:  # two questions at once have the same one
+            session = self._sessions.get((name, purpose))
+            if session is None or session.is_lost:  # by an instance that has come back since
+                if session is not None:
+                    await session.close()
+                session = AsyncConnection()
+                await session.open(socket_of(name))
+                self._sessions[name, purpose] = session
+            return session
 
     async def _perform(self, message: Mapping[str, JSON], purpose: str, call: Call[JSON]) -> JSON:
         feed = self._feed_of(message)
