@@ -5,7 +5,6 @@ import asyncio
 import contextlib
 import re
 import socket
-from dataclasses import dataclass
 from pathlib import Path
 from typing import AsyncIterator
 
@@ -13,6 +12,7 @@ from aiohttp import web
 
 from .gate import gate
 from .instances import Instances
+from .options import Serving
 from .viewer import Viewer
 
 STATIC = Path(__file__).resolve().with_name("static")
@@ -23,18 +23,6 @@ HEARTBEAT_S = 20.0
 TYPES = {".html": "text/html", ".js": "text/javascript", ".css": "text/css",
          ".svg": "image/svg+xml"}
 NO_FILE = re.compile(r"[^\x20-\x7e]|/$")
-
-
-@dataclass(frozen=True)
-class Serving:
-    """How the page is served."""
-
-    address: str
-    port: int
-    token: str
-    hosts: tuple[str, ...] = ()
-    read_only: bool = False
-    names: tuple[str, ...] = ()  # of instances; all without
 
 
 def file_of(asked: str) -> Path | None:

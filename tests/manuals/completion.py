@@ -35,6 +35,7 @@ CASES = (
     ("pcsim-probe sweep --jo", "pcsim-probe sweep --jobs "),
     ("pcsim-probe --fl", "pcsim-probe --flight "),
     ("pcsim --st", "pcsim --stopped "),
+    ("pcsim-web --re", "pcsim-web --read-only "),
 )
 SEVERAL = (("pcsim --", ("--execute", "--help", "--json", "--keep-going", "--lab")),
            ("pcsim-probe ", ("coverage", "minimise", "post-mortem", "replay")),

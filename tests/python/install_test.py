@@ -43,3 +43,14 @@ def test_types_come_along(python):
     where = run([python, "-c", "import pcsim; print(pcsim.__path__[0])"])
     assert "site-packages" in where
     assert (Path(where) / "py.typed").exists()
+
+
+def test_the_page_comes_along(python):
+    assert run([python.with_name("pcsim-web"), "--version"]) == (
+        f"pcsim-web {run([os.environ['PCSIM'], '--version'])}")
+    where = Path(run([python, "-c", "import pcsim_web; print(pcsim_web.__path__[0])"]))
+    assert "site-packages" in str(where)
+    source = FOLDER / "pcsim_web"
+    assert {path.relative_to(where) for path in where.rglob("*") if "__pycache__" not in str(path)
+            } == {path.relative_to(source) for path in source.rglob("*")
+                  if "__pycache__" not in str(path)}

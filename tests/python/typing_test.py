@@ -3,6 +3,8 @@ import subprocess
 import sys
 from pathlib import Path
 
+import pytest
+
 FOLDER = Path(__file__).resolve().parents[2] / "python"
 
 USER = """\
@@ -40,8 +42,9 @@ def mypy(cache, *arguments):
                            *arguments], cwd=FOLDER, capture_output=True, text=True, check=False)
 
 
-def test_it_is_strictly_typed(tmp_path):
-    done = mypy(tmp_path, "pcsim")
+@pytest.mark.parametrize("package", ("pcsim", "pcsim_web"))
+def test_it_is_strictly_typed(tmp_path, package):
+    done = mypy(tmp_path, package)
     assert done.returncode == 0, done.stdout + done.stderr
 
 
