@@ -1,5 +1,5 @@
-"""Which instances there are: all of the user's, or those that were named. Each is followed by a Feed
-for as long as it lives, and looked for again when it is gone."""
+"""Which instances there are: all of the user's, or those that were named. Each is followed by a
+Feed for as long as it lives, and looked for again when it is gone."""
 from __future__ import annotations
 
 import asyncio

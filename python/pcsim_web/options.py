@@ -108,8 +108,8 @@ def help_text() -> str:
     for name, letter, value, text, _ in OPTIONS:
         spelled = f"  {f'-{letter},' if letter else '   '} --{name} {value}".rstrip()
         lines.append(f"{spelled:<24} {text}")
-    lines += ["", "Prints an address and serves a page there until it is interrupted. With names it",
-              "shows these instances only, all of the user's without."]
+    lines += ["", "Prints an address and serves a page there until it is interrupted. With names",
+              "it shows these instances only, all of the user's without."]
     return "\n".join(lines)
 
 

@@ -1,5 +1,6 @@
-"""What a page has yet to be told. It is merged while the page, or the network, is busy: of documents
-and rates the newest counts, and of too many events the last ones are told and the rest counted."""
+"""What a page has yet to be told. It is merged while the page, or the network, is busy: of
+documents and rates the newest counts, and of too many events the last ones are told and the rest
+counted."""
 from __future__ import annotations
 
 import asyncio

@@ -17,13 +17,14 @@ class Problem(Exception):
 
 
 def told(problem: Exception, instance: str = "") -> dict[str, JSON]:
-    """The error object of an answer. Whatever is no problem of the page's has a text as well: a page
-    never sees a stack trace."""
+    """The error object of an answer. Whatever is no problem of the page's has a text as well: a
+    page never sees a stack trace."""
     if isinstance(problem, CommandError):
         return {"code": problem.code, "message": problem.message, "right": problem.right,
                 "text": problem.text}
     if isinstance(problem, ConnectionLost):
-        return {"message": f"{instance or 'the instance'} is gone; start it again, or choose another",
+        return {"message": f"{instance or 'the instance'} is gone; start it again, or choose "
+                           "another",
                 "right": "an instance that runs"}
     if isinstance(problem, Problem):
         return {"message": str(problem), "right": problem.right}

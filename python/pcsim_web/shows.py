@@ -1,5 +1,5 @@
-"""What the page shows of a switch without being asked: the documents, the lines that they come from,
-and when they are asked for again."""
+"""What the page shows of a switch without being asked: the documents, the lines that they come
+from, and when they are asked for again."""
 from __future__ import annotations
 
 from dataclasses import dataclass
@@ -19,8 +19,8 @@ def _show(name: str, line: str, sources: str, every: float) -> Show:
     return Show(name, line, frozenset(sources.split()), every)
 
 
-# What lasts as long as the instance is asked for once. Of the rest, ports and cards tell each change
-# as an event; units, faults and interfaces may change without one.
+# What lasts as long as the instance is asked for once. Of the rest, ports and cards tell each
+# change as an event; units, faults and interfaces may change without one.
 SHOWS = (
     _show("chassis", "show chassis", "boot", 0),
     _show("ports", "show ports", "port card", 5),

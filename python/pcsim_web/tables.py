@@ -1,4 +1,5 @@
-"""The tables behind the panel: which line asks for a page of one, and what of the answer is drawn."""
+"""The tables behind the panel: which line asks for a page of one, and what of the answer is
+drawn."""
 from __future__ import annotations
 
 from dataclasses import dataclass

@@ -45,7 +45,7 @@ def check_guards(tree: Tree) -> Iterator[Problem]:
 
 def says_what_for(path: str, text: str) -> bool:
     """Whether the first thing in the file is a comment of more than a word."""
-    if path.endswith((".h", ".cpp", ".c")):
+    if path.endswith((".h", ".cpp", ".c", ".js", ".css")):
         match = re.match(r"//(.*)|/\*(.*)", text)
     else:
         text = re.sub(r"\A#!.*\n", "", text)
@@ -57,6 +57,6 @@ def says_what_for(path: str, text: str) -> bool:
 def check_purposes(tree: Tree) -> Iterator[Problem]:
     """Every source file opens with its purpose."""
     modules = [(path, text) for path, text in tree.files.items() if path.endswith(".cmake")]
-    for path, text in [*tree.c_sources(), *tree.scripts(), *modules]:
+    for path, text in [*tree.c_sources(), *tree.scripts(), *tree.pages(), *modules]:
         if text and not says_what_for(path, text):
             yield Problem(path, 1, "does not open with a comment that says what it is for")

@@ -1,5 +1,6 @@
-"""Functions fit a screen, files stay small enough to be read at one go."""
+"""Functions fit a screen and lines its width, files stay small enough to be read at one go."""
 import ast
+import re
 from fnmatch import fnmatch
 from typing import Iterator
 
@@ -10,6 +11,7 @@ HERE = "tests/tidy/lengths.py"
 
 FILE_LINES = 400
 FUNCTION_LINES = 50
+COLUMNS = 100
 
 # Files that may be longer, how long, and why.
 LONGER_FILES = (
@@ -42,6 +44,24 @@ def python_functions(text: str) -> Iterator[tuple[int, int, str]]:
             yield node.lineno, node.end_lineno - node.lineno + 1, node.name
 
 
+# How a function of a page begins: by its word, as a method, or as an arrow that opens a block.
+SCRIPT_FUNCTION = re.compile(
+    r" *(?:export |default |static |async |get |set )*(?:function\b.*"
+    r"|(?!(?:if|for|while|switch|catch|with)\b)[#\w$]+\(.*\)) \{|.*=> \{")
+
+
+def script_functions(text: str) -> Iterator[tuple[int, int, str]]:
+    """(line, length, head) of each function of a page's module. It ends with the first brace that
+    stands as far to the right as it begins."""
+    lines = text.split("\n")
+    for number, line in enumerate(lines):
+        if SCRIPT_FUNCTION.fullmatch(line):
+            indent = len(line) - len(line.lstrip())
+            ends = (at for at, end in enumerate(lines[number + 1:], number + 1)
+                    if re.match(rf" {{{indent}}}\}}", end))
+            yield number + 1, next(ends, number) - number + 1, line.strip()
+
+
 def is_python(path: str, text: str) -> bool:
     """By suffix, or by the program that its first line names."""
     return path.endswith(".py") or "python" in text.split("\n", 1)[0]
@@ -49,7 +69,8 @@ def is_python(path: str, text: str) -> bool:
 
 def all_files(tree: Tree) -> Iterator[tuple[str, int]]:
     """(path, lines) of each source file."""
-    return ((path, text.count("\n")) for path, text in [*tree.c_sources(), *tree.scripts()])
+    return ((path, text.count("\n"))
+            for path, text in [*tree.c_sources(), *tree.scripts(), *tree.pages()])
 
 
 def all_functions(tree: Tree) -> Iterator[tuple[str, int, int, str]]:
@@ -61,6 +82,19 @@ def all_functions(tree: Tree) -> Iterator[tuple[str, int, int, str]]:
         if is_python(path, text):
             for line, length, name in python_functions(text):
                 yield path, line, length, name
+    for path, text in tree.pages():
+        if path.endswith(".js"):
+            for line, length, head in script_functions(text):
+                yield path, line, length, head
+
+
+def check_columns(tree: Tree) -> Iterator[Problem]:
+    """Lines of what is shipped that are too long, where no formatter breaks them."""
+    shipped = [(path, text) for path, text in tree.scripts() if path.startswith("python/")]
+    for path, text in [*shipped, *tree.pages()]:
+        for number, line in enumerate(text.split("\n"), 1):
+            if len(line) > COLUMNS:
+                yield Problem(path, number, f"{len(line)} columns; a line has at most {COLUMNS}")
 
 
 def check(tree: Tree) -> Iterator[Problem]:

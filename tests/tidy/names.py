@@ -21,7 +21,7 @@ SCHEMES = (
 )
 
 # Names that other programs or readers look for.
-GIVEN = re.compile(r"CMakeLists\.txt|CMakePresets\.json|__init__\.py|[A-Z]+(?:\.md)?|\..*")
+GIVEN = re.compile(r"CMakeLists\.txt|CMakePresets\.json|__(?:init|main)__\.py|[A-Z]+(?:\.md)?|\..*")
 
 
 def check(tree: Tree) -> Iterator[Problem]:

@@ -187,6 +187,24 @@ class LengthsTest(CheckTest):
         self.one(lengths.check, "a.sh", "f() {\n" + "    :\n" * 60 + "}\n")
         self.one(lengths.check, "a", "#!/usr/bin/env python3\ndef f():\n" + body * 50, "2: 'f'")
 
+    def test_functions_of_pages(self) -> None:
+        for head, end in (("function f(a, b) {", "}"), ("export async function f() {", "}"),
+                          ("  #f(a) {", "  }"), ("  static get f() {", "  }"),
+                          ("const f = (a) => {", "};"), ("    g(a, (b) => {", "    });")):
+            with self.subTest(head=head):
+                self.one(lengths.check, "a.js", f"\n{head}\n" + "\n" * 48 + f"{end}\n")
+                self.one(lengths.check, "a.js", f"\n{head}\n" + "\n" * 49 + f"{end}\n",
+                         f"2: '{head.strip()}' has 51 lines")
+        for head in ("if (a) {", "for (const a of b) {", "class A {", "const a = {", "switch (a) {"):
+            self.one(lengths.check, "a.js", f"\n{head}\n" + "\n" * 60 + "}\n")
+        self.one(lengths.check, "a.css", "\n" * 401, "401: 401 lines")
+
+    def test_columns(self) -> None:
+        for path in ("a.js", "a/static/a.css", "python/a/b.py"):
+            self.one(lengths.check_columns, path, "x\n" + "x" * 100 + "\n")
+            self.one(lengths.check_columns, path, "x\n" + "x" * 101 + "\n", "2: 101 columns")
+        self.one(lengths.check_columns, "tests/a.py", "x" * 101)
+
     def test_exceptions_that_nothing_needs(self) -> None:
         file, begin, *_ = lengths.LONGER_FUNCTIONS[0]
         files = {file: begin + ") {\n" + "\n" * 50 + "}\n"}
@@ -215,6 +233,17 @@ class SpellingsTest(CheckTest):
                 self.one(spellings.check, "lab/a.h", f"{text}\n", "1: '")
         self.one(spellings.check, "lab/main.cpp", "#include <io" + "stream>\n")
         self.one(spellings.check, "bench/a.cpp", "#define FMT_HEADER" + "_ONLY\n")
+
+    def test_in_pages(self) -> None:
+        for parts in (("a.inner", "HTML = b"), ("a.insertAdjacent", "HTML(b)"), ("<p sty", 'le="a">'),
+                      ("document.", "write(a)"), ('<img src="htt', 'p://a.b/c">'),
+                      ("import a from 'HTT", "PS://a'"), ("url(", "//a.b/c)")):
+            text = "".join(parts)
+            with self.subTest(text=text):
+                self.one(spellings.check, "python/a/static/a.js", f"good\n{text}\n", "2: '")
+                self.one(spellings.check, "python/a/a.py", f"{text}\n")
+        for text in ('"http://www.w3.org/2000/svg"', "a.style.width = b", "// a (b) // c"):
+            self.one(spellings.check, "python/a/static/a.js", f"{text}\n")
 
     def test_what_looks_alike(self) -> None:
         for text in ("mktemp aXXXXXX", "$scratch/home/a", "network/home/a", "bare Debian 12",
@@ -269,6 +298,8 @@ class HeadersTest(CheckTest):
                                 ("a.py", '"""What it does."""\n', "import sys\n"),
                                 ("a.sh", "#!/bin/sh\n# What it does.\n", "#!/bin/sh\nset -e\n"),
                                 ("a", "#!/usr/bin/python3\n# What it does.\n", "#!/bin/sh\n"),
+                                ("a.js", "// What it does.\n", "import a from 'b';\n"),
+                                ("a.css", "/* What it does. */\n", "p { margin: 0; }\n"),
                                 ("a.cmake", "# What it does.\n", "set(a b)\n")):
             with self.subTest(path=path):
                 self.one(headers.check_purposes, path, good)

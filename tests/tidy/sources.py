@@ -55,6 +55,10 @@ class Tree:
         return ((path, text) for path, text in self.files.items()
                 if path.endswith((".py", ".sh")) or text.startswith("#!"))
 
+    def pages(self) -> Iterator[tuple[str, str]]:
+        """Modules and style sheets of pages."""
+        return ((path, text) for path, text in self.files.items() if path.endswith((".js", ".css")))
+
     def folders(self) -> set[str]:
         """Every folder that a file lies in, at any depth."""
         return {str(parent) for path in self.files for parent in Path(path).parents} - {"."}

@@ -34,6 +34,11 @@ def in_libraries(path: str) -> bool:
     return in_c(path) and not path.endswith("/main.cpp") and not path.startswith(FREE)
 
 
+def in_pages(path: str) -> bool:
+    """What a browser gets."""
+    return "/static/" in path
+
+
 # (pattern, where, what to do instead)
 BANNED: tuple[tuple[str, Scope, str], ...] = (
     (r"\bTO[D]O\b|\bFIX[M]E\b|\bX[X]X\b", everywhere, "do it, or leave no mark of it"),
@@ -47,6 +52,11 @@ BANNED: tuple[tuple[str, Scope, str], ...] = (
     (r"#\s*pragma [o]nce\b", in_c, "headers have guards"),
     (r"\busing namespace [s]td\b", in_c, "write std::"),
     (r"\bFMT_HEADER_ONL[Y]\b", outside_benchmarks, "the formatting library is compiled once"),
+    (r"\b(?:inner|outer)HTM[L]\b|\binsertAdjacentHTM[L]\b|\bdocument\.writ[e]\b", in_pages,
+     "texts of a switch are never markup; make elements"),
+    (r"\bstyle=[\"']", in_pages, "no style in markup; the page's policy forbids it"),
+    (r"(?i)https?://(?!www\.w3\.org/(?:2000/svg|1999/xlink)\b)|[\"'(]//\w", in_pages,
+     "a page needs nothing from elsewhere"),
     (r"<[i]ostream>", in_libraries, "libraries print with the formatting library"),
 )
 

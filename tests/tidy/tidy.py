@@ -20,6 +20,7 @@ CHECKS: dict[str, Callable[[Tree], Iterable[Problem]]] = {
     "floors": floors.check,
     "include-order": include_order.check,
     "lengths": lengths.check,
+    "columns": lengths.check_columns,
     "exceptions": lengths.check_exceptions,
     "spellings": spellings.check,
     "widths": spellings.check_widths,

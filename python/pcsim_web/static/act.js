@@ -12,8 +12,8 @@ export class Actions {
     foot.append(h("h2", {class: "unseen"}, "Lines that were run"), this.list);
   }
 
-  /** Runs a line. The promise becomes its answer {text, data}, or null when it was refused, which is
-   * told at the foot. */
+  /** Runs a line. The promise becomes its answer {text, data}, or null when it was refused, which
+   * is told at the foot. */
   async run(line) {
     const status = h("span", {class: "status"}, "…");
     const entry = h("li", {}, h("code", {}, line), " ", status);

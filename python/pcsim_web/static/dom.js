@@ -1,5 +1,5 @@
-// Elements from a few words: h("button", {type: "button", onclick}, "Pull"). Texts are always texts,
-// so that nothing a switch tells becomes markup.
+// Elements from a few words: h("button", {type: "button", onclick}, "Pull"). Texts are always
+// texts, so that nothing a switch tells becomes markup.
 
 function fill(element, attributes, children) {
   for (const [name, value] of Object.entries(attributes ?? {})) {

@@ -1,4 +1,5 @@
-// The head of the page: which switches there are, which is shown, what is wrong with the connection.
+// The head of the page: which switches there are, which is shown, what is wrong with the
+// connection.
 import {h, setText} from "./dom.js";
 
 function describe(instance) {

@@ -1,5 +1,5 @@
-// The WebSocket: questions and their answers, what is told without being asked, and coming back after
-// a loss.
+// The WebSocket: questions and their answers, what is told without being asked, and coming back
+// after a loss.
 
 const SOON_MS = 250;
 const LATEST_MS = 4000;

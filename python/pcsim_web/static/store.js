@@ -34,8 +34,8 @@ export class Store extends EventTarget {
     link.addEventListener("tell-news", (event) => this.#news(event.detail));
   }
 
-  /** The documents as they are shown, by name: "ports", "cards", ... A document that has not come is
-   * undefined. */
+  /** The documents as they are shown, by name: "ports", "cards", ... A document that has not come
+   * is undefined. */
   get shows() { return this.past?.shows ?? this.#shows; }
 
   /** Whether the clock of the switch stands. */
@@ -80,7 +80,8 @@ export class Store extends EventTarget {
   #listed(instances) {
     this.instances = instances;
     if (this.current === null && instances.length > 0) {
-      const wanted = instances.find((each) => each.name === decodeURIComponent(location.hash.slice(1)));
+      const named = location.hash;
+      const wanted = instances.find((each) => `#${encodeURIComponent(each.name)}` === named);
       this.look((wanted ?? instances.find((each) => each.alive) ?? instances[0]).name)
         .catch(() => {});
     }
