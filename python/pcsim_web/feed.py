@@ -21,7 +21,7 @@ from pcsim.protocol import Call, Notified, nothing
 
 from .history import History
 from .rates import Meter
-from .shows import COUNTERS, COUNTERS_EVERY_S, SHOWS
+from .shows import COUNTERS, COUNTERS_EVERY_S, SHOWS, SHOWS_OF
 
 JSON = Any
 EVENTS_KEPT = 20_000
@@ -65,6 +65,8 @@ class Feed:
         self._meter = Meter()
         self._door: AsyncConnection | None = None
         self._due: dict[str, float] = {}  # when a show is asked for, by the loop's clock
+        self._replaying = True  # events of before we came
+        self._caused: dict[str, float] = {}  # when what made it due has happened
         self._wake = asyncio.Event()
 
     # --- What others say -------------------------------------------------------------------------
@@ -115,11 +117,14 @@ class Feed:
         self._meter = Meter()
         now = asyncio.get_running_loop().time()
         self._due = {show.name: now for show in SHOWS}
+        self._caused.clear()
+        self._replaying = True
         self._tell_life()
 
     def _end(self) -> None:
         if self.alive:
             self.alive = False
+            self.history.clock.stop(time.time())
             self._tell_life()
 
     def _tell_life(self) -> None:
@@ -142,14 +147,25 @@ class Feed:
 
     def _happened(self, params: Mapping[str, JSON]) -> None:
         event = {key: params[key] for key in ("number", "timeMs", "source", "text")}
-        event["at"] = round(time.time(), 3)
+        event["at"] = moment = self._moment_of(event["timeMs"])
         self.events.append(event)
-        for show in SHOWS:
-            if event["source"] in show.sources:
-                self._due[show.name] = 0.0
-                self._wake.set()
+        self.history.marks.add(moment, event["source"], event["text"])
+        for name in SHOWS_OF.get(event["source"], ()):
+            self._due[name] = 0.0
+            if not self._replaying:
+                self._caused[name] = moment
+            self._wake.set()
         for looker in list(self.lookers):
             looker.happened(self, event)
+
+    def _moment_of(self, time_ms: float) -> float:
+        """When an event has happened: now, unless it is of the time before we came."""
+        known_ms = float(self.status["timeMs"])
+        self._replaying = self._replaying and time_ms < known_ms
+        if not self._replaying:
+            return round(time.time(), 3)
+        ago_ms = min(known_ms - time_ms, float(self.status["upMs"]))
+        return round(self.status_at - ago_ms / 1000, 3)
 
     # --- Shows -----------------------------------------------------------------------------------
 
@@ -176,18 +192,21 @@ class Feed:
         def take(result: JSON) -> None:
             self.status = dict(result)
             self.status_at = time.time()
+            self.history.clock.read(self.status_at, result["timeMs"], result["stopped"])
         await asyncio.wait_for(asking.perform(Call("status", {}, take)), LONGEST_ANSWER_S)
 
     async def _ask_shows(self, asking: AsyncConnection, lines: list[tuple[str, str]]) -> None:
+        # What an event has changed is so from the event on, however late its answer comes.
+        caused, self._caused = self._caused, {}
         results = await asking.perform(Call(
             "batch", {"lines": [line for _, line in lines], "keepGoing": True},
             lambda result: list(result["results"])))
         changed = {name for (name, _), result in zip(lines, results)
-                   if self._take_show(name, result)}
+                   if self._take_show(name, result, caused.get(name) or time.time())}
         for looker in list(self.lookers):
             looker.changed(self, changed)
 
-    def _take_show(self, name: str, result: Mapping[str, JSON]) -> bool:
+    def _take_show(self, name: str, result: Mapping[str, JSON], since: float) -> bool:
         if "error" in result:
             self.problems[name] = str(result["error"]["message"])
             return False
@@ -196,7 +215,7 @@ class Feed:
         if name in self.shows and self.shows[name] == document:
             return False
         self.shows[name] = document
-        self.history.changed(time.time(), name, document)
+        self.history.changed(since, name, document)
         return True
 
     # --- Counters --------------------------------------------------------------------------------

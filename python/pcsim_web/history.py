@@ -1,19 +1,25 @@
-"""What was, for an hour: the documents of each show with the time they came, and the rates of each
-port, a second apart. Times are the gateway's own, in seconds since 1970: a switch's clock may stop,
-jump, or start anew."""
+"""What was, for an hour: the documents of each show with the time they came, the clock of the
+switch, marks where something happened, and the rates of each port. Times are the gateway's own, in
+seconds since 1970: a switch's clock may stop, jump, or start anew."""
 from __future__ import annotations
 
 import bisect
 import json
 import zlib
-from array import array
 from collections import deque
-from typing import Any, Mapping
+from typing import Any
+
+from .rates import Rates
 
 JSON = Any
 KEPT_S = 3600
 MOST_CHANGES = 4000  # of one show; those beyond push out the oldest
-VALUES = 5  # of a port's rate: packets and bytes received and sent, errors
+MOST_MARKS = 2000
+ONE_MARK_S = 0.5  # what happens to one kind of thing within this is one mark
+SAME_CLOCK_MS = 250  # a reading this near to what was expected is no jump: answers take time
+
+# What changes the picture of a switch. Calls, traces and who comes in do not.
+MARKED = frozenset("boot card device env lab poe port state".split())
 
 
 class Versions:
@@ -24,8 +30,9 @@ class Versions:
         self._packed: list[bytes] = []
 
     def add(self, time: float, document: JSON) -> None:
-        """From that time on the document is this."""
-        self._times.append(time)
+        """From that time on the document is this. A time before the last one is the last one's: the
+        order in which they came is the true one."""
+        self._times.append(max(time, self._times[-1]) if self._times else time)
         self._packed.append(zlib.compress(json.dumps(document).encode(), 1))
         # What was in force at the beginning of the hour is kept, however old it is.
         old = bisect.bisect_right(self._times, time - KEPT_S) - 1
@@ -43,37 +50,57 @@ class Versions:
         """The time of the oldest."""
         return self._times[0] if self._times else None
 
-    def times(self) -> list[float]:
-        """When it changed."""
-        return list(self._times)
 
-
-class Rates:
-    """The rates of all ports, once a second."""
+class Clock:
+    """The clock of the switch: a reading for each time it did not go on as expected."""
 
     def __init__(self) -> None:
-        self._times: deque[float] = deque(maxlen=KEPT_S)
-        self._ports: dict[str, deque[bytes]] = {}
-        self._none = array("f", [0] * VALUES).tobytes()
+        self._readings: deque[tuple[float, float, bool]] = deque(maxlen=MOST_CHANGES)
 
-    def add(self, time: float, rates: Mapping[str, list[float]]) -> None:
-        """What the ports did in the second that has ended at that time."""
-        for port in rates.keys() - self._ports.keys():
-            self._ports[port] = deque([self._none] * len(self._times), maxlen=KEPT_S)
-        self._times.append(time)
-        for port, values in self._ports.items():
-            given = rates.get(port)
-            values.append(self._none if given is None or not any(given)
-                          else array("f", given).tobytes())
+    def read(self, time: float, time_ms: float, stopped: bool) -> None:
+        """It shows this at that time."""
+        if self._readings:
+            _, _, stood = self._readings[-1]
+            if stood == stopped and abs(self.at(time)["timeMs"] - time_ms) < SAME_CLOCK_MS:
+                return
+        self._readings.append((time, time_ms, stopped))
 
-    def since(self, time: float, ports: list[str]) -> dict[str, JSON]:
-        """The times of the samples behind that time, and of each port its samples."""
-        start = bisect.bisect_right(self._times, time)
-        times = [round(each, 3) for each in list(self._times)[start:]]
-        return {"times": times,
-                "ports": {port: [[round(value, 1) for value in array("f", each)]
-                                 for each in list(self._ports[port])[start:]]
-                          for port in ports if port in self._ports}}
+    def stop(self, time: float) -> None:
+        """The switch has ended."""
+        if self._readings:
+            self._readings.append((time, self.at(time)["timeMs"], True))
+
+    def at(self, time: float) -> dict[str, JSON]:
+        """What it showed."""
+        for since, time_ms, stopped in reversed(self._readings):
+            if since <= time:
+                gone = 0 if stopped else 1000 * (time - since)
+                return {"timeMs": round(time_ms + gone), "stopped": stopped}
+        return {"timeMs": 0, "stopped": True}
+
+
+class Marks:
+    """When something happened, by source: [time, source, what was last, how often]."""
+
+    def __init__(self) -> None:
+        self._marks: deque[list[JSON]] = deque(maxlen=MOST_MARKS)
+        self._open: dict[str, list[JSON]] = {}  # the newest of each source
+
+    def add(self, time: float, source: str, text: str) -> None:
+        """An event."""
+        if source not in MARKED:
+            return
+        newest = self._open.get(source)
+        if newest is not None and time - newest[0] < ONE_MARK_S:
+            newest[2] = text
+            newest[3] += 1
+            return
+        self._open[source] = [round(time, 3), source, text, 1]
+        self._marks.append(self._open[source])
+
+    def since(self, time: float) -> list[list[JSON]]:
+        """Those of that time and later, oldest first."""
+        return [list(mark) for mark in self._marks if mark[0] >= time]
 
 
 class History:
@@ -81,6 +108,8 @@ class History:
 
     def __init__(self) -> None:
         self._shows: dict[str, Versions] = {}
+        self.clock = Clock()
+        self.marks = Marks()
         self.rates = Rates()
 
     def changed(self, time: float, name: str, document: JSON) -> None:
@@ -91,12 +120,8 @@ class History:
         """All documents as they were."""
         return {name: versions.at(time) for name, versions in self._shows.items()}
 
-    def first(self) -> float | None:
-        """From when on something is known."""
-        return min((each.first for each in self._shows.values() if each.first is not None),
-                   default=None)
-
-    def changes(self, names: list[str]) -> list[float]:
-        """When those shows changed, in order."""
-        return sorted({round(time, 2) for name in names if name in self._shows
-                       for time in self._shows[name].times()})
+    def first(self, now: float) -> float | None:
+        """From when on something is known, an hour ago at most."""
+        first = min((each.first for each in self._shows.values() if each.first is not None),
+                    default=None)
+        return None if first is None else max(first, now - KEPT_S)

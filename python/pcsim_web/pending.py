@@ -12,6 +12,7 @@ from .feed import Feed
 
 JSON = Any
 EVENTS_AT_ONCE = 100
+EVENTS_A_SECOND = 200  # nobody reads more, and a page that draws them all would stand still
 SHORTEST_S = 0.05  # between two messages
 
 
@@ -20,7 +21,8 @@ class Pending:
 
     def __init__(self) -> None:
         self._some = asyncio.Event()
-        self._last = 0.0
+        self._last = time.monotonic()
+        self._allowed = float(EVENTS_AT_ONCE)  # events that may be told now
         self.forget()
 
     def forget(self) -> None:
@@ -72,8 +74,16 @@ class Pending:
             self._some.clear()
             feed: Feed | None = feed_of()
             if feed is not None:
-                self._last = time.monotonic()
+                before, self._last = self._last, time.monotonic()
+                self._sum_up(self._last - before)
                 return self._message(feed)
+
+    def _sum_up(self, passed: float) -> None:
+        """Counts the oldest events where there are more than may be told after so many seconds."""
+        self._allowed = min(EVENTS_AT_ONCE, self._allowed + EVENTS_A_SECOND * passed)
+        while len(self._events) > max(1, int(self._allowed)):
+            self._summed[self._events.popleft()["source"]] += 1
+        self._allowed = max(0.0, self._allowed - len(self._events))
 
     def _message(self, feed: Feed) -> dict[str, JSON]:
         message: dict[str, JSON] = {
@@ -84,7 +94,7 @@ class Pending:
             # Of the past the last events are enough to begin with; the page asks for older ones.
             message |= {"whole": True, "shows": dict(feed.shows),
                         "events": list(feed.events)[-EVENTS_AT_ONCE:],
-                        "history": feed.history.first()}
+                        "history": feed.history.first(time.time())}
         else:
             message |= {"shows": {name: feed.shows[name] for name in self._shows
                                   if name in feed.shows}}

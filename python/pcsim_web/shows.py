@@ -3,6 +3,7 @@ from, and when they are asked for again."""
 from __future__ import annotations
 
 from dataclasses import dataclass
+from typing import Mapping
 
 
 @dataclass(frozen=True)
@@ -32,6 +33,10 @@ SHOWS = (
     _show("faults", "show faults", "fault", 2),
     _show("nics", "show nics", "lab port", 2),
 )
+
+SHOWS_OF: Mapping[str, list[str]] = {
+    source: [show.name for show in SHOWS if source in show.sources]
+    for source in frozenset().union(*(show.sources for show in SHOWS))}
 
 COUNTERS = "show counters all"
 COUNTERS_EVERY_S = 1.0

@@ -10,6 +10,7 @@ import asyncio
 import contextlib
 import json
 import logging
+import time
 from typing import Any, Awaitable, Callable, Mapping
 
 from aiohttp import WSMsgType, web
@@ -48,7 +49,7 @@ class Viewer:
             "look": self._look, "run": self._run, "table": self._table, "at": self._at,
             "rates": self._rates, "events": self._events, "complete": self._complete,
             "question": self._question, "prompt": self._prompt, "interrupt": self._interrupt,
-            "describe": self._describe}
+            "describe": self._describe, "changes": self._changes}
 
     async def serve(self) -> None:
         """Until the page is closed."""
@@ -164,17 +165,26 @@ class Viewer:
         return {"name": feed.name}
 
     async def _at(self, message: Mapping[str, JSON]) -> JSON:
-        feed = self._feed_of(message)
+        history = self._feed_of(message).history
         moment = number_in(message, "time", 0, 0, 1e11)
-        return {"time": moment, "first": feed.history.first(), "shows": feed.history.at(moment)}
+        return {"time": moment, "first": history.first(time.time()),
+                "clock": history.clock.at(moment), "shows": history.at(moment)}
+
+    async def _changes(self, message: Mapping[str, JSON]) -> JSON:
+        """When something happened in the last hour."""
+        history = self._feed_of(message).history
+        first = history.first(time.time())
+        return {"first": first, "marks": [] if first is None else history.marks.since(first)}
 
     async def _rates(self, message: Mapping[str, JSON]) -> JSON:
         feed = self._feed_of(message)
         ports = message.get("ports")
         if not isinstance(ports, list) or len(ports) > MOST_PORTS:
             raise Problem("'ports' is no list of ports", f"at most {MOST_PORTS} like \"1:1\"")
-        since = number_in(message, "since", 0, 0, 1e11)
-        return feed.history.rates.since(since, [str(port) for port in ports])
+        return feed.history.rates.window(number_in(message, "since", 0, 0, 1e11),
+                                         number_in(message, "until", 1e11, 0, 1e11),
+                                         number_in(message, "step", 1, 1, 3600),
+                                         [str(port) for port in ports])
 
     async def _events(self, message: Mapping[str, JSON]) -> JSON:
         """Events before a number, newest last."""
