@@ -4,6 +4,7 @@ import {Link} from "./link.js";
 import {Store} from "./store.js";
 import {Tabs} from "./tabs.js";
 import {mountHeader} from "./header.js";
+import {mountTimeline} from "./time/timeline.js";
 
 const element = (id) => document.getElementById(id);
 
@@ -18,3 +19,4 @@ const app = {
 };
 
 mountHeader(app);
+mountTimeline(app);
