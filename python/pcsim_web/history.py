@@ -80,23 +80,24 @@ class Clock:
 
 
 class Marks:
-    """When something happened, by source: [time, source, what was last, how often]."""
+    """When something happened, by source: [time, source, what was last, how often]. The time is that
+    of the last of what is one mark: who goes there sees what all of it has changed."""
 
     def __init__(self) -> None:
         self._marks: deque[list[JSON]] = deque(maxlen=MOST_MARKS)
-        self._open: dict[str, list[JSON]] = {}  # the newest of each source
+        self._open: dict[str, tuple[float, list[JSON]]] = {}  # the newest of a source, its begin
 
     def add(self, time: float, source: str, text: str) -> None:
         """An event."""
         if source not in MARKED:
             return
-        newest = self._open.get(source)
-        if newest is not None and time - newest[0] < ONE_MARK_S:
-            newest[2] = text
-            newest[3] += 1
+        begun, newest = self._open.get(source, (0.0, []))
+        if newest and time - begun < ONE_MARK_S:
+            newest[:] = [round(time, 3), source, text, newest[3] + 1]
             return
-        self._open[source] = [round(time, 3), source, text, 1]
-        self._marks.append(self._open[source])
+        mark = [round(time, 3), source, text, 1]
+        self._open[source] = time, mark
+        self._marks.append(mark)
 
     def since(self, time: float) -> list[list[JSON]]:
         """Those of that time and later, oldest first."""

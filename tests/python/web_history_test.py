@@ -96,10 +96,10 @@ def test_what_happens_at_once_is_one_mark_of_its_source():
     marks.add(START + 0.1, "card", "Slot 1 removed")
     marks.add(START + 0.4, "port", "Port 1:2 link down")
     marks.add(START + 0.5, "port", "Port 1:3 link down")
-    assert marks.since(START) == [[START, "port", "Port 1:2 link down", 2],
+    assert marks.since(START) == [[START + 0.4, "port", "Port 1:2 link down", 2],
                                   [START + 0.1, "card", "Slot 1 removed", 1],
                                   [START + 0.5, "port", "Port 1:3 link down", 1]]
-    assert marks.since(START + 0.2) == [[START + 0.5, "port", "Port 1:3 link down", 1]]
+    assert marks.since(START + 0.45) == [[START + 0.5, "port", "Port 1:3 link down", 1]]
 
 
 def test_what_changes_nothing_of_the_picture_leaves_no_mark():

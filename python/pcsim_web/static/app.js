@@ -4,6 +4,7 @@ import {Link} from "./link.js";
 import {Store} from "./store.js";
 import {Tabs} from "./tabs.js";
 import {mountHeader} from "./header.js";
+import {mountSlider} from "./time/slider.js";
 import {mountTimeline} from "./time/timeline.js";
 
 const element = (id) => document.getElementById(id);
@@ -19,4 +20,5 @@ const app = {
 };
 
 mountHeader(app);
+mountSlider(app);
 mountTimeline(app);

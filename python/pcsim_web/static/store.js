@@ -19,9 +19,10 @@ export class Store extends EventTarget {
   readOnly = true;
   connected = false;
   events = [];        // newest last; each {number, timeMs, source, text, at}
-  past = null;        // {time, shows} while a moment of the past is shown
+  past = null;        // {time, shows, clock: {timeMs, stopped}} while a moment of the past is shown
   historyFrom = null;  // seconds since 1970; from when on there is a past
   #shows = {};
+  #moves = 0;         // how often another moment was wanted
   #now = {at: 0, timeMs: 0, stopped: false};
 
   constructor(link) {
@@ -38,11 +39,12 @@ export class Store extends EventTarget {
    * is undefined. */
   get shows() { return this.past?.shows ?? this.#shows; }
 
-  /** Whether the clock of the switch stands. */
-  get stopped() { return this.#now.stopped; }
+  /** Whether the clock of the switch stands, or stood. */
+  get stopped() { return this.past ? this.past.clock.stopped : this.#now.stopped; }
 
   /** The clock of the switch, in ms, as far as one can know it without asking. */
   timeMs() {
+    if (this.past) return this.past.clock.timeMs;
     const {at, timeMs, stopped} = this.#now;
     return stopped || !this.alive ? timeMs : timeMs + Math.max(0, Date.now() - 1000 * at);
   }
@@ -51,14 +53,17 @@ export class Store extends EventTarget {
   async look(name) {
     this.current = name;
     this.past = null;
+    this.#moves++;
     await this.link.ask("look", {instance: name});
   }
 
   /** Shows a moment of the past, in seconds since 1970; null is the present. */
   async goTo(time) {
+    const move = ++this.#moves;
     const answer = time === null ? null
       : await this.link.ask("at", {instance: this.current, time});
-    this.past = answer && {time, shows: answer.shows};
+    if (move !== this.#moves) return;  // meanwhile another moment is wanted
+    this.past = answer && {time, shows: answer.shows, clock: answer.clock};
     this.historyFrom = answer?.first ?? this.historyFrom;
     this.#tell("time");
   }
