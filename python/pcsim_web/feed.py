@@ -149,7 +149,8 @@ class Feed:
         event = {key: params[key] for key in ("number", "timeMs", "source", "text")}
         event["at"] = moment = self._moment_of(event["timeMs"])
         self.events.append(event)
-        self.history.marks.add(moment, event["source"], event["text"])
+        if self.history.marks.add(moment, event["source"], event["text"]):
+            event["mark"] = True
         for name in SHOWS_OF.get(event["source"], ()):
             self._due[name] = 0.0
             if not self._replaying:

@@ -5,6 +5,7 @@ from __future__ import annotations
 
 import bisect
 import json
+import re
 import zlib
 from collections import deque
 from typing import Any
@@ -18,8 +19,9 @@ MOST_MARKS = 2000
 ONE_MARK_S = 0.5  # what happens to one kind of thing within this is one mark
 SAME_CLOCK_MS = 250  # a reading this near to what was expected is no jump: answers take time
 
-# What changes the picture of a switch. Calls, traces and who comes in do not.
+# What changes the picture of a switch. Calls, traces, who comes in, and frames do not.
 MARKED = frozenset("boot card device env lab poe port state".split())
+FRAMES = re.compile(r"\d+ frames ")
 
 
 class Versions:
@@ -87,17 +89,18 @@ class Marks:
         self._marks: deque[list[JSON]] = deque(maxlen=MOST_MARKS)
         self._open: dict[str, tuple[float, list[JSON]]] = {}  # the newest of a source, its begin
 
-    def add(self, time: float, source: str, text: str) -> None:
-        """An event."""
-        if source not in MARKED:
-            return
+    def add(self, time: float, source: str, text: str) -> bool:
+        """An event. Whether it is worth a mark."""
+        if source not in MARKED or FRAMES.match(text):
+            return False
         begun, newest = self._open.get(source, (0.0, []))
         if newest and time - begun < ONE_MARK_S:
             newest[:] = [round(time, 3), source, text, newest[3] + 1]
-            return
+            return True
         mark = [round(time, 3), source, text, 1]
         self._open[source] = time, mark
         self._marks.append(mark)
+        return True
 
     def since(self, time: float) -> list[list[JSON]]:
         """Those of that time and later, oldest first."""

@@ -87,7 +87,7 @@ class Pending:
 
     def _message(self, feed: Feed) -> dict[str, JSON]:
         message: dict[str, JSON] = {
-            "tell": "news", "instance": feed.name, "alive": feed.alive,
+            "tell": "news", "instance": feed.name, "alive": feed.alive, "at": round(time.time(), 3),
             "now": {"at": round(feed.status_at, 3), "timeMs": feed.status.get("timeMs", 0),
                     "stopped": feed.status.get("stopped", False)}}
         if self._whole:

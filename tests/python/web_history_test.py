@@ -99,13 +99,16 @@ def test_what_happens_at_once_is_one_mark_of_its_source():
     assert marks.since(START) == [[START + 0.4, "port", "Port 1:2 link down", 2],
                                   [START + 0.1, "card", "Slot 1 removed", 1],
                                   [START + 0.5, "port", "Port 1:3 link down", 1]]
-    assert marks.since(START + 0.45) == [[START + 0.5, "port", "Port 1:3 link down", 1]]
+    assert marks.add(START + 9, "lab", "Cable 12 pulled") is True
+    assert marks.since(START + 9) == [[START + 9, "lab", "Cable 12 pulled", 1]]
+    assert marks.since(START + 0.45)[:1] == [[START + 0.5, "port", "Port 1:3 link down", 1]]
 
 
 def test_what_changes_nothing_of_the_picture_leaves_no_mark():
     marks = Marks()
     for source in ("call", "door", "pcSimPort"):
-        marks.add(START, source, "something")
+        assert marks.add(START, source, "something") is False
+    assert marks.add(START, "lab", "12 frames into eth1") is False
     assert marks.since(0) == []
 
 
@@ -235,13 +238,15 @@ def test_news_are_told_once(feed):
     pending.happened(event(1))
     pending.lost(3)
     pending.measured(START, {"1:1": [1.26, 0, 0, 0, 0], "1:2": [0.0] * 5})
-    assert take(pending, feed) == {
+    told = take(pending, feed)
+    assert abs(told.pop("at") - time.time()) < 5
+    assert told == {
         "tell": "news", "instance": "demo", "alive": True,
         "now": {"at": START, "timeMs": 5, "stopped": False}, "shows": {"ports": [1]},
         "events": [event(1)], "lost": 3,
         "rates": {"at": START, "ports": {"1:1": [1.3, 0, 0, 0, 0]}}}
     pending.changed(set())
-    assert take(pending, feed).keys() == {"tell", "instance", "alive", "now", "shows"}
+    assert take(pending, feed).keys() == {"tell", "instance", "alive", "at", "now", "shows"}
 
 
 def test_all_is_told_anew_without_what_was_before(feed):

@@ -4,6 +4,7 @@ import {Link} from "./link.js";
 import {Store} from "./store.js";
 import {Tabs} from "./tabs.js";
 import {mountHeader} from "./header.js";
+import {mountRates} from "./time/charts.js";
 import {mountSlider} from "./time/slider.js";
 import {mountTimeline} from "./time/timeline.js";
 
@@ -22,3 +23,4 @@ const app = {
 mountHeader(app);
 mountSlider(app);
 mountTimeline(app);
+mountRates(app);

@@ -22,6 +22,7 @@ export class Store extends EventTarget {
   past = null;        // {time, shows, clock: {timeMs, stopped}} while a moment of the past is shown
   historyFrom = null;  // seconds since 1970; from when on there is a past
   #shows = {};
+  #ahead = 0;         // seconds that this clock is ahead of the server's, with the way of a message
   #moves = 0;         // how often another moment was wanted
   #now = {at: 0, timeMs: 0, stopped: false};
 
@@ -39,6 +40,9 @@ export class Store extends EventTarget {
    * is undefined. */
   get shows() { return this.past?.shows ?? this.#shows; }
 
+  /** The server's clock, in seconds since 1970: all times that it tells are of it. */
+  now() { return Date.now() / 1000 - this.#ahead; }
+
   /** Whether the clock of the switch stands, or stood. */
   get stopped() { return this.past ? this.past.clock.stopped : this.#now.stopped; }
 
@@ -46,7 +50,7 @@ export class Store extends EventTarget {
   timeMs() {
     if (this.past) return this.past.clock.timeMs;
     const {at, timeMs, stopped} = this.#now;
-    return stopped || !this.alive ? timeMs : timeMs + Math.max(0, Date.now() - 1000 * at);
+    return stopped || !this.alive ? timeMs : timeMs + Math.max(0, 1000 * (this.now() - at));
   }
 
   /** Shows another switch. */
@@ -97,6 +101,9 @@ export class Store extends EventTarget {
     if (news.instance !== this.current) return;
     this.alive = news.alive;
     this.#now = news.now;
+    // The message that was under way the shortest tells best.
+    const ahead = Date.now() / 1000 - news.at;
+    this.#ahead = news.whole ? ahead : Math.min(this.#ahead, ahead);
     if (news.whole) {
       this.#shows = news.shows;
       this.events = news.events;

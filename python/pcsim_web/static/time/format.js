@@ -41,11 +41,8 @@ export function perSecond(value, unit) {
   return `${Number(value.toFixed(digits))}${power || unit ? " " : ""}${PREFIXES[power]}${unit}/s`;
 }
 
-/** The next number from 1, 2, 5, 10, 20, ... that is no smaller: what an axis ends with. */
+/** The next number with one digit that is not 0 and no smaller: what an axis ends with. */
 export function niceAbove(value) {
   const power = 10 ** Math.floor(Math.log10(Math.max(value, 1)));
-  for (const factor of [1, 2, 5]) {
-    if (factor * power >= value) return factor * power;
-  }
-  return 10 * power;
+  return [1, 2, 3, 4, 5, 6, 8, 10].find((factor) => factor * power >= value) * power;
 }

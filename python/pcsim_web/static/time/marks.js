@@ -6,9 +6,6 @@ const MOST = 4000;
 const ONE_MARK_S = 0.5;
 const ONE_STEP_S = 0.3;  // marks of several sources that are one change
 
-// What changes the picture of a switch. The server keeps marks of the same.
-const MARKED = new Set(["boot", "card", "device", "env", "lab", "poe", "port", "state"]);
-
 /** The marks, oldest first. */
 export class Marks {
   all = [];
@@ -23,8 +20,8 @@ export class Marks {
 
   /** Events that have come. */
   add(events) {
-    for (const {at, source, text} of events) {
-      if (!MARKED.has(source)) continue;
+    for (const {at, source, text, mark: marks} of events) {
+      if (!marks) continue;  // it changes nothing of the picture
       const open = this.#open.get(source);
       if (open && at - open.begun < ONE_MARK_S) {
         Object.assign(open.mark, {at, text, count: open.mark.count + 1});

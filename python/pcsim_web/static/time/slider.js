@@ -82,27 +82,27 @@ class Slider {
     });
   }
 
-  // --- Where is what --------------------------------------------------------------------------------
+  // --- Where is what -----------------------------------------------------------------------------
 
   get span() {
-    const known = Date.now() / 1000 - (this.from ?? Infinity);
+    const known = this.store.now() - (this.from ?? Infinity);
     return SPANS_S.find((each) => each >= known) ?? SPANS_S.at(-1);
   }
 
   /** From when on something is known. */
   get from() {
     const {historyFrom} = this.store;
-    return historyFrom && Math.max(historyFrom, Date.now() / 1000 - SPANS_S.at(-1));
+    return historyFrom && Math.max(historyFrom, this.store.now() - SPANS_S.at(-1));
   }
 
   /** What is known begins there, and this is before now. */
   timeAt(share) {
-    const now = Date.now() / 1000;
+    const now = this.store.now();
     return Math.max(this.from ?? now, now - (1 - share) * this.span);
   }
 
   shareOf(time) {
-    return Math.min(1, Math.max(0, 1 - (Date.now() / 1000 - time) / this.span));
+    return Math.min(1, Math.max(0, 1 - (this.store.now() - time) / this.span));
   }
 
   /** The moment at a share of the track: that of a mark if one is there. */
@@ -113,7 +113,7 @@ class Slider {
     return this.marks.near(time, SNAP_PX * this.span / width)[0]?.at ?? time;
   }
 
-  // --- What one does --------------------------------------------------------------------------------
+  // --- What one does -----------------------------------------------------------------------------
 
   slid() { this.go(this.momentAt(this.range.value / 1000)); }
 
@@ -125,12 +125,12 @@ class Slider {
   }
 
   key(event) {
-    const at = this.store.past?.time ?? Date.now() / 1000;
+    const at = this.store.past?.time ?? this.store.now();
     const does = {
       ArrowLeft: () => this.step(-1), ArrowDown: () => this.step(-1),
       ArrowRight: () => this.step(1), ArrowUp: () => this.step(1),
       PageDown: () => this.go(Math.max(this.from, at - PAGE_S)),
-      PageUp: () => this.go(at + PAGE_S < Date.now() / 1000 ? at + PAGE_S : null),
+      PageUp: () => this.go(at + PAGE_S < this.store.now() ? at + PAGE_S : null),
       Home: () => this.go(this.from), End: () => this.go(null), Escape: () => this.go(null),
     }[event.key];
     if (!does) return;
@@ -165,11 +165,11 @@ class Slider {
       `${Math.min(box.width - half, Math.max(half, x - box.left))}px`;
   }
 
-  // --- What one sees --------------------------------------------------------------------------------
+  // --- What one sees -----------------------------------------------------------------------------
 
   draw() {
     const {store} = this;
-    const now = Date.now() / 1000;
+    const now = this.store.now();
     const known = this.from !== null && now - this.from >= SHORTEST_S;
     this.marks.prune(now);
     this.range.disabled = !known || !store.connected;

@@ -69,7 +69,7 @@ class Timeline {
       this.chosen();
     });
     store.addEventListener("events", (event) => {
-      const added = this.log.add(event.detail, Date.now() / 1000);
+      const added = this.log.add(event.detail, store.now());
       if (!list.following) this.#missed += added;
       this.#show(added);
     });
@@ -106,8 +106,9 @@ class Timeline {
   #drawFollow() {
     const {following} = this.list;
     setAttribute(this.followButton, "aria-pressed", String(following));
-    setText(this.followButton, this.#missed > 0
-      ? `▲ ${this.#missed.toLocaleString("en")} new` : following ? "▲ Following" : "▲ Follow");
+    const label = following ? "Following" : "Follow";
+    setText(this.followButton, this.#missed > 0 ? `▲ ${counted(this.#missed, "new", "new")}`
+      : `▲ ${label}`);
     this.followButton.title = following ? "Stay where one reads"
       : "Go to the newest event, and show others as they come";
   }

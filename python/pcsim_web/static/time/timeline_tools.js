@@ -31,8 +31,9 @@ export function chips(filter, chosen) {
   };
   const toggle = (source, alone) => {
     const others = [...buttons.keys()].filter((each) => each !== source);
-    if (!alone) filter.hidden.has(source) ? filter.hidden.delete(source) : filter.hidden.add(source);
-    else if (others.every((each) => filter.hidden.has(each))) filter.hidden.clear();
+    if (!alone) {
+      if (!filter.hidden.delete(source)) filter.hidden.add(source);
+    } else if (others.every((each) => filter.hidden.has(each))) filter.hidden.clear();
     else filter.hidden = new Set(others);
     drawState();
     chosen();

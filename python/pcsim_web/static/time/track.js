@@ -59,7 +59,8 @@ export function drawMarks(canvas, marks, shareOf, known) {
     let bottom = height;
     for (const [source, count] of sources) {
       // One event is seen, and a hundred are more than ten.
-      const high = Math.min(bottom, Math.min(height, 10 + 4 * Math.log10(count)) / sources.size + 1);
+      const high = Math.min(bottom,
+                            Math.min(height, 10 + 4 * Math.log10(count)) / sources.size + 1);
       surface.fillStyle = colourOf(source, canvas);
       surface.fillRect(column, bottom - high, 2, high);
       bottom -= high;
