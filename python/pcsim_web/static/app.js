@@ -7,6 +7,7 @@ import {mountHeader} from "./header.js";
 import {mountRates} from "./time/charts.js";
 import {mountSlider} from "./time/slider.js";
 import {mountTimeline} from "./time/timeline.js";
+import {mountPanel} from "./panel/panel.js";
 
 const element = (id) => document.getElementById(id);
 
@@ -24,3 +25,4 @@ mountHeader(app);
 mountSlider(app);
 mountTimeline(app);
 mountRates(app);
+mountPanel(app);
