@@ -39,12 +39,11 @@ function drawFront(model, m) {
   const spare = m.narrow ? m.inner - fit.width : 0;
   const drawn = drawPorts(ports, fit, m.left + side + (m.narrow ? 0 : socket) + spare / 2,
                           top + (height - top - fit.height) / 2);
-  const none = ports.length ? null
-    : text(m.left + side + (m.narrow ? 0 : socket), top + 58, "soft",
-           "no front-panel ports: no interface is named eth1");
+  const none = ports.length ? null : text(m.left + side + (m.narrow ? 0 : socket), height / 2
+    + (m.narrow ? 38 : 5), "soft", "no ports: there is no interface eth1");
   const end = m.left + side + socket + fit.width + 28;
   const rest = m.left + m.inner - end;
-  const air = m.narrow || rest < 90 ? null : vents(end, 20, rest, height - 40);
+  const air = m.narrow || none || rest < 90 ? null : vents(end, 20, rest, height - 40);
   return {height, drawn: [management, ...drawn], heads: [head],
           nodes: [head.node, air, none, management.node, ...drawn.map((each) => each.node)]};
 }

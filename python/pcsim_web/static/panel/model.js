@@ -72,10 +72,11 @@ function managementOf(known, row) {
           label: "MGMT", state, row: row ?? {}, cable: cableOf(nic, known.events), nic};
 }
 
-function unitsOf(kind, rows, identities, key) {
+function unitsOf(kind, key, rows, {identities, outputs} = {}) {
   return (rows ?? []).map((row) => ({
     part: `${kind} ${row[key]}`, kind, number: row[key], state: row.state, row,
     identity: identities?.find((each) => each[key] === row[key]) ?? {},
+    output: outputs?.find((each) => each[key] === row[key]),
   }));
 }
 
@@ -93,8 +94,8 @@ export function modelOf(store) {
     chassis: chassis.chassis, shape: chassis.chassis.shape,
     cards: slots.slots.map((slot) => cardOf(slot, known)),
     management: managementOf(known, ports?.management),
-    fans: unitsOf("fan", fans?.fans, fans?.identities, "fan"),
-    supplies: unitsOf("supply", power?.power, power?.identities, "supply"),
+    fans: unitsOf("fan", "fan", fans?.fans, fans),
+    supplies: unitsOf("supply", "supply", power?.power, power),
   };
   const ofPorts = model.cards.flatMap((card) => card.ports);
   model.parts = new Map([model.management, ...model.cards, ...ofPorts, ...model.fans,

@@ -3,11 +3,13 @@
 import {h} from "../dom.js";
 import {panelWords} from "./head.js";
 import {drawPanel, structureOf} from "./draw.js";
+import {mountMenu} from "./menu.js";
 import {modelOf} from "./model.js";
 import {drawLegend} from "./legend.js";
 import {walk} from "./walk.js";
 
-const DRAWN_FROM = ["chassis", "ports", "cards", "slots", "fans", "power", "environment", "nics"];
+const DRAWN_FROM = ["chassis", "ports", "cards", "slots", "fans", "power", "environment", "nics",
+                    "faults"];
 const TICK_MS = 200;
 
 class Panel {
@@ -22,6 +24,7 @@ class Panel {
     this.structure = "";
     this.focused = null;  // the part that the Tab key comes to
     this.ticking = 0;
+    this.lastRates = {};
     this.changed = new EventTarget();
   }
 
@@ -34,7 +37,7 @@ class Panel {
     if (width < 100) return;
     const structure = structureOf(this.model, width);
     if (structure !== this.structure) this.#rebuild(structure, width);
-    const now = this.#time();
+    const now = this.timeMs();
     for (const each of this.drawing.drawn.values()) {
       each.update(this.model.parts.get(each.part), now);
     }
@@ -46,6 +49,7 @@ class Panel {
 
   /** Blinks the sockets through which frames pass. */
   rates(ports) {
+    this.lastRates = ports;
     if (!this.drawing) return;
     for (const {part, activity} of this.drawing.drawn.values()) {
       if (!activity) continue;
@@ -54,6 +58,7 @@ class Panel {
       const name = rate === 0 ? "lamp" : rate < 100 ? "lamp activity slow" : "lamp activity fast";
       if (activity.getAttribute("class") !== name) activity.setAttribute("class", name);
     }
+    this.changed.dispatchEvent(new Event("changed"));
   }
 
   /** Makes a part the one that the Tab key comes to. */
@@ -66,7 +71,7 @@ class Panel {
   node(part) { return this.drawing?.drawn.get(part)?.node; }
 
   /** The clock of what is shown. At a moment of the past nobody knows what it was. */
-  #time() { return this.store.past ? null : this.store.timeMs(); }
+  timeMs() { return this.store.past ? null : this.store.timeMs(); }
 
   #rebuild(structure, width) {
     const held = this.drawing?.svg.contains(document.activeElement);
@@ -88,7 +93,7 @@ class Panel {
   }
 
   #tick() {
-    const now = this.#time();
+    const now = this.timeMs();
     for (const each of this.drawing.drawn.values()) {
       if (each.timed) each.update(this.model.parts.get(each.part), now);
     }
@@ -112,4 +117,5 @@ export function mountPanel(app) {
   app.store.addEventListener("rates", (event) => panel.rates(event.detail.ports));
   new ResizeObserver(() => panel.refresh()).observe(panel.room);
   walk(panel);
+  mountMenu(app);
 }
