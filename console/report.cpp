@@ -36,6 +36,7 @@ void appendNames(std::string& names, const Fields& fields) {
 }
 
 void appendNames(std::string& names, const Table& table) {
+    if (table.forPrograms) return;
     appendName(names, std::string(table.key) + ".count");
     for (const Column& column : table.columns) appendName(names, std::string("ROW.") + column.key);
 }
@@ -45,6 +46,7 @@ void appendPaths(std::vector<std::string>& paths, const Fields& fields, size_t) 
 }
 
 void appendPaths(std::vector<std::string>& paths, const Table& table, size_t most) {
+    if (table.forPrograms) return;
     paths.push_back(std::string(table.key) + ".count");
     for (const auto& row : table.rows)
         for (size_t i = 1; i < row.size() && paths.size() < most; ++i)

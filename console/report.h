@@ -94,6 +94,7 @@ struct Table {
     std::string whenEmpty;  // shown instead of a table without rows
     std::string footer;     // a line below the rows, e.g. how many were left out
     std::vector<Flexible> flexible = {};
+    bool forPrograms = false;  // in JSON, and where a value is asked for, but no text for people
 };
 
 // Columns of what is no terminal, or doesn't say.

@@ -215,6 +215,8 @@ std::string textOf(const Table& table, const Page& page) {
 std::string Report::text(const Page& page) const {
     std::string result;
     for (const auto& section : sections_) {
+        const auto* const table = std::get_if<Table>(&section);
+        if (table != nullptr && table->forPrograms) continue;
         if (!result.empty()) result += "\n";
         result += std::visit([&](const auto& part) { return textOf(part, page); }, section);
     }

@@ -63,6 +63,19 @@ TEST(Report, PathsReachFieldsAndCells) {
     EXPECT_FALSE(report.at("colour"));
 }
 
+TEST(Report, WhatIsForProgramsHasNoText) {
+    Table table{"pages", "Pages", {{"table", ""}, {"shown", ""}}, {{"ports", 2u}}, "", ""};
+    table.forPrograms = true;
+    Report report = sample();
+    report.add(table);
+    EXPECT_EQ(report.text(), sample().text());
+    EXPECT_EQ(report.names(), sample().names());
+    EXPECT_EQ(report.paths(100), sample().paths(100));
+    EXPECT_EQ(report.at("pages.ports.shown")->plain(), "2");
+    EXPECT_TRUE(
+        report.json(Report::Json::kCompact).ends_with(R"("pages":[{"table":"ports","shown":2}]})"));
+}
+
 TEST(Report, AnEmptyTableSaysSo) {
     EXPECT_EQ(Report(Table{"x", "Things", {{"a", "A"}}, {}, "no things", ""}).text(),
               "Things\n  no things\n");
