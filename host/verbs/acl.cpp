@@ -38,7 +38,7 @@ AclPlace placeOf(Call& call) {
     return {vlanOf(call), instanceOf(call), static_cast<uint8_t>(call.number("direction"))};
 }
 
-Table listTable(Call& call) {
+Table listTable(Call& call, const RowRange& range, Pages& pages) {
     Table table{"lists",
                 "Access lists",
                 {{"name", "Name"},
@@ -48,12 +48,16 @@ Table listTable(Call& call) {
                 {},
                 "no access lists; 'acl load NAME FILE' makes one",
                 ""};
-    for (const auto& [name, list] : call.machine.acl().lists())
+    uint64_t matching = 0;
+    for (const auto& [name, list] : call.machine.acl().lists()) {
+        if (!range.has(matching++)) continue;
         table.rows.push_back({name, list->rules.size(), list->counterCount, list->boundCount});
+    }
+    pages.note(table, range, matching, "access lists");
     return table;
 }
 
-Table bindingTable(Call& call, const std::string& name, uint64_t limit) {
+Table bindingTable(Call& call, const std::string& name, const RowRange& range, Pages& pages) {
     Table table{"bindings",
                 "Bindings",
                 {{"vlan", "VLAN", Align::kRight},
@@ -67,22 +71,24 @@ Table bindingTable(Call& call, const std::string& name, uint64_t limit) {
     uint64_t matching = 0;
     for (const auto& [place, list] : call.machine.acl().bindings()) {
         if (!name.empty() && list->name != name) continue;
-        if (++matching > limit) continue;
+        if (!range.has(matching++)) continue;
         table.rows.push_back({place.vlanId, portName(place.port), place.slot, list->name,
                               list->deleted ? "deleted" : "stored"});
     }
-    if (matching > limit) table.footer = firstRows(limit, matching, "bindings", kHighestLimit);
+    pages.note(table, range, matching, "bindings");
     return table;
 }
 
 Report showLists(Call& call) {
-    return Report(listTable(call))
-        .add(bindingTable(call, "", call.numberOr("limit", kDefaultRows)));
+    // Lists are few: all of them are shown unless the command says how many.
+    Pages pages;
+    Report report(listTable(call, rowRangeOf(call, kHighestLimit), pages));
+    return report.add(bindingTable(call, "", rowRangeOf(call), pages)).add(pages.table());
 }
 
 Report showList(Call& call) {
     const AclList& list = call.machine.acl().list(call.text("name"));
-    const uint64_t limit = call.numberOr("limit", kDefaultRows);
+    const RowRange range = rowRangeOf(call);
     Table rules{"rules",
                 fmt::format("Access list {}", list.name),
                 {{"name", "Rule"},
@@ -92,13 +98,15 @@ Report showList(Call& call) {
                 {},
                 "no rules",
                 ""};
-    for (size_t i = 0; i < std::min<uint64_t>(list.rules.size(), limit); ++i)
-        rules.rows.push_back({list.rules[i].name, i + 1, aclActionName(list.rules[i].action),
-                              list.rules[i].conditions()});
-    if (list.rules.size() > limit)
-        rules.footer = firstRows(limit, list.rules.size(), "rules", kHighestLimit);
+    for (size_t i = 0; i < list.rules.size(); ++i)
+        if (range.has(i))
+            rules.rows.push_back({list.rules[i].name, i + 1, aclActionName(list.rules[i].action),
+                                  list.rules[i].conditions()});
     rules.flexible = {{0, Cut::kMiddle}, {3, Cut::kEnd}};
-    return Report(rules).add(bindingTable(call, list.name, limit));
+    Pages pages;
+    pages.note(rules, range, list.rules.size(), "rules");
+    Report report(std::move(rules));
+    return report.add(bindingTable(call, list.name, range, pages)).add(pages.table());
 }
 
 // 128 bits; a number while it fits one.
@@ -184,9 +192,10 @@ void loadList(Call& call) {
 }  // namespace
 
 void addAclVerbs(HostVerbs& verbs) {
-    verbs.show("show acl [limit <limit:1-1000000>]", "access lists and where they are bound",
-               showLists);
-    verbs.show("show acl <name> [limit <limit:1-1000000>]", "rules and bindings of one", showList);
+    verbs.show("show acl [limit <limit:1-1000000>] [from <from:0-1000000000>]",
+               "access lists and where they are bound", showLists);
+    verbs.show("show acl <name> [limit <limit:1-1000000>] [from <from:0-1000000000>]",
+               "rules and bindings of one", showList);
     verbs.action("acl load <name> <file>", "compile a file and load it", loadList);
     verbs.action("acl refresh <name> <file>", "give a list new rules; its counters start anew",
                  [](Call& call) {

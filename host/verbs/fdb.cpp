@@ -189,12 +189,10 @@ Report showFdb(Call& call) {
         if (!prefix.empty() && !macText(entry.mac.data()).starts_with(prefix)) return;
         found.emplace_back(&entry, handle);
     });
-    const size_t count = std::min<size_t>(found.size(), call.numberOr("limit", kDefaultAddresses));
-    std::partial_sort(found.begin(), found.begin() + static_cast<ptrdiff_t>(count), found.end(),
-                      [](const auto& a, const auto& b) {
-                          return std::tie(a.first->vlanId, a.first->mac) <
-                                 std::tie(b.first->vlanId, b.first->mac);
-                      });
+    const RowRange range = rowRangeOf(call, kDefaultAddresses);
+    const auto page = pageOf(found, range, 0, [](const auto& a, const auto& b) {
+        return std::tie(a.first->vlanId, a.first->mac) < std::tie(b.first->vlanId, b.first->mac);
+    });
     Table table{"entries",
                 "MAC addresses",
                 {{"mac", "MAC address"},
@@ -207,15 +205,17 @@ Report showFdb(Call& call) {
                 {},
                 "none",
                 ""};
-    for (size_t i = 0; i < count; ++i) {
-        const auto& [entry, handle] = found[i];
+    for (const auto& [entry, handle] : page)
         table.rows.push_back({macText(entry->mac.data()), entry->vlanId, portName(entry->port),
                               typeName(*entry), ageCell(call, *entry), handle,
                               fdb.slotIndex(*entry) / HAL_FDB_BUCKET_ENTRIES});
-    }
+    Pages pages;
+    pages.note(table, range, found.size(), "addresses");
     return Report(std::move(table))
-        .add(Fields{
-            "matching", "", {{"matching", "Matching", found.size()}, {"shown", "Shown", count}}});
+        .add(Fields{"matching",
+                    "",
+                    {{"matching", "Matching", found.size()}, {"shown", "Shown", page.size()}}})
+        .add(pages.table());
 }
 
 }  // namespace
@@ -223,7 +223,7 @@ Report showFdb(Call& call) {
 void addFdbVerbs(HostVerbs& verbs) {
     verbs.show(
         "show fdb [vlan <vlan>] [port <port>] [trunk <trunk:1-128>] [mac <prefix:text>] "
-        "[limit <limit:1-1000000>]",
+        "[limit <limit:1-1000000>] [from <from:0-1000000000>]",
         "addresses of the MAC table", showFdb);
     verbs.show("show fdb stats", "how full the MAC table is, and what became of entries", stats);
     verbs.show("fdb stats", "the same", stats);

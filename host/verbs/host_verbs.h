@@ -7,6 +7,7 @@
 #include "console/console.h"
 #include "console/verbs.h"
 #include "host/machine/machine.h"
+#include "host/verbs/pages.h"
 #include "probe/verbs/probe_verbs.h"
 
 namespace pcsim::host {
@@ -22,9 +23,6 @@ public:
     Machine& machine;
     Context& context;
 };
-
-// Rows of a listing, unless the command says how many.
-inline constexpr uint64_t kDefaultRows = 100, kHighestLimit = 1000000;
 
 class HostVerbs {
 public:

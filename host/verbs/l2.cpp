@@ -68,7 +68,10 @@ Report showVlans(Call& call) {
     L2Manager& l2 = call.machine.l2();
     std::map<uint32_t, uint64_t> addresses;
     l2.fdb().forEach([&](uint32_t, const MacEntry& entry) { ++addresses[entry.vlanId]; });
+    const RowRange range = rowRangeOf(call, kHighestLimit);
+    uint64_t matching = 0;
     for (const auto& [id, vlan] : call.context.records.vlans()) {
+        if (!range.has(matching++)) continue;
         PortList untagged(call.context.records), tagged(call.context.records);
         for (const auto& [instance, isTagged] : l2.members(id))
             (isTagged ? tagged : untagged).add(instance);
@@ -76,7 +79,9 @@ Report showVlans(Call& call) {
             {id, vlan->record.instance, untagged.cell(), tagged.cell(), addresses[id]});
     }
     table.flexible = {{2, Cut::kEnd}, {3, Cut::kEnd}};
-    return table;
+    Pages pages;
+    pages.note(table, range, matching, "VLANs");
+    return Report(std::move(table)).add(pages.table());
 }
 
 Report showTrunks(Call& call) {
@@ -131,7 +136,8 @@ uint32_t trunkOf(Call& call) {
 }  // namespace
 
 void addL2Verbs(HostVerbs& verbs) {
-    verbs.show("show vlans", "VLANs and their ports", showVlans);
+    verbs.show("show vlans [limit <limit:1-1000000>] [from <from:0-1000000000>]",
+               "VLANs and their ports", showVlans);
     verbs.action("vlan create <vlan*>", "make a VLAN",
                  [](Call& call) { call.machine.l2().createVlan(call.vlan()); });
     verbs.action("vlan delete <vlan*>", "delete a VLAN with its memberships and addresses",

@@ -107,11 +107,12 @@ Report saveFile(Call& call) {
     return savedAnswer(path, "routes", "Routes", count);
 }
 
-Report showRoutes(Call& call, std::optional<IpPrefix> prefix) {
-    RouteQuery query{prefix, std::nullopt};
-    if (prefix) query.vr = 0;  // a lookup is one router's
+Report showRoutes(Call& call, RouteQuery::Which which, const IpPrefix& prefix = {}) {
+    RouteQuery query{which, prefix, std::nullopt};
+    if (which == RouteQuery::Which::kCovering) query.vr = 0;  // a lookup is one router's
     if (call.has("vr")) query.vr = virtualRouterOf(call);
-    query.limit = call.numberOr("limit", query.limit);
+    query.range.from = call.numberOr("from", 0);
+    query.range.limit = call.numberOr("limit", query.range.limit);
     return routeReport(call.machine.l3(), query);
 }
 
@@ -129,8 +130,11 @@ void dumpWord(Call& call, HalIpAdjDumpFn* HalFamilyOps::*word) {
 }  // namespace
 
 void addL3Verbs(HostVerbs& verbs) {
-    verbs.show("show neighbors", "neighbors, and gateways that are none",
-               [](Call& call) { return neighborReport(call.machine.l3()); });
+    verbs.show("show neighbors [limit <limit:1-1000000>] [from <from:0-1000000000>]",
+               "neighbors, and gateways that are none", [](Call& call) {
+                   return neighborReport(call.machine.l3(), rowRangeOf(call, kHighestLimit),
+                                         call.has("limit"));
+               });
     verbs.action("neighbor add <address> vlan <vlan> mac <mac:text> port <port> [vr <vr:u32>]",
                  "a neighbor that was resolved, or has moved", addNeighbor);
     verbs.action("neighbor del <address> vlan <vlan> [vr <vr:u32>]", "a neighbor that was lost",
@@ -139,15 +143,26 @@ void addL3Verbs(HostVerbs& verbs) {
                  [](Call& call) { dumpWord(call, &HalFamilyOps::ipAdjDump); });
     verbs.show("show route summary", "sizes of the tables",
                [](Call& call) { return routeSummary(call.machine.l3()); });
-    verbs.show("show route [vr <vr:u32>] [limit <limit:1-100000>]", "routes, in table order",
-               [](Call& call) { return showRoutes(call, std::nullopt); });
-    verbs.show("show route <prefix> [vr <vr:u32>] [limit <limit:1-100000>]",
-               "the route of a prefix and those that cover it",
-               [](Call& call) { return showRoutes(call, parsePrefix(call.text("prefix"))); });
-    verbs.show("show route <address> [vr <vr:u32>] [limit <limit:1-100000>]",
-               "the routes that cover an address, the one that counts first", [](Call& call) {
-                   return showRoutes(call, hostPrefix(parseAddress(call.text("address"))));
-               });
+    verbs.show("show route [vr <vr:u32>] [limit <limit:1-100000>] [from <from:0-1000000000>]",
+               "routes, in table order",
+               [](Call& call) { return showRoutes(call, RouteQuery::Which::kAll); });
+    verbs.show(
+        "show route within <prefix> [vr <vr:u32>] [limit <limit:1-100000>] "
+        "[from <from:0-1000000000>]",
+        "the routes whose addresses are all in a prefix", [](Call& call) {
+            return showRoutes(call, RouteQuery::Which::kWithin, parsePrefix(call.text("prefix")));
+        });
+    verbs.show(
+        "show route <prefix> [vr <vr:u32>] [limit <limit:1-100000>] [from <from:0-1000000000>]",
+        "the route of a prefix and those that cover it", [](Call& call) {
+            return showRoutes(call, RouteQuery::Which::kCovering, parsePrefix(call.text("prefix")));
+        });
+    verbs.show(
+        "show route <address> [vr <vr:u32>] [limit <limit:1-100000>] [from <from:0-1000000000>]",
+        "the routes that cover an address, the one that counts first", [](Call& call) {
+            return showRoutes(call, RouteQuery::Which::kCovering,
+                              hostPrefix(parseAddress(call.text("address"))));
+        });
     verbs.action(
         "route <action:add|del|replace> <prefix> [via <gateway:address> vlan <vlan>]* "
         "[vr <vr:u32>]",

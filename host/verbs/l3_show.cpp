@@ -8,7 +8,7 @@ namespace pcsim::host {
 
 namespace {
 
-constexpr size_t kMostUnresolved = 20;
+constexpr uint64_t kMostUnresolved = 20;
 
 Cell addressCell(const NeighborKey& key) {
     return Cell(IPv4Family::text(htonl(key.address)));
@@ -16,7 +16,7 @@ Cell addressCell(const NeighborKey& key) {
 
 }  // namespace
 
-Report neighborReport(const L3Manager& manager) {
+Report neighborReport(const L3Manager& manager, const RowRange& range, bool given) {
     Table table{"neighbors",
                 "Neighbors",
                 {{"address", "Address"},
@@ -29,7 +29,9 @@ Report neighborReport(const L3Manager& manager) {
                 "none",
                 ""};
     const auto gateways = manager.gateways();
+    uint64_t row = 0;
     for (const auto& [key, neighbor] : manager.neighbors()) {
+        if (!range.has(row++)) continue;
         const auto uses = gateways.find(key);
         table.rows.push_back({addressCell(key), key.vr, key.vlan, macText(neighbor.mac.data()),
                               portName(neighbor.port),
@@ -44,14 +46,15 @@ Report neighborReport(const L3Manager& manager) {
                      {},
                      "none",
                      ""};
-    size_t count = 0;
-    for (const auto& [key, uses] : gateways) {
-        if (manager.neighbors().contains(key) || ++count > kMostUnresolved) continue;
-        unresolved.rows.push_back({addressCell(key), key.vr, key.vlan, uses});
-    }
-    if (count > kMostUnresolved)
-        unresolved.footer = fmt::format("the first {} of {}", kMostUnresolved, count);
-    return Report(table).add(unresolved);
+    const RowRange unresolvedRange{range.from, given ? range.limit : kMostUnresolved};
+    uint64_t count = 0;
+    for (const auto& [key, uses] : gateways)
+        if (!manager.neighbors().contains(key) && unresolvedRange.has(count++))
+            unresolved.rows.push_back({addressCell(key), key.vr, key.vlan, uses});
+    Pages pages;
+    pages.note(table, range, manager.neighbors().size(), "neighbors");
+    pages.note(unresolved, unresolvedRange, count, "gateways");
+    return Report(table).add(unresolved).add(pages.table());
 }
 
 namespace {
@@ -101,34 +104,42 @@ Table emptyRouteTable(const RouteQuery& query) {
         table.columns.push_back({"mac", "MAC address"});
         table.columns.push_back({"port", "Port"});
     }
-    if (query.prefix) {
-        const std::string text = Family::text(Family::keyOf(*query.prefix));
+    const std::string text =
+        query.which == RouteQuery::Which::kAll ? "" : Family::text(Family::keyOf(query.prefix));
+    if (query.which == RouteQuery::Which::kCovering) {
         table.title += " that cover " + text;
         table.whenEmpty = "none covers " + text;
+    } else if (query.which == RouteQuery::Which::kWithin) {
+        table.title += " within " + text;
+        table.whenEmpty = "none is within " + text;
     }
     return table;
 }
 
-// In the platform's order. Of a table of a million routes the first few are put in order, the rest
-// is counted.
 template <typename Family>
-Table routeTable(const L3Manager& manager, const RouteQuery& query) {
+std::vector<typename Family::Key> keysOf(const RouteCopy<Family>& copy, const RouteQuery& query) {
     using Key = typename Family::Key;
+    if (query.which == RouteQuery::Which::kAll) return copy.keys([](const Key&) { return true; });
+    const Key wanted = Family::keyOf(query.prefix);
+    if (query.which == RouteQuery::Which::kCovering)
+        return copy.keys([&](const Key& key) { return Family::covers(key, wanted); });
+    return copy.keys([&](const Key& key) { return Family::covers(wanted, key); });
+}
+
+// In the platform's order. Of a table of a million routes those of the page are put in order, the
+// rest is counted.
+template <typename Family>
+Table routeTable(const L3Manager& manager, const RouteQuery& query, Pages& pages) {
     Table table = emptyRouteTable<Family>(query);
-    size_t total = 0, shown = 0;
+    uint64_t total = 0;
     for (const auto& [vr, copy] : manager.routes<Family>()) {
         if (query.vr && *query.vr != vr) continue;
-        const Key wanted = query.prefix ? Family::keyOf(*query.prefix) : Key{};
-        auto keys =
-            copy.keys([&](const Key& key) { return !query.prefix || Family::covers(key, wanted); });
+        auto keys = keysOf(copy, query);
+        for (const auto& key : pageOf(keys, query.range, total, Family::before))
+            addRows(table, manager, vr, copy, key);
         total += keys.size();
-        const size_t take = std::min(query.limit - shown, keys.size());
-        std::partial_sort(keys.begin(), keys.begin() + static_cast<ptrdiff_t>(take), keys.end(),
-                          Family::before);
-        for (size_t i = 0; i < take; ++i) addRows(table, manager, vr, copy, keys[i]);
-        shown += take;
     }
-    if (total > shown) table.footer = firstRows(shown, total, "routes", RouteQuery::kHighestLimit);
+    pages.note(table, query.range, total, "routes");
     table.flexible = {{0, Cut::kMiddle}, {2, Cut::kMiddle}};
     return table;
 }
@@ -137,11 +148,11 @@ Table routeTable(const L3Manager& manager, const RouteQuery& query) {
 
 Report routeReport(const L3Manager& manager, const RouteQuery& query) {
     Report report;
-    if (!query.prefix || !query.prefix->address.v6)
-        report.add(routeTable<IPv4Family>(manager, query));
-    if (!query.prefix || query.prefix->address.v6)
-        report.add(routeTable<IPv6Family>(manager, query));
-    return report;
+    Pages pages;
+    const bool both = query.which == RouteQuery::Which::kAll, v6 = query.prefix.address.v6;
+    if (both || !v6) report.add(routeTable<IPv4Family>(manager, query, pages));
+    if (both || v6) report.add(routeTable<IPv6Family>(manager, query, pages));
+    return report.add(pages.table());
 }
 
 namespace {

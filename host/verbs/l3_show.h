@@ -7,16 +7,20 @@
 #include "console/report.h"
 #include "host/l3/l3_manager.h"
 #include "host/l3/route_load.h"
+#include "host/verbs/pages.h"
 
 namespace pcsim::host {
 
-Report neighborReport(const L3Manager& manager);
+// Gateways that are no neighbors are the first few, unless the range is 'given'.
+Report neighborReport(const L3Manager& manager, const RowRange& range, bool given);
 
 struct RouteQuery {
-    std::optional<IpPrefix> prefix;  // it and what covers it, else all
-    std::optional<uint32_t> vr;      // else all
-    static constexpr size_t kHighestLimit = 100000;
-    size_t limit = 20;  // routes of a family
+    enum class Which { kAll, kCovering, kWithin };
+    Which which = Which::kAll;
+    IpPrefix prefix = {};        // that is covered, or that they are within
+    std::optional<uint32_t> vr;  // else all
+    static constexpr uint64_t kDefaultRoutes = 20, kHighestLimit = 100000;
+    RowRange range = {0, kDefaultRoutes, kHighestLimit};  // routes of a family
 };
 Report routeReport(const L3Manager& manager, const RouteQuery& query);
 

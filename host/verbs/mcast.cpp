@@ -66,7 +66,7 @@ std::vector<Cell> cacheCells(Call& call, const McastKey& key, const McastKey* ab
 
 // One row for each outgoing VLAN; a cache without any has one row too. The incoming VLAN counts as
 // outgoing only when packets leave by it again.
-Table cacheTable(Call& call, uint64_t limit, const std::string& group) {
+Table cacheTable(Call& call, const RowRange& range, Pages& pages, const std::string& group) {
     Table table{"caches",
                 "Multicast caches",
                 {{"group", "Group"},
@@ -81,11 +81,10 @@ Table cacheTable(Call& call, uint64_t limit, const std::string& group) {
     const auto& caches = call.machine.mcast().copy().caches();
     const uint32_t wanted = group.empty() ? 0 : parseMcastGroup(group);
     const McastKey* above = nullptr;
-    uint64_t shown = 0, matching = 0;
+    uint64_t matching = 0;
     for (const auto& [key, cache] : caches) {
         if (wanted != 0 && key.group != wanted) continue;
-        if (++matching > limit) continue;
-        ++shown;
+        if (!range.has(matching++)) continue;
         const McastKey* const shownKey = &key;
         const size_t rowsBefore = table.rows.size();
         const auto addRow = [&](Cell vlan, Cell ports) {
@@ -99,7 +98,7 @@ Table cacheTable(Call& call, uint64_t limit, const std::string& group) {
                 addRow(vlanCell(call, vlan), ports.empty() ? Cell() : mcastPortsText(ports));
         if (table.rows.size() == rowsBefore) addRow(Cell(), Cell());
     }
-    if (shown < matching) table.footer = firstRows(shown, matching, "caches", kHighestLimit);
+    pages.note(table, range, matching, "caches");
     return table;
 }
 
@@ -111,15 +110,19 @@ Report showMcast(Call& call) {
     const McastCopy& copy = mcast.copy();
     const bool inStep =
         caches == copy.caches().size() + mcast.abandoned() && ports == copy.portCount();
-    Report report(cacheTable(call, call.numberOr("limit", kDefaultRows), call.textOr("group", "")));
-    return report.add(Fields{"totals",
-                             "Totals",
-                             {{"caches", "Caches", copy.caches().size()},
-                              {"ports", "Outgoing ports", copy.portCount()},
-                              {"abandoned", "Refused, still held", mcast.abandoned()},
-                              {"chipCaches", "Caches in the chip", caches},
-                              {"chipPorts", "Ports in the chip", ports},
-                              {"inStep", "In step", inStep}}});
+    const RowRange range = rowRangeOf(call);
+    Pages pages;
+    Report report(cacheTable(call, range, pages, call.textOr("group", "")));
+    return report
+        .add(Fields{"totals",
+                    "Totals",
+                    {{"caches", "Caches", copy.caches().size()},
+                     {"ports", "Outgoing ports", copy.portCount()},
+                     {"abandoned", "Refused, still held", mcast.abandoned()},
+                     {"chipCaches", "Caches in the chip", caches},
+                     {"chipPorts", "Ports in the chip", ports},
+                     {"inStep", "In step", inStep}}})
+        .add(pages.table());
 }
 
 void addCache(Call& call) {
@@ -233,8 +236,9 @@ Report saveCaches(Call& call) {
 }  // namespace
 
 void addMcastVerbs(HostVerbs& verbs) {
-    verbs.show("show mcast [group <group:ipv4>] [limit <limit:1-1000000>]",
-               "multicast caches by group, source and VLAN, with their outgoing ports", showMcast);
+    verbs.show(
+        "show mcast [group <group:ipv4>] [limit <limit:1-1000000>] [from <from:0-1000000000>]",
+        "multicast caches by group, source and VLAN, with their outgoing ports", showMcast);
     verbs.action(
         "mcast add <group:ipv4> <source> iif <iif:vlan> [oif <vlan> <port>]* [vr <vr:u32>]",
         "add a cache, or outgoing ports to one; a source of * is any", addCache);

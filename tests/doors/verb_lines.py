@@ -87,6 +87,7 @@ LINES = (
     "show route",
     "show route 10.1.2.0/24",
     "show route 10.1.2.3",
+    "show route within 10.0.0.0/8 limit 1 from 1",
     "route save saved-routes.txt",
     "show route summary",
     "route dump",

@@ -140,7 +140,8 @@ def test_instances_that_are_dead_are_none(run_folder):
 def test_answers_have_text_and_data(switch):
     answer = switch.run("show vlans")
     assert answer.text == str(answer) and answer.text.startswith("VLANs\n")
-    assert answer.data == {"vlans": []}
+    assert answer.data == {"vlans": [], "pages": [
+        {"table": "vlans", "from": 0, "shown": 0, "matching": 0}]}
     assert switch.run("echo hi") == pcsim.Answer("hi\n", None, "echo hi")
     assert switch.run("") == pcsim.Answer("", None, "")
 
