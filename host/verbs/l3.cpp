@@ -107,6 +107,17 @@ Report saveFile(Call& call) {
     return savedAnswer(path, "routes", "Routes", count);
 }
 
+// Neighbors are all shown unless the command says how many, gateways that are none the first few.
+Report showNeighbors(Call& call) {
+    constexpr uint64_t kGateways = 20;
+    NeighborQuery query{std::nullopt, rowRangeOf(call, kHighestLimit), rowRangeOf(call, kGateways)};
+    if (call.has("prefix")) query.within = parsePrefix(call.text("prefix"));
+    if (query.within && query.within->address.v6)
+        fail("{} is an IPv6 prefix; the platform has adjacencies for IPv4 alone",
+             call.text("prefix"));
+    return neighborReport(call.machine.l3(), query);
+}
+
 Report showRoutes(Call& call, RouteQuery::Which which, const IpPrefix& prefix = {}) {
     RouteQuery query{which, prefix, std::nullopt};
     if (which == RouteQuery::Which::kCovering) query.vr = 0;  // a lookup is one router's
@@ -130,11 +141,9 @@ void dumpWord(Call& call, HalIpAdjDumpFn* HalFamilyOps::*word) {
 }  // namespace
 
 void addL3Verbs(HostVerbs& verbs) {
-    verbs.show("show neighbors [limit <limit:1-1000000>] [from <from:0-1000000000>]",
-               "neighbors, and gateways that are none", [](Call& call) {
-                   return neighborReport(call.machine.l3(), rowRangeOf(call, kHighestLimit),
-                                         call.has("limit"));
-               });
+    verbs.show(
+        "show neighbors [within <prefix>] [limit <limit:1-1000000>] [from <from:0-1000000000>]",
+        "neighbors, and gateways that are none", showNeighbors);
     verbs.action("neighbor add <address> vlan <vlan> mac <mac:text> port <port> [vr <vr:u32>]",
                  "a neighbor that was resolved, or has moved", addNeighbor);
     verbs.action("neighbor del <address> vlan <vlan> [vr <vr:u32>]", "a neighbor that was lost",

@@ -8,15 +8,13 @@ namespace pcsim::host {
 
 namespace {
 
-constexpr uint64_t kMostUnresolved = 20;
-
 Cell addressCell(const NeighborKey& key) {
     return Cell(IPv4Family::text(htonl(key.address)));
 }
 
 }  // namespace
 
-Report neighborReport(const L3Manager& manager, const RowRange& range, bool given) {
+Report neighborReport(const L3Manager& manager, const NeighborQuery& query) {
     Table table{"neighbors",
                 "Neighbors",
                 {{"address", "Address"},
@@ -28,10 +26,14 @@ Report neighborReport(const L3Manager& manager, const RowRange& range, bool give
                 {},
                 "none",
                 ""};
+    const auto wanted = query.within ? IPv4Family::keyOf(*query.within) : IPv4Family::everything();
+    const auto isWanted = [&](const NeighborKey& key) {
+        return IPv4Family::contains(wanted, htonl(key.address));
+    };
     const auto gateways = manager.gateways();
-    uint64_t row = 0;
+    uint64_t neighbors = 0;
     for (const auto& [key, neighbor] : manager.neighbors()) {
-        if (!range.has(row++)) continue;
+        if (!isWanted(key) || !query.range.has(neighbors++)) continue;
         const auto uses = gateways.find(key);
         table.rows.push_back({addressCell(key), key.vr, key.vlan, macText(neighbor.mac.data()),
                               portName(neighbor.port),
@@ -46,14 +48,13 @@ Report neighborReport(const L3Manager& manager, const RowRange& range, bool give
                      {},
                      "none",
                      ""};
-    const RowRange unresolvedRange{range.from, given ? range.limit : kMostUnresolved};
     uint64_t count = 0;
     for (const auto& [key, uses] : gateways)
-        if (!manager.neighbors().contains(key) && unresolvedRange.has(count++))
+        if (isWanted(key) && !manager.neighbors().contains(key) && query.gateways.has(count++))
             unresolved.rows.push_back({addressCell(key), key.vr, key.vlan, uses});
     Pages pages;
-    pages.note(table, range, manager.neighbors().size(), "neighbors");
-    pages.note(unresolved, unresolvedRange, count, "gateways");
+    pages.note(table, query.range, neighbors, "neighbors");
+    pages.note(unresolved, query.gateways, count, "gateways");
     return Report(table).add(unresolved).add(pages.table());
 }
 

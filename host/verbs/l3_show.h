@@ -11,8 +11,12 @@
 
 namespace pcsim::host {
 
-// Gateways that are no neighbors are the first few, unless the range is 'given'.
-Report neighborReport(const L3Manager& manager, const RowRange& range, bool given);
+struct NeighborQuery {
+    std::optional<IpPrefix> within;  // else all; IPv4
+    RowRange range;
+    RowRange gateways;  // of those that are no neighbors
+};
+Report neighborReport(const L3Manager& manager, const NeighborQuery& query);
 
 struct RouteQuery {
     enum class Which { kAll, kCovering, kWithin };

@@ -81,6 +81,7 @@ LINES = (
     "trunk delete 1",
     "neighbor add 10.0.0.1 vlan 10 mac 02:00:00:00:00:05 port 2:1",
     "show neighbors",
+    "show neighbors within 10.0.0.0/8 limit 1",
     "neighbor dump",
     "route add 10.1.0.0/16 via 10.0.0.1 vlan 10",
     "route load routes.txt via 10.0.0.1 vlan 10",
