@@ -46,8 +46,8 @@ class Viewer:
         self._opening = asyncio.Lock()
         self._questions: set[asyncio.Task[None]] = set()
         self._handlers: dict[str, Callable[[Mapping[str, JSON]], Awaitable[JSON]]] = {
-            "look": self._look, "run": self._run, "table": self._table, "at": self._at,
-            "rates": self._rates, "events": self._events, "complete": self._complete,
+            "look": self._look, "run": self._run, "at": self._at, "tables": self._tables,
+            "table": self._table, "rates": self._rates, "events": self._events, "complete": self._complete,
             "question": self._question, "prompt": self._prompt, "interrupt": self._interrupt,
             "describe": self._describe, "changes": self._changes}
 
@@ -263,6 +263,9 @@ class Viewer:
 
     async def _describe(self, message: Mapping[str, JSON]) -> JSON:
         return await self._perform(message, "look", Call("describe", {}, _as_it_is))
+
+    async def _tables(self, _: Mapping[str, JSON]) -> JSON:
+        return tables.described()
 
     async def _table(self, message: Mapping[str, JSON]) -> JSON:
         asked = tables.line_of(message)
