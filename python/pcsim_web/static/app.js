@@ -9,6 +9,7 @@ import {mountRates} from "./time/charts.js";
 import {mountSlider} from "./time/slider.js";
 import {mountTimeline} from "./time/timeline.js";
 import {mountPanel} from "./panel/panel.js";
+import {mountTables} from "./tables/tables.js";
 
 const element = (id) => document.getElementById(id);
 
@@ -28,3 +29,4 @@ mountTimeline(app);
 mountRates(app);
 mountClock(app);
 mountPanel(app);
+mountTables(app);
