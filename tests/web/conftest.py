@@ -5,6 +5,7 @@ import os
 import pytest
 from pcsim.places import find_program
 
+from browser import browser as one_browser
 from gateway import Gateway
 from page_socket import PageSocket
 
@@ -31,3 +32,29 @@ def joiner():
     """Opens WebSockets as a page does; they end with the test."""
     with contextlib.ExitStack() as opened:
         yield lambda gateway, **kept: opened.enter_context(PageSocket(gateway, **kept))
+
+
+@pytest.fixture(name="chromium", scope="session")
+def one_chromium():
+    """The browser of a run."""
+    with one_browser() as chromium:
+        yield chromium
+
+
+@pytest.fixture(name="browser")
+def quiet_browser(chromium):
+    """The same for one test, behind which nothing may be left that the browser complains of."""
+    yield chromium
+    complaints = chromium.complaints()
+    chromium.end_pages()
+    assert complaints == []
+
+
+@pytest.fixture(name="open_page")
+def page_opener(gateway, browser):
+    """Opens pages that show a switch, of the usual gateway or another one."""
+    def open_page(name, served=None, **size):
+        page = browser.open(f"{(served or gateway).address}#{name}", **size)
+        page.wait_switch(name)
+        return page
+    return open_page
