@@ -6,9 +6,9 @@ import tempfile
 import time
 
 from selenium import webdriver
+from selenium.common.exceptions import StaleElementReferenceException
 from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.action_chains import ActionChains
-from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
 
 WAIT_S = 30  # for what takes well under a second where nothing else runs
@@ -44,13 +44,19 @@ class Browser:
         self.driver.get(address)
         return Page(self.driver, self.driver.current_window_handle)
 
-    def end_pages(self):
-        """Closes all windows but the first."""
-        first, *others = self.driver.window_handles
-        for handle in others:
-            self.driver.switch_to.window(handle)
-            self.driver.close()
-        self.driver.switch_to.window(first)
+    def show(self, gateway, name, **size):
+        """A window that shows the switch of that name."""
+        page = self.open(f"{gateway.address}#{name}", **size)
+        page.wait_switch(name)
+        return page
+
+    def close_pages(self, kept):
+        """Closes all windows but those."""
+        for handle in self.driver.window_handles:
+            if handle not in kept:
+                self.driver.switch_to.window(handle)
+                self.driver.close()
+        self.driver.switch_to.window(kept[0])
 
     def complaints(self, but=None):
         """What stands in the console of the browser since the last time, as errors or warnings."""
@@ -117,9 +123,9 @@ class Page:
 
     def press(self, name):
         """Opens the menu of a part by the keyboard, which needs no place on the screen."""
-        part = self.part(name)
-        self.js("arguments[0].focus()", part)
-        self.driver.switch_to.active_element.send_keys(Keys.ENTER)
+        self.part(name)
+        self.js("document.querySelector(`[data-part=\"${arguments[0]}\"]`).focus()", name)
+        self.keys(Keys.ENTER)
 
     # --- What can be clicked ---------------------------------------------------------------------
 
@@ -144,8 +150,22 @@ class Page:
         ActionChains(self.driver).move_to_element(element).click().perform()
 
     def click_button(self, title):
-        """Clicks the button that runs that line."""
-        self.click(self.button(title))
+        """Clicks the button that runs that line. It may be drawn anew in between."""
+        for _ in range(20):
+            with contextlib.suppress(StaleElementReferenceException):
+                return self.click(self.button(title))
+        raise AssertionError(f"the button '{title}' does not stand still")
+
+    def fill(self, label, value):
+        """Gives the field of that label a value, as typing or choosing does."""
+        field = self.wait(
+            "[...document.querySelectorAll('input, select')].find((each) => each.checkVisibility() &&"
+            " (each.getAttribute('aria-label') ?? each.labels?.[0]?.textContent ?? '').trim()"
+            ".startsWith(arguments[0]))", label, what=f"the field '{label}'")
+        self.js("arguments[0].value = arguments[1]; "
+                "arguments[0].dispatchEvent(new Event('input', {bubbles: true}));"
+                "arguments[0].dispatchEvent(new Event('change', {bubbles: true}))",
+                field, str(value))
 
     def click_tab(self, name):
         """Chooses a page behind the panel."""
@@ -154,7 +174,7 @@ class Page:
     def keys(self, *keys):
         """Types at what has the focus."""
         self.front()
-        self.driver.switch_to.active_element.send_keys(*keys)
+        ActionChains(self.driver).send_keys(*keys).perform()
 
     def lines(self):
         """The lines at the foot, the newest first: (line, class, what came of it)."""

@@ -44,17 +44,14 @@ def one_chromium():
 @pytest.fixture(name="browser")
 def quiet_browser(chromium):
     """The same for one test, behind which nothing may be left that the browser complains of."""
+    kept = chromium.driver.window_handles
     yield chromium
     complaints = chromium.complaints()
-    chromium.end_pages()
+    chromium.close_pages(kept)
     assert complaints == []
 
 
 @pytest.fixture(name="open_page")
 def page_opener(gateway, browser):
     """Opens pages that show a switch, of the usual gateway or another one."""
-    def open_page(name, served=None, **size):
-        page = browser.open(f"{(served or gateway).address}#{name}", **size)
-        page.wait_switch(name)
-        return page
-    return open_page
+    return lambda name, served=None, **size: browser.show(served or gateway, name, **size)
