@@ -34,9 +34,9 @@ def joiner():
         yield lambda gateway, **kept: opened.enter_context(PageSocket(gateway, **kept))
 
 
-@pytest.fixture(name="chromium", scope="session")
+@pytest.fixture(name="chromium", scope="module")
 def one_chromium():
-    """The browser of a run."""
+    """The browser of a file."""
     with one_browser() as chromium:
         yield chromium
 
