@@ -9,6 +9,7 @@ import {mountHeader} from "./header.js";
 import {mountRates} from "./time/charts.js";
 import {mountSlider} from "./time/slider.js";
 import {mountTimeline} from "./time/timeline.js";
+import {mountOverview} from "./overview/overview.js";
 import {mountPanel} from "./panel/panel.js";
 import {mountTables} from "./tables/tables.js";
 
@@ -29,6 +30,7 @@ mountSlider(app);
 mountTimeline(app);
 mountRates(app);
 mountClock(app);
+mountOverview(app);
 mountPanel(app);
 mountTables(app);
 mountFaults(app);
