@@ -95,7 +95,7 @@ export function drawCard(card, x, y, grid, management = null) {
   node.classList.add("card");
   function update(now, timeMs) {
     say(node, now.state, wordsOf(now));
-    face.update(now, timeMs === null ? null : progressOf(now, timeMs));
+    face.update(now, progressOf(now, timeMs));
   }
   const sockets = drawSockets(card, places, width, management);
   const group = at(x, y, node, sockets.map((each) => each.node));

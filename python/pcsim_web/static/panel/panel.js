@@ -70,8 +70,8 @@ class Panel {
 
   node(part) { return this.drawing?.drawn.get(part)?.node; }
 
-  /** The clock of what is shown. At a moment of the past nobody knows what it was. */
-  timeMs() { return this.store.past ? null : this.store.timeMs(); }
+  /** The clock of what is shown. */
+  timeMs() { return this.store.timeMs(); }
 
   #rebuild(structure, width) {
     const held = this.drawing?.svg.contains(document.activeElement);

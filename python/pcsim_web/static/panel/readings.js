@@ -29,13 +29,13 @@ function ofPort(port, {rates}) {
 
 function ofCard(card, {timeMs}) {
   const {row} = card;
-  const progress = timeMs === null ? null : progressOf(card, timeMs);
+  const progress = progressOf(card, timeMs);
   const steps = STEPS.filter((step) => row[step.took])
     .map((step) => `${step.label} ${seconds(row[step.took])}`);
   return known([
     ["Card", card.name],
     ["Time left", progress && seconds(progress.leftMs)],
-    ["In this state", timeMs === null ? null : `for ${seconds(Math.max(0, timeMs - row.sinceMs))}`],
+    ["In this state", `for ${seconds(Math.max(0, timeMs - row.sinceMs))}`],
     ["In service after", row.bringUpMs === null ? null : seconds(row.bringUpMs)],
     ["Steps", steps.join(", ")],
     ["Temperature", card.temperature == null ? null : degrees(card.temperature)],
