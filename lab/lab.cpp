@@ -223,6 +223,10 @@ Problem Lab::transmit(const std::string& from, const std::string& to, uint32_t c
     return std::nullopt;
 }
 
+bool Lab::isPlugged(unsigned n) const {
+    return !checkNumber(n) && isUp(control_, cableName(n));
+}
+
 bool Lab::partnerHasCarrier(unsigned n) const {
     return !checkNumber(n) && hasCarrier(control_, cableName(n));
 }

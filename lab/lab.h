@@ -61,6 +61,9 @@ public:
     Problem send(unsigned n, uint32_t count);
     Problem sendFrom(unsigned n, uint32_t count);
 
+    // Whether the cable of eth'n' is plugged, be its port enabled or not.
+    bool isPlugged(unsigned n) const;
+
     // What the far end of eth'n' sees.
     bool partnerHasCarrier(unsigned n) const;
 

@@ -126,16 +126,18 @@ Report showNics(Call& call) {
                  {"carrier", "Carrier"},
                  {"mac", "MAC address"},
                  {"mii", "MII"},
-                 {"partner", "Partner sees link"}},
+                 {"partner", "Partner sees link"},
+                 {"cable", "Cable"}},
                 {},
                 "no interface is named ethN; --lab PORTS makes some",
                 ""};
     auto* lab = call.context.lab.get();
     for (const lab::Nic& nic : lab::nics()) {
         const bool cabled = lab != nullptr && nic.number <= lab->ports();
-        table.rows.push_back({nic.name, nic.up, nic.carrier, nic.mac,
-                              nic.realMii ? "driver" : "emulated",
-                              cabled ? Cell(lab->partnerHasCarrier(nic.number)) : Cell()});
+        table.rows.push_back(
+            {nic.name, nic.up, nic.carrier, nic.mac, nic.realMii ? "driver" : "emulated",
+             cabled ? Cell(lab->partnerHasCarrier(nic.number)) : Cell(),
+             cabled ? Cell(lab->isPlugged(nic.number) ? "plugged" : "pulled") : Cell()});
     }
     return table;
 }

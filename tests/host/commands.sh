@@ -13,6 +13,8 @@ shows 'PCSimStack' --lab 2 -x 'show capability'
 shows 'platform timer' --lab 2 -x 'show timers'
 shows 'Sys +0x52' --lab 2 -x 'show log'
 shows 'eth2 +yes +yes' --lab 2 -x 'show nics'
+shows 'eth2 +no +no .* no +plugged' --lab 2 -x 'port 1:2 disable' -x 'show nics'
+shows 'eth2 +no +no .* no +pulled' --lab 2 -x 'cable 2 pull' -x 'port 1:2 disable' -x 'show nics'
 shows 'Received packets +0' --lab 2 -x 'show counters 1:1'
 
 ends 1 "pcsim: 'frobnicate' is not a verb; 'help' lists them all" --lab 2 -x frobnicate

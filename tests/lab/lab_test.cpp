@@ -56,12 +56,16 @@ TEST_F(LabTest, PulledCableTakesTheCarrierOfItsPortAlone) {
     EXPECT_FALSE(ends[4].carrier);
     EXPECT_FALSE(ends[5].up);
     EXPECT_FALSE(lab_.partnerHasCarrier(2));
+    EXPECT_FALSE(lab_.isPlugged(2));
+    EXPECT_TRUE(lab_.isPlugged(1));
     for (const int i : {0, 1, 2, 3, 6, 7}) EXPECT_TRUE(ends[i].carrier) << ends[i].name;
     ASSERT_FALSE(lab_.pull(2)) << "pulling twice is no problem";
     ASSERT_FALSE(lab_.plug(2));
     ASSERT_FALSE(lab_.plug(2));
     EXPECT_TRUE(lab_.ends()[4].carrier);
     EXPECT_TRUE(lab_.partnerHasCarrier(2));
+    EXPECT_TRUE(lab_.isPlugged(2));
+    EXPECT_FALSE(lab_.isPlugged(4)) << "there are three";
 }
 
 class CountTest : public LabTest, public testing::WithParamInterface<uint32_t> {};
