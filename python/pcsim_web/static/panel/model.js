@@ -12,17 +12,6 @@ export const STEPS = [
 
 const numberOf = (interfaceName) => Number(/\d+$/.exec(interfaceName ?? "")?.[0] ?? NaN);
 
-/** Whether a cable stands in the socket: null where there are none, for want of a lab. An interface
- * that is down sees no carrier either way; for it counts what was last done to the cable. */
-function cableOf(nic, events) {
-  if (!nic || nic.partner === null || nic.partner === undefined) return null;
-  if (nic.up) return nic.carrier ? "plugged" : "pulled";
-  const number = numberOf(nic.name);
-  const last = events.findLast((event) => event.source === "lab"
-    && new RegExp(`^Cable ${number} (pulled|plugged)`).test(event.text));
-  return last?.text.includes("pulled") ? "pulled" : "plugged";
-}
-
 function portState(row, card) {
   if (card && card.state !== "operational" && card.state !== "diagnostics") return "dark";
   if (!row) return "dark";
@@ -36,7 +25,7 @@ function portOf(name, nicName, row, card, known) {
   return {
     part: `port ${name}`, kind: "port", name, slot: card?.slot, number, nicName,
     label: name.split(":")[1], state: portState(row, card), row: row ?? {},
-    cable: cableOf(nic, known.events), nic,
+    cable: nic?.cable ?? null, nic,
   };
 }
 
@@ -69,7 +58,7 @@ function managementOf(known, row) {
   const nic = known.nics.get("eth0");
   const state = row?.link === "up" ? "up" : row?.link === "down" ? "down" : "dark";
   return {part: "management", kind: "management", name: "management", number: 0, nicName: "eth0",
-          label: "MGMT", state, row: row ?? {}, cable: cableOf(nic, known.events), nic};
+          label: "MGMT", state, row: row ?? {}, cable: nic?.cable ?? null, nic};
 }
 
 function unitsOf(kind, key, rows, {identities, outputs} = {}) {
@@ -88,7 +77,7 @@ export function modelOf(store) {
     ports: ports?.ports ?? [], cards: cards?.cards ?? [],
     environment: environment?.environment ?? [],
     nics: new Map((nics?.nics ?? []).map((nic) => [nic.name, nic])),
-    events: store.past ? [] : store.events, ownSlot: chassis.chassis.ownSlot,
+    ownSlot: chassis.chassis.ownSlot,
   };
   const model = {
     chassis: chassis.chassis, shape: chassis.chassis.shape,
