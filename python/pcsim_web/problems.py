@@ -25,7 +25,7 @@ def told(problem: Exception, instance: str = "") -> dict[str, JSON]:
     if isinstance(problem, ConnectionLost):
         return {"message": f"{instance or 'the instance'} is gone; start it again, or choose "
                            "another",
-                "right": "an instance that runs"}
+                "right": "an instance that runs", "gone": True}
     if isinstance(problem, Problem):
         return {"message": str(problem), "right": problem.right}
     if isinstance(problem, Error):

@@ -17,11 +17,12 @@ from aiohttp import WSMsgType, web
 from pcsim.async_connection import AsyncConnection
 from pcsim.errors import ConnectionLost, Error
 from pcsim.places import socket_of
-from pcsim.protocol import Call, Notified
+from pcsim.protocol import Call, nothing
 
 from . import tables
 from .feed import Feed
 from .instances import Instances
+from .output import Output
 from .pending import Pending
 from .problems import Problem, number_in, told, text_in
 
@@ -47,9 +48,10 @@ class Viewer:
         self._questions: set[asyncio.Task[None]] = set()
         self._handlers: dict[str, Callable[[Mapping[str, JSON]], Awaitable[JSON]]] = {
             "look": self._look, "run": self._run, "at": self._at, "tables": self._tables,
-            "table": self._table, "rates": self._rates, "events": self._events, "complete": self._complete,
-            "question": self._question, "prompt": self._prompt, "interrupt": self._interrupt,
-            "describe": self._describe, "changes": self._changes}
+            "table": self._table, "rates": self._rates, "events": self._events,
+            "changes": self._changes, "describe": self._describe, "complete": self._complete,
+            "question": self._question, "prompt": self._prompt, "drop": self._drop,
+            "interrupt": self._interrupt}
 
     async def serve(self) -> None:
         """Until the page is closed."""
@@ -207,14 +209,19 @@ class Viewer:
                 self._sessions[name, purpose] = session
             return session
 
+    async def _forget(self, name: str, purpose: str) -> None:
+        """Closes a session. The next question opens another."""
+        session = self._sessions.pop((name, purpose), None)
+        if session is not None:
+            await session.close()
+
     async def _perform(self, message: Mapping[str, JSON], purpose: str, call: Call[JSON]) -> JSON:
         feed = self._feed_of(message)
         session = await self._session(feed.name, purpose)
         try:
             return await session.perform(call)
         except ConnectionLost:
-            self._sessions.pop((feed.name, purpose), None)
-            await session.close()
+            await self._forget(feed.name, purpose)
             raise
         finally:
             if purpose == "run":
@@ -231,15 +238,17 @@ class Viewer:
         if "width" in message:
             params["width"] = int(number_in(message, "width", 80, 20, WIDEST))
 
-        def hear(notified: Notified) -> None:
-            if notified.method == "output":
-                self._spawn(self._send({"tell": "output", "to": message["id"],
-                                        "text": notified.params.get("text", "")}))
+        output = Output(lambda text: self._send({"tell": "output", "to": message["id"],
+                                                 "text": text}))
         purpose = "terminal" if message.get("terminal") else "run"
         try:
-            return await self._perform(message, purpose, Call("run", params, _as_it_is, hear))
+            result = await output.during(self._perform(
+                message, purpose, Call("run", params, _as_it_is, output.hear)))
         finally:
             self._feed_of(message).stale()
+        if result.get("ended"):
+            await self._forget(text_in(message, "instance"), purpose)
+        return result
 
     async def _complete(self, message: Mapping[str, JSON]) -> JSON:
         self._may_act()
@@ -255,6 +264,12 @@ class Viewer:
     async def _prompt(self, message: Mapping[str, JSON]) -> JSON:
         self._may_act()
         return await self._perform(message, "terminal", Call("prompt", {}, _as_it_is))
+
+    async def _drop(self, message: Mapping[str, JSON]) -> JSON:
+        """Gives up a block that was begun."""
+        self._may_act()
+        await self._perform(message, "terminal", Call("drop", {}, nothing))
+        return {}
 
     async def _interrupt(self, message: Mapping[str, JSON]) -> JSON:
         self._may_act()

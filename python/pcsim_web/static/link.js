@@ -4,13 +4,15 @@
 const SOON_MS = 250;
 const LATEST_MS = 4000;
 
-/** A question that was answered with an error; `right` says what would be right, or is "". */
+/** A question that was answered with an error; `right` says what would be right, or is "", `gone`
+ * whether the switch is. */
 export class Refused extends Error {
   constructor(error) {
     super(error.message);
     this.right = error.right ?? "";
     this.code = error.code;
     this.text = error.text ?? "";
+    this.gone = error.gone ?? false;
   }
 }
 
