@@ -13,8 +13,8 @@ Row = Mapping[str, JSON]
 
 @dataclass(frozen=True)
 class Column:
-    """`kind` says how a page draws the values: as text, number, code, port, ports, unit, state,
-    list, time (in ns) or age (in s)."""
+    """`kind` says how a page draws the values: as text, number (a name), count, code, port, ports,
+    unit, state, list, time (in ns) or age (in s)."""
 
     key: str
     title: str
@@ -76,9 +76,9 @@ ROUTES_V4 = """
     port port Port"""
 ROUTES_V6 = ROUTES_V4.partition("mac code")[0].rstrip()
 COUNTS = """
-    calls number Calls
-    failures number Failures
-    nulls number Nulls
+    calls count Calls
+    failures count Failures
+    nulls count Nulls
     totalNs time Time in all
     longestNs time Longest"""
 OPERATIONS = """
@@ -86,7 +86,7 @@ OPERATIONS = """
     table text Table""" + COUNTS
 SUMS = """
     table text Table
-    operations number Operations
+    operations count Operations
     called number Called
     never number Never""" + COUNTS
 TIMES = ("times on", "times off")
@@ -107,14 +107,14 @@ LAYER2 = (
         instance number Instance
         untagged ports Untagged ports
         tagged ports Tagged ports
-        addresses number Addresses"""),
+        addresses count Addresses"""),
           paged=True, fill=("vlan create ID", "vlan ID add S:P [tagged]")),
     Table("trunks", "Trunks", "Layer 2", "trunks", "show trunks", "trunks", _columns("""
         trunk number Trunk
         instance number Instance
         members ports Members
         linksUp number Links up
-        addresses number Addresses"""),
+        addresses count Addresses"""),
           fill=("trunk create NUMBER", "trunk add NUMBER S:P")),
 )
 
@@ -132,7 +132,7 @@ LAYER3 = (
         vlan number VLAN
         mac code MAC address
         port port Port
-        nextHops number Next hops"""),
+        nextHops count Next hops"""),
           neighbors, "10.1.2.3 or 10.0.0.0/8", True,
           ("neighbor add ADDRESS vlan ID mac MAC port S:P",)),
     Table("gateways", "Unresolved gateways", "Layer 3", "gateways", "show neighbors",
@@ -140,7 +140,7 @@ LAYER3 = (
         address code Address
         vr number VR
         vlan number VLAN
-        nextHops number Next hops"""),
+        nextHops count Next hops"""),
           neighbors, "10.1.2.3 or 10.0.0.0/8", True,
           ("route add PREFIX via ADDRESS vlan ID",)),
     Table("multicast", "Multicast caches", "Layer 3", "caches", "show mcast", "caches", _columns("""
@@ -157,8 +157,8 @@ LAYER3 = (
 ACCESS = (
     Table("acls", "Access lists", "Access lists", "access lists", "show acl", "lists", _columns("""
         name list Name
-        rules number Rules
-        counters number Counters
+        rules count Rules
+        counters count Counters
         bound number Bound"""),
           nothing, "", True, ("acl load NAME FILE", "acl rule NAME RULE permit|deny ...")),
     Table("rules", "Rules of a list", "Access lists", "rules", "show acl", "rules", _columns("""
@@ -225,7 +225,7 @@ HARDWARE = (
         name text Name
         dueInMs number Due in ms
         periodMs number Period ms
-        runs number Runs""")),
+        runs count Runs""")),
 )
 
 CALLS = (

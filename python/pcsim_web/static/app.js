@@ -12,6 +12,7 @@ import {mountTimeline} from "./time/timeline.js";
 import {mountOverview} from "./overview/overview.js";
 import {mountPanel} from "./panel/panel.js";
 import {mountTables} from "./tables/tables.js";
+import {mountTerminal} from "./terminal/terminal.js";
 
 const element = (id) => document.getElementById(id);
 
@@ -34,3 +35,4 @@ mountOverview(app);
 mountPanel(app);
 mountTables(app);
 mountFaults(app);
+mountTerminal(app);

@@ -36,6 +36,7 @@ function state(value) {
 
 // What is drawn for a value; a text is set without making an element anew.
 const DRAWN = {
+  count: (value) => value.toLocaleString("en"),
   time: (value) => (value ? duration(value) : "–"),
   age,
   state,

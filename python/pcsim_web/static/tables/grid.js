@@ -3,7 +3,7 @@
 import {h, setText} from "../dom.js";
 import {draw} from "./cells.js";
 
-const RIGHT = new Set(["number", "time", "age"]);
+const RIGHT = new Set(["number", "count", "time", "age"]);
 
 /** A table in a box that scrolls, its header always in sight. */
 export class Grid {

@@ -14,6 +14,7 @@ class Tables {
   #name = "";
   #asked = 0;      // number of the last question; older answers come too late
   #timer = 0;
+  #drawn = "";     // what is seen: the switch and the table
 
   constructor(app) {
     this.app = app;
@@ -84,6 +85,8 @@ class Tables {
     }
   }
 
+  #seenNow() { return `${this.app.store.current} ${this.#name}`; }
+
   #seen() { return this.page && !this.page.hidden && !document.hidden; }
 
   async #ask(toTop) {
@@ -108,7 +111,8 @@ class Tables {
       everyMs = 1000 * page.everyS;
     } catch (problem) {
       if (number !== this.#asked) return;
-      this.#refuse(problem.message);
+      // How it was last stays in sight when the switch ends.
+      if (!problem.gone || this.#drawn !== this.#seenNow()) this.#refuse(problem.message);
     }
     if (everyMs > 0 && store.alive) {
       this.#timer = setTimeout(() => this.#ask(false),
@@ -117,6 +121,7 @@ class Tables {
   }
 
   #refuse(text) {
+    this.#drawn = "";
     setText(this.problem, text);
     this.problem.hidden = false;
     this.grid.element.hidden = this.pager.element.hidden = this.empty.hidden = true;
@@ -125,6 +130,7 @@ class Tables {
   }
 
   #draw(page) {
+    this.#drawn = this.#seenNow();
     this.problem.hidden = true;
     setText(this.title, [page.title, page.says].filter(Boolean).join(" "));
     this.title.classList.toggle("searched", page.says !== "");
