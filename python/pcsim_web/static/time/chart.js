@@ -1,5 +1,6 @@
-// The drawing of one chart: what a port has received as an area, what it has sent as a line, errors as
-// bars at the foot. A canvas: sixteen of these once a second cost less than as many changed paths.
+// The drawing of one chart: what a port has received as an area, what it has sent as a line, errors
+// as bars at the foot. A canvas: sixteen of these once a second cost less than as many changed
+// paths.
 import {niceAbove, perSecond, wallTime} from "./format.js";
 import {ERRORS, peakOf} from "./series.js";
 import {surfaceOf} from "./track.js";
@@ -29,8 +30,8 @@ export function shareAt(canvas, clientX) {
   return (clientX - box.left - LEFT) / (box.width - LEFT - RIGHT);
 }
 
-/** Draws samples at times. `view` is {from, to, step, unit, scale, cursor, colours}; the scale is the
- * top of the axis, 0 that of the port's own peak. */
+/** Draws samples at times. `view` is {from, to, step, unit, scale, cursor, colours}; the scale is
+ * the top of the axis, 0 that of the port's own peak. */
 export function drawChart(canvas, times, samples, view) {
   const drawn = surfaceOf(canvas);
   if (drawn === null) return;

@@ -6,8 +6,8 @@ const BEYOND = 4;   // rows that are drawn above and below what can be seen
 const NEAR_END = 30;  // rows before the last at which more are asked for
 
 /** `make()` gives an empty element of a row, `draw(element, row)` fills it. Tells "follow" when it
- * begins or ends to follow the newest row, "end" when the oldest rows come into view, "point" with a
- * row, or null, when another is pointed at, and "choose" with one on which Enter is pressed. */
+ * begins or ends to follow the newest row, "end" when the oldest rows come into view, "point" with
+ * a row, or null, when another is pointed at, and "choose" with one on which Enter is pressed. */
 export class NewestFirst extends EventTarget {
   following = true;
   #rows = [];            // newest last

@@ -1,5 +1,5 @@
-// The events that the page knows, as rows: each event, and what stands for events that were summed up
-// or lost on the way. Newest last.
+// The events that the page knows, as rows: each event, and what stands for events that were summed
+// up or lost on the way. Newest last.
 
 const ROWS_KEPT = 20_000;
 const LET_GO = 2000;    // at once, so that it is rarely done

@@ -1,5 +1,5 @@
-// Which part of the switch an event speaks of, and its mark on the front panel while one points at the
-// event.
+// Which part of the switch an event speaks of, and its mark on the front panel while one points at
+// the event.
 
 const NAMED = [
   [/\bPort (\d+:\d+)/, (found) => `port ${found[1]}`],

@@ -1,5 +1,6 @@
-// The rates of all ports in a window of time, as means over steps. Each sample is [packets received,
-// bytes received, packets sent, bytes sent, errors] a second, or 0 of a port at rest.
+// The rates of all ports in a window of time, as means over steps. Each sample is
+// [packets received, bytes received, packets sent, bytes sent, errors] a second, or 0 of a port at
+// rest.
 
 /** What can be chosen: 300 points each. */
 export const WINDOWS = [
