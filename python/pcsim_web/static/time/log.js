@@ -5,6 +5,11 @@ const ROWS_KEPT = 20_000;
 const LET_GO = 2000;    // at once, so that it is rarely done
 const ONE_ROW_S = 1;    // what is summed up within this is one row
 
+/** How many events a row stands for. */
+export function sumOf(counts) {
+  return Object.values(counts).reduce((sum, count) => sum + count, 0);
+}
+
 /** What is drawn of the rows. `until` is a moment of the past, or null. */
 export class Filter {
   hidden = new Set();  // sources
@@ -30,12 +35,14 @@ export class Log {
   shown = [];
   filter = new Filter();
   sources = new Map();  // how many events of each are known
+  untold = 0;           // events that rows stand for
   complete = false;     // whether there are none from before
 
   /** Another switch, or the same from the beginning. */
   begin(events) {
     this.rows = [];
     this.sources = new Map();
+    this.untold = 0;
     this.complete = events.length === 0;
     this.#take(events);
     this.choose();
@@ -65,6 +72,7 @@ export class Log {
   replace(row, events) {
     const known = new Set(this.rows.map((each) => each.number));
     this.rows.splice(this.rows.indexOf(row), 1);
+    this.untold -= sumOf(row.counts);
     this.#insert(events.filter((event) => event.number >= row.from && event.number < row.to
       && !known.has(event.number)));
   }
@@ -107,13 +115,16 @@ export class Log {
     row.to = to;
     for (const [source, count] of Object.entries(summed)) {
       row.counts[source] = (row.counts[source] ?? 0) + count;
+      this.untold += count;
     }
     row.changes = (row.changes ?? 0) + 1;
   }
 
   #letGo() {
     if (this.rows.length <= ROWS_KEPT) return;
-    this.rows.splice(0, LET_GO);
+    for (const row of this.rows.splice(0, LET_GO)) {
+      if (row.kind === "summed") this.untold -= sumOf(row.counts);
+    }
     this.complete = false;
     this.choose();
   }

@@ -3,7 +3,7 @@
 import {h, setAttribute, setText} from "../dom.js";
 import {counted, switchTime, wallTime} from "./format.js";
 import {NewestFirst} from "./list.js";
-import {Log} from "./log.js";
+import {Log, sumOf} from "./log.js";
 import {partOf, pointAt} from "./parts.js";
 import {chips, copyButton, searchField} from "./timeline_tools.js";
 
@@ -16,8 +16,6 @@ function makeRow() {
     h("span", {class: "tag"}), h("span", {class: "what"}),
     h("button", {type: "button", class: "there", tabindex: -1}));
 }
-
-function sumOf(counts) { return Object.values(counts).reduce((sum, count) => sum + count, 0); }
 
 function textOf(row) {
   if (row.kind === "event") return row.text;
@@ -93,14 +91,20 @@ class Timeline {
     this.list.show(this.log.shown, added);
     this.chips.draw(this.log.sources);
     const {shown, rows} = this.log;
-    setText(this.state, shown.length === rows.length ? counted(rows.length, "row")
-      : `${shown.length.toLocaleString("en")} of ${counted(rows.length, "row")}`);
+    setText(this.state, this.#amount());
     const nothing = rows.length === 0 ? "Nothing has happened yet."
       : "None of the events that are known is like that.";
     setText(this.empty, shown.length > 0 ? "" : nothing);
     this.list.element.hidden = shown.length === 0;
     if (shown.length === 0) this.#askOlder();
     this.#drawFollow();
+  }
+
+  #amount() {
+    const {shown, rows, untold} = this.log;
+    const some = shown.length === rows.length ? "" : `${shown.length.toLocaleString("en")} of `;
+    const more = untold > 0 ? `, ${untold.toLocaleString("en")} more summed up` : "";
+    return `${some}${counted(rows.length, "row")}${more}`;
   }
 
   #drawFollow() {

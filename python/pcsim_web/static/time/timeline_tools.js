@@ -1,5 +1,6 @@
 // What stands above the list of events: which are shown, and a copy of them.
 import {h, setAttribute, setText} from "../dom.js";
+import {sumOf} from "./log.js";
 
 const SEARCH_AFTER_MS = 120;
 const SAID_MS = 2500;
@@ -60,8 +61,7 @@ function lineOf(row) {
     const time = (row.timeMs / 1000).toFixed(3).padStart(9);
     return `[${time}] ${row.source.padEnd(SOURCE_WIDTH)} ${row.text}`;
   }
-  const count = Object.values(row.counts).reduce((sum, each) => sum + each, 0);
-  return `[      ...] ${count} more, ${row.kind === "lost" ? "lost" : "summed up"}`;
+  return `[      ...] ${sumOf(row.counts)} more, ${row.kind === "lost" ? "lost" : "summed up"}`;
 }
 
 async function copy(text) {
