@@ -82,8 +82,8 @@ class Clock:
 
 
 class Marks:
-    """When something happened, by source: [time, source, what was last, how often]. The time is that
-    of the last of what is one mark: who goes there sees what all of it has changed."""
+    """When something happened, by source: [time, source, what was last, how often]. The time is
+    that of the last of what is one mark: who goes there sees what all of it has changed."""
 
     def __init__(self) -> None:
         self._marks: deque[list[JSON]] = deque(maxlen=MOST_MARKS)
