@@ -112,6 +112,7 @@ export class Store extends EventTarget {
       return;
     }
     Object.assign(this.#shows, news.shows);
+    if (Object.keys(news.shows).length > 0) this.historyFrom ??= news.at;
     if (news.events || news.summed || news.lost) this.#happened(news);
     this.#tell("shows", new Set(Object.keys(news.shows)));
     if (news.rates) this.#tell("rates", news.rates);

@@ -69,6 +69,7 @@ class Charts {
   #cards = new Map();
   #cursor = null;     // a time, while one points
   #planned = false;
+  #stale = true;      // another window is to be asked for
   #asked = 0;
   #timer = 0;
 
@@ -136,8 +137,17 @@ class Charts {
     return (this.store.shows.ports?.ports ?? []).map((each) => each.port).slice(0, MOST_PORTS);
   }
 
-  /** Asks for the window that ends now, or at the moment that is shown. */
+  /** Its page has been chosen. */
+  shown() {
+    if (this.#stale) this.ask();
+    this.plan();
+  }
+
+  /** Asks for the window that ends now, or at the moment that is shown; while it can't be seen,
+   * only later. */
   async ask() {
+    this.#stale = this.page.hidden;
+    if (this.#stale) return;
     const asked = ++this.#asked;
     const {span} = this.series;
     const {past, current: instance} = this.store;
@@ -226,6 +236,6 @@ class Charts {
 /** The tab of rates. */
 export function mountRates(app) {
   let charts = null;
-  const page = app.tabs.add("rates", "Rates", () => charts?.plan());
+  const page = app.tabs.add("rates", "Rates", () => charts?.shown());
   charts = new Charts(app, page);
 }
