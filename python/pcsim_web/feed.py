@@ -149,6 +149,8 @@ class Feed:
         event = {key: params[key] for key in ("number", "timeMs", "source", "text")}
         event["at"] = moment = self._moment_of(event["timeMs"])
         self.events.append(event)
+        if not self._replaying:
+            self.history.clock.read(moment, event["timeMs"], self.status["stopped"])
         if self.history.marks.add(moment, event["source"], event["text"]):
             event["mark"] = True
         for name in SHOWS_OF.get(event["source"], ()):
@@ -198,12 +200,15 @@ class Feed:
 
     async def _ask_shows(self, asking: AsyncConnection, lines: list[tuple[str, str]]) -> None:
         # What an event has changed is so from the event on, however late its answer comes.
-        caused, self._caused = self._caused, {}
+        caused = {name: self._caused.pop(name) for name, _ in lines if name in self._caused}
         results = await asking.perform(Call(
             "batch", {"lines": [line for _, line in lines], "keepGoing": True},
             lambda result: list(result["results"])))
+        # An event that has come since may be told by this answer already.
+        caused = {**self._caused, **caused}
+        now = time.time()
         changed = {name for (name, _), result in zip(lines, results)
-                   if self._take_show(name, result, caused.get(name) or time.time())}
+                   if self._take_show(name, result, caused.get(name, now))}
         for looker in list(self.lookers):
             looker.changed(self, changed)
 

@@ -121,8 +121,9 @@ class History:
         self._shows.setdefault(name, Versions()).add(time, document)
 
     def at(self, time: float) -> dict[str, JSON]:
-        """All documents as they were."""
-        return {name: versions.at(time) for name, versions in self._shows.items()}
+        """All documents as they were, those that had come."""
+        found = {name: versions.at(time) for name, versions in self._shows.items()}
+        return {name: document for name, document in found.items() if document is not None}
 
     def first(self, now: float) -> float | None:
         """From when on something is known, an hour ago at most."""

@@ -50,7 +50,8 @@ def test_a_history_tells_all_documents_of_a_moment():
     assert history.at(START) == {}
     history.changed(START, "ports", [1])
     history.changed(START + 5, "fans", [2])
-    assert history.at(START + 1) == {"ports": [1], "fans": None}
+    assert history.at(START + 1) == {"ports": [1]}
+    assert history.at(START + 5) == {"ports": [1], "fans": [2]}
     assert history.first(START + 10) == START
     assert history.first(START + KEPT_S + 10) == START + 10
 

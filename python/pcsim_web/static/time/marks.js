@@ -48,9 +48,10 @@ export class Marks {
     return found ?? null;
   }
 
-  /** The marks at most so many seconds away from a moment, the nearest first. */
+  /** The marks at most so many seconds away from a moment, the nearest first; of equals the one
+   * that came last, which is what the others have led to. */
   near(at, seconds) {
-    return this.all.filter((mark) => Math.abs(mark.at - at) <= seconds)
+    return this.all.filter((mark) => Math.abs(mark.at - at) <= seconds).reverse()
       .sort((one, other) => Math.abs(one.at - at) - Math.abs(other.at - at));
   }
 
