@@ -1,9 +1,8 @@
 """What the gateway knows of one instance, and how it stays true.
 
 Two connections: on one events come in, on the other the shows are asked for. An event marks the
-shows that it may have changed; they are asked for at once, together, and again no sooner than five
-times as long after as asking took, so that a storm of events costs the switch a fifth of its time
-at most. Counters are asked for once a second, only while somebody looks: each answer is a call of
+shows that it may have changed; they are asked for at once, together. Behind a storm of events asking
+rests five times as long as it took, so that it costs the switch a sixth of its time at most. Counters are asked for once a second, only while somebody looks: each answer is a call of
 the platform, which coverage counts as well.
 """
 from __future__ import annotations
@@ -27,6 +26,7 @@ JSON = Any
 EVENTS_KEPT = 20_000
 LONGEST_ANSWER_S = 30.0
 REST = 5  # times as long as asking took
+SAVED_S = 0.1  # of asking that needs no rest behind it, once as much rest was saved up
 
 
 class Looker(Protocol):
@@ -46,6 +46,22 @@ class Looker(Protocol):
 
     def lives(self, feed: Feed) -> None:
         """It has ended, or come back."""
+
+
+class Budget:
+    """How long asking has to rest. What wasn't asked is saved up to a limit, so that the first of many
+    events is shown as soon as any."""
+
+    def __init__(self, now: float) -> None:
+        self._saved = SAVED_S
+        self._last = now
+
+    def rest(self, begun: float, now: float) -> float:
+        """Behind an asking from that time to this one."""
+        earned = (begun - self._last) / REST
+        self._saved = min(SAVED_S, self._saved + earned) - (now - begun)
+        self._last = now
+        return max(0.0, -self._saved * REST)
 
 
 class Feed:
@@ -174,6 +190,7 @@ class Feed:
 
     async def _keep_asking(self, asking: AsyncConnection) -> None:
         loop = asyncio.get_running_loop()
+        budget = Budget(loop.time())
         while True:
             begun = loop.time()
             due = [show for show in SHOWS if self._due.get(show.name, float("inf")) <= begun]
@@ -182,7 +199,7 @@ class Feed:
                     self._due[show.name] = begun + show.every_s if show.every_s else float("inf")
                 await self._ask_status(asking)
                 await self._ask_shows(asking, [(show.name, show.line) for show in due])
-                await asyncio.sleep(REST * (loop.time() - begun))
+                await asyncio.sleep(budget.rest(begun, loop.time()))
             # Whatever became due meanwhile is already passed, so that this doesn't wait.
             next_due = min(self._due.values(), default=float("inf"))
             wait = next_due - loop.time()

@@ -4,6 +4,7 @@ counted."""
 from __future__ import annotations
 
 import asyncio
+import contextlib
 import time
 from collections import Counter, deque
 from typing import Any, Mapping
@@ -14,6 +15,7 @@ JSON = Any
 EVENTS_AT_ONCE = 100
 EVENTS_A_SECOND = 200  # nobody reads more, and a page that draws them all would stand still
 SHORTEST_S = 0.05  # between two messages
+SOONEST_S = 0.01  # and where the second has another picture, so that a light follows its event
 
 
 class Pending:
@@ -21,6 +23,7 @@ class Pending:
 
     def __init__(self) -> None:
         self._some = asyncio.Event()
+        self._picture = asyncio.Event()
         self._last = time.monotonic()
         self._allowed = float(EVENTS_AT_ONCE)  # events that may be told now
         self.forget()
@@ -39,11 +42,14 @@ class Pending:
         self.forget()
         self._whole = True
         self._some.set()
+        self._picture.set()
 
     def changed(self, names: set[str]) -> None:
         """These shows have other documents, or none has and the clock has gone on."""
         self._shows |= names
         self._some.set()
+        if names:
+            self._picture.set()
 
     def happened(self, event: Mapping[str, JSON]) -> None:
         """An event. Beyond so many the oldest is only counted."""
@@ -68,15 +74,21 @@ class Pending:
         """The next message. It waits for news, and a moment after the message before."""
         while True:
             await self._some.wait()
-            rest = self._last + SHORTEST_S - time.monotonic()
-            if rest > 0:
-                await asyncio.sleep(rest)
+            await self._rest()
             self._some.clear()
+            self._picture.clear()
             feed: Feed | None = feed_of()
             if feed is not None:
                 before, self._last = self._last, time.monotonic()
                 self._sum_up(self._last - before)
                 return self._message(feed)
+
+    async def _rest(self) -> None:
+        rest = self._last + SHORTEST_S - time.monotonic()
+        if rest > 0:
+            with contextlib.suppress(asyncio.TimeoutError):
+                await asyncio.wait_for(self._picture.wait(), rest)
+            await asyncio.sleep(max(0.0, self._last + SOONEST_S - time.monotonic()))
 
     def _sum_up(self, passed: float) -> None:
         """Counts the oldest events where there are more than may be told after so many seconds."""

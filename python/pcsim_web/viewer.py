@@ -101,13 +101,13 @@ class Viewer:
         self._spawn(self._send({"tell": "instances", "instances": self._instances.told()}))
 
     async def _tell(self) -> None:
-        with contextlib.suppress(ConnectionError):
-            while True:
-                await self._send(await self._pending.take(lambda: self._feed))
+        while True:
+            await self._send(await self._pending.take(lambda: self._feed))
 
     async def _send(self, message: Mapping[str, JSON]) -> None:
-        if not self._socket.closed:
-            await self._socket.send_str(json.dumps(message, separators=(",", ":")))
+        with contextlib.suppress(ConnectionError):  # the page may be closed at any time
+            if not self._socket.closed:
+                await self._socket.send_str(json.dumps(message, separators=(",", ":")))
 
     # --- What it asks ----------------------------------------------------------------------------
 
@@ -142,8 +142,7 @@ class Viewer:
             if not isinstance(problem, (Error, Problem)):
                 LOG.exception("%s can't be answered", message.get("do"))
             answer["error"] = told(problem, str(message.get("instance", "")))
-        with contextlib.suppress(ConnectionError):
-            await self._send(answer)
+        await self._send(answer)
 
     def _feed_of(self, message: Mapping[str, JSON]) -> Feed:
         name = text_in(message, "instance")
