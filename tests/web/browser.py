@@ -149,6 +149,11 @@ class Page:
         self.js("arguments[0].scrollIntoView({block: 'center', inline: 'center'})", element)
         ActionChains(self.driver).move_to_element(element).click().perform()
 
+    def hover(self, element):
+        """Rests the pointer on it."""
+        self.front()
+        ActionChains(self.driver).move_to_element(element).perform()
+
     def click_button(self, title):
         """Clicks the button that runs that line. It may be drawn anew in between."""
         for _ in range(20):

@@ -3,11 +3,11 @@ when far more happens than anybody could read."""
 import os
 import signal
 import statistics
-import threading
-import time
 
 import pcsim
 import pytest
+
+from live import FRAMES, LIGHT_SEEN, Storm, Witness
 
 pytestmark = pytest.mark.usefixtures("lab")
 
@@ -26,37 +26,6 @@ def one_switch(run_folder):
         yield switch
 
 
-class Witness:
-    """When events came to another program, in s since 1970, by their texts."""
-
-    def __init__(self, switch):
-        self._stream = switch.events(["port"])
-        self.seen = {}
-        self._reading = threading.Thread(target=self._read)
-        self._reading.start()
-
-    def _read(self):
-        try:
-            for event in self._stream:
-                self.seen.setdefault(event.text, []).append(time.time())
-        except (pcsim.Error, OSError):
-            pass  # it was closed
-
-    def close(self):
-        """Ends it."""
-        self._stream.close()
-        self._reading.join()
-
-
-LIGHT_SEEN = """
-window.lit = [];
-const part = document.querySelector('[data-part="port 1:2"]');
-new MutationObserver(() => requestAnimationFrame(
-  () => lit.push([part.dataset.state, Date.now() / 1000])))
-  .observe(part, {attributes: true, attributeFilter: ["data-state"]});
-"""
-
-
 def test_a_light_follows_its_link(switch, open_page, capsys):
     """From when another program hears of the event to the frame that shows it."""
     page = open_page("live")
@@ -72,9 +41,7 @@ def test_a_light_follows_its_link(switch, open_page, capsys):
     witness.close()
     lit = page.value("lit")
     assert [state for state, _ in lit] == ["down", "up"] * (CHANGES // 2)
-    heard = {state: iter(next(times for text, times in witness.seen.items()
-                              if f"Port 1:2 link {state}" in text)) for state in ("up", "down")}
-    took = sorted(at - next(heard[state]) for state, at in lit)
+    took = witness.delays(lit)
     with capsys.disabled():
         print(f"\n{CHANGES} changes of a link until the frame that shows them: median "
               f"{1000 * statistics.median(took):.0f} ms, {1000 * took[0]:.0f} to "
@@ -143,43 +110,11 @@ def test_two_viewers_see_the_same(switch, open_page):
             "[each.dataset.part, each.dataset.state].join())")
 
 
-FRAMES = """
-window.frames_seen = [];
-const note = (at) => { frames_seen.push(at); requestAnimationFrame(note); };
-requestAnimationFrame(note);
-"""
-
-
-class Storm:
-    """1,000 events a second, of a fan that is asked for one speed after the other."""
-
-    def __init__(self, name):
-        self._switch = pcsim.connect(name)
-        self.sent = 0
-        self._end = time.monotonic() + STORM_S
-        self._blowing = threading.Thread(target=self._blow)
-        self._blowing.start()
-
-    def _blow(self):
-        with self._switch:
-            begin = time.monotonic()
-            while time.monotonic() < self._end:
-                due = int(1000 * (time.monotonic() - begin)) - self.sent
-                self._switch.batch([f"fan 0 speed {(self.sent + n) % 90 + 10}"
-                                    for n in range(due)])
-                self.sent += due
-                time.sleep(0.02)
-
-    def wait(self):
-        """Waits for its end."""
-        self._blowing.join()
-
-
 def test_a_storm_of_events_does_not_freeze_it(switch, open_page, capsys):
     page = open_page("live")
     page.click_tab("Events")
     page.js(FRAMES)
-    storm = Storm("live")
+    storm = Storm("live", STORM_S)
     page.wait_text("summed up")
     switch.cable(1).pull()
     switch.time.warp(1000)

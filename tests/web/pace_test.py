@@ -3,6 +3,7 @@ import asyncio
 import time
 
 import pytest
+from pcsim_web import pending as news
 from pcsim_web.feed import REST, SAVED_S, Budget
 from pcsim_web.pending import SHORTEST_S, SOONEST_S, Pending
 
@@ -68,8 +69,11 @@ def told(happen):
     return asyncio.run(run())
 
 
-def test_another_picture_follows_its_event_soon():
-    took, message = told(lambda pending: pending.changed({"ports"}))
+def test_another_picture_follows_its_event_soon(monkeypatch):
+    def change(pending):
+        monkeypatch.setattr(news, "SHORTEST_S", 60)
+        pending.changed({"ports"})
+    took, message = told(change)
     assert message["shows"] == Known.shows
     assert took >= SOONEST_S * 0.9
 
