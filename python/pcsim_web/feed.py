@@ -1,9 +1,10 @@
 """What the gateway knows of one instance, and how it stays true.
 
 Two connections: on one events come in, on the other the shows are asked for. An event marks the
-shows that it may have changed; they are asked for at once, together. Behind a storm of events asking
-rests five times as long as it took, so that it costs the switch a sixth of its time at most. Counters are asked for once a second, only while somebody looks: each answer is a call of
-the platform, which coverage counts as well.
+shows that it may have changed; they are asked for at once, together. Behind a storm of events
+asking rests five times as long as it took, so that it costs the switch a sixth of its time at most.
+Counters are asked for once a second, only while somebody looks: each answer is a call of the
+platform, which coverage counts as well.
 """
 from __future__ import annotations
 
@@ -49,8 +50,8 @@ class Looker(Protocol):
 
 
 class Budget:
-    """How long asking has to rest. What wasn't asked is saved up to a limit, so that the first of many
-    events is shown as soon as any."""
+    """How long asking has to rest. What wasn't asked is saved up to a limit, so that the first of
+    many events is shown as soon as any."""
 
     def __init__(self, now: float) -> None:
         self._saved = SAVED_S

@@ -48,7 +48,7 @@ def check_links(tree: Tree) -> Iterator[Problem]:
             name, _, anchor = match[1].partition("#")
             target = normpath(join(dirname(path), name)) if name else path
             line = prose.count("\n", 0, match.start()) + 1
-            if target not in tree.files and target not in folders:
+            if not (target in tree.files or target in tree.others or target in folders):
                 yield Problem(path, line, f"'{match[1]}' leads nowhere; there is no {target}")
             elif anchor and anchor not in anchors(tree.files.get(target, "")):
                 yield Problem(path, line, f"'{match[1]}' leads nowhere; no heading makes #{anchor}")

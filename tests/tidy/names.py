@@ -26,7 +26,7 @@ GIVEN = re.compile(r"CMakeLists\.txt|CMakePresets\.json|__(?:init|main)__\.py|[A
 
 def check(tree: Tree) -> Iterator[Problem]:
     """The name of each file up to its first point, and those of its folders."""
-    for path in tree.files:
+    for path in [*tree.files, *sorted(tree.others)]:
         start, files, folders = next(row for row in SCHEMES if path.startswith(row[0]))
         *above, name = PurePosixPath(path.removeprefix(start)).parts
         parts = [(folder, folders) for folder in above]

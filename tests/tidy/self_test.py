@@ -345,6 +345,12 @@ class DocumentsTest(CheckTest):
         self.finds(documents.check_maps, good | behind, "docs/ARCHITECTURE.md:1: attic/",
                    "README.md:1: attic/")
 
+    def test_links_to_what_is_no_text(self) -> None:
+        files = {"docs/a.md": "![a](images/a.png) ![b](images/b.png)\n"}
+        found = documents.check_links(Tree(files, {"docs/images/a.png"}))
+        self.assertEqual([str(problem)[:43] for problem in found],
+                         ["docs/a.md:1: 'images/b.png' leads nowhere; t"[:43]])
+
     def test_links(self) -> None:
         files = {"docs/a.md": "# One & two\n[b](../README.md) [c](b.md#the-other)\n[d](#one--two)\n"
                               "[e](https://example.com/x) [f](../lab) `[g](gone)`\n",

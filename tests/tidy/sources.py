@@ -5,7 +5,7 @@ lines.
 """
 import subprocess
 from pathlib import Path
-from typing import Iterator, NamedTuple
+from typing import Iterable, Iterator, NamedTuple
 
 ROOT = Path(__file__).resolve().parents[2]
 C_SUFFIXES = (".h", ".cpp", ".c")
@@ -23,10 +23,11 @@ class Problem(NamedTuple):
 
 
 class Tree:
-    """Files by their path from the root; bytes that are no text are left out."""
+    """Files by their path from the root; of those that are no text only the names, in 'others'."""
 
-    def __init__(self, files: dict[str, str]):
+    def __init__(self, files: dict[str, str], others: Iterable[str] = ()):
         self.files = files
+        self.others = frozenset(others)
 
     @classmethod
     def tracked(cls, root: Path = ROOT) -> "Tree":
@@ -38,13 +39,15 @@ class Tree:
             found = (path.relative_to(root) for path in sorted(root.rglob("*")) if path.is_file())
             names = [str(path) for path in found
                      if path.parts[0] not in (".git", "build") and "__pycache__" not in path.parts]
-        files = {}
+        files, others = {}, []
         for name in names:
             try:
                 files[name] = (root / name).read_text(encoding="utf-8")
-            except (UnicodeDecodeError, FileNotFoundError, IsADirectoryError):
+            except UnicodeDecodeError:
+                others.append(name)
+            except (FileNotFoundError, IsADirectoryError):
                 continue
-        return cls(files)
+        return cls(files, others)
 
     def c_sources(self) -> Iterator[tuple[str, str]]:
         """C and C++: (path, text)."""

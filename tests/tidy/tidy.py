@@ -12,12 +12,14 @@ import floors
 import headers
 import include_order
 import lengths
+import modules
 import names
 import spellings
 from sources import Problem, Tree
 
 CHECKS: dict[str, Callable[[Tree], Iterable[Problem]]] = {
     "floors": floors.check,
+    "modules": modules.check,
     "include-order": include_order.check,
     "lengths": lengths.check,
     "columns": lengths.check_columns,
