@@ -48,7 +48,7 @@ class Clock {
     setAttribute(this.state, "data-state", words);
     setText(this.toggle, stopped ? "Go on" : "Stop");
     this.toggle.title = stopped ? "time run" : "time stop";
-    this.moving.hidden = !stopped;
+    this.moving.hidden = !stopped || Boolean(store.past);
     this.warp.title = `time warp ${Math.round(this.amount.value * this.unit.value)}`;
     const idle = Boolean(store.past) || !store.alive || store.readOnly;
     this.toggle.disabled = idle;

@@ -16,7 +16,7 @@ function picture(shape) {
 function stateOf(instance) {
   if (!instance.alive) return instance.problem || "ended";
   const ports = `${instance.portsUp} of ${instance.ports} ports up`;
-  return instance.stopped ? `${ports}, clock stopped` : ports;
+  return instance.stopped ? `${instance.portsUp} of ${instance.ports} up, clock stopped` : ports;
 }
 
 class Tile {

@@ -10,7 +10,7 @@ const NO_CABLES = "No cables here: a switch that is started with --lab PORTS has
 // A presence mask is seen at the next poll; until then what was asked for last counts, so that two
 // units can be removed one after the other.
 const POLL_MS = 3000;
-const asked = {fan: null, supply: null};
+const asked = new Map();  // instance and kind -> {at, mask}
 
 function cableGroups(port) {
   if (port.cable === null) return [{title: "Cable", note: NO_CABLES, buttons: []}];
@@ -61,40 +61,42 @@ function ofCard(card) {
 }
 
 const UNITS = {
-  fan: {verb: "module fans", reading: "fanSlot.fanReadRpm", table: "fanSlot."},
-  supply: {verb: "module power", reading: "psSlot.pSReadInputLine", table: "psSlot."},
+  fan: {verb: "module fans", reading: "fanSlot.fanReadRpm", operations: /fan/i},
+  supply: {verb: "module power", reading: "psSlot.pSReadInputLine",
+           operations: /psSlot|PSRead|PSGet/},
 };
 
 /** The line that removes or inserts a unit: a presence mask of all units of its kind. */
-function presence(unit, units, there) {
-  const recent = asked[unit.kind];
+function presence(unit, {instance, units}, there) {
+  const key = `${instance} ${unit.kind}`;
+  const recent = asked.get(key);
   const shown = units.reduce((mask, each) =>
     each.state === "removed" ? mask : mask | 1 << each.number, 0);
   const mask = recent && Date.now() - recent.at < POLL_MS ? recent.mask : shown;
   const bit = 1 << unit.number;
   const next = there ? mask | bit : mask & ~bit;
   return {line: `${UNITS[unit.kind].verb} 0x${next.toString(16)}`,
-          ran: () => { asked[unit.kind] = {at: Date.now(), mask: next}; }};
+          ran: () => asked.set(key, {at: Date.now(), mask: next})};
 }
 
 /** The fault rule that lets the unit fail, if there is one. */
 function ruleOf(unit, rules) {
-  const {table} = UNITS[unit.kind];
-  return rules.find((rule) => rule.operation.startsWith(table)
+  const {operations} = UNITS[unit.kind];
+  return rules.find((rule) => rule.state === "on" && operations.test(rule.operation)
     && new RegExp(`\\bwhere slot ${unit.number}\\b`).test(rule.when));
 }
 
-function ofUnit(unit, {units, rules}) {
+function ofUnit(unit, around) {
   const title = unit.kind === "fan" ? "Fan" : "Supply";
   if (unit.state === "removed") {
-    return [{title, buttons: [{label: "Insert", ...presence(unit, units, true)}]}];
+    return [{title, buttons: [{label: "Insert", ...presence(unit, around, true)}]}];
   }
-  const rule = ruleOf(unit, rules);
+  const rule = ruleOf(unit, around.rules);
   const fail = `fault ${UNITS[unit.kind].reading} where slot ${unit.number} returns -1`
     + " count 1000000";
   const groups = [{
     title, note: "What changes is seen at the next poll, a few seconds later.",
-    buttons: [{label: "Remove", ...presence(unit, units, false)},
+    buttons: [{label: "Remove", ...presence(unit, around, false)},
               rule ? {label: "Repair", line: `fault-remove ${rule.rule}`}
                 : {label: "Let it fail", line: fail}]}];
   if (unit.kind === "fan") groups.push(speedGroup(unit));
@@ -110,6 +112,6 @@ function speedGroup(fan) {
 
 const OF = {port: ofPort, management: cableGroups, card: ofCard, fan: ofUnit, supply: ofUnit};
 
-/** The groups of a part: {title, note, fields, buttons: [{label, line, ran}]}. `around` has {units,
- * rules}: the units of its kind, and the fault rules. */
+/** The groups of a part: {title, note, fields, buttons: [{label, line, ran}]}. `around` has
+ * {instance, units, rules}: the units of its kind, and the fault rules. */
 export const actsOf = (part, around) => OF[part.kind](part, around);

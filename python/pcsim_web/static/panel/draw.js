@@ -108,6 +108,7 @@ export function drawPanel(model, width) {
   const {height, nodes, drawn, heads} = model.shape === "chassis" ? drawChassis(model, m)
     : drawStack(model, m);
   const svg = s("svg", {class: "faceplate", role: "group", width, height,
+                        "aria-describedby": "panel-hint",
                         viewBox: `0 0 ${width} ${height}`}, definitions(), nodes);
   return {svg, drawn: new Map(drawn.map((each) => [each.part, each])), heads};
 }

@@ -13,7 +13,8 @@ function swatch(how) {
 
 /** The list of lamps. */
 export function drawLegend() {
-  return h("ul", {class: "legend", "aria-label": "What the lamps mean"},
+  return h("ul", {class: "lamp-legend", "aria-label": "What the lamps mean"},
            LAMPS.map(([how, words]) => h("li", {}, swatch(how), words)),
-           h("li", {class: "hint"}, "Press a part for its readings and what can be done to it."));
+           h("li", {class: "hint", id: "panel-hint"},
+             "Press a part for its readings and what can be done to it; arrow keys walk."));
 }

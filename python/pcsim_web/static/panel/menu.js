@@ -36,9 +36,8 @@ class Menu {
     if (this.part === part) return this.close();
     this.close(false);
     this.part = part;
+    this.instance = this.app.store.current;
     this.key = "";
-    this.panel.node(part).classList.add("open");
-    this.panel.node(part).setAttribute("aria-expanded", "true");
     this.refresh();
     this.dialog.show();
     this.#place();
@@ -59,7 +58,10 @@ class Menu {
   refresh() {
     if (this.part === null) return;
     const part = this.panel.model?.parts.get(this.part);
-    if (!part) return this.close();
+    if (!part || this.instance !== this.app.store.current) return this.close();
+    const node = this.panel.node(this.part);
+    node.classList.add("open");
+    node.setAttribute("aria-expanded", "true");
     setText(this.title, nameOf(part));
     setText(this.state, part.state === "dark" ? "not in service" : part.state);
     this.state.dataset.state = part.state;
@@ -79,7 +81,8 @@ class Menu {
   #offer(part) {
     const {store} = this.app;
     const units = part.kind === "fan" ? this.panel.model.fans : this.panel.model.supplies;
-    const groups = actsOf(part, {units, rules: store.shows.faults?.faults ?? []});
+    const rules = store.shows.faults?.faults ?? [];
+    const groups = actsOf(part, {instance: this.instance, units, rules});
     const why = whyNot(store);
     const key = JSON.stringify([this.part, groups, why]);
     if (key === this.key) return;

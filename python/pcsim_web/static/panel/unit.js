@@ -4,7 +4,7 @@ import {amperes, degrees, rpm, volts} from "./format.js";
 import {lamp, light, pressable, rect, say, text} from "./shapes.js";
 import {nameOf, wordsOf} from "./words.js";
 
-export const UNIT = {height: 76, gap: 8, least: 124, roomy: 170, compact: 150};
+export const UNIT = {height: 76, gap: 8, least: 116, roomy: 170, compact: 150};
 const LAMPS = {present: "good", failing: "bad"};
 
 // A turn of the drawn fan takes so many times as long as one of the real, which nobody would see.
@@ -59,14 +59,14 @@ function readingsOf({kind, state, row}, roomy) {
 function drawFace(unit, small) {
   const face = unit.kind === "fan" ? fanFace() : supplyFace();
   const middle = UNIT.height / 2;
-  const transform = small ? `translate(26 ${middle}) scale(0.78)` : `translate(36 ${middle})`;
+  const transform = small ? `translate(24 ${middle}) scale(0.76)` : `translate(36 ${middle})`;
   return {node: s("g", {class: "face", transform}, face.node), update: face.update};
 }
 
 /** Draws a fan or a supply in its bay. */
 export function drawUnit(unit, x, y, width) {
   const small = width < UNIT.compact;
-  const left = small ? 50 : 68;
+  const left = small ? 46 : 68;
   const face = drawFace(unit, small);
   const led = lamp(left + 4, 21, 4);
   const lines = [text(left, 43, "reading"), text(left, 59, "reading")];
