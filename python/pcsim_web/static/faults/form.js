@@ -102,7 +102,7 @@ export class FaultForm {
   }
 
   #draw() {
-    return h("form", {class: "fault-form"}, h("h2", {}, "Arm a fault"),
+    return h("form", {class: "fault-form", novalidate: true}, h("h2", {}, "Arm a fault"),
              h("label", {class: "fault-operation"}, "Operation", this.operation), this.operations,
              this.known,
              h("div", {class: "fault-parts"}, this.parts.map(({label, input}) =>

@@ -7,10 +7,10 @@ const SPEEDS = [["auto", "automatic"], ["10", "10 Mbps"], ["100", "100 Mbps"],
                 ["1000", "1 Gbps"], ["10000", "10 Gbps"]];
 const NO_CABLES = "No cables here: a switch that is started with --lab PORTS has some.";
 
-// A presence mask is seen at the next poll; until then what was asked for last counts, so that two
-// units can be removed one after the other.
+// A presence mask is seen at the next poll, which a stopped clock puts off; until then what was
+// asked for last counts, so that two units can be removed one after the other.
 const POLL_MS = 3000;
-const asked = new Map();  // instance and kind -> {at, mask}
+const asked = new Map();  // instance and kind -> {at, mask, shown: the mask at that time}
 
 function cableGroups(port) {
   if (port.cable === null) return [{title: "Cable", note: NO_CABLES, buttons: []}];
@@ -67,16 +67,17 @@ const UNITS = {
 };
 
 /** The line that removes or inserts a unit: a presence mask of all units of its kind. */
-function presence(unit, {instance, units}, there) {
+function presence(unit, {instance, units, stopped}, there) {
   const key = `${instance} ${unit.kind}`;
-  const recent = asked.get(key);
+  const last = asked.get(key);
   const shown = units.reduce((mask, each) =>
     each.state === "removed" ? mask : mask | 1 << each.number, 0);
-  const mask = recent && Date.now() - recent.at < POLL_MS ? recent.mask : shown;
+  const waits = last?.shown === shown && (stopped || Date.now() - last.at < POLL_MS);
+  const mask = waits ? last.mask : shown;
   const bit = 1 << unit.number;
   const next = there ? mask | bit : mask & ~bit;
   return {line: `${UNITS[unit.kind].verb} 0x${next.toString(16)}`,
-          ran: () => asked.set(key, {at: Date.now(), mask: next})};
+          ran: () => asked.set(key, {at: Date.now(), mask: next, shown})};
 }
 
 /** The fault rule that lets the unit fail, if there is one. */
@@ -113,5 +114,5 @@ function speedGroup(fan) {
 const OF = {port: ofPort, management: cableGroups, card: ofCard, fan: ofUnit, supply: ofUnit};
 
 /** The groups of a part: {title, note, fields, buttons: [{label, line, ran}]}. `around` has
- * {instance, units, rules}: the units of its kind, and the fault rules. */
+ * {instance, units, rules, stopped}: units of its kind, fault rules, whether the clock stands. */
 export const actsOf = (part, around) => OF[part.kind](part, around);

@@ -82,7 +82,8 @@ class Menu {
     const {store} = this.app;
     const units = part.kind === "fan" ? this.panel.model.fans : this.panel.model.supplies;
     const rules = store.shows.faults?.faults ?? [];
-    const groups = actsOf(part, {instance: this.instance, units, rules});
+    const groups = actsOf(part, {instance: this.instance, units, rules,
+                                 stopped: store.stopped});
     const why = whyNot(store);
     const key = JSON.stringify([this.part, groups, why]);
     if (key === this.key) return;
