@@ -32,7 +32,7 @@ export class FaultForm {
                                  placeholder: "type some letters of its name"});
     this.known = h("p", {class: "fault-known"});
     this.where = new Pairs("where", "Only calls where", "a condition", () => this.update());
-    this.set = new Pairs("set", "Hand out instead", "a value", () => this.update());
+    this.set = new Pairs("set", "Hand out instead", "a handed-out value", () => this.update());
     this.parts = PARTS.map((part) => ({...part, input: h("input", {
       name: part.name, type: part.type ?? "text", min: part.min, pattern: part.pattern,
       placeholder: part.hint, autocomplete: "off"})}));
