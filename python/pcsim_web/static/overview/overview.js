@@ -14,7 +14,7 @@ function picture(shape) {
 }
 
 function stateOf(instance) {
-  if (!instance.alive) return instance.problem || "ended";
+  if (!instance.alive) return "ended";
   const ports = `${instance.portsUp} of ${instance.ports} ports up`;
   return instance.stopped ? `${instance.portsUp} of ${instance.ports} up, clock stopped` : ports;
 }
@@ -37,7 +37,7 @@ class Tile {
     setText(this.state, stateOf(instance));
     setAttribute(this.node, "data-state", instance.alive ? "alive" : "ended");
     setAttribute(this.node, "aria-pressed", String(instance.name === this.app.store.current));
-    this.node.title = `${instance.name}: ${stateOf(instance)}`;
+    this.node.title = `${instance.name}: ${instance.problem || stateOf(instance)}`;
   }
 }
 

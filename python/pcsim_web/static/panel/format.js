@@ -14,6 +14,15 @@ export const amperes = (milliamperes) => reading(milliamperes, 1000, 1, "A");
 export const percent = (value) => reading(value, 1, 0, "%");
 export const seconds = (milliseconds) => reading(milliseconds, 1000, 1, "s");
 
+/** "9.5 s", "18 min 22 s", "2 h 5 min". */
+export function duration(milliseconds) {
+  const whole = Math.floor(milliseconds / 1000);
+  if (whole < 60) return seconds(milliseconds);
+  const minutes = Math.floor(whole / 60);
+  return minutes < 60 ? `${minutes} min ${whole % 60} s`
+    : `${Math.floor(minutes / 60)} h ${minutes % 60} min`;
+}
+
 /** With a narrow space between thousands, which no locale takes for a decimal point. */
 export const whole = (value) => value === null || value === undefined ? NONE
   : String(Math.round(value)).replace(/\B(?=(\d{3})+$)/g, "\u202f");

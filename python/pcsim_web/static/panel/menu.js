@@ -41,6 +41,7 @@ class Menu {
     this.refresh();
     this.dialog.show();
     this.#place();
+    this.dialog.scrollIntoView({block: "nearest"});
     this.dialog.focus();  // and no button: the key that has opened it may still be pressed
   }
 
@@ -102,8 +103,13 @@ class Menu {
     const narrow = innerWidth < NARROW;
     style.left = style.top = "";
     style.bottom = narrow ? `${this.app.element("verbs").offsetHeight}px` : "";
-    if (narrow) return;
     const part = this.panel.node(this.part).getBoundingClientRect();
+    if (narrow) {
+      // The part stays in sight above the sheet.
+      const hidden = part.bottom + GAP - this.dialog.getBoundingClientRect().top;
+      if (hidden > 0) scrollBy(0, hidden);
+      return;
+    }
     const {width, height} = this.dialog.getBoundingClientRect();
     const middle = part.left + part.width * (part.width > WIDE ? 0.65 : 0.5);
     const left = Math.max(GAP, Math.min(middle - width / 2, innerWidth - width - GAP));

@@ -1,5 +1,6 @@
 // What the menu of a part tells: pairs of a label and a reading.
-import {amperes, count, degrees, percent, rpm, seconds, speedText, volts, whole} from "./format.js";
+import {amperes, count, degrees, duration, percent, rpm, seconds, speedText, volts, whole}
+  from "./format.js";
 import {STEPS, progressOf} from "./model.js";
 
 const CABLES = {plugged: "plugged", pulled: "pulled"};
@@ -35,7 +36,7 @@ function ofCard(card, {timeMs}) {
   return known([
     ["Card", card.name],
     ["Time left", progress && seconds(progress.leftMs)],
-    ["In this state", `for ${seconds(Math.max(0, timeMs - row.sinceMs))}`],
+    ["In this state", `for ${duration(Math.max(0, timeMs - row.sinceMs))}`],
     ["In service after", row.bringUpMs === null ? null : seconds(row.bringUpMs)],
     ["Steps", steps.join(", ")],
     ["Temperature", card.temperature == null ? null : degrees(card.temperature)],
