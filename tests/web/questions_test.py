@@ -11,7 +11,7 @@ from page_socket import PageSocket
 pytestmark = pytest.mark.usefixtures("lab")
 
 SHOWS = {"chassis", "ports", "cards", "slots", "fans", "power", "environment", "faults", "nics"}
-CHANGING = ("run", "complete", "question", "prompt", "interrupt")
+CHANGING = ("run", "complete", "question", "prompt", "drop", "interrupt")
 
 
 @pytest.fixture(name="switch", scope="module")
