@@ -14,7 +14,7 @@ Row = Mapping[str, JSON]
 @dataclass(frozen=True)
 class Column:
     """`kind` says how a page draws the values: as text, number (a name), count, code, port, ports,
-    unit, state, list, time (in ns) or age (in s)."""
+    unit, state, list, time (in ns), age (in s) or celsius (in hundredths)."""
 
     key: str
     title: str
@@ -182,7 +182,7 @@ HARDWARE = (
           _columns("""
         unit unit Unit
         state state State
-        temperature number Temperature
+        temperature celsius Temperature
         odometer number Odometer""")),
     Table("devices", "Devices", "Hardware", "devices", "show devices", "devices", _columns("""
         device number No.

@@ -39,6 +39,7 @@ const DRAWN = {
   count: (value) => value.toLocaleString("en"),
   time: (value) => (value ? duration(value) : "–"),
   age,
+  celsius: (value) => `${(value / 100).toFixed(1)} °C`,
   state,
   port: (value) => pointer(value, portsOf(value)),
   ports: (value) => value.split(", ").flatMap((each, n) => [n ? " " : "",

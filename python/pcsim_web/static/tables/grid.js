@@ -1,9 +1,9 @@
-// The rows of one page of a table. Cells are kept while their values change, so that focus, selection
-// and the place where one has scrolled to stay.
+// The rows of one page of a table. Cells are kept while their values change, so that focus,
+// selection and the place that one has scrolled to stay.
 import {h, setText} from "../dom.js";
 import {draw} from "./cells.js";
 
-const RIGHT = new Set(["number", "count", "time", "age"]);
+const RIGHT = new Set(["number", "count", "time", "age", "celsius"]);
 
 /** A table in a box that scrolls, its header always in sight. */
 export class Grid {

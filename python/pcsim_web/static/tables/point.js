@@ -10,8 +10,8 @@ function dark() {
   lit = [];
 }
 
-/** Lights up these parts, named as the panel names them: "port 1:1", "card 3", "fan 0". Whether there
- * are any of them. */
+/** Lights up these parts, named as the panel names them: "port 1:1", "card 3", "fan 0". Whether
+ * there are any of them. */
 export function point(parts) {
   clearTimeout(timer);
   dark();

@@ -6,7 +6,7 @@ import {Grid} from "./grid.js";
 import {Pager} from "./pager.js";
 
 const TYPING_MS = 250;  // from the last letter to the question
-const REST = 60;        // a page that takes long is asked for less often: times what it took
+const REST = 100;       // a page that takes long is asked for less often: times what it took
 
 /** The page "Tables". */
 class Tables {
