@@ -80,6 +80,9 @@ export class Log {
   /** Chooses what is drawn anew. */
   choose() { this.shown = this.rows.filter((row) => this.filter.takes(row)); }
 
+  /** Whether more would only push out what is there. */
+  get full() { return this.rows.length > ROWS_KEPT - LET_GO; }
+
   /** The number of the oldest event that is known. */
   get oldest() { return this.rows.find((row) => row.kind === "event")?.number ?? Infinity; }
 

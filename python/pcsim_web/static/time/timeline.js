@@ -149,7 +149,7 @@ class Timeline {
   }
 
   async #askOlder() {
-    if (this.#asking || this.log.complete || !this.store.connected) return;
+    if (this.#asking || this.log.complete || this.log.full || !this.store.connected) return;
     this.#asking = true;
     const {oldest} = this.log;
     const events = await this.#ask(oldest, OLDER);
