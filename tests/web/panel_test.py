@@ -1,5 +1,7 @@
 """The panel draws what the switch tells: marks of ports, fans that turn, how far a card is; and
 whatever there is to draw stands beside each other at any width."""
+import time
+
 import pcsim
 import pytest
 
@@ -116,8 +118,13 @@ def test_the_own_slot_alone_is_marked(chassis, open_page):
 def test_frames_let_a_lamp_blink(switch, page):
     lamp = f"{inside('port 1:1', '.lamp:nth-of-type(3)')}.getAttribute('class')"
     assert "activity" not in page.value(lamp)
-    switch.cable(1).send(1000)
-    page.wait(f"{lamp}.includes('activity')")
+    for _ in range(20):  # rates are known from the second reading on
+        switch.cable(1).send(1000)
+        time.sleep(0.3)
+        if "activity" in page.value(lamp):
+            break
+    else:
+        pytest.fail("frames pass, and no lamp blinks")
     page.wait(f"!{lamp}.includes('activity')")  # a second later
 
 

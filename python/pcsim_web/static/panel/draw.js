@@ -8,6 +8,8 @@ import {at, definitions, frame, text, vents} from "./shapes.js";
 import {drawUnits, fitUnits} from "./unit.js";
 
 const NARROW = 760;
+const MIDDLING = 1080;
+const FEW = 16;  // ports that leave room for a head beside them where the width is middling
 const CAPTION = 22;
 const LARGER = [1.5, 1.25, 1];  // scales of ports that are tried
 
@@ -25,27 +27,46 @@ export function structureOf(model, width) {
   return JSON.stringify([model.chassis, width, ports, units.map((unit) => unit.part)]);
 }
 
-function drawFront(model, m) {
-  const side = m.narrow ? 0 : HEAD.side;
-  const top = m.narrow ? HEAD.tall + 6 : 0;
-  const head = drawHead(model, m.left, m.narrow ? 6 : 10, m.inner, m.narrow ? "tall" : "side");
-  const ports = model.cards.flatMap((card) => card.ports);
-  const socket = PORT.width + 24;
-  const room = m.inner - side - (m.narrow ? 0 : socket);
-  const fit = fitPorts(ports.length, room, m.narrow ? [1] : LARGER);
-  const height = top + Math.max(m.narrow ? 0 : 118, fit.height + 20);
-  const management = m.narrow ? drawPort(model.management, m.left + m.inner - 38, 20)
-    : drawPort(model.management, m.left + side, (height - PORT.height) / 2 + 6);
-  const spare = m.narrow ? m.inner - fit.width : 0;
-  const drawn = drawPorts(ports, fit, m.left + side + (m.narrow ? 0 : socket) + spare / 2,
-                          top + (height - top - fit.height) / 2);
-  const none = ports.length ? null : text(m.left + side + (m.narrow ? 0 : socket), height / 2
-    + (m.narrow ? 38 : 5), "soft", "no ports: there is no interface eth1");
-  const end = m.left + side + socket + fit.width + 28;
+/** Where the head of a stack stands, and what room it leaves for the sockets. */
+function frontOf(count, m) {
+  if (m.narrow) return {form: "tall", side: 0, top: HEAD.tall + 6, socket: 0, scales: [1]};
+  const socket = PORT.width + 24;  // of the management port
+  return m.width < MIDDLING && count > FEW
+    ? {form: "strip", side: 0, top: HEAD.strip, socket, scales: LARGER}
+    : {form: "side", side: HEAD.side, top: 0, socket, scales: LARGER};
+}
+
+function drawManagement(model, m, {form, side, top}, height) {
+  return form === "tall" ? drawPort(model.management, m.left + m.inner - 38, 20)
+    : drawPort(model.management, m.left + side, top + (height - top - PORT.height) / 2 + 6);
+}
+
+/** Says that there is no port, or fills the room beside the ports. */
+function drawRest(m, {form, side, socket}, fit, height) {
+  const left = m.left + side + socket;
+  if (fit.count === 0) {
+    return text(left, height / 2 + (form === "tall" ? 38 : 5), "soft",
+                "no ports: there is no interface eth1");
+  }
+  const end = left + fit.width + 28;
   const rest = m.left + m.inner - end;
-  const air = m.narrow || none || rest < 90 ? null : vents(end, 20, rest, height - 40);
+  return form !== "side" || rest < 90 ? null : vents(end, 20, rest, height - 40);
+}
+
+function drawFront(model, m) {
+  const ports = model.cards.flatMap((card) => card.ports);
+  const front = frontOf(ports.length, m);
+  const {form, side, top, socket} = front;
+  const head = drawHead(model, m.left, form === "side" ? 10 : 6, m.inner, form);
+  const fit = fitPorts(ports.length, m.inner - side - socket, front.scales);
+  const height = top + Math.max(form === "side" ? 118 : 0, fit.height + 20);
+  const management = drawManagement(model, m, front, height);
+  const spare = form === "tall" ? m.inner - fit.width : 0;
+  const drawn = drawPorts(ports, fit, m.left + side + socket + spare / 2,
+                          top + (height - top - fit.height) / 2);
   return {height, drawn: [management, ...drawn], heads: [head],
-          nodes: [head.node, air, none, management.node, ...drawn.map((each) => each.node)]};
+          nodes: [head.node, drawRest(m, front, fit, height), management.node,
+                  ...drawn.map((each) => each.node)]};
 }
 
 function drawBays(model, m, y) {

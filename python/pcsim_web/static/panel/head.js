@@ -3,7 +3,7 @@ import {setText} from "../dom.js";
 import {count, degrees} from "./format.js";
 import {at, lamp, light, text, vents} from "./shapes.js";
 
-export const HEAD = {side: 236, strip: 52, tall: 86};
+export const HEAD = {side: 246, strip: 52, tall: 86};
 
 function ofUnits(units) {
   if (units.length === 0) return {how: "", words: "none"};
@@ -45,7 +45,7 @@ const IN_CHASSIS = [{label: "Cards", of: (model) => ofCards(model.cards)}, ...SU
 
 /** Where the four sums stand: 2 by 2 at the side, else in a row. */
 function sumPlaces(form, width) {
-  if (form === "side") return [[0, 76], [112, 76], [0, 98], [112, 98]];
+  if (form === "side") return [[0, 76], [122, 76], [0, 98], [122, 98]];
   if (form === "tall") return [[0, 66], [0.25 * width, 66], [0.5 * width, 66], [0.75 * width, 66]];
   return [0, 1, 2, 3].map((n) => [width - (4 - n) * 122, 32]);
 }
