@@ -6,7 +6,8 @@ import {Grid} from "./grid.js";
 import {Pager} from "./pager.js";
 
 const TYPING_MS = 250;  // from the last letter to the question
-const REST = 100;       // a page that takes long is asked for less often: times what it took
+const REST = 20;        // a page that takes long is asked for less often: times what it took,
+const LONGEST_MS = 6000;  // up to this
 
 /** The page "Tables". */
 class Tables {
@@ -115,8 +116,8 @@ class Tables {
       if (!problem.gone || this.#drawn !== this.#seenNow()) this.#refuse(problem.message);
     }
     if (everyMs > 0 && store.alive) {
-      this.#timer = setTimeout(() => this.#ask(false),
-                               Math.max(everyMs, REST * (performance.now() - begun)));
+      const rest = Math.min(REST * (performance.now() - begun), LONGEST_MS);
+      this.#timer = setTimeout(() => this.#ask(false), Math.max(everyMs, rest));
     }
   }
 
