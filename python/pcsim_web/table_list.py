@@ -220,7 +220,8 @@ HARDWARE = (
         carrier state Carrier
         mac code MAC address
         mii text MII
-        partner state Partner sees link""")),
+        partner state Partner sees link
+        cable text Cable""")),
     Table("timers", "Timers", "Hardware", "timers", "show timers", "timers", _columns("""
         name text Name
         dueInMs number Due in ms

@@ -152,6 +152,15 @@ def test_coverage_and_times(page, switch):
     page.wait_line("times off")
 
 
+def test_the_past_has_no_tables(page):
+    page.wait("document.querySelector('#slider button')?.checkVisibility()")
+    page.click(page.value("document.querySelector('#slider button')"))
+    page.wait_text("Tables are those of now, the past has none; go back to now to see them.")
+    assert not page.value("document.querySelector('.table .rows').checkVisibility()")
+    page.click(page.named("button", "Now"))
+    wait_status(page, "1–100 of 300 addresses")
+
+
 def test_the_list_by_the_keyboard_alone(page):
     page.js("document.getElementById('tab-tables').focus()")
     page.keys(Keys.TAB, Keys.TAB, Keys.TAB, Keys.ENTER)

@@ -93,12 +93,12 @@ class Tables {
   async #ask(toTop) {
     clearTimeout(this.#timer);
     const {store, link} = this.app;
+    const number = ++this.#asked;  // whatever was asked before comes too late
     if (!this.#seen() || store.current === null || !this.#name) return;
     if (store.past !== null) {
       this.#refuse("Tables are those of now, the past has none; go back to now to see them.");
       return;
     }
-    const number = ++this.#asked;
     const begun = performance.now();
     let everyMs = 2000;
     try {
