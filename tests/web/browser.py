@@ -11,7 +11,7 @@ from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.keys import Keys
 
-WAIT_S = 30  # for what takes well under a second where nothing else runs
+WAIT_S = 60  # for what takes well under a second where nothing else runs
 OPTIONS = ("--headless=new", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage",
            "--no-first-run", "--disable-quic", "--disable-background-networking",
            "--disable-component-update", "--disable-sync", "--disable-extensions",

@@ -11,7 +11,7 @@ from urllib.parse import urlsplit
 
 PYTHON = Path(__file__).resolve().parents[2] / "python"
 TOKEN = "a-token-of-the-tests"
-END_S = 20
+END_S = 60
 
 
 def command(*options):
@@ -77,7 +77,7 @@ class Gateway:
         """(status, body, headers) of a request for a path behind the token."""
         path = f"/{self.token}/" if path is None else path
         connection = http.client.HTTPConnection(urlsplit(self.address).hostname, self.port,
-                                                timeout=20)
+                                                timeout=END_S)
         try:
             named = {name.replace("_", "-"): value for name, value in headers.items()}
             connection.request(method, path, body, named)
@@ -88,7 +88,7 @@ class Gateway:
 
     def send(self, data):
         """What comes back for these bytes, until it closes or is silent for a second."""
-        with socket.create_connection((urlsplit(self.address).hostname, self.port), 20) as opened:
+        with socket.create_connection((urlsplit(self.address).hostname, self.port), END_S) as opened:
             opened.sendall(data)
             opened.settimeout(1)
             parts = []

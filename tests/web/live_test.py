@@ -3,6 +3,7 @@ when far more happens than anybody could read."""
 import os
 import signal
 import statistics
+import time
 
 import pcsim
 import pytest
@@ -16,7 +17,8 @@ CHANGES = 20
 # tenth of a second, as bench/web measures.
 LINK_S = 0.5
 STORM_S = 4.0
-FRAMES_A_SECOND = 10  # of the page, at least, with a storm of events on a busy machine
+CALM_S = 1.5
+SHARE = 0.1  # of the frames a second that the page has in calm, at least
 
 
 @pytest.fixture(name="switch")
@@ -110,24 +112,34 @@ def test_two_viewers_see_the_same(switch, open_page):
             "[each.dataset.part, each.dataset.state].join())")
 
 
+def frames_a_second(page):
+    """How many the page has now."""
+    page.js("frames_seen = []")
+    time.sleep(CALM_S)
+    return page.value("frames_seen.length") / CALM_S
+
+
 def test_a_storm_of_events_does_not_freeze_it(switch, open_page, capsys):
     page = open_page("live")
     page.click_tab("Events")
     page.js(FRAMES)
+    calm = [frames_a_second(page)]
     storm = Storm("live", STORM_S)
+    page.js("frames_seen = []")
     page.wait_text("summed up")
     switch.cable(1).pull()
     switch.time.warp(1000)
     page.wait_state("port 1:1", "down")  # in the middle of it
     storm.wait()
     frames = page.value("frames_seen")
-    during = frames[-1] - frames[0]
     gaps = [later - earlier for earlier, later in zip(frames, frames[1:])]
+    rate = 1000 * len(gaps) / sum(gaps)
+    calm.append(frames_a_second(page))
     with capsys.disabled():
-        print(f"\n{storm.sent} events in {STORM_S:.0f} s: {1000 * len(frames) / during:.0f} frames "
-              f"a second, the longest gap {max(gaps):.0f} ms")
-    assert storm.sent > 500 * STORM_S
-    assert 1000 * len(frames) / during > FRAMES_A_SECOND
+        print(f"\n{storm.sent} events in {STORM_S:.0f} s: {rate:.0f} frames a second, in calm "
+              f"{calm[0]:.0f} and {calm[1]:.0f}, the longest gap {max(gaps):.0f} ms")
+    assert storm.sent > 250 * STORM_S
+    assert rate > SHARE * min(calm)
     # Behind it all is as it is: the last event is told, and the panel is true.
     switch.cable(1).plug()
     switch.time.warp(1000)

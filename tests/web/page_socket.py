@@ -5,7 +5,7 @@ import time
 
 import aiohttp
 
-WAIT_S = 20
+WAIT_S = 60  # for what takes a few ms where nothing else runs
 
 
 class PageSocket:
