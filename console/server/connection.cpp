@@ -88,7 +88,7 @@ void Connection::startWork() {
     try {
         work_ = hub_.console.surroundings.spawn([this] { work(); });
     } catch (const CommandError& error) {
-        refuseRest(error.what());
+        refuseRest(kEnding, error.what());
     }
 }
 
@@ -217,9 +217,9 @@ void Connection::lose() {
         hub_.drop(id_);
 }
 
-void Connection::refuseRest(const std::string& why) {
+void Connection::refuseRest(int code, const std::string& why) {
     for (const Request& request : requests_)
-        if (!request.id.empty()) channel_.send(errorLine(request.id, kRefused, why));
+        if (!request.id.empty()) channel_.send(errorLine(request.id, code, why));
     requests_.clear();
 }
 
@@ -227,7 +227,7 @@ void Connection::finish() {
     if (gone_) return;
     while (channel_.receive()) continue;
     takeLines();
-    refuseRest("this instance is ending; expected a living one");
+    refuseRest(kEnding, "this instance is ending; expected a living one");
     const auto end = Clock::now() + kFarewell;
     while (handOver() && channel_.unsent() != 0 && Clock::now() < end) {
         pollfd writable{channel_.descriptor(), POLLOUT, 0};

@@ -62,7 +62,7 @@ private:
     void giveWay();
     void print(const std::string& text, const std::string& event);
     bool handOver();
-    void refuseRest(const std::string& why);
+    void refuseRest(int code, const std::string& why);
     void listen();
     void lose();
     bool over() const;

@@ -26,6 +26,7 @@ constexpr ErrorMeaning kErrors[] = {
     {kBadParameters, "the method takes other parameters"},
     {kInternal, "pcsim has made a mistake"},
     {kRefused, "the request is too large or can't be taken now"},
+    {kEnding, "the instance is ending"},
 };
 
 // A list of 'one's as JSON.

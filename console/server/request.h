@@ -19,6 +19,7 @@ inline constexpr int kNoMethod = -32601;
 inline constexpr int kBadParameters = -32602;
 inline constexpr int kInternal = -32603;
 inline constexpr int kRefused = -32000;
+inline constexpr int kEnding = -32001;
 
 class ProtocolError : public std::runtime_error {
 public:

@@ -61,12 +61,15 @@ class Interrupted(CommandError):
 
 KINDS: Mapping[int, type[CommandError]] = {
     1: CommandFailed, 2: UsageError, 3: ExpectationFailed, 4: Interrupted}
+ENDING = -32001  # what came too late for an instance that ends
 
 
 def error_of(error: Mapping[str, Any], line: str = "") -> Error:
     """The exception that stands for the error object of an answer."""
     code, message = int(error["code"]), str(error["message"])
     data = error.get("data") or {}
+    if code == ENDING:
+        return ConnectionLost(message)
     if code < 0:
         return ProtocolError(message)
     kind = KINDS.get(code, CommandFailed)

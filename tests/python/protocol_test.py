@@ -61,6 +61,15 @@ def test_errors_of_the_protocol_are_not_those_of_lines():
         answered.value(call)
 
 
+def test_what_comes_too_late_for_an_instance_has_lost_it():
+    talk = Conversation()
+    call = Call("status", {}, nothing)
+    number, _ = talk.ask(call)
+    answered, = talk.receive(line(id=number, error={"code": -32001, "message": "it is ending"}))
+    with pytest.raises(errors.ConnectionLost, match="^it is ending$"):
+        answered.value(call)
+
+
 @pytest.mark.parametrize("data, text", [
     (b"hello\n", "expected JSON but got b'hello'"),
     (b"\xff\n", "expected JSON but got"),

@@ -82,7 +82,7 @@ def test_describe(place: Place) -> None:
         sources = {note["source"] for note in client.run("show events limit 1000")["data"]["events"]}
         assert sources <= set(all_of_it["events"]["sources"]), sources
         equal([error["code"] for error in all_of_it["errors"]],
-              [1, 2, 3, 4, -32700, -32600, -32601, -32602, -32603, -32000])
+              [1, 2, 3, 4, -32700, -32600, -32601, -32602, -32603, -32000, -32001])
         form = next(v["form"] for v in all_of_it["verbs"] if v["usage"].startswith("show port <"))
         equal(form, [{"word": "show"}, {"word": "port"}, {"name": "port", "type": "port"}])
 
@@ -217,7 +217,7 @@ def test_quit_and_shutdown(place: Place) -> None:
         equal(other.run("shutdown 7"), {"text": "", "data": None, "ended": True})
         equal(waiting.answer(sleeping)["error"]["code"], 4)
         equal(waiting.answer(never)["error"], {
-            "code": -32000, "message": "this instance is ending; expected a living one"})
+            "code": -32001, "message": "this instance is ending; expected a living one"})
         equal(instance.process.wait(PATIENCE), 7)
         assert not os.path.exists(instance.path)
 
