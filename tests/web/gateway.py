@@ -87,14 +87,16 @@ class Gateway:
             connection.close()
 
     def send(self, data):
-        """What comes back for these bytes, until it closes or is silent for a second."""
-        with socket.create_connection((urlsplit(self.address).hostname, self.port), END_S) as opened:
+        """What comes back for these bytes, until it closes, or is silent for a second behind
+        some."""
+        host = urlsplit(self.address).hostname
+        with socket.create_connection((host, self.port), END_S) as opened:
             opened.sendall(data)
-            opened.settimeout(1)
             parts = []
             try:
                 while part := opened.recv(1 << 16):
                     parts.append(part)
+                    opened.settimeout(1)
             except TimeoutError:
                 pass
             return b"".join(parts)

@@ -13,7 +13,7 @@ import pytest
 from aiohttp.test_utils import make_mocked_request
 from pcsim_web.gate import gate
 
-from gateway import PYTHON, TOKEN, Gateway, command, environment, run
+from gateway import END_S, PYTHON, TOKEN, Gateway, command, environment, run
 
 ROOT = PYTHON.parent
 IPV6 = Path("/proc/net/if_inet6")
@@ -198,7 +198,7 @@ def test_switch_and_page_start_and_end_together(web, join, run_folder, number, g
         os.killpg(process.pid, number)
     else:
         process.send_signal(number)
-    assert process.wait(20) == 0
+    assert process.wait(END_S) == 0
     assert not (run_folder / f"{name}.sock").exists()
     with pytest.raises(OSError):
         gateway.ask()
@@ -217,7 +217,7 @@ def test_the_name_may_be_given(web):
 
 def test_options_that_pcsim_refuses(web):
     process = web("--lab", "many")
-    said, errors = process.communicate(timeout=20)
+    said, errors = process.communicate(timeout=END_S)
     assert process.returncode == 2 and "http" not in said
     assert "--lab" in errors and "Traceback" not in errors
 

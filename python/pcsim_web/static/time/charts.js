@@ -42,7 +42,7 @@ class Card {
     this.received = h("span", {class: "received mono"});
     this.sent = h("span", {class: "sent mono"});
     this.errors = h("span", {class: "errors mono"});
-    this.canvas = h("canvas", {role: "img", tabindex: 0});
+    this.canvas = h("canvas", {role: "img", tabindex: 0, "aria-label": `Port ${port}`});
     this.element = h("figure", {class: "chart"},
       h("figcaption", {}, h("strong", {}, port), this.received, this.sent, this.errors),
       this.canvas);
