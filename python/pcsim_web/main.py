@@ -13,11 +13,15 @@ from .options import Serving
 from .server import Server, bound
 
 
+ENDING = (signal.SIGINT, signal.SIGTERM)
+
+
 async def serve(serving: Serving) -> None:
     """Serves until SIGINT or SIGTERM."""
     ended = asyncio.Event()
-    for number in (signal.SIGINT, signal.SIGTERM):
-        asyncio.get_running_loop().add_signal_handler(number, ended.set)
+    loop = asyncio.get_running_loop()
+    for number in ENDING:
+        loop.add_signal_handler(number, ended.set)
     # It would log each stranger whose bytes are no request; mistakes of ours the gate logs.
     logging.getLogger("aiohttp.server").setLevel(logging.CRITICAL)
     listening = bound(serving.address, serving.port)
@@ -31,6 +35,9 @@ async def serve(serving: Serving) -> None:
         print(f"http://{shown}:{port}/{serving.token}/", flush=True)
         await ended.wait()
     finally:
+        for number in ENDING:  # it ends already: another one has nothing to say
+            loop.remove_signal_handler(number)
+            signal.signal(number, signal.SIG_IGN)
         await runner.cleanup()
 
 

@@ -92,6 +92,16 @@ def test_signals_end_it_with_0(start, join, number):
     assert start(port=gateway.port).ask()[0] == 200
 
 
+def test_several_signals_are_one(start, join):
+    gateway = start()
+    join(gateway).told("hello")
+    for _ in range(50):
+        gateway.process.send_signal(signal.SIGINT)
+        gateway.process.send_signal(signal.SIGTERM)
+        time.sleep(0.002)
+    assert gateway.end(signal.SIGTERM) == 0
+
+
 def test_without_a_token_it_makes_one(run_folder):
     seen = set()
     for _ in range(2):
@@ -199,6 +209,7 @@ def test_switch_and_page_start_and_end_together(web, join, run_folder, number, g
     else:
         process.send_signal(number)
     assert process.wait(END_S) == 0
+    assert process.stderr.read() == ""
     assert not (run_folder / f"{name}.sock").exists()
     with pytest.raises(OSError):
         gateway.ask()
