@@ -64,6 +64,12 @@ def problem_of(request: web.Request, token: str, names: Collection[str]) -> str:
     return ""
 
 
+def refusal_of(status: int, text: str) -> web.StreamResponse:
+    """One line. What was asked may stand in it, which need not be text."""
+    said = f"pcsim-web: {text}\n".encode(errors="replace")
+    return web.Response(status=status, body=said, content_type="text/plain", charset="utf-8")
+
+
 def gate(token: str, names: Collection[str]) -> Callable[[web.Request, Handler],
                                                          Awaitable[web.StreamResponse]]:
     """The middleware that lets nobody else in."""
@@ -71,18 +77,18 @@ def gate(token: str, names: Collection[str]) -> Callable[[web.Request, Handler],
     async def check(request: web.Request, handler: Handler) -> web.StreamResponse:
         problem = problem_of(request, token, names)
         if problem:
-            response: web.StreamResponse = web.Response(status=403, text=f"pcsim-web: {problem}\n")
+            response = refusal_of(403, problem)
         else:
             try:
                 response = await handler(request)
             except web.HTTPException as refusal:
-                response = web.Response(status=refusal.status,
-                                        text=f"pcsim-web: {request.path_qs.partition(token)[2]}: "
-                                             f"{refusal.reason.lower()}\n")
+                asked = request.path_qs.partition(token)[2]
+                response = refusal_of(refusal.status, f"{asked}: {refusal.reason.lower()}")
+            except ConnectionError:
+                raise  # whoever asked has gone
             except Exception:  # a mistake of ours: whoever asks gets one line
                 LOG.exception("%s can't be answered", request.path)
-                response = web.Response(status=500, text="pcsim-web: it has made a mistake, which "
-                                                         "it has logged\n")
+                response = refusal_of(500, "it has made a mistake, which it has logged")
         if not response.prepared:
             response.headers.update(HEADERS)
         return response

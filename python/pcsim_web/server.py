@@ -79,7 +79,11 @@ class Server:
 
     async def _live(self, request: web.Request) -> web.StreamResponse:
         page = web.WebSocketResponse(heartbeat=HEARTBEAT_S, max_msg_size=LARGEST_QUESTION)
-        if not page.can_prepare(request):
+        try:
+            possible = page.can_prepare(request).ok
+        except ValueError:  # a header that is no text
+            possible = False
+        if not possible:
             raise web.HTTPBadRequest(reason="this address is for WebSockets alone")
         await page.prepare(request)
         self._pages.add(page)

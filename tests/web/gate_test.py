@@ -62,6 +62,9 @@ def test_there_are_no_files_but_the_page(gateway, path):
 def test_bytes_that_are_no_text(gateway):
     answer = gateway.send(b"GET /\xff\xfe\x80/ HTTP/1.1\r\nHost: localhost\r\n\r\n")
     assert answer.startswith((b"HTTP/1.1 403", b"HTTP/1.1 400")), answer
+    for host in (b"\xff\xfe", b"caf\xe9", b"[\xff]:1"):
+        assert gateway.send(f"GET /{TOKEN}/ HTTP/1.1\r\nHost: ".encode() + host
+                            + b"\r\n\r\n").startswith(b"HTTP/1.1 403 "), host
     assert gateway.send(b"\x16\x03\x01\x02\x00\x01\x00\x01" * 100).startswith(b"HTTP/1.")
     assert gateway.ask()[0] == 200
 

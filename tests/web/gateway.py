@@ -1,4 +1,5 @@
 """A pcsim-web of a test's own, and requests to it as nobody's browser would make them."""
+import contextlib
 import http.client
 import os
 import signal
@@ -85,6 +86,13 @@ class Gateway:
             return answer.status, answer.read().decode(), dict(answer.getheaders())
         finally:
             connection.close()
+
+    def throw(self, data):
+        """Sends these bytes and goes away without waiting for an answer."""
+        host = urlsplit(self.address).hostname
+        with socket.create_connection((host, self.port), END_S) as opened:
+            with contextlib.suppress(ConnectionError):
+                opened.sendall(data)
 
     def send(self, data):
         """What comes back for these bytes, until it closes, or is silent for a second behind
