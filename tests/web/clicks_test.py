@@ -187,6 +187,24 @@ def test_remove_and_insert_a_card(chassis, slots):
     slots.wait_state(port, "up")
 
 
+def test_what_was_pulled_is_found_in_the_timeline(chassis, slots):
+    slots.wait_state("card 2", "operational")
+    do(slots, "port 1:1", "cable 1 pull")
+    do(slots, "card 2", "card 2 remove")
+    chassis.time.warp(2 * POLL_MS)
+    slots.wait_state("card 2", "empty")
+    slots.click_tab("Events")
+    for text in ("Cable 1 pulled", "Port 1:1 link down", "Slot 2"):
+        slots.fill("Search", text)
+        slots.wait("[...document.querySelectorAll('#page-events .row .what')].some((each) => "
+                   "each.checkVisibility() && each.textContent.includes(arguments[0]))", text)
+    do(slots, "port 1:1", "cable 1 plug")
+    do(slots, "card 2", "card 2 insert")
+    chassis.time.warp(60_000)
+    slots.wait_state("card 2", "operational")
+    slots.wait_state("port 1:1", "up")
+
+
 def test_power_and_diagnostics_of_a_card(chassis, slots):
     slot = next(row["slot"] for row in chassis.run("show slots").data["slots"]
                 if row["state"] == "operational" and row["ports"])
