@@ -85,14 +85,16 @@ class Panel {
   #tickWhileDue() {
     const due = !this.store.past && this.store.alive && !this.store.stopped
       && this.model.cards.some((card) => card.row.dueMs != null);
-    if (due && !this.ticking) this.ticking = setInterval(() => this.#tick(), TICK_MS);
+    if (due && !this.ticking) this.ticking = setInterval(() => this.tick(), TICK_MS);
     if (!due) {
       clearInterval(this.ticking);
       this.ticking = 0;
     }
   }
 
-  #tick() {
+  /** Tells the times that are left anew. */
+  tick() {
+    if (!this.drawing) return;
     const now = this.timeMs();
     for (const each of this.drawing.drawn.values()) {
       if (each.timed) each.update(this.model.parts.get(each.part), now);
@@ -112,7 +114,9 @@ export function mountPanel(app) {
     });
   }
   app.store.addEventListener("shows", (event) => {
-    if (!app.store.past && DRAWN_FROM.some((name) => event.detail.has(name))) panel.refresh();
+    if (app.store.past) return;
+    if (DRAWN_FROM.some((name) => event.detail.has(name))) panel.refresh();
+    else if (app.store.stopped) panel.tick();  // the clock may have been moved
   });
   app.store.addEventListener("rates", (event) => panel.rates(event.detail.ports));
   new ResizeObserver(() => panel.refresh()).observe(panel.room);
