@@ -94,12 +94,17 @@ class PageSocket:
         return message["error"]["message"]
 
     def told(self, tell, is_it=lambda message: True):
-        """The next message that is told and is the one."""
+        """The next message that is told and is the one. Those of another kind are kept: which comes
+        first is chance."""
         end = time.monotonic() + WAIT_S
+        others = []
         while time.monotonic() < end:
             message = self._kept.pop(0) if self._kept else self.receive()
             assert message is not None, "the connection was closed"
-            if message.get("tell") == tell and is_it(message):
+            if message.get("tell") != tell:
+                others.append(message)
+            elif is_it(message):
+                self._kept = others + self._kept
                 return message
         raise AssertionError(f"nothing of the kind was told as '{tell}'")
 
