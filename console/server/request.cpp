@@ -62,6 +62,10 @@ nlohmann::json parse(const std::string& line) {
         throw ProtocolError(kNoJson, fmt::format("this is no JSON from byte {} on; expected one "
                                                  "request object per line, in UTF-8",
                                                  error.byte));
+    } catch (const nlohmann::json::out_of_range&) {
+        // It is JSON all the same, but the library has no other number for it than infinity.
+        throw ProtocolError(kNoJson,
+                            "a number in this request is too large; expected at most 1.7e308");
     }
 }
 

@@ -59,6 +59,10 @@ INSTANTIATE_TEST_SUITE_P(
             "this is no JSON from byte 8 on; expected one request object per line, in UTF-8"},
         Bad{"{\"id\":1,\"method\":\"\xff\"}", -32700, "null",
             "this is no JSON from byte 19 on; expected one request object per line, in UTF-8"},
+        Bad{R"({"id":1,"method":"x","params":{"n":1e999}})", -32700, "null",
+            "a number in this request is too large; expected at most 1.7e308"},
+        Bad{"-1e309", -32700, "null",
+            "a number in this request is too large; expected at most 1.7e308"},
         Bad{"5", -32600, "null", kNot}, Bad{"null", -32600, "null", kNot},
         Bad{R"([{"method":"status"}])", -32600, "null",
             "a list of requests is none; expected one request object per line, or the method "
