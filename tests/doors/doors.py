@@ -73,7 +73,8 @@ class Prompt:
                 read = os.read(self._screen, 65536)
             except OSError as problem:
                 raise Failed(f"the prompt has gone; {self._pending[-300:]!r}") from problem
-            self._pending += read.decode(errors="replace").replace("\r\n", "\n")
+            # A reading may end between the two characters of a line's end.
+            self._pending = (self._pending + read.decode(errors="replace")).replace("\r\n", "\n")
         text, self._pending = self._pending, ""
         return text
 
