@@ -75,7 +75,6 @@ class Feed:
         self.status: dict[str, JSON] = {}  # what `status` has told last
         self.status_at = 0.0
         self.shows: dict[str, JSON] = {}
-        self.problems: dict[str, str] = {}  # of shows that were refused
         self.events: deque[dict[str, JSON]] = deque(maxlen=EVENTS_KEPT)
         self.history = History()
         self.lookers: set[Looker] = set()
@@ -232,9 +231,7 @@ class Feed:
 
     def _take_show(self, name: str, result: Mapping[str, JSON], since: float) -> bool:
         if "error" in result:
-            self.problems[name] = str(result["error"]["message"])
-            return False
-        self.problems.pop(name, None)
+            return False  # it stays as it was last
         document = result["data"]
         if name in self.shows and self.shows[name] == document:
             return False

@@ -10,10 +10,9 @@ import zlib
 from collections import deque
 from typing import Any
 
-from .rates import Rates
+from .rates import KEPT_S, Rates
 
 JSON = Any
-KEPT_S = 3600
 MOST_CHANGES = 4000  # of one show; those beyond push out the oldest
 MOST_MARKS = 2000
 ONE_MARK_S = 0.5  # what happens to one kind of thing within this is one mark

@@ -222,9 +222,6 @@ class Viewer:
         except ConnectionLost:
             await self._forget(feed.name, purpose)
             raise
-        finally:
-            if purpose == "run":
-                feed.stale()
 
     def _may_act(self) -> None:
         if self._read_only:
