@@ -72,6 +72,7 @@ class Feed:
         self.name = name
         self._lives = lives
         self.alive = False
+        self.ended_at = 0.0
         self.status: dict[str, JSON] = {}  # what `status` has told last
         self.status_at = 0.0
         self.shows: dict[str, JSON] = {}
@@ -140,7 +141,8 @@ class Feed:
     def _end(self) -> None:
         if self.alive:
             self.alive = False
-            self.history.clock.stop(time.time())
+            self.ended_at = time.time()
+            self.history.clock.stop(self.ended_at)
             self._tell_life()
 
     def _tell_life(self) -> None:

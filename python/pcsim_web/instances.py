@@ -4,12 +4,14 @@ from __future__ import annotations
 
 import asyncio
 import logging
+import time
 from typing import Any, Callable, Sequence
 
 from pcsim.errors import Error
 from pcsim.places import socket_names
 
 from .feed import Feed, ending_of
+from .rates import KEPT_S
 
 JSON = Any
 LOG = logging.getLogger("pcsim-web")
@@ -41,12 +43,21 @@ class Instances:
                 for name in self._named or socket_names():
                     self._see(name)
                 if turn % int(TOLD_S / LOOKED_FOR_S) == 0:
+                    self._forget_old(time.time())
                     self._tell()
                 await asyncio.sleep(LOOKED_FOR_S)
         finally:
             for task in self._following.values():
                 task.cancel()
             await asyncio.gather(*self._following.values(), return_exceptions=True)
+
+    def _forget_old(self, now: float) -> None:
+        # Test suites start instances by the thousand; of one that has ended long ago there is no
+        # past to be shown any more.
+        for name, feed in list(self.feeds.items()):
+            if not (feed.alive or feed.lookers or self._named) and now > feed.ended_at + KEPT_S:
+                del self.feeds[name]
+                self._problems.pop(name, None)
 
     def _see(self, name: str) -> None:
         if name not in self._following:

@@ -6,6 +6,7 @@ import time
 import pytest
 from pcsim.protocol import Notified
 from pcsim_web.feed import Feed
+from pcsim_web.instances import Instances
 
 STATUS = {"timeMs": 1000, "upMs": 1000, "stopped": True}
 
@@ -110,3 +111,15 @@ def test_events_of_before_have_the_time_that_the_clock_tells(feed):
     assert abs(happen(late, 60_000, "port", "now")["at"] - time.time()) < 5
     assert abs(happen(late, 59_990, "port", "now")["at"] - time.time()) < 5
     assert late.history.marks.since(4999.5)[0][3] == 2
+
+
+@pytest.mark.parametrize("named, alive, looker, ago, kept", [
+    ([], False, None, 3599, True), ([], False, None, 3601, False), ([], True, None, 3601, True),
+    ([], False, "a page", 3601, True), (["switch"], False, None, 3601, True)])
+def test_one_that_has_ended_is_forgotten_with_its_past(feed, named, alive, looker, ago, kept):
+    instances = Instances(named)
+    instances.feeds["switch"] = feed
+    feed.alive, feed.ended_at = alive, time.time() - ago
+    feed.lookers = {looker} - {None}
+    instances._forget_old(time.time())
+    assert [each["name"] for each in instances.told()] == (["switch"] if kept else [])
