@@ -5,7 +5,9 @@ set -u
 . "$(dirname "${BASH_SOURCE[0]}")/console_support.sh"
 export PCSIM_RUN_DIR=$scratch HOME=$scratch LC_ALL=C.UTF-8 NO_COLOR=1
 folder=$(dirname "$pcsim")
-terminal() { tmux -f /dev/null -S "$scratch/tmux" "$@"; }
+screens=0
+# A server of its own for each screen: one that is about to end would still take the next screen.
+terminal() { tmux -f /dev/null -S "$scratch/tmux.$screens" "$@"; }
 trap 'terminal kill-server 2>/dev/null; kill "$served" 2>/dev/null; rm -rf "$scratch"' EXIT
 
 # sees PATTERN: it appears on the screen, which is then in $scratch/screen.
@@ -20,6 +22,7 @@ sees() {
 
 # Types at the prompt of a command, and reads its screen.
 looks() {
+    screens=$((screens + 1))
     terminal new-session -d -x "$columns" -y 50 "$1"
     sees '^one>'
     terminal send-keys 'sh po' Enter
