@@ -23,6 +23,19 @@ export function s(tag, attributes, ...children) {
   return fill(document.createElementNS("http://www.w3.org/2000/svg", tag), attributes, children);
 }
 
+/** A function that has `draw` called with the next frame, once, however often it is called. */
+export function oncePerFrame(draw) {
+  let planned = false;
+  return () => {
+    if (planned) return;
+    planned = true;
+    requestAnimationFrame(() => {
+      planned = false;
+      draw();
+    });
+  };
+}
+
 /** Sets a text or an attribute only where it changes: a screen reader tells what was set. */
 export function setText(element, text) {
   if (element.textContent !== text) element.textContent = text;

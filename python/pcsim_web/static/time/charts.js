@@ -1,5 +1,5 @@
 // The tab of rates: a chart for each port, drawn once a second while it can be seen.
-import {h, setAttribute, setText} from "../dom.js";
+import {h, oncePerFrame, setAttribute, setText} from "../dom.js";
 import {coloursOf, drawChart, shareAt} from "./chart.js";
 import {niceAbove, perSecond, wallTime} from "./format.js";
 import {ERRORS, peakOf, Series, UNITS, WINDOWS} from "./series.js";
@@ -68,7 +68,7 @@ class Card {
 class Charts {
   #cards = new Map();
   #cursor = null;     // a time, while one points
-  #planned = false;
+  #soon = oncePerFrame(() => this.#draw());
   #stale = true;      // another window is to be asked for
   #asked = 0;
   #timer = 0;
@@ -162,12 +162,7 @@ class Charts {
 
   /** Draws with the next frame, if it can be seen. */
   plan() {
-    if (this.#planned || this.page.hidden || document.hidden) return;
-    this.#planned = true;
-    requestAnimationFrame(() => {
-      this.#planned = false;
-      this.#draw();
-    });
+    if (!this.page.hidden && !document.hidden) this.#soon();
   }
 
   #draw() {

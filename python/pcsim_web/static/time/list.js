@@ -1,6 +1,6 @@
 // A list of any length in which only the rows that can be seen are elements. All rows are equally
 // high, the newest is at the top, and a row that one looks at stays where it is when others come.
-import {h, setAttribute} from "../dom.js";
+import {h, oncePerFrame, setAttribute} from "../dom.js";
 
 const BEYOND = 4;   // rows that are drawn above and below what can be seen
 const NEAR_END = 30;  // rows before the last at which more are asked for
@@ -14,7 +14,7 @@ export class NewestFirst extends EventTarget {
   #nodes = new Map();    // row -> element
   #active = null;
   #pointed = null;
-  #planned = false;
+  plan = oncePerFrame(() => this.#draw());
 
   constructor(label, make, draw) {
     super();
@@ -35,16 +35,6 @@ export class NewestFirst extends EventTarget {
     this.#rows = rows;
     if (!this.following && added > 0) this.#keepPlace(added);
     this.plan();
-  }
-
-  /** Draws with the next frame, once, however often it is asked to. */
-  plan() {
-    if (this.#planned) return;
-    this.#planned = true;
-    requestAnimationFrame(() => {
-      this.#planned = false;
-      this.#draw();
-    });
   }
 
   /** Begins to follow the newest row, or stays where it is. */

@@ -1,6 +1,6 @@
 // A slider through the last hour: marks where something happened, and the switch as it was at the
 // moment that is chosen.
-import {h, setAttribute, setText} from "../dom.js";
+import {h, oncePerFrame, setAttribute, setText} from "../dom.js";
 import {ago, counted, wallTime} from "./format.js";
 import {markText, Marks} from "./marks.js";
 import {drawMarks, ticksOf} from "./track.js";
@@ -14,7 +14,7 @@ const PAGE_S = 60;
 class Slider {
   #wanted = undefined;  // the moment to go to next; undefined: none
   #going = false;
-  #planned = false;
+  plan = oncePerFrame(() => this.draw());
 
   constructor(app, section) {
     this.store = app.store;
@@ -71,15 +71,6 @@ class Slider {
     this.store.historyFrom = answer.first;
     this.marks.begin(answer.marks);
     this.draw();
-  }
-
-  plan() {
-    if (this.#planned) return;
-    this.#planned = true;
-    requestAnimationFrame(() => {
-      this.#planned = false;
-      this.draw();
-    });
   }
 
   // --- Where is what -----------------------------------------------------------------------------
