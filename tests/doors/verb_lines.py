@@ -199,5 +199,6 @@ ENDINGS = (
 
 # What differs from run to run: (how the line begins, what of its answer).
 VARYING = (
-    ("route load", re.compile(r'(?:Seconds|Routes per second|"seconds":|"perSecond":) +[0-9.]+')),
+    ("route load",
+     re.compile(r'(?:Seconds|Routes per second|"milliseconds":|"perSecond":) +[0-9.]+')),
 )
