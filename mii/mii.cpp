@@ -17,6 +17,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "mii/negotiation.h"
+#include "mii/wire.h"
+
 namespace pcsim::mii {
 namespace {
 
@@ -24,23 +27,11 @@ constexpr uint16_t kPhyAddress = 1;
 constexpr uint16_t kNobodyThere = 0xFFFF;  // what an MII bus reads from an address without a PHY
 constexpr uint16_t kRegisterMask = 0x1F;
 
-// 10 and 100 Mbit/s, half and full duplex.
-constexpr uint16_t kAbilities =
-    ADVERTISE_10HALF | ADVERTISE_10FULL | ADVERTISE_100HALF | ADVERTISE_100FULL;
-constexpr uint16_t kDefaultAdvertisement = ADVERTISE_CSMA | kAbilities | ADVERTISE_PAUSE_CAP;
-constexpr uint16_t kPartnerAbility = kDefaultAdvertisement | LPA_LPACK;
-constexpr uint16_t kDefaultControl = BMCR_ANENABLE | BMCR_SPEED100 | BMCR_FULLDPLX;
 constexpr uint16_t kStatus = BMSR_100FULL | BMSR_100HALF | BMSR_10FULL | BMSR_10HALF |
                              0x0040 /* preamble not needed */ | BMSR_ANEGCAPABLE | BMSR_ERCAP;
 constexpr uint16_t kIdentifier1 = 0x5043;
 constexpr uint16_t kIdentifier2 = 0x5310;
 constexpr uint16_t kNoNextPage = 0x2001;
-
-// What a PHY remembers.
-struct Phy {
-    uint16_t control = kDefaultControl;
-    uint16_t advertisement = kDefaultAdvertisement;
-};
 
 // The PHYs in use: interface index, control and advertisement in one word each, 0 where free. The
 // index decides where the search starts. When all places within reach are taken, by interfaces
@@ -115,6 +106,7 @@ public:
     }
 
     uint32_t index() const { return index_; }
+    const char* name() const { return name_; }
     bool isUp() const { return (flags_ & IFF_UP) != 0; }
 
     // Ethtool's answer is the carrier of this very moment, the running flag may lag behind it.
@@ -149,14 +141,23 @@ private:
     short flags_ = 0;
 };
 
+// What the PHY learns from its partner over a cable that carries: without a wire one that offers
+// everything.
+Agreement agreementOf(const Interface& interface, const Phy& phy) {
+    if (const WireEnd* const end = wireEnd(interface.name())) return agreementOf(*end);
+    return agree(phy.negotiates() ? Phy{} : phy, Phy{});
+}
+
 uint16_t readRegister(const Interface& interface, const Phy& phy, uint16_t number) {
-    const bool negotiates = (phy.control & BMCR_ANENABLE) != 0;
+    const auto learnt = [&] {
+        return interface.hasCarrier() ? agreementOf(interface, phy) : Agreement{};
+    };
     switch (number) {
         case MII_BMCR:
             return phy.control;
         case MII_BMSR:
-            if (!interface.hasCarrier()) return kStatus;
-            return kStatus | BMSR_LSTATUS | (negotiates ? BMSR_ANEGCOMPLETE : 0);
+            if (!learnt().link) return kStatus;
+            return kStatus | BMSR_LSTATUS | (phy.negotiates() ? BMSR_ANEGCOMPLETE : 0);
         case MII_PHYSID1:
             return kIdentifier1;
         case MII_PHYSID2:
@@ -164,9 +165,9 @@ uint16_t readRegister(const Interface& interface, const Phy& phy, uint16_t numbe
         case MII_ADVERTISE:
             return phy.advertisement;
         case MII_LPA:
-            return negotiates && interface.hasCarrier() ? kPartnerAbility : 0;
+            return learnt().partner;
         case MII_EXPANSION:
-            return negotiates && interface.hasCarrier() ? EXPANSION_NWAY : 0;
+            return learnt().partnerNegotiates ? EXPANSION_NWAY : 0;
         case 7:
             return kNoNextPage;
         default:
@@ -177,7 +178,7 @@ uint16_t readRegister(const Interface& interface, const Phy& phy, uint16_t numbe
 // Whether a PHY that has just been told 'phy' transmits anything.
 bool transmits(const Phy& phy) {
     if ((phy.control & (BMCR_PDOWN | BMCR_ISOLATE)) != 0) return false;
-    return (phy.control & BMCR_ANENABLE) == 0 || (phy.advertisement & kAbilities) != 0;
+    return !phy.negotiates() || (phy.advertisement & kAbilities) != 0;
 }
 
 int writeControl(const Interface& interface, uint16_t value) {
@@ -193,6 +194,7 @@ int writeControl(const Interface& interface, uint16_t value) {
     // A new advertisement waits until negotiation starts again.
     const bool begins = (value & (BMCR_RESET | BMCR_ANRESTART)) != 0;
     if (!begins && after.control == before.control) return 0;
+    if (WireEnd* const end = wireEnd(interface.name())) publish(*end, after);
     return interface.setUp(transmits(after));
 }
 
@@ -206,11 +208,24 @@ int writeRegister(const Interface& interface, uint16_t number, uint16_t value) {
     return 0;
 }
 
+// A PHY on a wire is older than the process that asks for it first, and keeps what it was told by
+// the one before. Whether there was one; if so, what it was told.
+bool takeOver(const Interface& interface, Phy* phy) {
+    WireEnd* const end = wireEnd(interface.name());
+    if (end == nullptr) return false;
+    if (!published(*end, phy)) {
+        publish(*end, *phy);
+        return false;
+    }
+    *phy = remember(interface.index(), [phy](Phy& remembered) { remembered = *phy; });
+    return true;
+}
+
 // Answers for a driver that answered with 'refusal'. 0, or -1 with errno.
 int emulate(Interface& interface, unsigned long request, mii_ioctl_data* data, int refusal) {
     if (interface.find() < 0) return -1;
     Phy phy;
-    const bool known = recall(interface.index(), &phy);
+    const bool known = recall(interface.index(), &phy) || takeOver(interface, &phy);
     // A driver with real MII says this, too, while its interface is down: not ours then, unless we
     // took it down.
     if (refusal == EINVAL && !interface.isUp() && !known) {
