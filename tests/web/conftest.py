@@ -1,16 +1,13 @@
 """What the tests of pcsim-web share."""
 import contextlib
-import os
 
 import pytest
-from pcsim.places import find_program
 
 from browser import browser as one_browser
 from gateway import Gateway
 from page_socket import PageSocket
 
-os.environ.setdefault("PCSIM", find_program())
-pytest_plugins = ["labs"]
+pytest_plugins = ["pcsim_fixtures"]
 
 
 @pytest.fixture(name="start")

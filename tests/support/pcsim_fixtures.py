@@ -1,9 +1,12 @@
-"""Fixtures of all tests that run a pcsim: where its sockets are, and whether labs can be made."""
+"""Fixtures of all tests that start pcsim from Python."""
 import os
 import subprocess
 from pathlib import Path
 
 import pytest
+from pcsim.places import find_program
+
+os.environ.setdefault("PCSIM", find_program())
 
 
 @pytest.fixture(scope="session", autouse=True)
