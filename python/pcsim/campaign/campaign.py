@@ -21,6 +21,7 @@ from typing import Callable, Iterable, Iterator, Mapping, Sequence
 from ..errors import StartFailed
 from ..places import find_program
 from .check import check_rules, checked_libraries, version_of
+from .cluster import Cluster
 from .files import File, file_of, includes_of, package_file, text_file
 from .plan import NO_FAULT, Fault, read_plan
 from .pool import Pool
@@ -54,7 +55,8 @@ class Campaign:
     `base` is false. `seeds` are numbers, or how many there are from 1. `libraries` are files; pcsim
     finds one by itself when none is named. `needs` are files that the scenario reads beside the
     scripts that it includes. `out` is a `.db` file or a folder. `jobs` is how many runs are made at
-    a time, as many as there are cores unless said.
+    a time, as many as there are cores unless said; with `scheduler`, the address of one of Dask's,
+    its workers make them.
     """
 
     scenario: str | os.PathLike[str]
@@ -64,6 +66,7 @@ class Campaign:
     libraries: Sequence[str | os.PathLike[str]] = ()
     out: str | os.PathLike[str] | None = None
     jobs: int | None = None
+    scheduler: str | None = None
     timeout: float = TIMEOUT_S
     ports: int = PORTS
     definitions: Mapping[str, str] = field(default_factory=dict)
@@ -114,7 +117,7 @@ class Campaign:
         setup, libraries = self._setup()
         wanted = [self._job(*choice, libraries) for choice in itertools.product(
             self._seeds, self._faults, self.shapes, libraries)]
-        with closing(Pool(self.jobs)) as engine:
+        with closing(self._engine()) as engine:
             engine.check(setup)
             with Results(self.path, write=True) as results:
                 results.begin(self._identity(setup), self.resume)
@@ -129,6 +132,9 @@ class Campaign:
                         if self.fail_fast and not result.passed:
                             break
                 return summary_of(results, [job.key for job in wanted])
+
+    def _engine(self) -> Pool | Cluster:
+        return Cluster(self.scheduler) if self.scheduler is not None else Pool(self.jobs)
 
     def _plan(self) -> list[Fault]:
         return (read_plan(self.faults) if isinstance(self.faults, (str, os.PathLike))
