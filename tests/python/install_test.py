@@ -45,6 +45,11 @@ def test_types_come_along(python):
     assert (Path(where) / "py.typed").exists()
 
 
+def test_its_programs_come_along(python):
+    assert run([python.with_name("pcsim-campaign"), "--version"]) == run(
+        [os.environ["PCSIM"], "--version"])
+
+
 def test_the_page_comes_along(python):
     assert run([python.with_name("pcsim-web"), "--version"]) == (
         f"pcsim-web {run([os.environ['PCSIM'], '--version'])}")

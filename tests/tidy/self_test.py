@@ -314,7 +314,8 @@ class NamesTest(CheckTest):
                      "host/l2/mac_line.cpp", "include/pcsim/card_slot.h", "tools/check-install",
                      "docs/hal-interface.md", "docs/ARCHITECTURE.md", "docs/console/README.md",
                      "examples/minimal-host/host.c", "cmake/Flags.cmake", ".ci/run", ".gitignore",
-                     "cmake/pcsimulation-link.pc.in", "README.md", "tests/l2/fdb_test.cpp"):
+                     "cmake/pcsimulation-link.pc.in", "README.md", "tests/l2/fdb_test.cpp",
+                     "python/a/__init__.py", "python/a/__main__.py"):
             with self.subTest(path=path):
                 self.one(names.check, path, "")
 

@@ -1,0 +1,6 @@
+"""python -m pcsim.campaign is pcsim-campaign."""
+import sys
+
+from .main import main
+
+sys.exit(main())
