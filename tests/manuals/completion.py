@@ -36,6 +36,10 @@ CASES = (
     ("pcsim-probe --fl", "pcsim-probe --flight "),
     ("pcsim --st", "pcsim --stopped "),
     ("pcsim-web --re", "pcsim-web --read-only "),
+    ("pcsim-campaign scr", "pcsim-campaign script.pcsim "),
+    ("pcsim-campaign --faults scr", "pcsim-campaign --faults script.pcsim "),
+    ("pcsim-campaign --shapes ch", "pcsim-campaign --shapes chassis "),
+    ("pcsim-campaign script.pcsim --fail", "pcsim-campaign script.pcsim --fail-fast "),
 )
 SEVERAL = (("pcsim --", ("--execute", "--help", "--json", "--keep-going", "--lab")),
            ("pcsim-probe ", ("coverage", "minimise", "post-mortem", "replay")),

@@ -46,7 +46,7 @@ help_of() {
     fi
 }
 
-for program in pcsim pcsim-lab pcsim-probe pcsimctl pcsim-web; do
+for program in pcsim pcsim-lab pcsim-probe pcsimctl pcsim-campaign pcsim-web; do
     [ $program = pcsim-web ] || [ -x "$programs/$program" ] || continue
     mapfile -t options < <(help_of $program | grep -oE '^ +(-., )?--[a-z-]+' |
         grep -oE -- '--[a-z-]+')

@@ -61,12 +61,16 @@ def bash(table: dict, commands: dict[str, dict]) -> str:
 
 # Programs that start others: their words are completed from there on as the other's.
 STARTERS = {"pcsim-lab": (), "pcsim-probe": ("--",)}
+# Programs whose words are files.
+READERS = ("pcsim-campaign",)
 
 
 def bash_words(name: str, commands: dict[str, dict]) -> list[str]:
     """What stands in place of words that are no options."""
     if name == "pcsimctl":
         return PCSIMCTL_BASH.split("\n")
+    if name in READERS:
+        return ['    compopt -o filenames; COMPREPLY=($(compgen -f -- "$cur"))']
     if name not in STARTERS:
         return []
     return ["    local i",
@@ -152,6 +156,8 @@ def zsh_words(name: str, commands: dict[str, dict]) -> list[str]:
         return ["'1:instance:_pcsimctl_instances'", "'*:command:_pcsimctl_words'"]
     if name in STARTERS and commands:
         return [f"'1:command:({' '.join(commands)})'", "'*:::program:_normal'"]
+    if name in READERS:
+        return ["'*:file:_files'"]
     return ["'*:::program:_normal'"] if name in STARTERS else []
 
 
