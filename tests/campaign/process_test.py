@@ -8,7 +8,7 @@ from dataclasses import replace
 
 import pytest
 from conftest import python_path
-from pcsim.campaign import CampaignError, Outcome
+from pcsim.campaign import CampaignError, Outcome, process
 from pcsim.campaign.files import file_of
 from pcsim.campaign.process import HEAD_BYTES, RUNNING, TAIL_BYTES, execute, run_folder
 from pcsim.campaign.runs import Job, Key
@@ -159,6 +159,17 @@ def test_a_campaign_that_is_ended_ends_its_runs(instead, folder, job):
     thread.join(10)
     assert results == [None] and gone(number)
     assert execute(setup, job) is None
+
+
+def test_sockets_of_the_dead_are_cleared_away(monkeypatch, folder):
+    monkeypatch.setattr(process, "run_folder", lambda: str(folder))
+    dead = subprocess.run(["sh", "-c", "echo $$"], capture_output=True, text=True,
+                          check=True).stdout.strip()
+    here = {"pcsim-x.sock", "other.sock", f"pcsim-{os.getpid()}.sock", f"pcsim-{os.getpid()}.lock"}
+    for name in (*here, f"pcsim-{dead}.sock", f"pcsim-{dead}.lock"):
+        (folder / name).touch()
+    process.forget_dead()
+    assert {path.name for path in folder.iterdir()} == here
 
 
 def test_no_run_outlives_who_has_started_it(instead, folder):

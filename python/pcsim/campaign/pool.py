@@ -6,7 +6,7 @@ import queue
 from concurrent.futures import Future, ThreadPoolExecutor
 from typing import Generator, Sequence
 
-from .process import RUNNING, execute
+from .process import RUNNING, execute, forget_dead
 from .runs import Job, Result, Setup
 
 
@@ -18,6 +18,7 @@ class Pool:
 
     def check(self, setup: Setup) -> None:
         """Here is what the campaign was made of: nothing can differ yet."""
+        forget_dead()
 
     def close(self) -> None:
         """Nothing is held between two campaigns."""

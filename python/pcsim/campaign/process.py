@@ -83,10 +83,7 @@ class Running:
             del self._processes[process]
             kill(process)
         process.wait()
-        # One that was killed leaves its socket.
-        for suffix in ("sock", "lock"):
-            with contextlib.suppress(OSError):
-                os.unlink(f"{run_folder()}/pcsim-{process.pid}.{suffix}")
+        forget_socket(process.pid)
 
     def end_campaign(self, campaign: str) -> None:
         """Ends all its runs, and lets no more begin."""
@@ -169,6 +166,21 @@ def kill(process: subprocess.Popen[bytes]) -> None:
     if process.poll() is None:
         with contextlib.suppress(ProcessLookupError):
             os.killpg(process.pid, signal.SIGKILL)
+
+
+def forget_socket(number: int) -> None:
+    """One that was killed leaves its socket."""
+    for suffix in ("sock", "lock"):
+        with contextlib.suppress(OSError):
+            os.unlink(f"{run_folder()}/pcsim-{number}.{suffix}")
+
+
+def forget_dead() -> None:
+    """Those that went with a campaign that was killed have left theirs."""
+    for path in Path(run_folder()).glob("pcsim-*.sock"):
+        number = path.stem.removeprefix("pcsim-")
+        if number.isdigit() and not Path("/proc", number).exists():
+            forget_socket(int(number))
 
 
 @functools.cache
