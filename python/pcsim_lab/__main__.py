@@ -11,3 +11,5 @@ if __name__ == "__main__":
     if sys.argv[1:2] == ["keep"]:
         from pcsim_lab.keeper import main as keep
         sys.exit(keep(sys.argv[2], int(sys.argv[3])))
+    from pcsim_lab.tool import main
+    sys.exit(main(sys.argv[1:]))

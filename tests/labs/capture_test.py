@@ -1,0 +1,103 @@
+"""Captured frames, as a file and as lines."""
+import os
+import struct
+import subprocess
+import sys
+import time
+
+import pytest
+from conftest import PROGRAM, eventually, run
+from pcsim_lab import capture
+
+LAB = """\
+name: pair
+topology:
+  nodes:
+    a: {kind: hal, ports: 1, command: sleep 1000}
+    b: {kind: hal, ports: 1, command: sleep 1000}
+  links:
+    - endpoints: ["a:eth1", "b:eth1"]
+"""
+# Frames of 60 bytes, the second with a VLAN's tag.
+SEND = ("import socket, sys; s = socket.socket(socket.AF_PACKET, socket.SOCK_RAW, 0); "
+        "s.bind(('eth1', 0)); [s.send(bytes.fromhex(text).ljust(60, bytes([n]))) "
+        "for n, text in enumerate(sys.argv[1:])]")
+PLAIN, TAGGED = "ffffffffffff02000000000988b5", "ffffffffffff0200000000098100006488b5"
+
+
+def send(labs, node, *frames):
+    """A node sends these."""
+    labs.ask("exec", node, "--", "python3", "-c", SEND, *frames)
+
+
+def captured(labs, *arguments, frames):
+    """What a capture at a:eth1 says of frames: (node, text) each."""
+    command = [sys.executable, PROGRAM, "capture", "a:eth1", *arguments, "--count", str(len(frames))]
+    with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                          text=True) as process:
+        assert eventually(lambda: sockets(process.pid))
+        for node, text in frames:
+            send(labs, node, text)
+        said, wrong = process.communicate(timeout=20)
+    assert (process.returncode, wrong) == (0, "")
+    return said
+
+
+def sockets(pid):
+    """Whether a process has the socket that it captures with: the keeper's has closed by then."""
+    links = [os.readlink(f"/proc/{pid}/fd/{name}") for name in os.listdir(f"/proc/{pid}/fd")]
+    return sum(link.startswith("socket:") for link in links) == 1 and not time.sleep(0.2)
+
+
+def test_both_directions_are_in_the_file(labs, tmp_path):
+    labs.up(LAB)
+    before = time.time()
+    file = tmp_path / "frames.pcap"
+    said = captured(labs, str(file), frames=[("a", PLAIN), ("b", TAGGED)])
+    assert said == f"2 frames in {file}\n"
+    data = file.read_bytes()
+    assert data[:24] == struct.pack("=IHHiIII", 0xA1B23C4D, 2, 4, 0, 0, 262144, 1)
+    found, at = [], 24
+    while at < len(data):
+        seconds, rest, length, whole = struct.unpack_from("=IIII", data, at)
+        assert length == whole and rest < 10**9
+        assert before - 1 < seconds + rest / 1e9 < time.time() + 1
+        found.append(data[at + 16:at + 16 + length])
+        at += 16 + length
+    assert found == [bytes.fromhex(text).ljust(60, b"\0") for text in (PLAIN, TAGGED)]
+
+
+def test_lines_say_which_way(labs):
+    labs.up(LAB)
+    said = captured(labs, frames=[("a", PLAIN), ("b", TAGGED)]).splitlines()
+    assert [line.split(" ", 1)[1] for line in said] == [
+        "from node  02:00:00:00:00:09 > ff:ff:ff:ff:ff:ff  0x88b5  60 bytes",
+        "to   node  02:00:00:00:00:09 > ff:ff:ff:ff:ff:ff  VLAN  60 bytes"]
+
+
+def test_a_file_that_can_not_be_written(labs, tmp_path):
+    labs.up(LAB)
+    done = run("capture", "a:eth1", str(tmp_path / "no" / "file"))
+    assert (done.returncode, done.stderr) == (
+        1, f"pcsim-lab: {tmp_path}/no/file can't be written: No such file or directory\n")
+
+
+def test_standard_output_takes_the_file(labs):
+    labs.up(LAB)
+    with subprocess.Popen([sys.executable, PROGRAM, "capture", "a:eth1", "-", "--count", "1"],
+                          stdout=subprocess.PIPE) as process:
+        assert process.stdout.read(4) == struct.pack("=I", 0xA1B23C4D)
+        send(labs, "b", PLAIN)
+        rest = process.stdout.read()
+        assert process.wait(10) == 0
+    assert rest[36:] == bytes.fromhex(PLAIN).ljust(60, b"\0")
+
+
+@pytest.mark.parametrize("auxiliary, data", [
+    ((0, 0, 0), b"to....from..\x88\xb5"),
+    ((0x10, 100, 0), b"to....from..\x81\x00\x00\x64\x88\xb5"),
+    ((0x50, 100, 0x88A8), b"to....from..\x88\xa8\x00\x64\x88\xb5")])
+def test_a_tag_stands_where_it_stood(auxiliary, data):
+    status, tag, kind = auxiliary
+    packed = struct.pack("=IIIHHHH", status, 0, 0, 0, 0, tag, kind)
+    assert capture.tagged(b"to....from..\x88\xb5", packed) == data
