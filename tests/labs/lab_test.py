@@ -1,0 +1,312 @@
+"""Labs from the outside: the program, with all that it starts and leaves."""
+import json
+import os
+import signal
+import stat
+import subprocess
+import sys
+import time
+
+import pcsim
+import pytest
+from conftest import PROGRAM, eventually, run
+from pcsim_lab.folders import began
+
+PAIR = """\
+name: pair
+topology:
+  kinds:
+    pcsim: {ports: 2}
+  nodes:
+    sw1: {kind: pcsim}
+    sw2: {kind: pcsim}
+    h1: {kind: linux, exec: ["ip address add 10.0.0.1/24 dev eth1"]}
+    h2: {kind: linux, exec: ["ip address add 10.0.0.2/24 dev eth1", "echo done"]}
+  links:
+    - endpoints: ["sw1:eth1", "sw2:eth1"]
+    - endpoints: ["sw1:eth2", "sw2:eth2"]
+    - endpoints: ["h1:eth1", "h2:eth1"]
+"""
+ONE = "name: one\ntopology: {nodes: {h: {kind: linux, exec: [%s]}}}\n"
+
+
+def keeper(run_folder, lab="pair"):
+    """The number of the process that keeps a lab."""
+    return json.loads((run_folder / "labs" / lab / "keeper.json").read_text())["pid"]
+
+
+def test_a_lab_comes_up_and_goes(labs, run_folder):
+    said = labs.up(PAIR).stdout
+    assert said.startswith("Lab 'pair' is up: 4 nodes, 3 cables, ") and said.endswith(" s\n")
+    shown = labs.show()
+    assert [(node["name"], node["kind"], node["state"], node["ports"], node["ports_up"],
+             node["instance"]) for node in shown["nodes"]] == [
+        ("sw1", "pcsim", "running", 2, 2, "pair.sw1"), ("sw2", "pcsim", "running", 2, 2, "pair.sw2"),
+        ("h1", "linux", "ready", 1, 1, None), ("h2", "linux", "ready", 1, 1, None)]
+    assert all(node["pss_kib"] > 100 and node["private_kib"] > 100 for node in shown["nodes"][:2])
+    assert [link["state"] for link in shown["links"]] == ["up"] * 3
+    assert stat.S_IMODE((run_folder / "labs" / "pair").stat().st_mode) == 0o700
+    assert (run_folder / "labs" / "pair" / "logs" / "h2.log").read_text() == "done\n"
+    pid = keeper(run_folder)
+    labs.ask("down")
+    assert began(pid) is None
+    assert labs.ask("list") == "No lab is up\n"
+    assert not list(run_folder.glob("pair.*"))
+
+
+def test_nodes_have_the_interfaces_of_the_file_and_no_others(labs):
+    labs.up(PAIR)
+    names = json.loads(labs.ask("exec", "sw1", "--", "ip", "-json", "link"))
+    assert [found["ifname"] for found in names] == ["lo", "eth0", "eth1", "eth2"]
+    assert [found["address"] for found in names[1:]] == [f"02:00:00:01:00:0{number}"
+                                                         for number in range(3)]
+    names = json.loads(labs.ask("exec", "h1", "--", "ip", "-json", "address"))
+    assert [found["ifname"] for found in names] == ["lo", "eth1"]
+    assert names[1]["addr_info"][0]["local"] == "10.0.0.1"
+
+
+def test_hosts_reach_each_other(labs):
+    labs.up(PAIR)
+    server = ("import socket; s = socket.socket(socket.AF_INET, socket.SOCK_DGRAM); "
+              "s.bind(('10.0.0.2', 9)); print(s.recv(9).decode())")
+    client = ("import socket, time; s = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)\n"
+              "for _ in range(100): s.sendto(b'hello', ('10.0.0.2', 9)); time.sleep(0.05)")
+    labs.ask("exec", "h1", "--", "sh", "-c", f"python3 -c \"{client}\" >/dev/null 2>&1 &")
+    assert labs.ask("exec", "h2", "--", "python3", "-c", server) == "hello\n"
+
+
+def test_a_port_that_is_disabled_is_an_event_at_the_far_end(labs):
+    labs.up(PAIR)
+    with pcsim.connect("pair.sw1") as near, pcsim.connect("pair.sw2") as far:
+        assert eventually(lambda: far.port("1:1").link == "up")
+        near.port("1:1").disable()
+        far.wait_event("Port 1:1 link down", within=3)
+        assert far.port("1:2").link == "up"
+        assert labs.states() == ["sw1:eth1 down", "up", "up"]
+        near.port("1:1").enable()
+        far.wait_event("Port 1:1 link up", within=3)
+        assert eventually(lambda: near.port("1:1").link == "up")
+    assert labs.states() == ["up", "up", "up"]
+
+
+def test_ports_disabled_at_both_ends_come_back_in_either_order(labs):
+    labs.up(PAIR)
+    with pcsim.connect("pair.sw1") as one, pcsim.connect("pair.sw2") as two:
+        for first, second in ((one, two), (two, one)):
+            for switch in (one, two):
+                switch.port("1:1").disable()
+            assert eventually(lambda: labs.states()[0] == "sw1:eth1 down and sw2:eth1 down")
+            first.port("1:1").enable()
+            time.sleep(1.2)
+            assert first.port("1:1").link == "down"
+            second.port("1:1").enable()
+            for switch in (one, two):
+                assert eventually(lambda s=switch: s.port("1:1").link == "up")
+
+
+def test_a_cable_is_pulled_and_plugged(labs):
+    labs.up(PAIR)
+    labs.ask("link", "sw1:eth2", "down")
+    assert labs.states() == ["up", "pulled", "up"]
+    assert not labs.carrier("sw1", "eth2") and not labs.carrier("sw2", "eth2")
+    with pcsim.connect("pair.sw2") as far:
+        far.wait_event("Port 1:2 link down", within=3)
+    labs.ask("link", "sw2:eth2", "up")
+    assert eventually(lambda: labs.carrier("sw1", "eth2") and labs.carrier("sw2", "eth2"))
+
+
+def test_cables_move(labs, run_folder):
+    labs.up(PAIR)
+    labs.ask("disconnect", "sw1:eth1")
+    labs.ask("disconnect", "h1:eth1")
+    labs.ask("connect", "sw1:eth1", "h1:eth1")
+    assert labs.carrier("sw1") and labs.carrier("h1")
+    assert not labs.carrier("sw2") and not labs.carrier("h2")
+    written = json.loads((run_folder / "labs" / "pair" / "topology.json").read_text())
+    assert [link["endpoints"] for link in written["links"]] == [
+        ["sw1:eth2", "sw2:eth2"], ["sw1:eth1", "h1:eth1"]]
+
+
+def test_a_cable_is_shaped(labs):
+    labs.up(PAIR)
+    labs.ask("link", "h1:eth1", "rate", "10mbit")
+    assert labs.show()["links"][2]["rate"] == 10_000_000
+    assert "rate 10mbit" in labs.ask("show")
+    labs.ask("link", "h2:eth1", "clear")
+    assert labs.show()["links"][2]["rate"] == 0
+
+
+def test_delay_where_the_kernel_has_it(labs):
+    labs.up(PAIR)
+    done = run("link", "h1:eth1", "delay", "20ms", "jitter", "1ms", "loss", "0.1%")
+    if done.returncode == 0:
+        link = labs.show()["links"][2]
+        assert (link["delay"], link["jitter"], link["loss"]) == (20_000, 1000, 0.1)
+        return
+    assert (done.returncode, done.stderr) == (
+        1, "pcsim-lab: cannot make a cable late or lossy: this kernel doesn't know how; expected its "
+           "module sch_netem\n")
+    assert labs.show()["links"][2]["delay"] == 0
+
+
+WRONG = [
+    (("link", "sw1:eth9", "down"),
+     "node 'sw1' has no interface 'eth9'; expected eth0, eth1, eth2"),
+    (("link", "sw9:eth1", "down"),
+     "there is no node 'sw9' with interfaces; expected sw1, sw2, h1, h2"),
+    (("link", "sw1:eth0", "down"), "sw1:eth0 has no cable; 'connect' gives it one"),
+    (("link", "sw1", "down"), "'sw1' is no endpoint; expected NODE:INTERFACE, such as sw1:eth1"),
+    (("link", "sw1:eth1", "rate"), "'rate' is nothing that a cable does; expected up, down, clear, "
+     "or some of rate 10mbit, delay 5ms, jitter 1ms, loss 1%"),
+    (("link", "sw1:eth1", "rate", "fast"),
+     "rate is 'fast'; expected a rate from 8kbit to 100gbit, such as 10mbit"),
+    (("link", "sw1:eth1", "jitter", "1ms"), "jitter is nothing without delay; expected both"),
+    (("connect", "sw1:eth1", "h1:eth1"),
+     "sw1:eth1 has a cable to sw2:eth1 already; 'disconnect sw1:eth1' takes it away"),
+    (("exec", "sw3", "--", "true"), "there is no node 'sw3'; expected sw1, sw2, h1, h2"),
+    (("exec", "sw1"), "there is no command; expected one, such as: exec sw1 -- ip link"),
+    (("console", "h1"), "node 'h1' has no console; expected one of kind pcsim"),
+    (("show", "other"), "there is no lab 'other'; expected pair"),
+    (("down", "other"), "there is no lab 'other'; expected pair"),
+    (("capture", "sw1:eth1", "--count", "0"),
+     "argument --count: '0' is wrong; expected a number from 1 on; 'pcsim-lab capture --help' lists "
+     "what there is"),
+]
+
+
+def test_what_is_wrong_is_said_in_one_line(labs):
+    labs.up(PAIR)
+    for arguments, said in WRONG:
+        done = run(*arguments)
+        assert (done.returncode, done.stderr) == (2, f"pcsim-lab: {said}\n")
+    assert labs.states() == ["up"] * 3
+
+
+def test_a_command_has_the_status_the_folder_and_the_namespace(labs, tmp_path, monkeypatch):
+    monkeypatch.chdir(tmp_path)
+    labs.up(PAIR)
+    done = run("exec", "h1", "--", "sh", "-c", "pwd; echo $PCSIM_NODE; ps -e | wc -l; exit 3")
+    assert done.returncode == 3
+    where, node, processes = done.stdout.split()
+    assert (where, node) == (str(tmp_path), "h1")
+    assert int(processes) < 10
+    assert labs.ask("console", "sw1", "show", "ports").startswith("Front panel\n")
+
+
+@pytest.mark.parametrize("line, said", [
+    ("echo first; echo second; exit 3",
+     "node 'h': 'echo first; echo second; exit 3' ended with status 3; its last lines:\n"
+     "    first\n    second\n"),
+    ("kill -9 $$", "node 'h': 'kill -9 $$' ended with signal 9\n")])
+def test_a_node_that_fails_takes_the_lab_with_it(labs, run_folder, line, said):
+    done = run("up", str(labs.write(ONE % f'"{line}"')))
+    assert (done.returncode, done.stderr) == (1, f"pcsim-lab: {said}")
+    assert not list((run_folder / "labs").iterdir())
+
+
+def test_a_pcsim_that_fails_shows_what_it_has_said(labs, run_folder):
+    text = PAIR.replace("sw2: {kind: pcsim}", "sw2: {kind: pcsim, run: [nonsense]}")
+    done = run("up", str(labs.write(text)))
+    assert done.returncode == 1
+    first, second = done.stderr.splitlines()
+    assert first == "pcsim-lab: node 'sw2': ended with status 1; its last lines:"
+    assert second.startswith("    ") and "'nonsense' is not a verb" in second
+    assert not list((run_folder / "labs").iterdir())
+    assert not list(run_folder.glob("pair.*"))
+
+
+def test_a_program_that_is_not_there(labs, run_folder):
+    text = "name: one\ntopology: {nodes: {h: {kind: hal, command: no-such-hal}}}\n"
+    done = run("up", str(labs.write(text)))
+    assert (done.returncode, done.stderr) == (
+        1, "pcsim-lab: node 'h': 'no-such-hal' can't be run: No such file or directory\n")
+    assert not list((run_folder / "labs").iterdir())
+
+
+def test_a_lab_that_takes_too_long(labs, run_folder):
+    done = run("up", str(labs.write(ONE % "sleep 60")), "--timeout", "0.5")
+    assert (done.returncode, done.stderr) == (
+        1, "pcsim-lab: lab 'one' is not up after 0.5 s; --timeout gives it more\n")
+    assert not list((run_folder / "labs").iterdir())
+
+
+def test_a_hal_runs_among_its_ports(labs):
+    labs.up("name: one\ntopology: {nodes: {h: {kind: hal, ports: 3, env: {WHAT: x}, "
+            "command: \"sh -c 'echo $WHAT $PCSIM_LAB.$PCSIM_NODE; cat /proc/net/dev; "
+            "exec sleep 100'\"}}}\n")
+    node = labs.show()["nodes"][0]
+    assert (node["state"], node["ports"]) == ("running", 3)
+    log = (labs.folder / "run" / "labs" / "one" / "logs" / "h.log").read_text()
+    assert log.startswith("x one.h\n")
+    assert [f"eth{number}:" in log for number in range(5)] == [True] * 4 + [False]
+
+
+def test_a_killed_node_is_shown_and_the_others_go_on(labs):
+    labs.up(PAIR)
+    assert run("exec", "sw1", "--", "pkill", "-9", "-f", "pair.sw1").returncode in (0, 137)
+    assert eventually(lambda: labs.show()["nodes"][0]["state"] == "ended (signal 9)")
+    assert labs.show()["nodes"][1]["state"] == "running"
+    assert labs.states()[0] == "up"
+
+
+@pytest.mark.parametrize("name, others", [("pair", []), ("second", ["pair"])])
+def test_a_killed_keeper_takes_everything_and_down_cleans_up(labs, run_folder, name, others):
+    for other in others:
+        labs.up(PAIR, "--name", other)
+    labs.up(PAIR, "--name", name)
+    pids = [status.pid for status in pcsim.instances() if status.name.startswith(f"{name}.")]
+    assert len(pids) == 2
+    os.kill(keeper(run_folder, name), signal.SIGKILL)
+    found = {lab["name"]: lab["state"] for lab in json.loads(labs.ask("list", "--json"))}
+    assert eventually(lambda: [status.name for status in pcsim.instances()
+                               if status.name.startswith(f"{name}.")] == [])
+    assert found == {name: "ended", **dict.fromkeys(others, "up")}
+    done = run("show", name)
+    assert (done.returncode, done.stderr) == (
+        1, f"pcsim-lab: lab '{name}' has ended; 'down {name}' cleans up, and 'up' starts it again\n")
+    labs.ask("down", name)
+    assert not list(run_folder.glob(f"{name}.*"))
+
+
+def test_an_ended_lab_can_be_started_again(labs, run_folder):
+    labs.up(PAIR)
+    os.kill(keeper(run_folder), signal.SIGKILL)
+    assert eventually(lambda: "ended" in labs.ask("list"))
+    labs.up(PAIR)
+    assert labs.states() == ["up"] * 3
+
+
+def test_one_name_one_lab(labs):
+    labs.up(PAIR)
+    done = run("up", str(labs.write(PAIR)))
+    assert (done.returncode, done.stderr) == (
+        2, "pcsim-lab: lab 'pair' is up already; 'down pair' ends it, and --name gives another one "
+           "a name of its own\n")
+    labs.up(PAIR, "--name", "other")
+    done = run("show")
+    assert (done.returncode, done.stderr) == (
+        2, "pcsim-lab: 2 labs are up; expected the name of one: other, pair\n")
+    assert json.loads(labs.ask("show", "other", "--json"))["name"] == "other"
+    assert [lab["name"] for lab in json.loads(labs.ask("list", "--json"))] == ["other", "pair"]
+    labs.ask("link", "--lab", "other", "sw1:eth1", "down")
+    shown = json.loads(labs.ask("show", "pair", "--json"))
+    assert shown["links"][0]["state"] == "up"
+
+
+def test_who_starts_a_lab_and_vanishes_takes_it_with_him(labs, run_folder):
+    with subprocess.Popen([sys.executable, PROGRAM, "up", labs.write(ONE % "sleep 60")]) as starter:
+        control = run_folder / "labs" / "one" / "control"
+        assert eventually(control.exists)
+        pid = keeper(run_folder, "one")
+        starter.kill()
+    assert eventually(lambda: began(pid) is None)
+    assert not list((run_folder / "labs").iterdir())
+
+
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
+def test_an_interrupted_start_leaves_nothing(labs, run_folder, number):
+    with subprocess.Popen([sys.executable, PROGRAM, "up", labs.write(ONE % "sleep 60")]) as starter:
+        assert eventually((run_folder / "labs" / "one" / "control").exists)
+        starter.send_signal(number)
+        assert starter.wait(10) == 130
+    assert not list((run_folder / "labs").iterdir())
