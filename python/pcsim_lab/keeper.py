@@ -202,9 +202,22 @@ class Lab:
         self._folder.write_topology(self._topology)
 
     def _pull(self, params: JSON) -> tuple[None, None]:
-        self._panel.pull(endpoint(params["endpoint"]), bool(params["pulled"]))
+        for end in self._cabled(params["endpoint"]):
+            self._panel.pull(end, bool(params["pulled"]))
         self._changed()
         return None, None
+
+    def _cabled(self, text: str) -> list[Endpoint]:
+        """That end, or all of a node that have cables."""
+        if ":" in text:
+            return [endpoint(text)]
+        if text not in self._crew.members:
+            raise BadInput(f"there is no node '{text}'; expected {some(self._crew.members)}")
+        found = [end.endpoint for end in self._panel.ends.values()
+                 if end.endpoint.node == text and end.cable is not None]
+        if not found:
+            raise BadInput(f"node '{text}' has no cables; 'connect' gives it some")
+        return found
 
     def _shape(self, params: JSON) -> tuple[None, None]:
         values = {key: parsed(key, text) for key, text in params["values"].items()}

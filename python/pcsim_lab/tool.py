@@ -92,7 +92,8 @@ def add_nodes(add: Callable[..., argparse.ArgumentParser]) -> None:
                   "NODE")
     console.add_argument("words", nargs=rest, metavar="LINE")
     link = add("link", commands.link, "Pull a cable, plug it, or change what it does to frames")
-    link.add_argument("endpoint", metavar="NODE:INTERFACE")
+    link.add_argument("endpoint", metavar="NODE:INTERFACE",
+                      help="NODE alone means all its cables, for up and down")
     link.add_argument("words", nargs=rest, metavar="down|up|clear|rate R delay D jitter J loss L")
     disconnect = add("disconnect", commands.disconnect, "Take a cable away")
     disconnect.add_argument("endpoint", metavar="NODE:INTERFACE")

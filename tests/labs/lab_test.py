@@ -115,6 +115,18 @@ def test_a_cable_is_pulled_and_plugged(labs):
     assert eventually(lambda: labs.carrier("sw1", "eth2") and labs.carrier("sw2", "eth2"))
 
 
+def test_all_cables_of_a_node_are_pulled_at_once(labs):
+    labs.up(PAIR)
+    labs.ask("link", "sw1", "down")
+    assert sorted(labs.states()) == ["pulled", "pulled", "up"]
+    labs.ask("link", "sw2", "up")
+    assert eventually(lambda: labs.states() == ["up"] * 3)
+    labs.ask("disconnect", "h1:eth1")
+    done = run("link", "h1", "down")
+    assert (done.returncode, done.stderr) == (
+        2, "pcsim-lab: node 'h1' has no cables; 'connect' gives it some\n")
+
+
 def test_cables_move(labs, run_folder):
     labs.up(PAIR)
     labs.ask("disconnect", "sw1:eth1")
@@ -155,7 +167,7 @@ WRONG = [
     (("link", "sw9:eth1", "down"),
      "there is no node 'sw9' with interfaces; expected sw1, sw2, h1, h2"),
     (("link", "sw1:eth0", "down"), "sw1:eth0 has no cable; 'connect' gives it one"),
-    (("link", "sw1", "down"), "'sw1' is no endpoint; expected NODE:INTERFACE, such as sw1:eth1"),
+    (("link", "sw1", "clear"), "'sw1' is no endpoint; expected NODE:INTERFACE, such as sw1:eth1"),
     (("link", "sw1:eth1", "rate"), "'rate' is nothing that a cable does; expected up, down, clear, "
      "or some of rate 10mbit, delay 5ms, jitter 1ms, loss 1%"),
     (("link", "sw1:eth1", "rate", "fast"),
