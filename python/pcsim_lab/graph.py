@@ -1,5 +1,5 @@
-"""A lab as a picture: SVG, or text for mermaid. Hosts stand at the bottom, each other node one row
-above the lowest that it has a cable to.
+"""A lab as a picture: SVG, or text for mermaid. Hosts stand at the bottom, and what they have
+cables to above them; from there on, nodes with fewer cables stand below those with more.
 """
 from __future__ import annotations
 
@@ -25,12 +25,13 @@ def rows(topology: Topology) -> list[list[str]]:
     if not level:
         fewest = min(map(len, near.values()))
         level = {name: 0 for name, others in near.items() if len(others) == fewest}
+    lowest_switch = max(level.values()) + 1
     border = list(level)
-    while border:
-        fresh = list(dict.fromkeys(other for name in border for other in sorted(near[name])
-                                   if other not in level))
-        level |= {name: level[border[0]] + 1 for name in fresh}
-        border = fresh
+    for name in border:  # which grows meanwhile
+        for other in sorted(near[name] - level.keys()):
+            above = level[name] <= lowest_switch or len(near[other]) >= len(near[name])
+            level[other] = max(level[name] + (1 if above else -1), lowest_switch)
+            border.append(other)
     lowest = {node.name: level.get(node.name, 0) for node in topology.nodes}
     return [[name for name in lowest if lowest[name] == each]
             for each in range(max(lowest.values()), -1, -1)]

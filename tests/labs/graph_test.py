@@ -24,6 +24,14 @@ def test_hosts_stand_at_the_bottom():
                                     ["a&b", "h2", "alone"]]
 
 
+def test_leaves_without_hosts_stand_beside_those_with():
+    kinds = {"spine": "pcsim", "leaf1": "pcsim", "leaf2": "pcsim", "leaf3": "pcsim", "h": "linux"}
+    cables = [("leaf1", "spine"), ("leaf2", "spine"), ("leaf3", "spine"), ("h", "leaf1")]
+    topology = Topology("f", "f.yml", tuple(Node(name, kind) for name, kind in kinds.items()),
+                        tuple(Link(Endpoint(a, "eth1"), Endpoint(b, "eth2")) for a, b in cables))
+    assert graph.rows(topology) == [["spine"], ["leaf1", "leaf2", "leaf3"], ["h"]]
+
+
 def test_without_hosts_who_has_the_fewest_cables_does():
     nodes = tuple(Node(name, "pcsim") for name in ("root", "a", "b"))
     links = tuple(Link(Endpoint("root", f"eth{n}"), Endpoint(name, "eth1"))
