@@ -5,9 +5,12 @@ from __future__ import annotations
 
 from typing import Any, Callable, Mapping, Sequence, TypeVar
 
-import yaml  # type: ignore[import]
+from .problems import BadInput, LabError
 
-from .problems import BadInput
+try:
+    import yaml  # type: ignore[import]
+except ImportError:  # the program's other commands do without
+    yaml = None
 
 T = TypeVar("T")
 
@@ -151,6 +154,9 @@ class Value:
 
 def load(text: str, file: str) -> Value:
     """The file's one document. BadInput says where it is no YAML."""
+    if yaml is None:
+        raise LabError("lab files are read by PyYAML, which is missing; expected Debian's package "
+                       "python3-yaml, or that of 'pip install pcsim[lab]'")
     try:
         loader = yaml.SafeLoader(text)
         node = loader.get_single_node()

@@ -1,7 +1,8 @@
 """A lab file becomes a topology, or one line that says where it is wrong and what would be right."""
 import pytest
+from pcsim_lab import source
 from pcsim_lab.kinds import Programs
-from pcsim_lab.problems import BadInput
+from pcsim_lab.problems import BadInput, LabError
 from pcsim_lab.reader import read
 from pcsim_lab.topology import Endpoint, Link, Node, Shaping, Topology
 
@@ -206,6 +207,16 @@ def test_a_file_that_is_not_there(tmp_path):
         read(tmp_path / "no.yml", PROGRAMS)
     assert str(raised.value) == (f"{tmp_path}/no.yml can't be read: No such file or directory; "
                                  "expected a lab file")
+
+
+def test_without_the_library_that_reads_yaml(tmp_path, monkeypatch):
+    monkeypatch.setattr(source, "yaml", None)
+    with pytest.raises(LabError) as raised:
+        read_text(tmp_path, WHOLE)
+    assert str(raised.value) == (
+        "lab files are read by PyYAML, which is missing; expected Debian's package python3-yaml, or "
+        "that of 'pip install pcsim[lab]'")
+    assert raised.value.status == 1
 
 
 def test_a_name_too_long_for_a_socket(tmp_path):

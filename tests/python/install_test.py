@@ -59,3 +59,8 @@ def test_the_page_comes_along(python):
     assert {path.relative_to(where) for path in where.rglob("*") if "__pycache__" not in str(path)
             } == {path.relative_to(source) for path in source.rglob("*")
                   if "__pycache__" not in str(path)}
+
+
+def test_labs_have_their_program(python):
+    said = run([python.with_name("pcsim-lab"), "--help"])
+    assert said.startswith("usage: pcsim-lab ")
