@@ -1,4 +1,6 @@
 """What the tests of labs share."""
+import contextlib
+import io
 import json
 import os
 import subprocess
@@ -10,18 +12,29 @@ from pathlib import Path
 import pytest
 from pcsim_lab import namespaces
 from pcsim_lab.problems import NoNamespaces
+from pcsim_lab.tool import main
 
 PROGRAM = Path(__file__).resolve().parents[2] / "python" / "pcsim_lab"
 NO_NAMESPACES = 77
 
 
-def run(*arguments, **options):
-    """The program's run."""
+# Commands that only ask and answer; the others become other programs, or live long.
+BRIEF = ("connect", "disconnect", "graph", "link", "list", "show")
+
+
+def run(*arguments):
+    """The program's run; within this process where that makes no difference, since a Python takes
+    its time to start."""
+    if arguments[0] in BRIEF:
+        out, errors = io.StringIO(), io.StringIO()
+        with contextlib.redirect_stdout(out), contextlib.redirect_stderr(errors):
+            status = main(arguments)
+        return subprocess.CompletedProcess(arguments, status, out.getvalue(), errors.getvalue())
     return subprocess.run([sys.executable, PROGRAM, *arguments], capture_output=True, text=True,
-                          timeout=120, check=False, **options)
+                          timeout=200, check=False)
 
 
-def eventually(look, within=10.0):
+def eventually(look, within=30.0):
     """What 'look' returns when it is first true, or at the end."""
     end = time.monotonic() + within
     while not (found := look()) and time.monotonic() < end:
