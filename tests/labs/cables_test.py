@@ -6,7 +6,7 @@ import time
 
 import pcsim
 import pytest
-from conftest import Labs, eventually, run
+from conftest import eventually, run
 
 PAIR = """\
 name: pair
@@ -27,15 +27,10 @@ CABLES = [["sw1:eth1", "sw2:eth1"], ["sw1:eth2", "sw2:eth2"], ["h1:eth1", "h2:et
 
 
 @pytest.fixture(scope="module")
-def lab(tmp_path_factory):
+def lab(shared_labs):
     """One for all tests."""
-    folder = tmp_path_factory.mktemp("cables")
-    with pytest.MonkeyPatch.context() as patch:
-        patch.setenv("PCSIM_RUN_DIR", str(folder / "run"))
-        found = Labs(folder)
-        found.up(PAIR)
-        yield found
-        assert run("down").returncode == 0
+    shared_labs.up(PAIR)
+    return shared_labs
 
 
 @pytest.fixture

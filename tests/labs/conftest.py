@@ -101,6 +101,16 @@ def labs(tmp_path, run_folder):
     assert not list(run_folder.glob("*.sock"))
 
 
+@pytest.fixture(scope="module")
+def shared_labs(tmp_path_factory):
+    """Those of all tests of a file."""
+    folder = tmp_path_factory.mktemp("shared")
+    with pytest.MonkeyPatch.context() as patch:
+        patch.setenv("PCSIM_RUN_DIR", str(folder / "run"))
+        yield Labs(folder)
+        assert run("down", "--all").returncode == 0
+
+
 def in_lab(work):
     """What 'work' returns in namespaces of a lab's own, in a process of its own."""
     reader, writer = os.pipe()

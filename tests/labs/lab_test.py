@@ -139,10 +139,11 @@ def test_a_killed_keeper_takes_everything_and_down_cleans_up(labs, run_folder, n
     pids = [status.pid for status in pcsim.instances() if status.name.startswith(f"{name}.")]
     assert len(pids) == 2
     os.kill(keeper(run_folder, name), signal.SIGKILL)
-    found = {lab["name"]: lab["state"] for lab in json.loads(labs.ask("list", "--json"))}
+    wanted = {name: "ended", **dict.fromkeys(others, "up")}
+    assert eventually(lambda: {lab["name"]: lab["state"] for lab in json.loads(
+        labs.ask("list", "--json"))} == wanted)
     assert eventually(lambda: [status.name for status in pcsim.instances()
                                if status.name.startswith(f"{name}.")] == [])
-    assert found == {name: "ended", **dict.fromkeys(others, "up")}
     done = run("show", name)
     assert (done.returncode, done.stderr) == (
         1, f"pcsim-lab: lab '{name}' has ended; 'down {name}' cleans up, and 'up' starts it again\n")
