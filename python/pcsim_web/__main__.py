@@ -6,7 +6,7 @@ import sys
 from .options import serving_of
 
 
-def start() -> int:
+def main() -> int:
     """Runs it; the status. What it needs of other packages is looked for when there is something to
     serve."""
     serving = serving_of()
@@ -22,4 +22,4 @@ def start() -> int:
 
 
 if __name__ == "__main__":
-    sys.exit(start())
+    sys.exit(main())

@@ -37,18 +37,9 @@ done
 [ $pages -ge 5 ] || problem "there are $pages pages"
 [ ! -s "$scratch/warnings" ] || problem "$(cat "$scratch/warnings")"
 
-# help_of PROGRAM: what it says of itself; one needs no building.
-help_of() {
-    if [ "$1" = pcsim-web ]; then
-        PYTHONPATH=$(dirname "$0")/../../python python3 -B -m pcsim_web --help
-    else
-        "$programs/$1" --help
-    fi
-}
-
 for program in pcsim pcsim-lab pcsim-probe pcsimctl pcsim-campaign pcsim-web; do
-    [ $program = pcsim-web ] || [ -x "$programs/$program" ] || continue
-    mapfile -t options < <(help_of $program | grep -oE '^ +(-., )?--[a-z-]+' |
+    [ -x "$programs/$program" ] || continue
+    mapfile -t options < <("$programs/$program" --help | grep -oE '^ +(-., )?--[a-z-]+' |
         grep -oE -- '--[a-z-]+')
     [ ${#options[@]} -ge 2 ] || problem "$program --help lists ${#options[@]} options"
     has "man1/$program.1" "${options[@]}" NAME SYNOPSIS DESCRIPTION OPTIONS 'EXIT STATUS'

@@ -3,19 +3,14 @@ import json
 import os
 import re
 import subprocess
-import sys
 from pathlib import Path
 
 from roff import guarded, inline, plain, tagged, wrapped
 
-PYTHON = Path(__file__).resolve().parents[2] / "python"
-# Programs that nobody has to build, by their modules.
-MODULES = {"pcsim-web": "pcsim_web"}
-
 
 def asked(*command: str) -> str:
     """What a program prints."""
-    environment = dict(os.environ, PCSIM_HELP="json", PYTHONPATH=str(PYTHON))
+    environment = dict(os.environ, PCSIM_HELP="json", PYTHONDONTWRITEBYTECODE="1")
     return subprocess.run(command, env=environment, capture_output=True, text=True, check=True,
                           timeout=60).stdout
 
@@ -42,14 +37,12 @@ class Programs:
         return str(self.folder / name)
 
     def has(self, name: str) -> bool:
-        return name in MODULES or (self.folder / name).exists()
+        return (self.folder / name).exists()
 
     def table(self, name: str) -> dict:
         """'pcsim-probe replay' is a command of pcsim-probe."""
         program, *command = name.split()
-        words = ([sys.executable, "-B", "-m", MODULES[program]] if program in MODULES
-                 else [self.path(program)])
-        return json.loads(asked(*words, *command, "--help"))
+        return json.loads(asked(self.path(program), *command, "--help"))
 
     def verbs(self) -> list[dict]:
         return reports(self.path("pcsim"), "show verbs")[0]["verbs"]
