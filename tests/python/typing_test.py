@@ -42,7 +42,7 @@ def mypy(cache, *arguments):
                            *arguments], cwd=FOLDER, capture_output=True, text=True, check=False)
 
 
-@pytest.mark.parametrize("package", ("pcsim", "pcsim_web"))
+@pytest.mark.parametrize("package", ("pcsim", "pcsim_lab", "pcsim_web"))
 def test_it_is_strictly_typed(tmp_path, package):
     done = mypy(tmp_path, package)
     assert done.returncode == 0, done.stdout + done.stderr
