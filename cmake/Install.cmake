@@ -28,5 +28,5 @@ install(FILES ${CMAKE_BINARY_DIR}/pcsimConfig.cmake ${CMAKE_BINARY_DIR}/pcsimCon
         DESTINATION ${PCSIM_INSTALL_CMAKEDIR})
 
 # Everything that `cmake --install` needs, and nothing else. Tests and benchmarks are not installed.
-add_custom_target(installable DEPENDS pcsim pcsimctl pcsim-lab pcsimulation pcsim-mii
+add_custom_target(installable DEPENDS pcsim pcsimctl pcsim-nics pcsimulation pcsim-mii
                   pcsim-probe pcsim-probe-library)

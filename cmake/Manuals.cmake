@@ -4,7 +4,7 @@ find_program(PCSIM_PYTHON3 python3)
 set(PCSIM_MANUALS ${CMAKE_BINARY_DIR}/manuals)
 
 if(PCSIM_PYTHON3)
-    set(programs pcsim pcsim-lab pcsim-probe)
+    set(programs pcsim pcsim-nics pcsim-probe)
     if(TARGET pcsimctl)
         list(APPEND programs pcsimctl)
     endif()

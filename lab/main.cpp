@@ -1,6 +1,6 @@
-// pcsim-lab: runs any command in a lab of its own.
+// pcsim-nics: runs any command in a lab of its own.
 //
-//   pcsim-lab --ports 4 -- ip -brief link
+//   pcsim-nics --ports 4 -- ip -brief link
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,7 +15,7 @@
 namespace {
 
 constexpr int kNoLab = 77;  // distinct from what a command returns; "skipped" to a test driver
-constexpr char kExample[] = "expected a command, for example: pcsim-lab --ports 4 -- ip link";
+constexpr char kExample[] = "expected a command, for example: pcsim-nics --ports 4 -- ip link";
 
 const pcsim::Option kOptions[] = {
     {.name = "help", .letter = 'h', .help = "Print this help and exit", .takes = pcsim::Takes::End},
@@ -31,15 +31,15 @@ const pcsim::Option kOptions[] = {
 static_assert(pcsim::lab::kMostPorts == 2816, "the text above says so");
 
 const pcsim::Program kProgram{
-    .name = "pcsim-lab",
-    .about = "pcsim-lab: runs a command in a private network with the interfaces eth0 to ethN.",
+    .name = "pcsim-nics",
+    .about = "pcsim-nics: runs a command in a private network with the interfaces eth0 to ethN.",
     .usage = "[options] [--] command [argument...]",
     .onWord = nullptr,
     .options = kOptions,
 };
 
 int complain(const std::string& what, int status) {
-    fprintf(stderr, "pcsim-lab: %s\n", what.c_str());
+    fprintf(stderr, "pcsim-nics: %s\n", what.c_str());
     return status;
 }
 

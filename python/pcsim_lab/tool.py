@@ -11,8 +11,9 @@ from .kinds import Programs
 from .problems import BadInput, LabError
 
 INTERRUPTED = 130
-# Options of the program of the same name that runs one command in a lab of its own.
-ONE_COMMAND = ("-p", "--ports", "--")
+# Options of pcsim-nics, which runs one command in a network of its own and was called pcsim-lab:
+# lines that begin so mean that one.
+ONE_COMMAND = ("-p", "--ports")
 
 
 class Parser(argparse.ArgumentParser):
@@ -108,19 +109,11 @@ def add_nodes(add: Callable[..., argparse.ArgumentParser]) -> None:
                          help="end after so many")
 
 
-def hand_over(arguments: Sequence[str]) -> None:
-    """One command in a lab of its own is another program's work."""
-    program = Programs().beside("pcsim-lab")
-    if os.path.realpath(program) == os.path.realpath(sys.argv[0]):
-        return
-    commands.become([program, *arguments])
-
-
 def main(arguments: Sequence[str]) -> int:
     """Runs the program; what is returned is its status."""
     try:
-        if arguments and arguments[0].split("=")[0] in ONE_COMMAND:
-            hand_over(arguments)
+        if arguments and (arguments[0] == "--" or arguments[0].startswith(ONE_COMMAND)):
+            commands.become([Programs().beside("pcsim-nics"), *arguments])
         given = parser().parse_args(arguments)
         given.run(given)
         sys.stdout.flush()

@@ -31,13 +31,13 @@ labs() {
     local line=$1
     shift
     "$lab" "$@" >"$scratch/out" 2>"$scratch/err"
-    said $? 2 "pcsim-lab: $line" "pcsim-lab $*"
+    said $? 2 "pcsim-nics: $line" "pcsim-nics $*"
 }
-example="expected a command, for example: pcsim-lab --ports 4 -- ip link"
+example="expected a command, for example: pcsim-nics --ports 4 -- ip link"
 labs "--ports needs a number from 1 to 2816" --ports 0 -- true
 labs "--ports needs a number from 1 to 2816" --ports many -- true
 labs "$example" --ports 2
-labs "there is no option --frobnicate; 'pcsim-lab --help' lists them" --frobnicate
+labs "there is no option --frobnicate; 'pcsim-nics --help' lists them" --frobnicate
 
 # A packed script is a script; one that is cut is told where it ends.
 printf 'echo packed\nfrob\n' | gzip >"$scratch/script.gz"

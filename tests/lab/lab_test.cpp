@@ -220,18 +220,18 @@ TEST(ProgramTest, CommandThatDoesNotExistIsNamed) {
     skipWithoutLab();
     const Ran ran = run("-- ./no-such-command");
     EXPECT_EQ(127, ran.status);
-    EXPECT_EQ("pcsim-lab: ./no-such-command: No such file or directory\n", ran.output);
+    EXPECT_EQ("pcsim-nics: ./no-such-command: No such file or directory\n", ran.output);
 }
 
 TEST(ProgramTest, MissingCommandAndNumbersOutOfRangeAreRefusedInOneLine) {
     const Ran none = run("");
     EXPECT_EQ(2, none.status);
-    EXPECT_EQ("pcsim-lab: expected a command, for example: pcsim-lab --ports 4 -- ip link\n",
+    EXPECT_EQ("pcsim-nics: expected a command, for example: pcsim-nics --ports 4 -- ip link\n",
               none.output);
     for (const char* ports : {"x", "-1", "0", "2817", "''", "4x"}) {
         const Ran ran = run(std::string("--ports ") + ports + " -- true");
         EXPECT_EQ(2, ran.status) << ports;
-        EXPECT_EQ("pcsim-lab: --ports needs a number from 1 to 2816\n", ran.output) << ports;
+        EXPECT_EQ("pcsim-nics: --ports needs a number from 1 to 2816\n", ran.output) << ports;
     }
 }
 

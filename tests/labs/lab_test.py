@@ -8,7 +8,7 @@ import sys
 
 import pcsim
 import pytest
-from conftest import PROGRAM, eventually, run
+from conftest import NO_NAMESPACES, PROGRAM, eventually, run
 from pcsim_lab.folders import began
 
 PAIR = """\
@@ -193,3 +193,19 @@ def test_an_interrupted_start_leaves_nothing(labs, run_folder, number):
         starter.send_signal(number)
         assert starter.wait(10) == 130
     assert not list((run_folder / "labs").iterdir())
+
+
+@pytest.mark.parametrize("options", (["-p", "2", "--"], ["-p2"], ["--ports=2"], ["--ports", "2"]))
+def test_lines_that_mean_one_command_are_handed_to_the_program_for_that(options):
+    done = run(*options, "sh", "-c", "ip -brief link; exit 3")
+    if done.returncode == NO_NAMESPACES:
+        pytest.exit(f"skipped: {done.stderr}", NO_NAMESPACES)
+    assert done.returncode == 3, done.stderr
+    assert [line.split("@")[0] for line in done.stdout.splitlines()
+            if line.startswith("eth")] == ["eth0", "eth1", "eth2"]
+
+
+def test_a_line_for_one_command_without_one_is_told_so():
+    done = run("--")
+    assert (done.returncode, done.stderr) == (
+        2, "pcsim-nics: expected a command, for example: pcsim-nics --ports 4 -- ip link\n")

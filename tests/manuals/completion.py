@@ -28,7 +28,7 @@ CASES = (
     ("pcsim --report jun", "pcsim --report junit "),
     ("pcsim -f scr", "pcsim -f script.pcsim "),
     ("pcsim --plan scr", "pcsim --plan script.pcsim "),
-    ("pcsim-lab --po", "pcsim-lab --ports "),
+    ("pcsim-nics --po", "pcsim-nics --ports "),
     ("pcsim-probe cov", "pcsim-probe coverage "),
     ("pcsim-probe replay --lib", "pcsim-probe replay --library "),
     ("pcsim-probe replay scr", "pcsim-probe replay script.pcsim "),

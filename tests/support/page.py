@@ -117,7 +117,7 @@ def run(commands: list[Command], sources: Path, build: Path, scratch: Path) -> l
     steps.write_text(script(commands))
     environment = {"HOME": str(home), "PATH": "/usr/local/bin:/usr/bin:/bin:/usr/sbin:/sbin",
                    "PCSIM_RUN_DIR": str(scratch / "run"), "TMPDIR": str(scratch), "LC_ALL": "C"}
-    done = subprocess.run([build / "pcsim-lab", "--ports", "2", "--", "bash", steps],
+    done = subprocess.run([build / "pcsim-nics", "--ports", "2", "--", "bash", steps],
                           stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT, text=True, errors="replace", env=environment,
                           timeout=TIME_LIMIT_S, check=False)
@@ -125,7 +125,7 @@ def run(commands: list[Command], sources: Path, build: Path, scratch: Path) -> l
 
 
 def main(page: str, sources: str, build: str) -> int:
-    lab = [f"{build}/pcsim-lab", "--ports", "1", "--", "true"]
+    lab = [f"{build}/pcsim-nics", "--ports", "1", "--", "true"]
     if not Path(lab[0]).exists():
         print(f"FAILED: {lab[0]} is not built")
         return 1

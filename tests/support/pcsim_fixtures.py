@@ -21,7 +21,7 @@ def run_folder(tmp_path_factory):
 @pytest.fixture(scope="session")
 def lab():
     """Ends the run as skipped where no lab can be made, and as failed where it is not built."""
-    program = Path(os.environ["PCSIM"]).resolve().with_name("pcsim-lab")
+    program = Path(os.environ["PCSIM"]).resolve().with_name("pcsim-nics")
     done = subprocess.run([program, "--ports", "1", "--", "true"], capture_output=True, text=True,
                           check=False)
     if done.returncode != 0:

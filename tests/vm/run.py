@@ -277,7 +277,7 @@ def measure_lab(build):
     protocol = Protocol(EMULATED_STEPS + END_STEPS)
     build = build.resolve()
     started = time.monotonic()
-    with subprocess.Popen([build / "pcsim-lab", "--ports", "8", "--", "sh", HERE / "lab.sh", build],
+    with subprocess.Popen([build / "pcsim-nics", "--ports", "8", "--", "sh", HERE / "lab.sh", build],
                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True) as lab:
         said = ""
         for line in lab.stdout:

@@ -60,7 +60,7 @@ def bash(table: dict, commands: dict[str, dict]) -> str:
 
 
 # Programs that start others: their words are completed from there on as the other's.
-STARTERS = {"pcsim-lab": (), "pcsim-probe": ("--",)}
+STARTERS = {"pcsim-nics": (), "pcsim-probe": ("--",)}
 # Programs whose words are files.
 READERS = ("pcsim-campaign",)
 
