@@ -12,6 +12,7 @@ if(PCSIM_PYTHON3)
          ${PROJECT_SOURCE_DIR}/tools/manuals/*.py ${PROJECT_SOURCE_DIR}/include/pcsim/*.h
          ${PROJECT_SOURCE_DIR}/docs/protocol*.md
          ${PROJECT_SOURCE_DIR}/python/pcsim/campaign/options.py
+         ${PROJECT_SOURCE_DIR}/python/pcsim_lab/tool.py
          ${PROJECT_SOURCE_DIR}/python/pcsim_web/options.py)
     string(TIMESTAMP date %Y-%m-%d UTC)
     add_custom_command(OUTPUT ${PCSIM_MANUALS}/made

@@ -12,4 +12,4 @@ if __name__ == "__main__":
         from pcsim_lab.keeper import main as keep
         sys.exit(keep(sys.argv[2], int(sys.argv[3])))
     from pcsim_lab.tool import main
-    sys.exit(main(sys.argv[1:]))
+    sys.exit(main())

@@ -2,11 +2,15 @@
 from __future__ import annotations
 
 import argparse
+import json
 import os
 import sys
 from typing import Callable, NoReturn, Sequence
 
+from pcsim.version import VERSION
+
 from . import commands
+from .help import table, wanted
 from .kinds import Programs
 from .problems import BadInput, LabError
 
@@ -21,6 +25,10 @@ class Parser(argparse.ArgumentParser):
 
     def error(self, message: str) -> NoReturn:
         raise BadInput(f"{message}; '{self.prog} --help' lists what there is")
+
+    def format_help(self) -> str:
+        """For people, or for programs."""
+        return json.dumps(table(self)) + "\n" if wanted() else super().format_help()
 
 
 def number(low: float, kind: Callable[[str], float], wanted: str) -> Callable[[str], float]:
@@ -40,16 +48,18 @@ def parser() -> Parser:
     """All commands with their arguments."""
     top = Parser(prog="pcsim-lab", allow_abbrev=False,
                  description="Labs of many nodes with cables between them.")
+    top.add_argument("--version", action="version", version=VERSION,
+                     help="print the version and exit")
     verbs = top.add_subparsers(title="commands", metavar="COMMAND", dest="verb", required=True)
 
     def add(name: str, run: Callable[[argparse.Namespace], None], about: str, *arguments: str,
-            json: bool = False, lab: bool = True) -> argparse.ArgumentParser:
+            as_json: bool = False, lab: bool = True) -> argparse.ArgumentParser:
         found = verbs.add_parser(name, help=about, description=f"{about}.", allow_abbrev=False)
         found.set_defaults(run=run)
         if lab:
             found.add_argument("-l", "--lab", metavar="LAB",
                                help="the lab; needless while there is only one")
-        if json:
+        if as_json:
             found.add_argument("--json", action="store_true", help="as JSON")
         for argument in arguments:
             found.add_argument(argument.lower(), metavar=argument)
@@ -71,10 +81,10 @@ def add_labs(add: Callable[..., argparse.ArgumentParser]) -> None:
     down = add("down", commands.down, "End a lab, and remove what is left of it", lab=False)
     down.add_argument("lab", nargs="?", metavar="LAB", help="needless while there is only one")
     down.add_argument("--all", action="store_true", help="all labs")
-    add("list", commands.list_labs, "List the labs", json=True, lab=False)
-    show = add("show", commands.show, "Show nodes and cables", json=True, lab=False)
+    add("list", commands.list_labs, "List the labs", as_json=True, lab=False)
+    show = add("show", commands.show, "Show nodes and cables", as_json=True, lab=False)
     show.add_argument("lab", nargs="?", metavar="LAB", help="needless while there is only one")
-    graph = add("graph", commands.graph, "Draw a lab", json=True, lab=False)
+    graph = add("graph", commands.graph, "Draw a lab", as_json=True, lab=False)
     graph.add_argument("lab", nargs="?", metavar="LAB|FILE",
                        help="a lab that is up, or a file named *.yml; needless while there is only "
                             "one")
@@ -91,7 +101,7 @@ def add_nodes(add: Callable[..., argparse.ArgumentParser]) -> None:
     add("sh", commands.shell, "Start a shell in a node", "NODE")
     console = add("console", commands.console, "Open the console of a pcsim, or run a line there",
                   "NODE")
-    console.add_argument("words", nargs=rest, metavar="LINE")
+    console.add_argument("words", nargs=rest, metavar="[LINE]")
     link = add("link", commands.link, "Pull a cable, plug it, or change what it does to frames")
     link.add_argument("endpoint", metavar="NODE:INTERFACE",
                       help="NODE alone means all its cables, for up and down")
@@ -109,8 +119,9 @@ def add_nodes(add: Callable[..., argparse.ArgumentParser]) -> None:
                          help="end after so many")
 
 
-def main(arguments: Sequence[str]) -> int:
+def main(arguments: Sequence[str] | None = None) -> int:
     """Runs the program; what is returned is its status."""
+    arguments = sys.argv[1:] if arguments is None else arguments
     try:
         if arguments and (arguments[0] == "--" or arguments[0].startswith(ONE_COMMAND)):
             commands.become([Programs().beside("pcsim-nics"), *arguments])
@@ -126,8 +137,3 @@ def main(arguments: Sequence[str]) -> int:
         return 1
     except KeyboardInterrupt:
         return INTERRUPTED
-
-
-def run() -> NoReturn:
-    """For the installed command."""
-    sys.exit(main(sys.argv[1:]))

@@ -35,6 +35,9 @@ CASES = (
     ("pcsim-probe sweep --jo", "pcsim-probe sweep --jobs "),
     ("pcsim-probe --fl", "pcsim-probe --flight "),
     ("pcsim --st", "pcsim --stopped "),
+    ("pcsim-lab sho", "pcsim-lab show "),
+    ("pcsim-lab up scr", "pcsim-lab up script.pcsim "),
+    ("pcsim-lab capture --co", "pcsim-lab capture --count "),
     ("pcsim-web --re", "pcsim-web --read-only "),
     ("pcsim-campaign scr", "pcsim-campaign script.pcsim "),
     ("pcsim-campaign --faults scr", "pcsim-campaign --faults script.pcsim "),
@@ -42,6 +45,7 @@ CASES = (
     ("pcsim-campaign script.pcsim --fail", "pcsim-campaign script.pcsim --fail-fast "),
 )
 SEVERAL = (("pcsim --", ("--execute", "--help", "--json", "--keep-going", "--lab")),
+           ("pcsim-lab ", ("capture", "disconnect", "down", "graph")),
            ("pcsim-probe ", ("coverage", "minimise", "post-mortem", "replay")),
            ("pcsim --shape ", ("chassis", "stack")))
 # Of a program that asks living switches. The test has one of its own, which tells what it is asked.

@@ -37,7 +37,7 @@ done
 [ $pages -ge 5 ] || problem "there are $pages pages"
 [ ! -s "$scratch/warnings" ] || problem "$(cat "$scratch/warnings")"
 
-for program in pcsim pcsim-nics pcsim-probe pcsimctl pcsim-campaign pcsim-web; do
+for program in pcsim pcsim-nics pcsim-probe pcsimctl pcsim-campaign pcsim-lab pcsim-web; do
     [ -x "$programs/$program" ] || continue
     mapfile -t options < <("$programs/$program" --help | grep -oE '^ +(-., )?--[a-z-]+' |
         grep -oE -- '--[a-z-]+')

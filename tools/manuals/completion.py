@@ -154,11 +154,10 @@ def arguments(specs: list[str], indent: str) -> list[str]:
 def zsh_words(name: str, commands: dict[str, dict]) -> list[str]:
     if name == "pcsimctl":
         return ["'1:instance:_pcsimctl_instances'", "'*:command:_pcsimctl_words'"]
-    if name in STARTERS and commands:
-        return [f"'1:command:({' '.join(commands)})'", "'*:::program:_normal'"]
+    words = [f"'1:command:({' '.join(commands)})'"] if commands else []
     if name in READERS:
-        return ["'*:file:_files'"]
-    return ["'*:::program:_normal'"] if name in STARTERS else []
+        words.append("'*:file:_files'")
+    return words + (["'*:::program:_normal'"] if name in STARTERS else [])
 
 
 PCSIMCTL_ZSH = """\
