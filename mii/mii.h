@@ -11,9 +11,8 @@
 //   register 4      own advertisement, by default everything and pause; takes effect when
 //                   negotiation starts again
 //   register 5      the partner: everything and pause while there is carrier, else 0. In a lab
-//   whose
-//                   cables lead to another emulated PHY (wire.h), what that one offers, and link
-//                   only where the two agree
+//                   whose cables lead to another emulated PHY (wire.h), what that one offers, and
+//                   link only where the two agree
 //   registers 6, 7  whether the partner negotiates; no next page
 //
 // All others read 0 and ignore writes, as does every register of another PHY address, which reads
