@@ -16,6 +16,7 @@ from .control import ask
 from .folders import Folder, all_folders
 from .kinds import Programs
 from .problems import BadInput, LabError, some
+from .quantities import CARRIES, PARSERS
 from .reader import checked_name, read
 from .starting import end
 from .starting import up as bring_up
@@ -120,7 +121,7 @@ def show(given: Namespace) -> None:
     print(table(heads, [node_row(node) for node in data["nodes"]], heads[3:7]))
     if data["links"]:
         print("\nCables")
-        print(table(("End", "End", "State", "Shaping"), [link_row(each) for each in data["links"]]))
+        print(table(("End", "End", "State", "Limits"), [link_row(each) for each in data["links"]]))
 
 
 def node_row(node: JSON) -> tuple[object, ...]:
@@ -133,8 +134,9 @@ def node_row(node: JSON) -> tuple[object, ...]:
 
 def link_row(link: JSON) -> tuple[object, ...]:
     """The same for a cable."""
-    words = quantities.shaping_words(link["rate"], link["delay"], link["jitter"], link["loss"])
-    return (*link["endpoints"], link["state"], words)
+    words = (quantities.shaping_words(link["rate"], link["delay"], link["jitter"], link["loss"]),
+             quantities.carries_words(link["speed"], link["duplex"]))
+    return (*link["endpoints"], link["state"], " ".join(filter(None, words)))
 
 
 def become(command: list[str], environment: dict[str, str] | None = None) -> NoReturn:
@@ -146,8 +148,8 @@ def become(command: list[str], environment: dict[str, str] | None = None) -> NoR
         raise LabError(f"{command[0]} can't be run: {problem.strerror}") from None
 
 
-def inside(folder: Folder, node: str, command: list[str]) -> list[str]:
-    """A command in the namespaces of a node."""
+def become_inside(folder: Folder, node: str, command: list[str], **environment: str) -> NoReturn:
+    """Becomes a command in the namespaces of a node."""
     keeper = folder.keeper()
     if keeper is None:
         raise LabError(f"lab '{folder.name}' has ended")
@@ -155,10 +157,10 @@ def inside(folder: Folder, node: str, command: list[str]) -> list[str]:
     user = [f"--user=/proc/{keeper.pid}/ns/user", "--preserve-credentials"] \
         if keeper.user_namespace else []
     # The lab's mounts are not those of the folder that we stand in: it is looked up anew.
-    return ["nsenter", *user, f"--mount=/proc/{keeper.pid}/ns/mnt",
+    become(["nsenter", *user, f"--mount=/proc/{keeper.pid}/ns/mnt",
             f"--pid=/proc/{keeper.pid}/ns/pid_for_children",
             f"--net=/proc/{keeper.pid}/fd/{found['descriptor']}", f"--wdns={os.getcwd()}", "--",
-            *command]
+            *command], {"PCSIM_LAB": folder.name, **found["environment"], **environment})
 
 
 def execute(given: Namespace) -> None:
@@ -166,9 +168,7 @@ def execute(given: Namespace) -> None:
     command = given.command[1:] if given.command[:1] == ["--"] else given.command
     if not command:
         raise BadInput("there is no command; expected one, such as: exec sw1 -- ip link")
-    folder = living(given.lab)
-    become(inside(folder, given.node, command), {"PCSIM_LAB": folder.name,
-                                                 "PCSIM_NODE": given.node})
+    become_inside(living(given.lab), given.node, command)
 
 
 def shell(given: Namespace) -> None:
@@ -176,9 +176,7 @@ def shell(given: Namespace) -> None:
     folder = living(given.lab)
     bash = shutil.which("bash")
     command = [bash, "--norc", "-i"] if bash else ["/bin/sh", "-i"]
-    become(inside(folder, given.node, command),
-           {"PS1": f"{given.node}.{folder.name}$ ", "PCSIM_LAB": folder.name,
-            "PCSIM_NODE": given.node})
+    become_inside(folder, given.node, command, PS1=f"{given.node}.{folder.name}$ ")
 
 
 def console(given: Namespace) -> None:
@@ -197,13 +195,16 @@ def link(given: Namespace) -> None:
         ask(control, "pull", endpoint=given.endpoint, pulled=words == ["down"])
     elif words == ["clear"]:
         ask(control, "shape", endpoint=given.endpoint, values={})
+        ask(control, "carry", endpoint=given.endpoint, values=dict.fromkeys(CARRIES, "auto"))
     else:
         values = dict(zip(words[::2], words[1::2]))
-        known = all(word in quantities.PARSERS for word in words[::2])
-        if not words or not known or len(words) != 2 * len(values):
+        methods: dict[str, set[str]] = {"shape": set(PARSERS), "carry": set(CARRIES)}
+        method = next((name for name, known in methods.items() if known >= values.keys()), None)
+        if not words or method is None or len(words) != 2 * len(values):
             raise BadInput(f"'{' '.join(words)}' is nothing that a cable does; expected up, down, "
-                           "clear, or some of rate 10mbit, delay 5ms, jitter 1ms, loss 1%")
-        ask(control, "shape", endpoint=given.endpoint, values=values)
+                           "clear, some of rate 10mbit, delay 5ms, jitter 1ms, loss 1%, or of "
+                           "speed 10, duplex half")
+        ask(control, method, endpoint=given.endpoint, values=values)
 
 
 def connect(given: Namespace) -> None:

@@ -51,8 +51,9 @@ class Crew:
     """All of a lab's nodes."""
 
     def __init__(self, topology: Topology, spaces: list[int], home: int, folder: Folder,
-                 environment: Mapping[str, str]) -> None:
+                 environment: Mapping[str, str], wire_places: Mapping[str, str]) -> None:
         self._folder, self._home = folder, home
+        self._wire_places = wire_places
         self._environment = {**environment, "PCSIM_LAB": topology.name}
         self.members = {node.name: Member(node, space, lines=list(node.exec))
                         for node, space in zip(topology.nodes, spaces)}
@@ -104,7 +105,7 @@ class Crew:
 
     def _spawn(self, member: Member, command: list[str]) -> int:
         node = member.node
-        environment = {**self._environment, "PCSIM_NODE": node.name, **node.environment}
+        environment = {**self._environment, **self.variables(node), **node.environment}
         log = str(self._folder.log(node.name))
         actions = [(os.POSIX_SPAWN_OPEN, 0, "/dev/null", os.O_RDONLY, 0),
                    (os.POSIX_SPAWN_OPEN, 1, log, os.O_WRONLY | os.O_CREAT | os.O_APPEND, 0o600),
@@ -118,6 +119,10 @@ class Crew:
                               ) from None
         self._owners[pid] = member
         return pid
+
+    def variables(self, node: Node) -> dict[str, str]:
+        """What programs in a node are told of it."""
+        return {"PCSIM_NODE": node.name, "PCSIM_WIRE": self._wire_places[node.name]}
 
     def reap(self) -> None:
         """Notes who has ended; orphans that nobody knows, too."""

@@ -3,6 +3,7 @@
     RUN/labs/NAME/keeper.json     who holds the lab
     RUN/labs/NAME/topology.json   what it is made of, as it is now
     RUN/labs/NAME/control         the keeper's socket
+    RUN/labs/NAME/wire            what emulated PHYs know of each other
     RUN/labs/NAME/logs/NODE.log   what its nodes have printed
 """
 from __future__ import annotations
@@ -103,6 +104,11 @@ class Folder:
     def control(self) -> Path:
         """The keeper's socket."""
         return self.path / "control"
+
+    @property
+    def wire(self) -> Path:
+        """Where emulated PHYs meet."""
+        return self.path / "wire"
 
     def log(self, node: str) -> Path:
         """What a node prints."""

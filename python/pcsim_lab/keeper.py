@@ -14,8 +14,9 @@ import selectors
 import signal
 import socket
 import time
+from dataclasses import replace
 from pathlib import Path
-from typing import Any, Callable
+from typing import Any, Callable, Mapping, TypeVar
 
 from . import namespaces, quantities
 from .control import Client, Method, listen
@@ -25,7 +26,9 @@ from .panel import Cable, End, Panel
 from .problems import BadInput, LabError, some
 from .reader import shaped
 from .topology import JSON, Endpoint, Link, Shaping, Topology
+from .wire import Wire
 
+T = TypeVar("T")
 LOOK_S = 0.01     # between two looks at nodes that are starting
 FAREWELL_S = 2.0  # that nodes have to end by themselves
 
@@ -94,10 +97,13 @@ class Lab:
         self._spaces = dict(zip((node.name for node in self._topology.nodes), spaces))
         self._panel = Panel(self._topology.nodes, spaces, home)
         self._panel.connect(self._topology.links)
-        self._crew = Crew(self._topology, spaces, home, folder, os.environ)
+        self._wire = Wire(folder.wire, self._topology.nodes)
+        self._wire.lay(self._topology.links)
+        self._crew = Crew(self._topology, spaces, home, folder, os.environ, self._wire.places)
         self._methods: dict[str, Method] = {
             "show": self._show, "space": self._space, "pull": self._pull, "shape": self._shape,
-            "connect": self._connect, "disconnect": self._disconnect, "capture": self._capture}
+            "carry": self._carry, "connect": self._connect, "disconnect": self._disconnect,
+            "capture": self._capture}
 
     def start(self) -> None:
         """Sees to it that all is heard that will come."""
@@ -193,12 +199,14 @@ class Lab:
         member = self._crew.members.get(name)
         if member is None:
             raise BadInput(f"there is no node '{name}'; expected {some(self._crew.members)}")
-        return {"descriptor": member.space, "instance": member.node.instance}, None
+        return {"descriptor": member.space, "instance": member.node.instance,
+                "environment": self._crew.variables(member.node)}, None
 
     def _changed(self) -> None:
         links = tuple(cable.link() for cable in self._panel.cables)
         self._topology = Topology(self._topology.name, self._topology.file, self._topology.nodes,
                                   links)
+        self._wire.lay(links)
         self._folder.write_topology(self._topology)
 
     def _pull(self, params: JSON) -> tuple[None, None]:
@@ -220,11 +228,20 @@ class Lab:
         return found
 
     def _shape(self, params: JSON) -> tuple[None, None]:
-        values = {key: parsed(key, text) for key, text in params["values"].items()}
+        values = {key: parsed(quantities.PARSERS, key, text)
+                  for key, text in params["values"].items()}
         shaping = shaped(values) if values else Shaping()
         if shaping.jitter and not shaping.delay:
             raise BadInput("jitter is nothing without delay; expected both")
         self._panel.shape(endpoint(params["endpoint"]), shaping)
+        self._changed()
+        return None, None
+
+    def _carry(self, params: JSON) -> tuple[None, None]:
+        values = {key: parsed(quantities.CARRIES, key, text)
+                  for key, text in params["values"].items()}
+        cable = self._panel.cable(endpoint(params["endpoint"]))
+        cable.carries = replace(cable.carries, **values)
         self._changed()
         return None, None
 
@@ -251,11 +268,11 @@ def endpoint(text: str) -> Endpoint:
     return Endpoint(node, interface)
 
 
-def parsed(key: str, text: str) -> float:
-    """The value of a word about shaping."""
-    parse = quantities.PARSERS.get(key)
+def parsed(parsers: Mapping[str, Callable[[str], T]], key: str, text: str) -> T:
+    """The value of a word about a cable."""
+    parse = parsers.get(key)
     if parse is None:
-        raise BadInput(f"'{key}' is not known; expected {', '.join(quantities.PARSERS)}")
+        raise BadInput(f"'{key}' is not known; expected {', '.join(parsers)}")
     try:
         return parse(text)
     except ValueError as problem:

@@ -18,7 +18,7 @@ from typing import Iterable, Sequence
 from . import links, namespaces
 from .netlink import Monitor, Netlink, Request
 from .problems import BadInput, LabError, some
-from .topology import Endpoint, Link, Node, Shaping
+from .topology import Carries, Endpoint, Link, Node, Shaping
 
 ETH_P_ALL = 0x0003
 SOL_PACKET, PACKET_AUXDATA = 263, 8
@@ -49,6 +49,7 @@ class Cable:
     b: End
     shaping: Shaping
     pulled: bool = False
+    carries: Carries = Carries()
 
     def other(self, end: End) -> End:
         """The far one."""
@@ -56,7 +57,8 @@ class Cable:
 
     def link(self) -> Link:
         """As it is written."""
-        return Link(self.a.endpoint, self.b.endpoint, self.shaping, self.pulled)
+        return Link(self.a.endpoint, self.b.endpoint, self.shaping, self.pulled,
+                    self.carries)
 
 
 def address(number: int, index: int) -> bytes:
@@ -149,7 +151,7 @@ class Panel:
                                f"'disconnect {end.endpoint}' takes it away")
         if a is b:
             raise BadInput(f"{a.endpoint} can't be connected with itself; expected another end")
-        cable = Cable(a, b, link.shaping, link.pulled)
+        cable = Cable(a, b, link.shaping, link.pulled, link.carries)
         a.cable = b.cable = cable
         self.cables.append(cable)
         found = [links.redirect(a.index, b.index), links.redirect(b.index, a.index)]

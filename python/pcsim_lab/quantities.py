@@ -2,6 +2,7 @@
 from __future__ import annotations
 
 import re
+from typing import Callable
 
 RATES = {"bit": 1, "kbit": 10**3, "mbit": 10**6, "gbit": 10**9}
 TIMES = {"us": 1, "ms": 10**3, "s": 10**6}
@@ -43,6 +44,18 @@ def loss(text: str) -> float:
 PARSERS = {"rate": rate, "delay": delay, "jitter": delay, "loss": loss}
 
 
+def word_of(*words: str) -> Callable[[str], str]:
+    """One of these."""
+    def read(text: str) -> str:
+        if text not in words:
+            raise ValueError(", ".join(words[:-1]) + f" or {words[-1]}")
+        return text
+    return read
+
+
+CARRIES = {"speed": word_of("10", "100", "auto"), "duplex": word_of("half", "full", "auto")}
+
+
 def shown(value: float, units: dict[str, int]) -> str:
     """The shortest writing of a number in its smallest unit."""
     unit, size = max(((unit, size) for unit, size in units.items() if size <= max(value, 1)),
@@ -57,3 +70,9 @@ def shaping_words(rate_bits: int, delay_us: int, jitter_us: int, loss_percent: f
              f"jitter {shown(jitter_us, TIMES)}" if jitter_us else "",
              f"loss {loss_percent:g}%" if loss_percent else ""]
     return " ".join(filter(None, parts))
+
+
+def carries_words(speed: str, duplex: str) -> str:
+    """The same of what it carries."""
+    return " ".join(f"{name} {value}" for name, value in (("speed", speed), ("duplex", duplex))
+                    if value != "auto")

@@ -14,11 +14,11 @@ from . import kinds, quantities
 from .kinds import KINDS, NAME, Keys, Programs
 from .problems import BadInput, some
 from .source import Value, load
-from .topology import MANAGEMENT, SWITCHES, Endpoint, Link, Node, Shaping, Topology
+from .topology import MANAGEMENT, SWITCHES, Carries, Endpoint, Link, Node, Shaping, Topology
 
 LONGEST_PATH = 107  # of a socket
 LONGEST_INTERFACE = 15
-LINK_KEYS = ("endpoints", *quantities.PARSERS)
+LINK_KEYS = ("endpoints", *quantities.PARSERS, *quantities.CARRIES)
 PORT = re.compile(r"eth(0|[1-9]\d*)")
 
 
@@ -144,7 +144,9 @@ class Reader:
                           for key, parse in quantities.PARSERS.items() if key in keys})
         if shaping.jitter and not shaping.delay:
             raise keys["jitter"].wrong("a link has jitter without delay; expected both")
-        return Link(a, b, shaping)
+        carries = Carries(**{key: keys[key].parsed(parse)
+                             for key, parse in quantities.CARRIES.items() if key in keys})
+        return Link(a, b, shaping, carries=carries)
 
     def _endpoint(self, value: Value) -> Endpoint:
         text = value.text("NODE:INTERFACE")

@@ -105,7 +105,8 @@ def add_nodes(add: Callable[..., argparse.ArgumentParser]) -> None:
     link = add("link", commands.link, "Pull a cable, plug it, or change what it does to frames")
     link.add_argument("endpoint", metavar="NODE:INTERFACE",
                       help="NODE alone means all its cables, for up and down")
-    link.add_argument("words", nargs=rest, metavar="down|up|clear|rate R delay D jitter J loss L")
+    link.add_argument("words", nargs=rest, metavar="down|up|clear|rate R delay D jitter J loss L|"
+                                                   "speed S duplex D")
     disconnect = add("disconnect", commands.disconnect, "Take a cable away")
     disconnect.add_argument("endpoint", metavar="NODE:INTERFACE")
     connect = add("connect", commands.connect, "Lay a cable between two free interfaces")

@@ -5,9 +5,10 @@ from __future__ import annotations
 
 import dataclasses
 from dataclasses import dataclass, field
-from typing import Any, NamedTuple
+from typing import Any, NamedTuple, TypeVar
 
 JSON = dict[str, Any]
+T = TypeVar("T")
 
 # The kinds whose first interface is a management port, and whose others are the front panel.
 SWITCHES = ("pcsim", "hal")
@@ -29,6 +30,11 @@ class Endpoint(NamedTuple):
         return cls(*text.split(":", 1))
 
 
+def picked(kind: type[T], data: JSON) -> T:
+    """Of what was written, the fields of that kind."""
+    return kind(**{each.name: data[each.name] for each in dataclasses.fields(kind)})
+
+
 @dataclass(frozen=True)
 class Shaping:
     """What a cable does to frames, each way; nothing where it is 0."""
@@ -40,6 +46,14 @@ class Shaping:
 
 
 @dataclass(frozen=True)
+class Carries:
+    """What two PHYs may agree upon over a cable."""
+
+    speed: str = "auto"   # 10, 100
+    duplex: str = "auto"  # half, full
+
+
+@dataclass(frozen=True)
 class Link:
     """A cable."""
 
@@ -47,19 +61,18 @@ class Link:
     b: Endpoint
     shaping: Shaping = Shaping()
     pulled: bool = False
+    carries: Carries = Carries()
 
     def to_json(self) -> JSON:
         """As it is written."""
         return {"endpoints": [str(self.a), str(self.b)], **dataclasses.asdict(self.shaping),
-                "pulled": self.pulled}
+                **dataclasses.asdict(self.carries), "pulled": self.pulled}
 
     @classmethod
     def of(cls, data: JSON) -> Link:
         """From what was written."""
         a, b = map(Endpoint.of, data["endpoints"])
-        names = [each.name for each in dataclasses.fields(Shaping)]
-        return cls(a, b, Shaping(**{name: data[name] for name in names}),
-                   data["pulled"])
+        return cls(a, b, picked(Shaping, data), data["pulled"], picked(Carries, data))
 
 
 @dataclass(frozen=True)

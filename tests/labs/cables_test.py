@@ -167,9 +167,11 @@ WRONG = [
     (("link", "sw7", "down"), "there is no node 'sw7'; expected sw1, sw2, h1, h2"),
     (("disconnect", "sw1:"), "'sw1:' is no endpoint; expected NODE:INTERFACE, such as sw1:eth1"),
     (("link", "sw1:eth1", "rate"), "'rate' is nothing that a cable does; expected up, down, clear, "
-     "or some of rate 10mbit, delay 5ms, jitter 1ms, loss 1%"),
+     "some of rate 10mbit, delay 5ms, jitter 1ms, loss 1%, or of speed 10, duplex half"),
     (("link", "sw1:eth1", "rate", "fast"),
      "rate is 'fast'; expected a rate from 8kbit to 100gbit, such as 10mbit"),
+    (("link", "sw1:eth1", "speed", "7"), "speed is '7'; expected 10, 100 or auto"),
+    (("link", "sw1:eth1", "duplex", "none"), "duplex is 'none'; expected half, full or auto"),
     (("link", "sw1:eth1", "jitter", "1ms"), "jitter is nothing without delay; expected both"),
     (("connect", "sw1:eth1", "h1:eth1"),
      "sw1:eth1 has a cable to sw2:eth1 already; 'disconnect sw1:eth1' takes it away"),

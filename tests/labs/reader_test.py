@@ -4,7 +4,7 @@ from pcsim_lab import source
 from pcsim_lab.kinds import Programs
 from pcsim_lab.problems import BadInput, LabError
 from pcsim_lab.reader import read
-from pcsim_lab.topology import Endpoint, Link, Node, Shaping, Topology
+from pcsim_lab.topology import Carries, Endpoint, Link, Node, Shaping, Topology
 
 PROGRAMS = Programs("pcsim")
 PLAIN = ("pcsim", "--name", "l.{}", "--serve", "--quiet", "--shape")
@@ -23,7 +23,8 @@ topology:
     h: {kind: linux}
   links:
     - endpoints: ["a:eth0", "b:eth4"]
-    - {endpoints: [h:up, d:eth1], rate: 10mbit, delay: 5ms, jitter: 500us, loss: 0.5}
+    - {endpoints: [h:up, d:eth1], rate: 10mbit, delay: 5ms, jitter: 500us, loss: 0.5,
+       speed: 10, duplex: half}
 """
 
 
@@ -66,7 +67,8 @@ def test_a_file_with_everything(tmp_path):
             Node("d", "hal", ("eth0", "eth1", "eth2"), ("my-hal", "a b"), {"N": "1"}, ("true",)),
             Node("h", "linux", ("eth1", "eth2", "up"))),
         (Link(Endpoint("a", "eth0"), Endpoint("b", "eth4")),
-         Link(Endpoint("h", "up"), Endpoint("d", "eth1"), Shaping(10**7, 5000, 500, 0.5))))
+         Link(Endpoint("h", "up"), Endpoint("d", "eth1"), Shaping(10**7, 5000, 500, 0.5),
+              carries=Carries("10", "half"))))
 
 
 def test_what_was_written_is_read_again(tmp_path):
@@ -186,8 +188,11 @@ WRONG = [
      "6: 'rate' of a link is 'fast'; expected a rate from 8kbit to 100gbit, such as 10mbit"),
     (HEAD + "  links:\n    - {endpoints: [a:eth1, a:eth2], jitter: 1ms}\n",
      "6: a link has jitter without delay; expected both"),
+    (HEAD + "  links:\n    - {endpoints: [a:eth1, a:eth2], speed: 7}\n",
+     "6: 'speed' of a link is '7'; expected 10, 100 or auto"),
     (HEAD + "  links:\n    - {endpoints: [a:eth1, a:eth2], mtu: 1500}\n",
-     "6: unknown key 'mtu' of a link; expected endpoints, rate, delay, jitter, loss"),
+     "6: unknown key 'mtu' of a link; expected endpoints, rate, delay, jitter, loss, "
+     "speed, duplex"),
     ("name: l\ntopology:\n  nodes:\n    a: &x {<<: *x}\n",
      "4: node 'a' has no kind; expected pcsim, hal, linux"),
     ("name: l\ntopology:\n  nodes:\n    a: {<<: 3}\n",
