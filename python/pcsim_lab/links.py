@@ -7,65 +7,62 @@ from __future__ import annotations
 
 import errno
 import socket
-import struct
 from dataclasses import dataclass
+from typing import Any
 
-from .netlink import CREATE, EXCL, Message, Netlink, Request, attribute, attributes
+from pyroute2.netlink import NLM_F_CREATE, NLM_F_EXCL  # type: ignore[import]
+from pyroute2.netlink.rtnl import (  # type: ignore[import]
+    RTM_DELQDISC, RTM_DELTFILTER, RTM_GETLINK, RTM_NEWLINK, RTM_NEWNSID, RTM_NEWQDISC,
+    RTM_NEWTFILTER, RTM_SETLINK, TC_H_CLSACT, TC_H_ROOT)
+from pyroute2.netlink.rtnl.ifinfmsg import (  # type: ignore[import]
+    IFF_MULTICAST, IFF_NOARP, IFF_UP, ifinfmsg)
+from pyroute2.netlink.rtnl.nsidmsg import nsidmsg  # type: ignore[import]
+from pyroute2.netlink.rtnl.tcmsg import (  # type: ignore[import]
+    sched_netem, sched_tbf, tcmsg)
+from pyroute2.netlink.rtnl.tcmsg.common_act import get_tca_action  # type: ignore[import]
+
+from .netlink import Netlink, Request, State
 from .topology import Shaping
 
-NEWLINK, DELLINK, GETLINK, SETLINK = 16, 17, 18, 19
-NEWQDISC, DELQDISC = 36, 37
-NEWFILTER, DELFILTER = 44, 45
-NEWNSID = 88
-ADDRESS, IFNAME, LINKINFO, ALIAS, PEER_NAMESPACE, TARGET_NAMESPACE = 1, 3, 18, 20, 28, 46
-EXTENT, SKIP_STATISTICS = 29, 8
-IFF_UP, IFF_NOARP, IFF_MULTICAST, IFF_LOWER_UP = 1, 0x80, 0x1000, 0x10000
-ROOT, CLSACT, INGRESS, CLSACT_PARENT = 0xFFFFFFFF, 0xFFFF0000, 0xFFFFFFF2, 0xFFFFFFF1
-ETH_P_ALL = 0x0003
-STOLEN, EGRESS_REDIRECT = 4, 1
-TERMINAL = 1
+NEW = NLM_F_CREATE | NLM_F_EXCL
+SKIP_STATISTICS = 8
+INGRESS = TC_H_CLSACT + 1
+FIRST = 1 << 16 | socket.htons(0x0003)  # priority of a filter, for all protocols
+# No bit of the first four bytes need be set. They are those before the payload, which may be empty.
+EVERYTHING = "0x0/0x0+-14"
 HANDLE = 0x00010000
 LONGEST_FRAME = 1514
 QUEUE = 1000  # frames that may be under way each way, when they are late
 
 
-@dataclass(frozen=True)
-class State:
-    """An interface as the kernel tells of it."""
-
-    index: int
-    name: str
-    up: bool
-    carrier: bool
-    gone: bool
+def message(kind: Any, attributes: Any, **fields: int) -> Any:
+    """A message of a kind of pyroute2's."""
+    found = kind()
+    found.update(fields, attrs=list(attributes))
+    return found
 
 
-def link(index: int, flags: int = 0, change: int = 0) -> bytes:
-    """The head of a message about an interface."""
-    return struct.pack("=BxHiII", 0, 0, index, flags, change)
+def link(index: int = 0, attributes: Any = (), **fields: int) -> ifinfmsg:
+    """A message about an interface."""
+    return message(ifinfmsg, attributes, index=index, **fields)
 
 
-def state(message: Message) -> State | None:
-    """The interface that a message tells of, if it tells of one."""
-    kind, _, _, body = message
-    if kind not in (NEWLINK, DELLINK):
-        return None
-    _, _, index, flags, _ = struct.unpack_from("=BxHiII", body)
-    name = attributes(body[16:]).get(IFNAME, b"").rstrip(b"\0").decode()
-    return State(index, name, bool(flags & IFF_UP), bool(flags & IFF_LOWER_UP), kind == DELLINK)
+def traffic(index: int, parent: int, attributes: Any = (), **fields: int) -> tcmsg:
+    """A message about what becomes of frames."""
+    return message(tcmsg, attributes, index=index, parent=parent, **fields)
 
 
 def states(kernel: Netlink, number: int) -> list[State]:
     """All interfaces of the namespace of that number."""
-    body = link(0) + attribute(EXTENT, SKIP_STATISTICS) + attribute(TARGET_NAMESPACE, number)
-    found = kernel.dump(Request(GETLINK, body, about="list interfaces"))
-    return [seen for seen in map(state, found) if seen is not None]
+    question = link(attributes=[("IFLA_EXT_MASK", SKIP_STATISTICS), ("IFLA_IF_NETNSID", number)])
+    question["header"] = {"type": RTM_GETLINK}
+    return kernel.states(question)
 
 
 def name_namespace(descriptor: int, number: int) -> Request:
     """Gives a namespace a number."""
-    body = b"\0\0\0\0" + attribute(1, number) + attribute(3, descriptor)
-    return Request(NEWNSID, body, about="number a namespace")
+    named = message(nsidmsg, [("NETNSA_NSID", number), ("NETNSA_FD", descriptor)])
+    return Request(RTM_NEWNSID, named, about="number a namespace")
 
 
 @dataclass(frozen=True)
@@ -77,7 +74,7 @@ class Pair:
     name: str           # on the panel
     node_index: int
     interface: str
-    address: bytes
+    address: str
     silent: bool        # neither ARP nor multicast of the kernel's own
     namespace: int      # descriptor
 
@@ -85,85 +82,68 @@ class Pair:
 def make(pair: Pair, alias: str) -> list[Request]:
     """Makes the pair, both ends down: none can be up before it has the other."""
     quiet = IFF_NOARP | IFF_MULTICAST if pair.silent else 0
-    peer = (link(pair.node_index, quiet & IFF_NOARP, quiet) + attribute(IFNAME, pair.interface)
-            + attribute(ADDRESS, pair.address) + attribute(PEER_NAMESPACE, pair.namespace))
-    kind = attribute(LINKINFO, attribute(1, "veth") + attribute(2, attribute(1, peer)))
-    body = link(pair.index, IFF_NOARP, IFF_NOARP | IFF_MULTICAST) + attribute(IFNAME, pair.name)
+    peer = {"index": pair.node_index, "flags": quiet & IFF_NOARP, "change": quiet,
+            "attrs": [("IFLA_IFNAME", pair.interface), ("IFLA_ADDRESS", pair.address),
+                      ("IFLA_NET_NS_FD", pair.namespace)]}
+    kind = [("IFLA_INFO_KIND", "veth"), ("IFLA_INFO_DATA", {"attrs": [("VETH_INFO_PEER", peer)]})]
     return [
-        Request(NEWLINK, body + kind, CREATE | EXCL, f"make interface {alias}", (), "veth"),
-        Request(SETLINK, link(pair.index) + attribute(ALIAS, alias), 0, f"name {alias}"),
-        Request(NEWQDISC, traffic(pair.index, CLSACT_PARENT, CLSACT) + attribute(1, "clsact"),
-                CREATE | EXCL, f"prepare {alias}", (), "sch_ingress"),
+        Request(RTM_NEWLINK,
+                link(pair.index, [("IFLA_IFNAME", pair.name), ("IFLA_LINKINFO", {"attrs": kind})],
+                     flags=IFF_NOARP, change=IFF_NOARP | IFF_MULTICAST),
+                NEW, f"make interface {alias}", (), "veth"),
+        Request(RTM_SETLINK, link(pair.index, [("IFLA_IFALIAS", alias)]), 0, f"name {alias}"),
+        Request(RTM_NEWQDISC,
+                traffic(pair.index, TC_H_CLSACT, [("TCA_KIND", "clsact")],
+                        handle=TC_H_CLSACT & 0xFFFF0000),
+                NEW, f"prepare {alias}", (), "sch_ingress"),
     ]
 
 
 def set_up(index: int, up: bool) -> Request:
     """Takes an interface up or down; one that is gone stays so."""
-    return Request(SETLINK, link(index, IFF_UP if up else 0, IFF_UP), 0, "switch an interface",
-                   (errno.ENODEV,))
-
-
-def traffic(index: int, parent: int, handle: int = 0, info: int = 0) -> bytes:
-    """The head of a message about traffic."""
-    return struct.pack("=BxHiIII", 0, 0, index, handle, parent, info)
+    return Request(RTM_SETLINK, link(index, flags=IFF_UP if up else 0, change=IFF_UP), 0,
+                   "switch an interface", (errno.ENODEV,))
 
 
 def redirect(source: int, target: int) -> Request:
     """What comes in at one interface of the panel goes out at the other."""
-    # struct tc_mirred: index, capab, action, references, binds, which way, interface.
-    mirred = attribute(2, struct.pack("=IIiiiiI", 0, 0, STOLEN, 0, 0, EGRESS_REDIRECT, target))
-    action = attribute(1, attribute(1, "mirred") + attribute(2, mirred))
-    everything = struct.pack("=BBBxHHhhhxxI", TERMINAL, 0, 0, 0, 0, 0, 0, 0, 0)
-    options = attribute(2, attribute(5, everything) + attribute(7, action))
-    body = traffic(source, INGRESS, 0, info(1)) + attribute(1, "u32") + options
-    return Request(NEWFILTER, body, CREATE | EXCL, "lay a cable", (),
-                   "cls_u32 or act_mirred")
+    out = {"kind": "mirred", "direction": "egress", "action": "redirect", "ifindex": target}
+    options = [("TCA_U32_SEL", {"keys": [EVERYTHING]}),
+               ("TCA_U32_ACT", get_tca_action({"action": out}))]
+    laid = traffic(source, INGRESS, [("TCA_KIND", "u32"), ("TCA_OPTIONS", {"attrs": options})],
+                   info=FIRST)
+    return Request(RTM_NEWTFILTER, laid, NEW, "lay a cable", (), "cls_u32 or act_mirred")
 
 
 def end_redirect(source: int) -> Request:
     """Nothing goes on from there any more."""
-    return Request(DELFILTER, traffic(source, INGRESS, 0, info(1)), 0, "take a cable away",
+    return Request(RTM_DELTFILTER, traffic(source, INGRESS, info=FIRST), 0, "take a cable away",
                    (errno.ENOENT, errno.ENODEV, errno.EINVAL))
-
-
-def info(priority: int) -> int:
-    """Priority and protocol of a filter, as the kernel has them."""
-    return priority << 16 | socket.htons(ETH_P_ALL)
 
 
 def shape(index: int, shaping: Shaping) -> list[Request]:
     """Makes what leaves there as slow, late and lossy as is asked."""
-    head = traffic(index, ROOT)
-    found = [Request(DELQDISC, head, 0, "end shaping", (errno.ENOENT, errno.EINVAL, errno.ENODEV))]
+    found = [Request(RTM_DELQDISC, traffic(index, TC_H_ROOT), 0, "end shaping",
+                     (errno.ENOENT, errno.EINVAL, errno.ENODEV))]
     if shaping == Shaping():
         return found
     late = shaping.delay or shaping.jitter or shaping.loss
     name, options = ("netem", netem(shaping)) if late else ("tbf", token_bucket(shaping.rate))
-    what = "late or lossy" if late else "slow"
-    body = traffic(index, ROOT, HANDLE) + attribute(1, name) + attribute(2, options)
-    return [*found, Request(NEWQDISC, body, CREATE | EXCL, f"make a cable {what}", (),
-                            f"sch_{name}")]
+    made = traffic(index, TC_H_ROOT, [("TCA_KIND", name), ("TCA_OPTIONS", options)], handle=HANDLE)
+    about = "make a cable " + ("late or lossy" if late else "slow")
+    return [*found, Request(RTM_NEWQDISC, made, NEW, about, (), f"sch_{name}")]
 
 
-def token_bucket(rate: int) -> bytes:
+def token_bucket(rate: int) -> Any:
     """Ten milliseconds in one burst; fifty more may wait, or a hundred frames."""
     speed = rate // 8
     burst = max(speed // 100, 2000)
     limit = burst + min(max(speed // 20, 100 * LONGEST_FRAME), 1 << 30)
-    rates = struct.pack("=BBHhHI", 0, 1, 0, -1, 0, min(speed, 0xFFFFFFFF)) + bytes(12)
-    return (attribute(1, rates + struct.pack("=III", limit, 0, 0))
-            + (attribute(4, struct.pack("=Q", speed)) if speed > 0xFFFFFFFF else b"")
-            + attribute(6, burst))
+    return sched_tbf.get_parameters({"rate": speed, "burst": burst, "limit": limit})
 
 
-def netem(shaping: Shaping) -> bytes:
-    """Latency and jitter in ns, loss as a share of 2^32, the rate in byte/s."""
-    loss = min(round(shaping.loss / 100 * 0x100000000), 0xFFFFFFFF)
-    head = struct.pack("=IIIIII", 0, QUEUE, loss, 0, 0, 0)
-    times = (attribute(10, struct.pack("=q", shaping.delay * 1000))
-             + attribute(11, struct.pack("=q", shaping.jitter * 1000)))
-    if not shaping.rate:
-        return head + times
-    speed = shaping.rate // 8
-    wide = attribute(8, struct.pack("=Q", speed)) if speed > 0xFFFFFFFF else b""
-    return head + times + wide + attribute(6, struct.pack("=IiIi", min(speed, 0xFFFFFFFF), 0, 0, 0))
+def netem(shaping: Shaping) -> Any:
+    """Latency, jitter, loss and rate together."""
+    return sched_netem.get_parameters({
+        "delay": shaping.delay, "jitter": shaping.jitter, "loss": shaping.loss, "limit": QUEUE,
+        "rate": shaping.rate // 8 or None})

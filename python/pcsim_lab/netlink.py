@@ -1,4 +1,4 @@
-"""Messages to the kernel's network, and its answers: no more of netlink than a lab needs.
+"""What is asked of the kernel's network, by way of pyroute2, and what the kernel tells of it.
 
 Requests go out many at a time, since a lab of hundreds of nodes makes thousands of them.
 """
@@ -9,39 +9,20 @@ import os
 import socket
 import struct
 from dataclasses import dataclass
-from typing import Iterator, Sequence
+from typing import Any, Sequence
 
-SOL_NETLINK = 270
-NETLINK_EXT_ACK, NETLINK_LISTEN_ALL_NSID = 11, 8
+from pyroute2 import IPRoute  # type: ignore[import]
+from pyroute2.netlink import NLM_F_ACK, NLM_F_DUMP, NLM_F_REQUEST, nlmsg  # type: ignore[import]
+from pyroute2.netlink.exceptions import NetlinkError  # type: ignore[import]
+from pyroute2.netlink.rtnl import RTM_DELLINK, RTM_NEWLINK  # type: ignore[import]
+
+SOL_NETLINK, NETLINK_LISTEN_ALL_NSID = 270, 8
 SO_RCVBUFFORCE = 33
 RTMGRP_LINK = 1
-NLMSG_ERROR, NLMSG_DONE = 2, 3
-REQUEST, ACK, DUMP, CREATE, EXCL = 1, 4, 0x300, 0x400, 0x200
-CAPPED, ACK_TLVS = 0x100, 0x200
+IFF_UP, IFF_LOWER_UP = 1, 0x10000
 BATCH = 64  # requests whose answers surely fit into the socket's buffer
-NESTED = 0x8000
 NO_NAMESPACE = -1
-
-
-def attribute(kind: int, value: bytes | int | str) -> bytes:
-    """One attribute; numbers have 32 bits, texts end in a zero."""
-    if isinstance(value, int):
-        value = struct.pack("=I", value)
-    elif isinstance(value, str):
-        value = value.encode() + b"\0"
-    return struct.pack("=HH", len(value) + 4, kind) + value + bytes(-len(value) % 4)
-
-
-def attributes(data: bytes) -> dict[int, bytes]:
-    """The attributes that stand there, by kind."""
-    found, at = {}, 0
-    while at + 4 <= len(data):
-        length, kind = struct.unpack_from("=HH", data, at)
-        if length < 4:
-            break
-        found[kind & ~NESTED] = data[at + 4:at + length]
-        at += length + -length % 4
-    return found
+HEAD = struct.Struct("=IHHIIBxHiII")  # of a message about an interface
 
 
 @dataclass(frozen=True)
@@ -49,7 +30,7 @@ class Request:
     """What the kernel is asked; `about` says it to the user when it is refused."""
 
     kind: int
-    body: bytes
+    message: nlmsg
     flags: int = 0
     about: str = ""
     tolerates: tuple[int, ...] = ()  # errors that are none here
@@ -59,39 +40,38 @@ class Request:
 class Refused(OSError):
     """The kernel has refused a request."""
 
-    def __init__(self, request: Request, number: int, text: str) -> None:
-        why = os.strerror(number) + (f" ({text})" if text else "")
+    def __init__(self, request: Request, problem: NetlinkError) -> None:
+        number, text = problem.args
+        why = os.strerror(number) + (f" ({text})" if text != os.strerror(number) else "")
         if request.module and number in (errno.ENOENT, errno.EOPNOTSUPP):
             why = f"this kernel doesn't know how; expected its module {request.module}"
         super().__init__(number, f"cannot {request.about}: {why}")
 
 
-Message = tuple[int, int, int, bytes]  # kind, flags, sequence number, body
+@dataclass(frozen=True)
+class State:
+    """An interface as the kernel tells of it."""
+
+    index: int
+    up: bool
+    carrier: bool
+    gone: bool = False
 
 
-def messages(data: bytes) -> Iterator[Message]:
-    """The messages that have come in one piece."""
-    at = 0
-    while at + 16 <= len(data):
-        length, kind, flags, sequence, _ = struct.unpack_from("=IHHII", data, at)
-        if length < 16:
-            return
-        yield kind, flags, sequence, data[at + 16:at + length]
-        at += length + -length % 4
+def state(index: int, flags: int, gone: bool) -> State:
+    """Of its flags."""
+    return State(index, bool(flags & IFF_UP), bool(flags & IFF_LOWER_UP), gone)
 
 
 class Netlink:
     """A socket for requests of the namespace that it was made in."""
 
     def __init__(self) -> None:
-        self._socket = socket.socket(socket.AF_NETLINK, socket.SOCK_RAW | socket.SOCK_CLOEXEC, 0)
-        self._socket.setsockopt(SOL_NETLINK, NETLINK_EXT_ACK, 1)
-        self._socket.bind((0, 0))
-        self._sequence = 0
+        self._kernel = IPRoute(ext_ack=True)
 
     def close(self) -> None:
         """Lets go of the socket."""
-        self._socket.close()
+        self._kernel.close()
 
     def perform(self, requests: Sequence[Request]) -> None:
         """Runs them in order. Refused for the first that is; those behind it may have been done."""
@@ -99,55 +79,27 @@ class Netlink:
             self._batch(requests[start:start + BATCH])
 
     def _batch(self, batch: Sequence[Request]) -> None:
-        first = self._sequence + 1
-        self._socket.send(b"".join(self._packed(request, REQUEST | ACK | request.flags)
-                                   for request in batch))
-        waiting, refused = len(batch), None
-        while waiting:
-            for kind, flags, sequence, body in messages(self._socket.recv(1 << 16)):
-                if kind != NLMSG_ERROR or sequence < first:
-                    continue
-                waiting -= 1
-                request = batch[sequence - first]
-                number = -struct.unpack_from("=i", body)[0]
-                if number and number not in request.tolerates:
-                    refused = refused or Refused(request, number, explanation(flags, body))
-        if refused is not None:
-            raise refused
+        for request in batch:
+            request.message["header"] = {"type": request.kind,
+                                         "flags": NLM_F_REQUEST | NLM_F_ACK | request.flags}
+        answers = self._kernel.nlm_request_batch([request.message for request in batch],
+                                                 noraise=True)
+        for request, answer in zip(batch, answers):
+            problem = answer["header"]["error"]
+            if problem is not None and problem.code not in request.tolerates:
+                raise Refused(request, problem)
 
-    def _packed(self, request: Request, flags: int) -> bytes:
-        self._sequence += 1
-        return struct.pack("=IHHII", len(request.body) + 16, request.kind, flags, self._sequence,
-                           0) + request.body + bytes(-len(request.body) % 4)
-
-    def dump(self, request: Request) -> list[Message]:
-        """All that there is of what the request names."""
-        self._socket.send(self._packed(request, REQUEST | DUMP))
-        found: list[Message] = []
-        while True:
-            for message in messages(self._socket.recv(1 << 16)):
-                kind, flags, sequence, body = message
-                if sequence != self._sequence:
-                    continue
-                if kind == NLMSG_DONE:
-                    return found
-                if kind == NLMSG_ERROR:
-                    number = -struct.unpack_from("=i", body)[0]
-                    raise Refused(request, number, explanation(flags, body))
-                found.append(message)
-
-
-def explanation(flags: int, body: bytes) -> str:
-    """What the kernel says of a refusal, if it does."""
-    if not flags & ACK_TLVS:
-        return ""
-    behind = 20 if flags & CAPPED else 4 + struct.unpack_from("=I", body, 4)[0]
-    return attributes(body[behind:]).get(1, b"").rstrip(b"\0").decode(errors="replace")
+    def states(self, question: nlmsg) -> list[State]:
+        """The interfaces that a question is about."""
+        found: Any = self._kernel.nlm_request(question, msg_type=question["header"]["type"],
+                                              msg_flags=NLM_F_REQUEST | NLM_F_DUMP)
+        return [state(each["index"], each["flags"], False) for each in found]
 
 
 class Monitor:
     """A socket that hears of every change of an interface, in all namespaces that have a number in
-    the one that it was made in."""
+    the one that it was made in. That number comes beside a message, and pyroute2 doesn't hand it
+    on: so this reads for itself."""
 
     def __init__(self, buffer: int = 8 << 20) -> None:
         self._socket = socket.socket(socket.AF_NETLINK, socket.SOCK_RAW | socket.SOCK_CLOEXEC, 0)
@@ -163,9 +115,9 @@ class Monitor:
         """For those who wait."""
         return self._socket.fileno()
 
-    def read(self) -> list[tuple[int, Message]] | None:
-        """What has come: (number of the namespace, message). None when something was lost."""
-        found: list[tuple[int, Message]] = []
+    def read(self) -> list[tuple[int, State]] | None:
+        """What has come: (number of the namespace, interface). None when something was lost."""
+        found: list[tuple[int, State]] = []
         while True:
             try:
                 data, extras, _, _ = self._socket.recvmsg(1 << 16, socket.CMSG_SPACE(4))
@@ -179,4 +131,17 @@ class Monitor:
             for level, kind, value in extras:
                 if (level, kind) == (SOL_NETLINK, NETLINK_LISTEN_ALL_NSID):
                     space = struct.unpack("=i", value)[0]
-            found += [(space, message) for message in messages(data)]
+            found += [(space, each) for each in told(data)]
+
+
+def told(data: bytes) -> list[State]:
+    """The interfaces that the messages of one piece tell of."""
+    found, at = [], 0
+    while at + HEAD.size <= len(data):
+        length, kind, _, _, _, _, _, index, flags, _ = HEAD.unpack_from(data, at)
+        if length < HEAD.size:
+            break
+        if kind in (RTM_NEWLINK, RTM_DELLINK):
+            found.append(state(index, flags, kind == RTM_DELLINK))
+        at += length + -length % 4
+    return found

@@ -11,12 +11,11 @@ is heard by a monitor, and is all that decides, so no order of events ends wrong
 from __future__ import annotations
 
 import socket
-import struct
 from dataclasses import dataclass
 from typing import Iterable, Sequence
 
 from . import links, namespaces
-from .netlink import Monitor, Netlink, Request
+from .netlink import Monitor, Netlink, Request, State
 from .problems import BadInput, LabError, some
 from .topology import Carries, Endpoint, Link, Node, Shaping
 
@@ -61,9 +60,9 @@ class Cable:
                     self.carries)
 
 
-def address(number: int, index: int) -> bytes:
+def address(number: int, index: int) -> str:
     """The hardware address of a node's interface: node and interface can be read in it."""
-    return struct.pack(">BBHH", 2, 0, number + 1, index)
+    return f"02:00:{number + 1 >> 8:02x}:{number + 1 & 255:02x}:{index >> 8:02x}:{index & 255:02x}"
 
 
 class Panel:
@@ -198,9 +197,8 @@ class Panel:
             self.resync()
             return
         touched = []
-        for space, message in heard:
-            state = links.state(message)
-            if state is None or not 0 <= space < len(self._of_space):
+        for space, state in heard:
+            if not 0 <= space < len(self._of_space):
                 continue
             end = self._of_space[space].get(state.index)
             if end is None:
@@ -221,7 +219,7 @@ class Panel:
                     end.up, end.carrier, end.gone = False, False, True
         self._settle(self.ends.values())
 
-    def _note(self, end: End, state: links.State) -> None:
+    def _note(self, end: End, state: State) -> None:
         end.gone = state.gone
         end.up = state.up and not state.gone
         end.carrier = state.carrier and not state.gone

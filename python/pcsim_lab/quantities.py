@@ -20,8 +20,8 @@ def quantity(text: str, units: dict[str, int]) -> float | None:
 def rate(text: str) -> int:
     """In bit/s. ValueError with what was expected, here and below."""
     found = quantity(text, RATES)
-    if found is None or not 8000 <= found <= 10**11:
-        raise ValueError("a rate from 8kbit to 100gbit, such as 10mbit")
+    if found is None or not 8000 <= found <= 30 * 10**9:
+        raise ValueError("a rate from 8kbit to 30gbit, such as 10mbit")
     return round(found)
 
 

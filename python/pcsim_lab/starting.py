@@ -2,6 +2,7 @@
 from __future__ import annotations
 
 import contextlib
+import importlib.util
 import json
 import os
 import select
@@ -28,6 +29,9 @@ Progress = Callable[[int, int], None]
 def up(topology: Topology, timeout: float, progress: Progress = lambda *_: None) -> float:
     """Brings the lab up and returns the seconds that it took. When it can't be, nothing is left
     behind, and what is raised says why, with the last lines of the node that has failed."""
+    if importlib.util.find_spec("pyroute2") is None:
+        raise LabError("labs are made with pyroute2, which is missing; expected Debian's package "
+                       "python3-pyroute2, or that of 'pip install pcsim[lab]'")
     folder = Folder.claim(topology)
     try:
         with interrupting(signal.SIGTERM):

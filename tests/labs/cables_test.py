@@ -169,7 +169,7 @@ WRONG = [
     (("link", "sw1:eth1", "rate"), "'rate' is nothing that a cable does; expected up, down, clear, "
      "some of rate 10mbit, delay 5ms, jitter 1ms, loss 1%, or of speed 10, duplex half"),
     (("link", "sw1:eth1", "rate", "fast"),
-     "rate is 'fast'; expected a rate from 8kbit to 100gbit, such as 10mbit"),
+     "rate is 'fast'; expected a rate from 8kbit to 30gbit, such as 10mbit"),
     (("link", "sw1:eth1", "speed", "7"), "speed is '7'; expected 10, 100 or auto"),
     (("link", "sw1:eth1", "duplex", "none"), "duplex is 'none'; expected half, full or auto"),
     (("link", "sw1:eth1", "jitter", "1ms"), "jitter is nothing without delay; expected both"),

@@ -1,4 +1,5 @@
 """The keeper's socket bears whatever comes: each request gets an answer, and the lab goes on."""
+import importlib.util
 import json
 import os
 import random
@@ -12,6 +13,7 @@ import pytest
 from conftest import PROGRAM, eventually, run
 from pcsim_lab import control
 from pcsim_lab.folders import began
+from pcsim_lab.tool import main
 
 LAB = "name: one\ntopology: {nodes: {h: {kind: linux, ports: 1}}}\n"
 SEED = int(os.environ.get("PCSIM_SEED", "1"))
@@ -104,6 +106,15 @@ def keepers(run_folder):
         if b"keep" in words and os.fsencode(run_folder) in b"".join(words) and began(int(pid)):
             found.append(int(pid))
     return found
+
+
+def test_without_what_makes_labs_nothing_is_begun(labs, run_folder, monkeypatch, capsys):
+    monkeypatch.setattr(importlib.util, "find_spec", lambda _: None)
+    assert main(["up", str(labs.write(LAB))]) == 1
+    assert capsys.readouterr().err == (
+        "pcsim-lab: labs are made with pyroute2, which is missing; expected Debian's package "
+        "python3-pyroute2, or that of 'pip install pcsim[lab]'\n")
+    assert not list((run_folder / "labs").glob("*"))
 
 
 def test_two_starts_of_one_name_make_one_lab(labs, run_folder):

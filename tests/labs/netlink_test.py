@@ -1,79 +1,93 @@
-"""Messages to the kernel, byte by byte, and the kernel's answers."""
+"""Messages to the kernel, its answers, and what it tells by itself."""
+import json
 import struct
+import subprocess
 
 import pytest
 from conftest import in_lab
 from pcsim_lab import links, namespaces, netlink
 from pcsim_lab.topology import Shaping
 
+NEW, DELETED, OTHER = 16, 17, 24
 
-def test_attributes_are_padded_and_found_again():
-    data = netlink.attribute(3, "eth1") + netlink.attribute(5, 7) + netlink.attribute(0x8006, b"abc")
-    assert data == (b"\x09\0\x03\0eth1\0\0\0\0" + b"\x08\0\x05\0\x07\0\0\0" + b"\x07\0\x06\x80abc\0")
-    assert netlink.attributes(data) == {3: b"eth1\0", 5: b"\x07\0\0\0", 6: b"abc"}
+
+def piece(*interfaces):
+    """Messages as the kernel sends them: (kind, index, flags, bytes of attributes)."""
+    return b"".join(struct.pack("=IHHIIBxHiII", 32 + rest, kind, 0, 0, 0, 0, 1, index, flags, 0)
+                    + bytes(rest) for kind, index, flags, rest in interfaces)
+
+
+def test_what_the_kernel_tells_of_interfaces():
+    data = piece((NEW, 3, 0x10001, 0), (OTHER, 4, 1, 8), (DELETED, 5, 0, 12), (NEW, 6, 1, 4))
+    assert netlink.told(data) == [netlink.State(3, True, True), netlink.State(5, False, False, True),
+                                  netlink.State(6, True, False)]
 
 
 def test_what_is_cut_off_is_left_out():
-    data = netlink.attribute(5, 7)
-    assert netlink.attributes(data[:3]) == {}
-    assert netlink.attributes(b"\0\0\0\0" + data) == {}
-    assert list(netlink.messages(b"\x08\0\0\0" + bytes(12))) == []
+    data = piece((NEW, 3, 0x10001, 0), (NEW, 4, 1, 0))
+    assert netlink.told(data[:-1]) == [netlink.State(3, True, True)]
+    assert netlink.told(data[:31]) == []
+    assert netlink.told(struct.pack("=I", 8) + data[4:]) == []
 
 
-def test_a_rate_alone_is_a_token_bucket():
-    ended, made = links.shape(7, Shaping(rate=10_000_000))
-    assert (ended.kind, made.kind) == (37, 36)
-    assert made.body[:20] == struct.pack("=BxHiIII", 0, 0, 7, 0x10000, 0xFFFFFFFF, 0)
-    found = netlink.attributes(made.body[20:])
-    assert found[1] == b"tbf\0"
-    options = netlink.attributes(found[2])
-    # 1,250,000 byte/s; 12,500 at once, and 151,400 more may wait.
-    assert struct.unpack("=BBHhHI", options[1][:12]) == (0, 1, 0, -1, 0, 1_250_000)
-    assert struct.unpack("=III", options[1][24:]) == (163_900, 0, 0)
-    assert options[6] == struct.pack("=I", 12_500)
-    assert 4 not in options
+def pair():
+    """Two ends in one namespace."""
+    return links.Pair(5, "p5", 2, "eth1", "02:00:00:00:00:01", True, namespaces.network())
 
 
-def test_a_rate_beyond_32_bits_has_64():
-    found = netlink.attributes(links.shape(7, Shaping(rate=10**11))[1].body[20:])
-    options = netlink.attributes(found[2])
-    assert options[1][8:12] == b"\xff\xff\xff\xff"
-    assert options[4] == struct.pack("=Q", 12_500_000_000)
+def queue(kernel, shaping):
+    """What the kernel has behind the end on the panel then."""
+    kernel.perform(links.shape(5, shaping))
+    said = subprocess.run(["tc", "-json", "qdisc", "show", "dev", "p5", "root"], check=True,
+                          capture_output=True, text=True).stdout
+    return [[found["kind"], found.get("options", {})] for found in json.loads(said)
+            if found["kind"] != "noqueue"]
+
+
+@pytest.mark.parametrize("rate, options", (
+    # 12,500 byte at once, and 151,400 more may wait; the fastest; the slowest.
+    (10_000_000, {"rate": 1_250_000, "burst": 12_500, "lat": 121_120}),
+    (30 * 10**9, {"rate": 3_750_000_000, "burst": 37_500_000, "lat": 50_000}),
+    (8_000, {"rate": 1_000, "burst": 2_000, "lat": 151_400_000})))
+def test_a_rate_alone_is_a_token_bucket(rate, options):
+    def work():
+        kernel = netlink.Netlink()
+        kernel.perform(links.make(pair(), "a:eth1"))
+        return [queue(kernel, Shaping(rate=rate)), queue(kernel, Shaping())]
+    [[kind, found]], ended = in_lab(work)
+    assert (kind, found["rate"], ended) == ("tbf", options["rate"], [])
+    for name in ("burst", "lat"):
+        assert found[name] == pytest.approx(options[name], rel=0.01), name
 
 
 def test_everything_else_is_netem():
-    found = netlink.attributes(
-        links.shape(7, Shaping(8_000_000, 5000, 1000, 25.0))[1].body[20:])
-    assert found[1] == b"netem\0"
-    # Latency, queue, loss as a share of 2^32, gap, duplicates, jitter; times stand behind, in ns.
-    assert struct.unpack("=IIIIII", found[2][:24]) == (0, 1000, 0x40000000, 0, 0, 0)
-    options = netlink.attributes(found[2][24:])
-    assert options[10] == struct.pack("=q", 5_000_000)
-    assert options[11] == struct.pack("=q", 1_000_000)
-    assert options[6] == struct.pack("=IiIi", 1_000_000, 0, 0, 0)
-
-
-def test_everything_lost_is_no_overflow():
-    found = netlink.attributes(links.shape(7, Shaping(loss=100.0))[1].body[20:])
-    assert struct.unpack_from("=I", found[2], 8) == (0xFFFFFFFF,)
+    # Times are in the kernel's ticks of 64 ns, the loss is a share of 2^32.
+    found = links.netem(Shaping(8_000_000, 5000, 1000, 25.0))
+    assert (found["limit"], found["gap"], found["duplicate"]) == (1000, 0, 0)
+    assert found["delay"] == pytest.approx(5_000_000 / 64, rel=1e-6)
+    assert found["jitter"] == pytest.approx(1_000_000 / 64, rel=1e-6)
+    assert found["loss"] == pytest.approx(0x40000000, abs=1)
+    assert found["attrs"][0][1]["rate"] == 1_000_000
+    assert links.netem(Shaping(delay=1))["attrs"] == []
+    assert links.netem(Shaping(loss=100.0))["loss"] == 0xFFFFFFFF
 
 
 def test_no_shaping_ends_what_was():
-    assert [request.kind for request in links.shape(7, Shaping())] == [37]
+    assert [request.about for request in links.shape(7, Shaping())] == ["end shaping"]
 
 
 def test_a_refusal_says_what_was_refused_and_why():
     def work():
         kernel = netlink.Netlink()
-        pair = links.Pair(5, "p5", 2, "eth1", bytes([2, 0, 0, 0, 0, 1]), True, namespaces.network())
         with pytest.raises(netlink.Refused) as raised:
-            kernel.perform(links.make(pair, "a:eth1") + links.make(pair, "b:eth1"))
-        names = [state.name for state in links_here(kernel)]
-        return [raised.value.strerror, names]
-
-    def links_here(kernel):
-        found = kernel.dump(netlink.Request(links.GETLINK, links.link(0)))
-        return [links.state(message) for message in found]
-    said, names = in_lab(work)
+            kernel.perform(links.make(pair(), "a:eth1") + links.make(pair(), "b:eth1"))
+        with pytest.raises(netlink.Refused) as explained:
+            kernel.perform([netlink.Request(links.RTM_NEWNSID, links.message(links.nsidmsg, []),
+                                            about="number nothing")])
+        kernel.perform([links.name_namespace(namespaces.network(), 7)])
+        names = [state.index for state in links.states(kernel, 7)]
+        return [raised.value.strerror, explained.value.strerror, names]
+    said, why, indices = in_lab(work)
     assert said == "cannot make interface b:eth1: File exists"
-    assert "p5" in names and "eth1" in names
+    assert why == "cannot number nothing: Invalid argument (nsid is missing)"
+    assert {2, 5} <= set(indices)

@@ -10,7 +10,7 @@ import time
 import pytest
 from conftest import in_lab
 from pcsim_lab import links, namespaces
-from pcsim_lab.netlink import Netlink
+from pcsim_lab.netlink import RTM_DELLINK, Netlink
 from pcsim_lab.panel import Panel
 from pcsim_lab.problems import BadInput
 from pcsim_lab.topology import Endpoint, Link, Node, Shaping
@@ -164,7 +164,7 @@ def test_a_storm_that_nobody_could_follow_ends_right():
 def test_an_interface_that_is_deleted_takes_the_link():
     def work():
         bench = joined()
-        bench.kernels[0].perform([links.Request(links.DELLINK, links.link(2))])
+        bench.kernels[0].perform([links.Request(RTM_DELLINK, links.link(2))])
         bench.hear()
         gone = bench.panel.ends[end(0)].gone
         bench.panel.disconnect(end(1))

@@ -185,7 +185,7 @@ WRONG = [
      "7: 'a234567890123456' is no name of an interface; expected at most 15 letters, digits, '_', "
      "'.' and '-'"),
     (HEAD + "  links:\n    - {endpoints: [a:eth1, a:eth2], rate: fast}\n",
-     "6: 'rate' of a link is 'fast'; expected a rate from 8kbit to 100gbit, such as 10mbit"),
+     "6: 'rate' of a link is 'fast'; expected a rate from 8kbit to 30gbit, such as 10mbit"),
     (HEAD + "  links:\n    - {endpoints: [a:eth1, a:eth2], jitter: 1ms}\n",
      "6: a link has jitter without delay; expected both"),
     (HEAD + "  links:\n    - {endpoints: [a:eth1, a:eth2], speed: 7}\n",
