@@ -7,9 +7,18 @@ from typing import Iterator
 
 from sources import Problem, Tree
 
-PACKAGES = ("python/pcsim/", "python/pcsim_web/")
+PACKAGES = ("python/pcsim/", "python/pcsim_lab/", "python/pcsim_web/")
 STATIC = "python/pcsim_web/static/"
 TOGETHER = STATIC + "app.js"  # the one module that knows all rooms of the page
+
+# (package, one that it must not know, why).
+ABOVE = (
+    ("python/pcsim/", "python/pcsim_web",
+     "the client knows nothing of the page; move what both need into pcsim"),
+    ("python/pcsim/", "python/pcsim_lab",
+     "the client knows nothing of labs; move what both need into pcsim"),
+    ("python/pcsim_lab/", "python/pcsim_web", "labs know nothing of the page, which draws them"),
+)
 
 SCRIPT_IMPORT = re.compile(r"""^(?:import\s+|(?:import|export)\b[^"';()=]*?\bfrom\s+)["']([^"']+)"""
                            r"""|\bimport\(["']([^"']+)""", re.MULTILINE)
@@ -69,8 +78,9 @@ def room_of(path: str) -> str:
 
 def objection(path: str, target: str, files: dict[str, str]) -> str | None:
     """Why a module may not import another one, or nothing."""
-    if path.startswith("python/pcsim/") and target.startswith("python/pcsim_web"):
-        return "the client knows nothing of the page; move what both need into pcsim"
+    for package, above, reason in ABOVE:
+        if path.startswith(package) and target.startswith(above):
+            return reason
     if not path.startswith(STATIC):
         return None
     if target not in files:

@@ -23,6 +23,10 @@ class ModulesTest(CheckTest):
         for line in ("from pcsim_web.c import d\n", "import pcsim_web\n"):
             self.finds(modules.check, files | {"python/pcsim/b.py": "x = 1\n" + line},
                        "python/pcsim/b.py:2: the client knows nothing of the page")
+        self.finds(modules.check, files | {"python/pcsim/b.py": "from pcsim_lab.c import d\n"},
+                   "python/pcsim/b.py:1: the client knows nothing of labs")
+        self.finds(modules.check, files | {"python/pcsim_lab/b.py": "from pcsim_web.c import d\n"},
+                   "python/pcsim_lab/b.py:1: labs know nothing of the page")
 
     def test_page(self) -> None:
         files = {self.PAGE + path: text for path, text in {
