@@ -134,9 +134,7 @@ def node_row(node: JSON) -> tuple[object, ...]:
 
 def link_row(link: JSON) -> tuple[object, ...]:
     """The same for a cable."""
-    words = (quantities.shaping_words(link["rate"], link["delay"], link["jitter"], link["loss"]),
-             quantities.carries_words(link["speed"], link["duplex"]))
-    return (*link["endpoints"], link["state"], " ".join(filter(None, words)))
+    return (*link["endpoints"], link["state"], quantities.limits(link))
 
 
 def become(command: list[str], environment: dict[str, str] | None = None) -> NoReturn:

@@ -90,17 +90,18 @@ class Client:
         self.socket.sendall(data[sent:])
 
 
-def ask(path: Path, method: str, **params: Any) -> tuple[Any, socket.socket | None]:
+def ask(path: Path, method: str, *, patience_s: float = ANSWER_S,
+        **params: Any) -> tuple[Any, socket.socket | None]:
     """What the keeper there answers."""
     with socket.socket(socket.AF_UNIX) as connection:
-        connection.settimeout(ANSWER_S)
+        connection.settimeout(patience_s)
         try:
             with short(path) as name:
                 connection.connect(name)
             connection.sendall(json.dumps({"method": method, "params": params}).encode() + b"\n")
             data, descriptors = read_answer(connection)
         except TimeoutError:
-            raise LabError(f"the keeper of the lab has not answered within {ANSWER_S:.0f} s"
+            raise LabError(f"the keeper of the lab has not answered within {patience_s:.0f} s"
                            ) from None
         except OSError as problem:
             raise LabError(f"the keeper of the lab doesn't answer: {problem.strerror}") from None

@@ -101,9 +101,9 @@ class Lab:
         self._wire.lay(self._topology.links)
         self._crew = Crew(self._topology, spaces, home, folder, os.environ, self._wire.places)
         self._methods: dict[str, Method] = {
-            "show": self._show, "space": self._space, "pull": self._pull, "shape": self._shape,
-            "carry": self._carry, "connect": self._connect, "disconnect": self._disconnect,
-            "capture": self._capture}
+            "show": self._show, "look": self._look, "space": self._space, "pull": self._pull,
+            "shape": self._shape, "carry": self._carry, "connect": self._connect,
+            "disconnect": self._disconnect, "capture": self._capture}
 
     def start(self) -> None:
         """Sees to it that all is heard that will come."""
@@ -191,6 +191,12 @@ class Lab:
                 **(used[name].to_json() if name in used else {})})
         return {"name": self._topology.name, "file": self._topology.file,
                 "up_s": round(time.monotonic() - self._began, 3), "nodes": nodes,
+                "links": [described(cable) for cable in self._panel.cables]}, None
+
+    def _look(self, params: JSON) -> tuple[JSON, None]:
+        """What changes while a lab is up, for who asks often: it takes no look at processes."""
+        del params
+        return {"nodes": {name: member.state for name, member in self._crew.members.items()},
                 "links": [described(cable) for cable in self._panel.cables]}, None
 
     def _space(self, params: JSON) -> tuple[JSON, None]:

@@ -2,7 +2,7 @@
 from __future__ import annotations
 
 import re
-from typing import Callable
+from typing import Any, Callable, Mapping
 
 RATES = {"bit": 1, "kbit": 10**3, "mbit": 10**6, "gbit": 10**9}
 TIMES = {"us": 1, "ms": 10**3, "s": 10**6}
@@ -72,7 +72,8 @@ def shaping_words(rate_bits: int, delay_us: int, jitter_us: int, loss_percent: f
     return " ".join(filter(None, parts))
 
 
-def carries_words(speed: str, duplex: str) -> str:
-    """The same of what it carries."""
-    return " ".join(f"{name} {value}" for name, value in (("speed", speed), ("duplex", duplex))
-                    if value != "auto")
+def limits(link: Mapping[str, Any]) -> str:
+    """All that a cable does and doesn't carry, of how it is told."""
+    carries = [f"{name} {link[name]}" for name in CARRIES if link[name] != "auto"]
+    shaping = shaping_words(link["rate"], link["delay"], link["jitter"], link["loss"])
+    return " ".join(filter(None, [shaping, *carries]))

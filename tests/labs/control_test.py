@@ -49,7 +49,7 @@ NO_REQUEST = "expected an object with 'method' and 'params'"
      "'mtu' is not known; expected rate, delay, jitter, loss"),
     (b'{"method": "carry", "params": {"endpoint": "h:eth1", "values": {"mtu": "3"}}}',
      "'mtu' is not known; expected speed, duplex"),
-    (b'{"method": "explode"}', "there is no method 'explode'; expected show, space, pull, shape, "
+    (b'{"method": "explode"}', "there is no method 'explode'; expected show, look, space, pull, shape, "
                                "carry, connect, disconnect, capture")])
 def test_what_is_no_request_is_answered(door, line, said):
     [answer] = door(line + b"\n")
