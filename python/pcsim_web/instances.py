@@ -11,6 +11,7 @@ from pcsim.errors import Error
 from pcsim.places import socket_names
 
 from .feed import Feed, ending_of
+from .labs import Labs
 from .rates import KEPT_S
 
 JSON = Any
@@ -24,6 +25,7 @@ class Instances:
 
     def __init__(self, names: Sequence[str]) -> None:
         self.feeds: dict[str, Feed] = {}
+        self.labs = Labs(names)
         self.watchers: set[Callable[[], None]] = set()
         self._named = list(names)
         self._problems: dict[str, str] = {}

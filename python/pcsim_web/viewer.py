@@ -49,7 +49,8 @@ class Viewer:
         self._handlers: dict[str, Callable[[Mapping[str, JSON]], Awaitable[JSON]]] = {
             "look": self._look, "run": self._run, "at": self._at, "tables": self._tables,
             "table": self._table, "rates": self._rates, "events": self._events,
-            "changes": self._changes, "describe": self._describe, "complete": self._complete,
+            "changes": self._changes, "labs": self._labs, "describe": self._describe,
+            "complete": self._complete,
             "question": self._question, "prompt": self._prompt, "drop": self._drop,
             "interrupt": self._interrupt}
 
@@ -193,6 +194,10 @@ class Viewer:
         before = number_in(message, "before", 1e15, 0, 1e15)
         count = int(number_in(message, "count", 500, 1, 5000))
         return {"events": [event for event in feed.events if event["number"] < before][-count:]}
+
+    async def _labs(self, message: Mapping[str, JSON]) -> JSON:
+        """How the labs are; nothing but their number where the page has them like that."""
+        return await self._instances.labs.drawn(int(number_in(message, "seen", 0, 0, 1e15)))
 
     # --- What the instance answers ---------------------------------------------------------------
 
