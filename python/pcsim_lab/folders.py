@@ -91,7 +91,7 @@ class Folder:
         try:
             draft.path.rename(folder.path)
         except OSError:
-            draft.remove()
+            shutil.rmtree(draft.path, ignore_errors=True)  # the sockets are those of the other
             raise BadInput(f"lab '{topology.name}' is being started by another process") from None
         return folder
 

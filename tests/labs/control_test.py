@@ -8,12 +8,15 @@ import socket
 import subprocess
 import sys
 import time
+from pathlib import Path
 
 import pytest
 from conftest import PROGRAM, eventually, run
 from pcsim_lab import control
-from pcsim_lab.folders import began
+from pcsim_lab.folders import Folder, began
+from pcsim_lab.problems import BadInput
 from pcsim_lab.tool import main
+from pcsim_lab.topology import Node, Topology
 
 LAB = "name: one\ntopology: {nodes: {h: {kind: linux, ports: 1}}}\n"
 SEED = int(os.environ.get("PCSIM_SEED", "1"))
@@ -115,6 +118,19 @@ def test_without_what_makes_labs_nothing_is_begun(labs, run_folder, monkeypatch,
         "pcsim-lab: labs are made with pyroute2, which is missing; expected Debian's package "
         "python3-pyroute2, or that of 'pip install pcsim[lab]'\n")
     assert not list((run_folder / "labs").glob("*"))
+
+
+def test_who_comes_second_leaves_the_sockets_of_the_first(run_folder, monkeypatch):
+    run_folder.mkdir(mode=0o700)
+    socket_file = run_folder / "one.sw.sock"
+    socket_file.touch()
+
+    def refuse(*_):
+        raise OSError
+    monkeypatch.setattr(Path, "rename", refuse)
+    with pytest.raises(BadInput, match="lab 'one' is being started by another process"):
+        Folder.claim(Topology("one", "lab.yml", (Node("sw", "pcsim", instance="one.sw"),), ()))
+    assert socket_file.exists() and not list((run_folder / "labs").iterdir())
 
 
 def test_two_starts_of_one_name_make_one_lab(labs, run_folder):
