@@ -45,7 +45,7 @@ def seen(name, port):
 
 def both(port, expected):
     """Whether both ends agree upon that, in a while."""
-    return eventually(lambda: seen("sw1", port) == seen("sw2", port) == expected, within=5)
+    return eventually(lambda: seen("sw1", port) == seen("sw2", port) == expected)
 
 
 @pytest.mark.parametrize("carries, expected", (
@@ -101,19 +101,21 @@ def test_two_switches_follow_what_their_cable_carries(wired):
 def told(wired, *words):
     """Tells the PHY of the node whose port can be told anything."""
     library = PHY.with_name("libpcsim-mii.so.0")
-    done = run("exec", "chip", "--", "env", f"LD_PRELOAD={library}", str(PHY), "eth1", *words)
+    # A sanitized library needn't come behind the sanitizer's.
+    done = run("exec", "chip", "--", "env", "ASAN_OPTIONS=verify_asan_link_order=0",
+               f"LD_PRELOAD={library}", str(PHY), "eth1", *words)
     assert done.returncode == 0, done.stderr
 
 
 def test_a_speed_that_one_end_is_told_is_heard_at_the_other(wired):
     wired.ask("disconnect", "sw1:eth2")
     wired.ask("connect", "sw1:eth2", "chip:eth1")
-    assert eventually(lambda: seen("sw1", "1:2") == USUAL, within=5)
+    assert eventually(lambda: seen("sw1", "1:2") == USUAL)
     told(wired, "set", "0", "0x0100")  # 10 full, without negotiation
-    assert eventually(lambda: seen("sw1", "1:2") == SLOW, within=5), "the duplex can't be heard"
+    assert eventually(lambda: seen("sw1", "1:2") == SLOW), "the duplex can't be heard"
     told(wired, "set", "0", "0x2100")
-    assert eventually(lambda: seen("sw1", "1:2") == [100, "half"], within=5)
+    assert eventually(lambda: seen("sw1", "1:2") == [100, "half"])
     wired.ask("link", "chip:eth1", "speed", "10")
-    assert eventually(lambda: seen("sw1", "1:2") == [None, None], within=5), "there is no link"
+    assert eventually(lambda: seen("sw1", "1:2") == [None, None]), "there is no link"
     told(wired, "set", "0", "0x8000")
-    assert eventually(lambda: seen("sw1", "1:2") == [10, "full"], within=5)
+    assert eventually(lambda: seen("sw1", "1:2") == [10, "full"])
