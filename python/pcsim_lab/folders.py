@@ -9,13 +9,14 @@
 from __future__ import annotations
 
 import contextlib
+import fcntl
 import json
 import os
 import shutil
 import stat
 from dataclasses import asdict, dataclass
 from pathlib import Path
-from typing import Any
+from typing import Any, Iterator
 
 from pcsim.places import run_folder
 
@@ -56,6 +57,17 @@ def labs_folder() -> Path:
     return labs
 
 
+@contextlib.contextmanager
+def one_at_a_time(folder: Path) -> Iterator[None]:
+    """Nobody else is in here with the same folder."""
+    descriptor = os.open(folder, os.O_RDONLY | os.O_DIRECTORY)
+    try:
+        fcntl.flock(descriptor, fcntl.LOCK_EX)
+        yield
+    finally:
+        os.close(descriptor)
+
+
 def write_json(path: Path, data: Any) -> None:
     """At a stroke: who reads it has the old or the new."""
     fresh = path.with_name(f".{path.name}.{os.getpid()}")
@@ -78,21 +90,20 @@ class Folder:
     def claim(cls, topology: Topology) -> Folder:
         """Makes the folder, with this process as the keeper until there is one."""
         folder = cls.of(topology.name)
-        if folder.path.exists():
-            if folder.alive():
-                raise BadInput(f"lab '{topology.name}' is up already; 'down {topology.name}' ends "
-                               "it, and --name gives another one a name of its own")
-            folder.remove()
         draft = cls(folder.path.with_name(f".{topology.name}.{os.getpid()}"))
         (draft.path / "logs").mkdir(mode=0o700, parents=True)
         draft.path.chmod(0o700)
         draft.write_keeper(Keeper(os.getpid(), began(os.getpid()) or 0))
         draft.write_topology(topology)
         try:
-            draft.path.rename(folder.path)
+            with one_at_a_time(folder.path.parent):
+                if folder.path.exists() and not folder.alive():
+                    folder.remove()
+                draft.path.rename(folder.path)
         except OSError:
             shutil.rmtree(draft.path, ignore_errors=True)  # the sockets are those of the other
-            raise BadInput(f"lab '{topology.name}' is being started by another process") from None
+            raise BadInput(f"lab '{topology.name}' is up already; 'down {topology.name}' ends "
+                           "it, and --name gives another one a name of its own") from None
         return folder
 
     @property
@@ -126,9 +137,13 @@ class Folder:
         write_json(self.path / "keeper.json", asdict(keeper))
 
     def alive(self) -> bool:
-        """Whether its keeper lives."""
-        keeper = self.keeper()
-        return keeper is not None and began(keeper.pid) == keeper.began
+        """Whether its keeper lives. Who starts a lab hands it over, and may end before we look."""
+        keeper, before = self.keeper(), None
+        while keeper is not None and keeper != before:
+            if began(keeper.pid) == keeper.began:
+                return True
+            keeper, before = self.keeper(), keeper
+        return False
 
     def topology(self) -> Topology:
         """What the lab is made of."""

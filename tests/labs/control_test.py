@@ -12,8 +12,8 @@ from pathlib import Path
 
 import pytest
 from conftest import PROGRAM, eventually, run
-from pcsim_lab import control
-from pcsim_lab.folders import Folder, began
+from pcsim_lab import control, folders
+from pcsim_lab.folders import Folder, Keeper, began
 from pcsim_lab.problems import BadInput
 from pcsim_lab.tool import main
 from pcsim_lab.topology import Node, Topology
@@ -128,9 +128,23 @@ def test_who_comes_second_leaves_the_sockets_of_the_first(run_folder, monkeypatc
     def refuse(*_):
         raise OSError
     monkeypatch.setattr(Path, "rename", refuse)
-    with pytest.raises(BadInput, match="lab 'one' is being started by another process"):
+    with pytest.raises(BadInput, match="lab 'one' is up already"):
         Folder.claim(Topology("one", "lab.yml", (Node("sw", "pcsim", instance="one.sw"),), ()))
     assert socket_file.exists() and not list((run_folder / "labs").iterdir())
+
+
+def test_a_lab_lives_while_it_is_handed_over(tmp_path, monkeypatch):
+    folder = Folder(tmp_path)
+    folder.write_keeper(Keeper(1, 10))
+
+    def seen(pid):
+        if pid == 1:  # who starts the lab ends in this moment, and has left it to the next
+            folder.write_keeper(Keeper(2, 20))
+        return {2: 20}.get(pid)
+    monkeypatch.setattr(folders, "began", seen)
+    assert folder.alive()
+    folder.write_keeper(Keeper(3, 30))
+    assert not folder.alive()
 
 
 def test_two_starts_of_one_name_make_one_lab(labs, run_folder):
