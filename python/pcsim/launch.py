@@ -20,6 +20,7 @@ from .errors import ConnectionLost, StartFailed
 from .parts import STATUS
 from .places import find_program, socket_of
 
+PORTS_OF_SHAPE = {"stack": 12, "chassis": 16}  # at most
 START_S = 30.0
 END_S = 10.0
 numbers = itertools.count(1)
@@ -35,10 +36,12 @@ class Launch:
     program: str | os.PathLike[str] | None = None
     name: str | None = None
     options: Sequence[str] = ()
+    wrapper: Sequence[str] = ()
 
     def command(self, name: str) -> list[str]:
         """The program and its arguments."""
-        return [find_program(self.program), "--name", name, "--shape", self.shape, "--quiet",
+        return [*self.wrapper, find_program(self.program), "--name", name,
+                "--shape", self.shape, "--quiet",
                 *(["--lab", str(self.ports)] if self.ports is not None else []),
                 *(["--stopped"] if self.stopped else []), *self.options]
 

@@ -68,14 +68,17 @@ class Switch(Verbs[Connection]):
         with pcsim.Switch(ports=4, stopped=True) as switch:
             switch.port("1:1").disable()
 
-    Without `ports` it has the PC's own interfaces. `options` are further ones of pcsim. With a
-    `timeout`, whatever takes longer than so many real seconds to answer raises a TimeoutError.
+    Without `ports` it has the PC's own interfaces. `options` are further ones of pcsim, `wrapper` a
+    command that makes room for it and becomes it, like `ip netns exec NAME`. With a `timeout`,
+    whatever takes longer than so many real seconds to answer raises a TimeoutError.
     """
 
     def __init__(self, ports: int | None = 4, shape: str = "stack", stopped: bool = False, *,
                  program: Program | None = None, name: str | None = None,
-                 options: Sequence[str] = (), timeout: float | None = None) -> None:
-        self._live_in(Process(Launch(ports, shape, stopped, program, name, options)), timeout)
+                 options: Sequence[str] = (), wrapper: Sequence[str] = (),
+                 timeout: float | None = None) -> None:
+        launch = Launch(ports, shape, stopped, program, name, options, wrapper)
+        self._live_in(Process(launch), timeout)
 
     def _live_in(self, instance: Instance, timeout: float | None) -> None:
         super().__init__(Connection(farewell=instance.farewell))
@@ -148,8 +151,8 @@ class AsyncSwitch(Verbs[AsyncConnection]):
 
     def __init__(self, ports: int | None = 4, shape: str = "stack", stopped: bool = False, *,
                  program: Program | None = None, name: str | None = None,
-                 options: Sequence[str] = ()) -> None:
-        self._live_in(Process(Launch(ports, shape, stopped, program, name, options)))
+                 options: Sequence[str] = (), wrapper: Sequence[str] = ()) -> None:
+        self._live_in(Process(Launch(ports, shape, stopped, program, name, options, wrapper)))
 
     def _live_in(self, instance: Instance) -> None:
         super().__init__(AsyncConnection(farewell=instance.farewell))

@@ -8,13 +8,14 @@ from pathlib import Path
 from typing import Callable, Mapping
 
 from pcsim.errors import StartFailed
+from pcsim.launch import PORTS_OF_SHAPE
 from pcsim.places import find_program
 
 from .problems import LabError
 from .source import Value
 
 Keys = Mapping[str, Value]
-MOST_PORTS = {"stack": 12, "chassis": 16, "hal": 100, "linux": 100}
+MOST_PORTS = {**PORTS_OF_SHAPE, "hal": 100, "linux": 100}
 DEFAULT_PORTS = 8
 CARD_SLOTS = range(1, 9)         # of a chassis, two ports each
 SLOTS_WITH_CARDS = range(1, 8)   # unless a lab says otherwise

@@ -39,6 +39,14 @@ def test_it_starts_as_told():
     assert gone(status.pid)
 
 
+def test_a_wrapper_becomes_it():
+    with pcsim.Switch(ports=1, wrapper=["env", "WRAPPED=yes"]) as switch:
+        environment = Path(f"/proc/{switch.status().pid}/environ").read_bytes()
+        assert b"WRAPPED=yes" in environment.split(b"\0")
+    with pytest.raises(pcsim.StartFailed, match="no-such-wrapper can't be started"):
+        pcsim.Switch(wrapper=["no-such-wrapper"]).start()
+
+
 def test_without_ports_there_is_no_lab():
     # The machine's own interfaces are none of a test's business: an empty namespace has none.
     user = [] if os.geteuid() == 0 else ["--user", "--map-root-user"]
