@@ -75,6 +75,7 @@ class Process:
             if self._process is not None:
                 self._process.kill()
             self._end()
+            self._process = None  # what has never been up has no end that could be wrong
             if isinstance(problem, OSError):
                 raise StartFailed(f"{command[0]} can't be started: {problem}") from problem
             raise

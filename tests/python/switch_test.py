@@ -68,8 +68,10 @@ def test_without_ports_there_is_no_lab():
     ({"program": "/etc"}, "^'/etc' is not a program that can be run"),
 ])
 def test_what_can_not_start_says_why(options, text):
+    switch = pcsim.Switch(**options)
     with pytest.raises(pcsim.StartFailed, match=text):
-        pcsim.Switch(**options).start()
+        switch.start()
+    switch.close()
 
 
 def test_a_living_name_is_refused():
