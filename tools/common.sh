@@ -13,7 +13,7 @@ check_packages="make less tmux googletest clang-format clang-tidy git pkgconf ma
     qemu-system-x86 busybox-static abigail-tools python3-clang-14
     python3-pytest python3-pytest-xdist python3-mypy python3-setuptools python3-wheel python3-venv
     $web_packages python3-selenium chromium chromium-driver python3-distributed python3-tqdm
-    python3-yaml python3-pyroute2"
+    python3-yaml python3-pyroute2 mininet"
 
 say() { printf '%s\n' "$*"; }
 
