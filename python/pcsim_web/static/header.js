@@ -7,7 +7,12 @@ function describe(instance) {
   return `${instance.shape}, ${instance.portsUp} of ${instance.ports} ports up`;
 }
 
+// So many have room in the head; of more the overview alone tells, which has all.
+const MOST = 8;
+
 function drawInstances({store}, nav) {
+  nav.hidden = store.instances.length > MOST;
+  if (nav.hidden) return;
   nav.replaceChildren(...store.instances.map((instance) => h("button", {
     type: "button", class: instance.alive ? "alive" : "ended", title: describe(instance),
     "aria-pressed": String(instance.name === store.current),

@@ -41,7 +41,9 @@ export function drawPort(port, x, y, scale = 1, flipped = false) {
     setText(speed, now.state === "up" ? speedMark(now.row.speed) : "");
     setAttribute(node, "data-speed", now.state === "up" ? now.row.speed : null);
     setAttribute(node, "data-cable", now.cable ?? "none");
-    plug.style.display = now.cable === "plugged" ? "" : "none";
+    // Nobody tells of cables outside of a switch's own lab; where there is link there is one.
+    const plugged = now.cable ? now.cable === "plugged" : now.state === "up";
+    plug.style.display = plugged ? "" : "none";
     half.style.display = now.state === "up" && now.row.duplex === "half" ? "" : "none";
     cross.style.display = now.state === "disabled" ? "" : "none";
   }
