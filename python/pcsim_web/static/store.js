@@ -87,7 +87,9 @@ export class Store extends EventTarget {
   }
 
   #listed(instances) {
-    this.instances = instances;
+    // leaf2 stands before leaf10.
+    this.instances = [...instances].sort(
+      (a, b) => a.name.localeCompare(b.name, "en", {numeric: true}));
     if (this.current === null && instances.length > 0) {
       const named = location.hash;
       const wanted = instances.find((each) => `#${encodeURIComponent(each.name)}` === named);
