@@ -24,7 +24,7 @@ struct Phy {
 // What one end learns.
 struct Agreement {
     bool link;
-    uint16_t partner;         // register 5
+    uint16_t partner;        // register 5
     bool partnerNegotiates;  // bit 0 of register 6
 };
 
@@ -41,8 +41,8 @@ constexpr Agreement agree(Phy own, Phy partner, uint16_t carried = kAbilities) {
         return static_cast<uint16_t>(phy.advertisement & carried);
     };
     if (own.negotiates() && partner.negotiates()) {
-        const auto told = static_cast<uint16_t>(
-            LPA_LPACK | (partner.advertisement & ~(kAbilities & ~carried)));
+        const auto told =
+            static_cast<uint16_t>(LPA_LPACK | (partner.advertisement & ~(kAbilities & ~carried)));
         return {(offered(own) & partner.advertisement & kAbilities) != 0, told, true};
     }
     if (own.negotiates()) {

@@ -126,7 +126,8 @@ Agreement agreementOf(const WireEnd& end) {
     Phy own, other;
     published(end, &own);
     if (partner != nullptr) published(*partner, &other);
-    const uint32_t carried = end.carried & (partner != nullptr ? partner->carried.load() : kAbilities);
+    const uint32_t carried =
+        end.carried & (partner != nullptr ? partner->carried.load() : kAbilities);
     return agree(own, other, static_cast<uint16_t>(carried & kAbilities));
 }
 

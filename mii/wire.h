@@ -27,10 +27,11 @@ struct WireHeader {
 inline constexpr uint32_t kNoPartner = 0xFFFFFFFF;
 
 struct WireEnd {
-    char interface[16];             // its name in the process's network namespace
-    std::atomic<uint32_t> phy;      // control << 16 | advertisement; 0: no emulated PHY stands there
+    char interface[16];         // its name in the process's network namespace
+    std::atomic<uint32_t> phy;  // control << 16 | advertisement; 0: no emulated PHY stands there
     std::atomic<uint32_t> partner;  // number of the other end, or kNoPartner
-    std::atomic<uint32_t> carried;  // the abilities that pass here; a cable carries what both let by
+    std::atomic<uint32_t>
+        carried;  // the abilities that pass here; a cable carries what both let by
     uint32_t reserved;
 };
 static_assert(sizeof(WireHeader) == 32 && sizeof(WireEnd) == 32);

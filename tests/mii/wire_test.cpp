@@ -173,7 +173,8 @@ TEST_F(WireTest, WhateverIsNoWireIsNone) {
     for (const char* const place : {"", ":", ":0:2", "0:2", "/absent:0:2", "/:0:2"}) {
         EXPECT_EQ("45e1\n", phy(place, "eth1 get 5")) << place;
     }
-    for (const char* const end : {"", ":0", ":0:", ":0:x", ":x:1", ":0:4", ":3:1", ":4294967295:2"}) {
+    for (const char* const end :
+         {"", ":0", ":0:", ":0:x", ":x:1", ":0:4", ":3:1", ":4294967295:2"}) {
         EXPECT_EQ("45e1\n", phy(path_ + end, "eth1 get 5")) << end;
         EXPECT_EQ(0u, word(0, 0)) << end;
     }
