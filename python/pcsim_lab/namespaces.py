@@ -100,8 +100,13 @@ def refusal(problem: OSError) -> str:
 
 def settle() -> bool:
     """In the lab's first process: mounts stay in here, and /proc tells of the lab alone. Returns
-    whether it does; containers may forbid it."""
-    mount("none", "/", "", MS_REC | MS_PRIVATE)
+    whether it does; containers may forbid it. NoNamespaces in a changed root that is no mount:
+    what is mounted there would be seen outside."""
+    try:
+        mount("none", "/", "", MS_REC | MS_PRIVATE)
+    except OSError as problem:
+        raise NoNamespaces("cannot keep mounts to a lab: the root folder is no mount point; run "
+                           "outside of chroot, or bind the folder to itself first") from problem
     try:
         mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC)
         return True
