@@ -73,8 +73,9 @@ def write_frame(target: BinaryIO, frame: Frame) -> None:
     target.flush()
 
 
-def run(source: socket.socket, file: str | None, count: int | None) -> int:
-    """Until so many have passed, or for ever; returns how many have."""
+def run(source: socket.socket, endpoint: str, file: str | None, count: int | None) -> int:
+    """Until so many have passed, or for ever; returns how many have. Says on standard error when
+    nothing is missed any more, for who sends what it is to see."""
     target: BinaryIO | None = None
     if file is not None:
         target = sys.stdout.buffer if file == "-" else open(file, "wb")
@@ -82,6 +83,7 @@ def run(source: socket.socket, file: str | None, count: int | None) -> int:
     try:
         if target is not None:
             write_head(target)
+        print(f"capturing at {endpoint}; Ctrl-C ends it", file=sys.stderr, flush=True)
         for frame in frames(source):
             seen += 1
             if target is None:

@@ -250,7 +250,7 @@ def capture(given: Namespace) -> None:
     assert source is not None
     with source:
         try:
-            seen = capturing.run(source, given.file, given.count)
+            seen = capturing.run(source, given.endpoint, given.file, given.count)
         except OSError as problem:
             raise LabError(f"{given.file or 'standard output'} can't be written: "
                            f"{problem.strerror}") from None
