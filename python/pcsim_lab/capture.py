@@ -1,13 +1,18 @@
 """Frames that pass at an interface, as a pcap file or as a line each."""
 from __future__ import annotations
 
+import errno
+import select
 import socket
 import struct
 import sys
 import time
 from dataclasses import dataclass
-from typing import BinaryIO, Iterator
+from typing import Any, BinaryIO, Callable, Iterator, TypeVar
 
+from .problems import LabError
+
+T = TypeVar("T")
 SOL_PACKET, PACKET_AUXDATA, PACKET_OUTGOING = 263, 8, 4
 SO_TIMESTAMPNS = 35
 TAG_VALID, TYPE_VALID = 0x10, 0x40
@@ -35,12 +40,18 @@ class Frame:
                 f"{TYPES.get(kind, f'0x{kind:04x}')}  {len(self.data)} bytes")
 
 
-def frames(source: socket.socket) -> Iterator[Frame]:
-    """All that pass."""
+def frames(source: socket.socket, keeper: int) -> Iterator[Frame]:
+    """All that pass until the lab ends, whose keeper's process that descriptor is of."""
     source.setsockopt(socket.SOL_SOCKET, SO_TIMESTAMPNS, 1)
     space = socket.CMSG_SPACE(20) + socket.CMSG_SPACE(16)
-    while True:
-        data, extras, _, address = source.recvmsg(LONGEST, space)
+    # An open socket keeps the lab's network alive, and would wait there for ever.
+    while source in select.select([source, keeper], [], [])[0]:
+        try:
+            data, extras, _, address = source.recvmsg(LONGEST, space)
+        except OSError as problem:
+            if problem.errno != errno.ENETDOWN:
+                raise LabError(f"no more frames can be read: {problem.strerror}") from problem
+            continue  # the cable is pulled, and may be plugged again
         stamp = time.time_ns()
         for level, kind, value in extras:
             if (level, kind) == (socket.SOL_SOCKET, SO_TIMESTAMPNS):
@@ -73,23 +84,43 @@ def write_frame(target: BinaryIO, frame: Frame) -> None:
     target.flush()
 
 
-def run(source: socket.socket, endpoint: str, file: str | None, count: int | None) -> int:
-    """Until so many have passed, or for ever; returns how many have. Says on standard error when
-    nothing is missed any more, for who sends what it is to see."""
-    target: BinaryIO | None = None
-    if file is not None:
-        target = sys.stdout.buffer if file == "-" else open(file, "wb")
+def writing(file: str | None, write: Callable[..., T], *arguments: Any) -> T:
+    """What 'write' returns. LabError when it can't, but for readers that want no more."""
+    try:
+        return write(*arguments)
+    except BrokenPipeError:
+        raise
+    except OSError as problem:
+        raise LabError(f"{file or 'standard output'} can't be written: "
+                       f"{problem.strerror}") from problem
+
+
+def open_target(file: str) -> BinaryIO:
+    """Where a pcap file goes, with its begin written."""
+    target = sys.stdout.buffer if file == "-" else open(file, "wb")
+    write_head(target)
+    return target
+
+
+def write_line(frame: Frame) -> None:
+    """One frame, for people."""
+    print(frame.line(), flush=True)
+
+
+def run(source: socket.socket, keeper: int, endpoint: str, file: str | None,
+        count: int | None) -> int:
+    """Until so many have passed, the user ends it, or the lab ends; returns how many have. Says on
+    standard error when nothing is missed any more, for who sends what it is to see."""
+    target = None if file is None else writing(file, open_target, file)
     seen = 0
     try:
-        if target is not None:
-            write_head(target)
         print(f"capturing at {endpoint}; Ctrl-C ends it", file=sys.stderr, flush=True)
-        for frame in frames(source):
+        for frame in frames(source, keeper):
             seen += 1
             if target is None:
-                print(frame.line(), flush=True)
+                writing(file, write_line, frame)
             else:
-                write_frame(target, frame)
+                writing(file, write_frame, target, frame)
             if seen == count:
                 break
     except KeyboardInterrupt:

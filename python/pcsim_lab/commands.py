@@ -246,14 +246,14 @@ def as_json(topology: Topology, states: dict[tuple[Endpoint, Endpoint], str]) ->
 
 def capture(given: Namespace) -> None:
     """Frames that pass at an interface."""
-    _, source = ask(living(given.lab).control, "capture", endpoint=given.endpoint)
+    folder = living(given.lab)
+    _, source = ask(folder.control, "capture", endpoint=given.endpoint)
+    keeper = folder.process()
     assert source is not None
+    if keeper is None:
+        raise LabError(f"lab '{folder.name}' has ended")
     with source:
-        try:
-            seen = capturing.run(source, given.endpoint, given.file, given.count)
-        except OSError as problem:
-            raise LabError(f"{given.file or 'standard output'} can't be written: "
-                           f"{problem.strerror}") from None
+        seen = capturing.run(source, keeper, given.endpoint, given.file, given.count)
     if given.file not in (None, "-"):
         print(f"{seen} frames in {given.file}")
 

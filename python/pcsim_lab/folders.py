@@ -132,6 +132,20 @@ class Folder:
         except (OSError, ValueError, TypeError):
             return None
 
+    def process(self) -> int | None:
+        """A descriptor of the keeper's process, for the caller to close; None when it has ended."""
+        keeper = self.keeper()
+        if keeper is None or began(keeper.pid) != keeper.began:
+            return None
+        try:
+            process = os.pidfd_open(keeper.pid)
+        except ProcessLookupError:
+            return None
+        if began(keeper.pid) == keeper.began:
+            return process
+        os.close(process)  # a later one of its number
+        return None
+
     def write_keeper(self, keeper: Keeper) -> None:
         """Says who holds the lab."""
         write_json(self.path / "keeper.json", asdict(keeper))

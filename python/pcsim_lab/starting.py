@@ -16,7 +16,7 @@ from typing import Any, Callable, Iterator
 
 from pcsim.places import run_folder
 
-from .folders import Folder, began
+from .folders import Folder
 from .problems import BadInput, LabError, NoNamespaces
 from .topology import Topology
 
@@ -105,14 +105,12 @@ def failure(folder: Folder, news: dict[str, Any]) -> LabError:
 def end(folder: Folder) -> None:
     """Ends the lab and removes what is left of it."""
     keeper = folder.keeper()
-    if keeper is not None and keeper.pid != os.getpid() and began(keeper.pid) == keeper.began:
-        with contextlib.suppress(ProcessLookupError):
-            process = os.pidfd_open(keeper.pid)
-            try:
-                if began(keeper.pid) == keeper.began:
-                    end_process(folder, process)
-            finally:
-                os.close(process)
+    process = folder.process() if keeper is not None and keeper.pid != os.getpid() else None
+    if process is not None:
+        try:
+            end_process(folder, process)
+        finally:
+            os.close(process)
     folder.remove()
 
 

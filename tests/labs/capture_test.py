@@ -1,11 +1,13 @@
 """Captured frames, as a file and as lines."""
+import contextlib
+import signal
 import struct
 import subprocess
 import sys
 import time
 
 import pytest
-from conftest import PROGRAM, run
+from conftest import PROGRAM, eventually, run
 from pcsim_lab import capture
 
 LAB = """\
@@ -29,20 +31,32 @@ def send(labs, node, *frames):
     labs.ask("exec", node, "--", "python3", "-c", SEND, *frames)
 
 
-def captured(labs, *arguments, frames):
-    """What a capture at a:eth1 says of frames: (node, text) each."""
-    command = [sys.executable, PROGRAM, "capture", "a:eth1", *arguments, "--count", str(len(frames))]
+@contextlib.contextmanager
+def capturing(*arguments):
+    """A capture at a:eth1 that has begun."""
+    command = [sys.executable, PROGRAM, "capture", "a:eth1", *arguments]
     with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
                           text=True) as process:
         try:
             assert process.stderr.readline() == "capturing at a:eth1; Ctrl-C ends it\n"
-            for node, text in frames:
-                send(labs, node, text)
-            said, wrong = process.communicate(timeout=20)
+            yield process
         finally:
             process.kill()
+
+
+def ended(process):
+    """What it has said when it ends well."""
+    said, wrong = process.communicate(timeout=20)
     assert (process.returncode, wrong) == (0, "")
     return said
+
+
+def captured(labs, *arguments, frames):
+    """What a capture says of frames: (node, text) each."""
+    with capturing(*arguments, "--count", str(len(frames))) as process:
+        for node, text in frames:
+            send(labs, node, text)
+        return ended(process)
 
 
 def test_both_directions_are_in_the_file(labs, tmp_path):
@@ -69,6 +83,41 @@ def test_lines_say_which_way(labs):
     assert [line.split(" ", 1)[1] for line in said] == [
         "from node  02:00:00:00:00:09 > ff:ff:ff:ff:ff:ff  0x88b5  60 bytes",
         "to   node  02:00:00:00:00:09 > ff:ff:ff:ff:ff:ff  VLAN  60 bytes"]
+
+
+def test_a_pulled_cable_is_waited_for(labs):
+    labs.up(LAB)
+    with capturing("--count", "1") as process:
+        labs.ask("link", "b:eth1", "down")
+        assert eventually(lambda: not labs.carrier("b"))
+        labs.ask("link", "b:eth1", "up")
+        assert eventually(lambda: labs.carrier("b"))
+        send(labs, "b", PLAIN)
+        assert ended(process).endswith("60 bytes\n")
+
+
+def test_it_ends_with_the_lab(labs, tmp_path):
+    labs.up(LAB)
+    file = tmp_path / "frames.pcap"
+    with capturing(str(file)) as process:
+        labs.ask("down")
+        assert ended(process) == f"0 frames in {file}\n"
+    assert len(file.read_bytes()) == 24
+
+
+def test_it_ends_when_it_is_told_to(labs):
+    labs.up(LAB)
+    with capturing() as process:
+        process.send_signal(signal.SIGINT)
+        assert ended(process) == ""
+
+
+def test_a_reader_that_wants_no_more(labs):
+    labs.up(LAB)
+    with capturing() as process:
+        process.stdout.close()
+        send(labs, "b", PLAIN)
+        assert (process.stderr.read(), process.wait(20)) == ("", 1)
 
 
 def test_a_file_that_can_not_be_written(labs, tmp_path):
