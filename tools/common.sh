@@ -7,13 +7,13 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 # Everything that a bare Debian 12 lacks. One line per purpose.
 build_packages="g++ g++-multilib cmake ninja-build
     libboost1.81-dev nlohmann-json3-dev libfmt-dev libreadline-dev lib32readline-dev
-    iproute2 procps xz-utils gzip zstd python3"
+    iproute2 procps xz-utils gzip zstd python3 python3-yaml python3-pyroute2"
 web_packages="python3-aiohttp"  # for the page of ./run --web
 check_packages="make less tmux googletest clang-format clang-tidy git pkgconf man-db mandoc zsh
     qemu-system-x86 busybox-static abigail-tools python3-clang-14
     python3-pytest python3-pytest-xdist python3-mypy python3-setuptools python3-wheel python3-venv
     $web_packages python3-selenium chromium chromium-driver python3-distributed python3-tqdm
-    python3-yaml python3-pyroute2 mininet"
+    mininet"
 
 say() { printf '%s\n' "$*"; }
 
