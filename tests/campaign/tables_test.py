@@ -134,13 +134,13 @@ def test_progress_without_a_terminal_is_a_line_now_and_then(monkeypatch):
     progress = Progress(stream)
     progress.begin(1000, 100)
     for at in range(1, 301):
-        now[0] = 100 + at / 10
+        now[0] = 100 + at * 0.3
         progress.add(PASSED if at % 100 else FAILED)
     progress.end()
     assert stream.getvalue().splitlines() == [
-        "200 of 1000 runs, 1 not passed, about 80 s left",
-        "300 of 1000 runs, 2 not passed, about 70 s left",
-        "400 of 1000 runs, 3 not passed, about 60 s left"]
+        "200 of 1000 runs, 1 not passed, about 4 min left",
+        "300 of 1000 runs, 2 not passed, about 3 min left",
+        "400 of 1000 runs, 3 not passed, about 3 min left"]
 
 
 class Terminal(io.StringIO):

@@ -9,7 +9,7 @@ from typing import Any, TextIO
 
 from .runs import Result
 
-LINE_S = 10.0
+LINE_S = 30.0
 
 
 class Progress:
