@@ -6,23 +6,8 @@ import time
 
 import pcsim
 import pytest
-from conftest import eventually, run
+from conftest import PAIR, eventually, run
 
-PAIR = """\
-name: pair
-topology:
-  kinds:
-    pcsim: {ports: 2}
-  nodes:
-    sw1: {kind: pcsim}
-    sw2: {kind: pcsim}
-    h1: {kind: linux, exec: ["ip address add 10.0.0.1/24 dev eth1"]}
-    h2: {kind: linux, exec: ["ip address add 10.0.0.2/24 dev eth1"]}
-  links:
-    - endpoints: ["sw1:eth1", "sw2:eth1"]
-    - endpoints: ["sw1:eth2", "sw2:eth2"]
-    - endpoints: ["h1:eth1", "h2:eth1"]
-"""
 CABLES = [["sw1:eth1", "sw2:eth1"], ["sw1:eth2", "sw2:eth2"], ["h1:eth1", "h2:eth1"]]
 
 

@@ -17,6 +17,22 @@ from pcsim_lab.tool import main
 PROGRAM = Path(__file__).resolve().parents[2] / "python" / "pcsim_lab"
 NO_NAMESPACES = 77
 
+# Two switches and two hosts.
+PAIR = """\
+name: pair
+topology:
+  kinds:
+    pcsim: {ports: 2}
+  nodes:
+    sw1: {kind: pcsim}
+    sw2: {kind: pcsim}
+    h1: {kind: linux, exec: ["ip address add 10.0.0.1/24 dev eth1"]}
+    h2: {kind: linux, exec: ["ip address add 10.0.0.2/24 dev eth1", "echo done"]}
+  links:
+    - endpoints: ["sw1:eth1", "sw2:eth1"]
+    - endpoints: ["sw1:eth2", "sw2:eth2"]
+    - endpoints: ["h1:eth1", "h2:eth1"]
+"""
 
 # Commands that only ask and answer; the others become other programs, or live long.
 BRIEF = ("connect", "disconnect", "graph", "link", "list", "show")

@@ -8,24 +8,9 @@ import sys
 
 import pcsim
 import pytest
-from conftest import NO_NAMESPACES, PROGRAM, eventually, run
+from conftest import NO_NAMESPACES, PAIR, PROGRAM, eventually, run
 from pcsim_lab.folders import began
 
-PAIR = """\
-name: pair
-topology:
-  kinds:
-    pcsim: {ports: 2}
-  nodes:
-    sw1: {kind: pcsim}
-    sw2: {kind: pcsim}
-    h1: {kind: linux, exec: ["ip address add 10.0.0.1/24 dev eth1"]}
-    h2: {kind: linux, exec: ["ip address add 10.0.0.2/24 dev eth1", "echo done"]}
-  links:
-    - endpoints: ["sw1:eth1", "sw2:eth1"]
-    - endpoints: ["sw1:eth2", "sw2:eth2"]
-    - endpoints: ["h1:eth1", "h2:eth1"]
-"""
 ONE = "name: one\ntopology: {nodes: {h: {kind: linux, exec: [%s]}}}\n"
 
 
