@@ -143,11 +143,17 @@ class Page:
             "(each.getAttribute('aria-label') ?? (each.labels?.[0] ?? each).textContent).trim()"
             ".startsWith(arguments[0]))", name, what=f"the {role} '{name}'")
 
-    def click(self, element):
-        """Clicks as a hand does: on what lies uppermost in the middle of it."""
+    def click(self, find, *arguments):
+        """Clicks on what find(*arguments) finds, as a hand does: on what lies uppermost in the middle
+        of it. It may be drawn anew in between."""
         self.front()
-        self.js("arguments[0].scrollIntoView({block: 'center', inline: 'center'})", element)
-        ActionChains(self.driver).move_to_element(element).click().perform()
+        for _ in range(20):
+            with contextlib.suppress(StaleElementReferenceException):
+                element = find(*arguments)
+                self.js("arguments[0].scrollIntoView({block: 'center', inline: 'center'})", element)
+                ActionChains(self.driver).move_to_element(element).click().perform()
+                return
+        raise AssertionError(f"{find.__name__}{arguments} finds nothing that stands still")
 
     def hover(self, element):
         """Rests the pointer on it."""
@@ -155,11 +161,8 @@ class Page:
         ActionChains(self.driver).move_to_element(element).perform()
 
     def click_button(self, title):
-        """Clicks the button that runs that line. It may be drawn anew in between."""
-        for _ in range(20):
-            with contextlib.suppress(StaleElementReferenceException):
-                return self.click(self.button(title))
-        raise AssertionError(f"the button '{title}' does not stand still")
+        """Clicks the button that runs that line."""
+        self.click(self.button, title)
 
     def fill(self, label, value):
         """Gives the field of that label a value, as typing or choosing does."""
@@ -174,7 +177,7 @@ class Page:
 
     def click_tab(self, name):
         """Chooses a page behind the panel."""
-        self.click(self.named("tab", name))
+        self.click(self.named, "tab", name)
 
     def keys(self, *keys):
         """Types at what has the focus."""

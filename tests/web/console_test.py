@@ -115,7 +115,7 @@ def test_what_runs_is_interrupted(console):
     console.control("c")
     console.wait_log("typed> sleep 3600000\nerror: interrupted\n")
     console.type("sleep 3600000", Keys.ENTER, "echo behind", Keys.ENTER)
-    console.page.click(console.page.named("button", "Interrupt"))
+    console.page.click(console.page.named, "button", "Interrupt")
     console.wait_prompt("typed> ")
     assert "behind" not in console.log()
 

@@ -89,9 +89,9 @@ def test_arm_rest_apply_and_remove(switch, page):
 def test_several_conditions_and_a_plain_failure(switch, page):
     fill_all(page, Operation="fanSlot.fanReadTemp", Field_of_a_condition="slot",
              Value_of_a_condition="1", After_so_many_calls="2", Comes_late_by="5")
-    page.click(page.named("button", "Add a condition"))
+    page.click(page.named, "button", "Add a condition")
     assert line_of(page) == "fault fanSlot.fanReadTemp where slot 1 after 2 delay 5"
-    page.click(page.named("button", "Take this condition away"))
+    page.click(page.named, "button", "Take this condition away")
     assert line_of(page) == "fault fanSlot.fanReadTemp after 2 delay 5"
     fill_all(page, After_so_many_calls="", Comes_late_by="", Answers="null")
     assert line_of(page) == "fault fanSlot.fanReadTemp returns null"

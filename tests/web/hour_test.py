@@ -84,7 +84,7 @@ def test_only_what_can_be_seen_is_drawn(page):
 def test_a_source_is_hidden_and_shown(switch, page):
     pull(switch, 1)
     wait_top(page, "Port 1:1 link down")
-    page.click(page.value(CHIP, "port"))
+    page.click(page.wait, CHIP, "port")
     wait_top(page, "Cable 1 pulled")
     page.js(f"{CHIP}.dispatchEvent(new MouseEvent('click', {{shiftKey: true}}))", "env")
     page.wait(f"{TEXTS}.every((text) => text.startsWith('Fan ')) && {TEXTS}.length > 3")
@@ -115,7 +115,7 @@ def test_what_one_reads_stays_where_it_is(switch, page):
     page.wait_state("port 1:3", "down")
     page.value(DRAWN)
     assert page.value(where) == before
-    page.click(page.named("button", "▲"))
+    page.click(page.named, "button", "▲")
     wait_top(page, "Port 1:3 link down")
     plug(switch, 3)
     wait_top(page, "Port 1:3 link up, 100 Mbps full, pause")
@@ -131,7 +131,7 @@ def test_what_was_summed_up_can_be_seen(switch, page):
     count = int(page.value("document.querySelector('.row.summed .what').textContent")
                 .split()[0].replace(",", ""))
     rows = int(page.value(f"{ROWS}[0].getAttribute('aria-setsize')"))
-    page.click(page.value(f"document.querySelector('{row}')"))
+    page.click(page.wait, f"document.querySelector('{row}')")
     page.wait(f"Number({ROWS}[0].getAttribute('aria-setsize')) === arguments[0]", rows + count - 1)
 
 
@@ -150,7 +150,7 @@ def test_what_is_shown_is_copied(page):
     page.js("navigator.clipboard.writeText = async (text) => { window.copied = text; }")
     page.fill("Search events", "are cabled")
     wait_top(page, "eth0 to eth4 are cabled")
-    page.click(page.named("button", "Copy"))
+    page.click(page.named, "button", "Copy")
     page.wait_text("Copied 1")
     assert page.value("copied") == "[    0.000] lab       eth0 to eth4 are cabled\n"
 
@@ -189,10 +189,10 @@ def test_an_event_leads_to_its_moment(switch, page):
     page.wait_state("port 1:3", "up")
     row = f"{ROWS}.find((each) => each.textContent.includes('Port 1:3 link down'))"
     ActionChains(page.driver).move_to_element(page.wait(row)).perform()
-    page.click(page.value(f"{row}.querySelector('.there')"))
+    page.click(page.wait, f"{row}.querySelector('.there')")
     page.wait_state("port 1:3", "down")
     wait_top(page, "Port 1:3 link down")
-    page.click(page.named("button", "Now"))
+    page.click(page.named, "button", "Now")
     page.wait_state("port 1:3", "up")
     wait_top(page, "Port 1:3 link up, 100 Mbps full, pause")
 
@@ -228,10 +228,10 @@ def test_a_chart_for_each_port(switch, page):
         page.value(AWHILE)
     assert received(page, "1:1") != "0/s"
     assert received(page, "1:2") == "0/s"
-    page.click(page.named("button", "Bytes"))
+    page.click(page.named, "button", "Bytes")
     page.value(DRAWN)
     assert received(page, "1:2") == "0 B/s"
-    page.click(page.named("button", "Busy ports"))
+    page.click(page.named, "button", "Busy ports")
     page.wait("document.querySelectorAll('.chart').length === 1")
 
 

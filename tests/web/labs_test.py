@@ -141,7 +141,7 @@ def test_a_node_leads_to_its_panel(three, open_page):
     page = open_page("three.top")
     pressed = "document.querySelector('[data-lab] [aria-pressed=true]')?.dataset.node"
     page.wait(f"{pressed} === 'top'")
-    page.click(page.named("button", "left: "))
+    page.click(page.named, "button", "left: ")
     page.wait_switch("three.left")
     page.wait(f"{pressed} === 'left'")
     page.js("document.querySelector('[data-node=right]').focus()")

@@ -80,13 +80,13 @@ def test_light_and_dark(page):
     def ground():
         return page.value("getComputedStyle(document.body).backgroundColor")
     before = ground()
-    page.click(page.named("button", "Light or dark"))
+    page.click(page.named, "button", "Light or dark")
     page.wait("getComputedStyle(document.body).backgroundColor !== arguments[0]", before)
     chosen = page.value("document.documentElement.dataset.theme")
     page.driver.refresh()
     page.wait_switch("stack")
     assert page.value("document.documentElement.dataset.theme") == chosen
-    page.click(page.named("button", "Light or dark"))
+    page.click(page.named, "button", "Light or dark")
     page.wait("getComputedStyle(document.body).backgroundColor === arguments[0]", before)
 
 
@@ -102,7 +102,7 @@ def test_every_file_of_the_page_is_used(gateway, page):
 
 def test_several_switches(stack, chassis, open_page):
     page = open_page("stack")
-    page.click(page.named("button", "chassis"))
+    page.click(page.named, "button", "chassis")
     page.wait_switch("chassis")
     page.part("card 10")
     page.driver.back()

@@ -131,7 +131,7 @@ def test_frames_let_a_lamp_blink(switch, page):
 def test_the_overview_shows_each_switch(switch, chassis, open_page):
     page = open_page("drawn")
     page.wait("document.querySelectorAll('#overview .tile').length === 2")
-    page.click(page.wait("document.querySelector('.tile[data-instance=wall]')"))
+    page.click(page.wait, "document.querySelector('.tile[data-instance=wall]')")
     page.wait_switch("wall")
     page.press("fan 0")
     page.wait("document.querySelector('dialog.menu[open]')")

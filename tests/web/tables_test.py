@@ -42,8 +42,8 @@ def wait_status(page, text):
 
 def choose(page, title):
     """Chooses a table in the list at the side."""
-    page.click(page.wait("[...document.querySelectorAll('nav.choose button')]"
-                         ".find((each) => each.textContent === arguments[0])", title))
+    page.click(page.wait, "[...document.querySelectorAll('nav.choose button')]"
+                         ".find((each) => each.textContent === arguments[0])", title)
     page.wait("document.querySelector('.table h2').textContent.startsWith(arguments[0])", title)
 
 
@@ -55,13 +55,13 @@ def rows(page):
 
 def test_the_way_through_the_pages(page):
     assert rows(page)[0][:4] == ["02:00:00:00:00:00", "10", "1:1", "dynamic"]
-    page.click(page.named("button", "Next page"))
+    page.click(page.named, "button", "Next page")
     wait_status(page, "101–200 of 300 addresses")
-    page.click(page.named("button", "Last page"))
+    page.click(page.named, "button", "Last page")
     wait_status(page, "201–300 of 300 addresses")
     assert rows(page)[-1][0] == "02:00:00:00:01:2b"
     assert not page.named("button", "Next page").is_enabled()
-    page.click(page.named("button", "First page"))
+    page.click(page.named, "button", "First page")
     wait_status(page, "1–100 of 300 addresses")
     page.fill("Go to row", 250)
     wait_status(page, "201–300 of 300 addresses")
@@ -93,7 +93,7 @@ def test_a_page_that_has_gone_leads_back(page, switch):
     for number in range(1, 4):
         switch.run(f"fdb add 0a:00:00:00:00:0{number} vlan 11 port 1:2")
     wait_status(page, "1–100 of 303 addresses")
-    page.click(page.named("button", "Last page"))
+    page.click(page.named, "button", "Last page")
     wait_status(page, "301–303 of 303 addresses")
     for number in range(1, 4):
         switch.run(f"fdb del 0a:00:00:00:00:0{number} vlan 11")
@@ -101,18 +101,18 @@ def test_a_page_that_has_gone_leads_back(page, switch):
 
 
 def test_a_port_is_pointed_at(page):
-    page.click(page.wait("document.querySelector('.table td.port button')"))
+    page.click(page.wait, "document.querySelector('.table td.port button')")
     page.wait("document.querySelector('[data-part=\"port 1:1\"]').classList.contains('pointed-at')")
     page.wait("document.querySelector('.pointed-at') === null")
     choose(page, "VLANs")
-    page.click(page.wait("document.querySelector('.table td.ports button')"))
+    page.click(page.wait, "document.querySelector('.table td.ports button')")
     page.wait("document.querySelectorAll('.pointed-at').length === 4")
 
 
 def test_many_routes_are_never_all_there(page):
     choose(page, "IPv4 routes")
     wait_status(page, f"1–100 of {ROUTES:,} IPv4 routes")
-    page.click(page.named("button", "Last page"))
+    page.click(page.named, "button", "Last page")
     wait_status(page, f"{ROUTES - 99:,}–{ROUTES:,} of {ROUTES:,} IPv4 routes")
     assert len(rows(page)) == 100 and rows(page)[-1][0] == "13.13.63.0/24"
     page.fill("Search", "11.1.0.0/16")
@@ -134,7 +134,7 @@ def test_from_a_list_to_its_rules(page):
     choose(page, "Bindings")
     page.wait("document.querySelector('.table td.list button')?.textContent === 'web'")
     choose(page, "Access lists")
-    page.click(page.wait("document.querySelector('.table td.list button')"))
+    page.click(page.wait, "document.querySelector('.table td.list button')")
     page.wait("document.querySelector('.table h2').textContent === 'Rules of a list of web'")
     assert [row[:3] for row in rows(page)] == [["1", "first", "permit"], ["2", "rest", "deny"]]
 
@@ -154,10 +154,10 @@ def test_coverage_and_times(page, switch):
 
 def test_the_past_has_no_tables(page):
     page.wait("document.querySelector('#slider button')?.checkVisibility()")
-    page.click(page.value("document.querySelector('#slider button')"))
+    page.click(page.wait, "document.querySelector('#slider button')")
     page.wait_text("Tables are those of now, the past has none; go back to now to see them.")
     assert not page.value("document.querySelector('.table .rows').checkVisibility()")
-    page.click(page.named("button", "Now"))
+    page.click(page.named, "button", "Now")
     wait_status(page, "1–100 of 300 addresses")
 
 
