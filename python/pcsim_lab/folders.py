@@ -9,6 +9,7 @@
 from __future__ import annotations
 
 import contextlib
+import errno
 import fcntl
 import json
 import os
@@ -71,8 +72,20 @@ def one_at_a_time(folder: Path) -> Iterator[None]:
 def write_json(path: Path, data: Any) -> None:
     """At a stroke: who reads it has the old or the new."""
     fresh = path.with_name(f".{path.name}.{os.getpid()}")
-    fresh.write_text(json.dumps(data, indent=1) + "\n", encoding="utf-8")
-    fresh.replace(path)
+    try:
+        fresh.write_text(json.dumps(data, indent=1) + "\n", encoding="utf-8")
+        fresh.replace(path)
+    except OSError:
+        fresh.unlink(missing_ok=True)
+        raise
+
+
+def remove_drafts(labs: Path) -> None:
+    """Those of starts that were killed."""
+    for draft in labs.glob(".*.*"):
+        starter = draft.suffix[1:]
+        if starter.isdecimal() and began(int(starter)) is None:
+            shutil.rmtree(draft, ignore_errors=True)
 
 
 class Folder:
@@ -91,17 +104,21 @@ class Folder:
         """Makes the folder, with this process as the keeper until there is one."""
         folder = cls.of(topology.name)
         draft = cls(folder.path.with_name(f".{topology.name}.{os.getpid()}"))
-        (draft.path / "logs").mkdir(mode=0o700, parents=True)
-        draft.path.chmod(0o700)
-        draft.write_keeper(Keeper(os.getpid(), began(os.getpid()) or 0))
-        draft.write_topology(topology)
         try:
+            (draft.path / "logs").mkdir(mode=0o700, parents=True)
+            draft.path.chmod(0o700)
+            draft.write_keeper(Keeper(os.getpid(), began(os.getpid()) or 0))
+            draft.write_topology(topology)
             with one_at_a_time(folder.path.parent):
+                remove_drafts(folder.path.parent)
                 if folder.path.exists() and not folder.alive():
                     folder.remove()
                 draft.path.rename(folder.path)
-        except OSError:
+        except OSError as problem:
             shutil.rmtree(draft.path, ignore_errors=True)  # the sockets are those of the other
+            if problem.errno not in (errno.ENOTEMPTY, errno.EEXIST):
+                raise LabError(f"{folder.path.parent} can't be written: "
+                               f"{problem.strerror}") from problem
             raise BadInput(f"lab '{topology.name}' is up already; 'down {topology.name}' ends "
                            "it, and --name gives another one a name of its own") from None
         return folder

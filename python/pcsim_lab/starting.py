@@ -36,6 +36,9 @@ def up(topology: Topology, timeout: float, progress: Progress = lambda *_: None)
     try:
         with interrupting(signal.SIGTERM):
             return start(folder, topology, timeout, progress)
+    except OSError as problem:
+        end(folder)
+        raise LabError(f"lab '{topology.name}' can't be started: {problem.strerror}") from problem
     except BaseException:
         end(folder)
         raise

@@ -1,4 +1,5 @@
 """The keeper's socket bears whatever comes: each request gets an answer, and the lab goes on."""
+import errno
 import importlib.util
 import json
 import os
@@ -126,7 +127,7 @@ def test_who_comes_second_leaves_the_sockets_of_the_first(run_folder, monkeypatc
     socket_file.touch()
 
     def refuse(*_):
-        raise OSError
+        raise OSError(errno.ENOTEMPTY, "not empty")
     monkeypatch.setattr(Path, "rename", refuse)
     with pytest.raises(BadInput, match="lab 'one' is up already"):
         Folder.claim(Topology("one", "lab.yml", (Node("sw", "pcsim", instance="one.sw"),), ()))

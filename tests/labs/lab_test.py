@@ -1,6 +1,8 @@
 """Labs from the outside: the program, with all that it starts and leaves."""
+import functools
 import json
 import os
+import resource
 import signal
 import stat
 import subprocess
@@ -169,6 +171,29 @@ def test_who_starts_a_lab_and_vanishes_takes_it_with_him(labs, run_folder):
         starter.kill()
     assert eventually(lambda: began(pid) is None)
     assert not list((run_folder / "labs").iterdir())
+
+
+@pytest.mark.parametrize("most", [0, 200])
+def test_a_disk_that_is_full_is_told(labs, run_folder, most):
+    limit = functools.partial(resource.setrlimit, resource.RLIMIT_FSIZE, (most, most))
+    done = subprocess.run([sys.executable, PROGRAM, "up", labs.write(ONE % "true")], check=False,
+                          capture_output=True, text=True, preexec_fn=limit)
+    assert (done.returncode, done.stderr) == (
+        1, f"pcsim-lab: {run_folder}/labs can't be written: File too large\n")
+    assert not list((run_folder / "labs").iterdir())
+
+
+def test_what_a_killed_start_has_drafted_goes(labs, run_folder):
+    with subprocess.Popen(["true"]) as ended:
+        pass
+    drafts = [run_folder / "labs" / name for name in (f".one.{ended.pid}", f".a.{os.getpid()}", ".b.c")]
+    for draft in drafts:
+        draft.mkdir(parents=True)
+    run_folder.chmod(0o700)
+    labs.up(ONE % "true")
+    assert [draft.exists() for draft in drafts] == [False, True, True]
+    for draft in drafts[1:]:
+        draft.rmdir()
 
 
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
