@@ -1,4 +1,5 @@
 """The file of a campaign: what is kept, what is refused, and what others read of it."""
+import random
 import sqlite3
 import subprocess
 import sys
@@ -177,3 +178,27 @@ def test_results_go_where_they_should(folder, out, expected):
 
 def test_keys_are_written_as_people_say_them():
     assert str(Key("late", 2, "stack", "a.so")) == "late, seed 2, stack, a.so"
+
+
+def test_a_disk_that_is_full_is_told(results):
+    results.add(PASSED)
+    with sqlite3.connect(PATH) as other:
+        pages, = other.execute("PRAGMA page_count").fetchone()
+    results._database.execute(f"PRAGMA max_page_count = {pages}")  # what a full disk comes to
+    noise = "".join(map(chr, random.Random(1).choices(range(32, 127), k=100_000)))
+    with pytest.raises(CampaignError) as told:
+        results.add(replace(CRASHED, log=noise))
+    assert str(told.value) == ("a.db can't be written: database or disk is full; what it has "
+                               "stays, and --resume goes on with it")
+    assert list(results.all()) == [PASSED]
+
+
+def test_a_damaged_file_is_told(results):
+    results.add(PASSED)
+    results.close()
+    data = bytearray(PATH.read_bytes())
+    data[4096:] = b"x" * (len(data) - 4096)
+    PATH.write_bytes(data)
+    with Results(PATH) as damaged, pytest.raises(CampaignError) as told:
+        list(damaged.all())
+    assert str(told.value).startswith("a.db can't be read: ")

@@ -100,6 +100,22 @@ class Results:
         """Nothing more is read or written."""
         self._opened.close()
 
+    @contextlib.contextmanager
+    def _telling(self, what: str, rest: str = "") -> Iterator[None]:
+        """What goes wrong with the database, as an error of campaigns."""
+        try:
+            yield
+        except sqlite3.Error as problem:
+            raise CampaignError(f"{self.path} can't be {what}: {problem}{rest}") from problem
+
+    def _writing(self) -> contextlib.AbstractContextManager[None]:
+        return self._telling("written", "; what it has stays, and --resume goes on with it")
+
+    def _rows(self, statement: str, *values: str) -> Iterator[tuple[Any, ...]]:
+        """Those of a question."""
+        with self._telling("read"):
+            yield from self._database.execute(statement, values)
+
     def begin(self, identity: Identity, resume: bool) -> None:
         """Makes the tables of a new campaign; goes on with one that is made of the same."""
         if self._empty:
@@ -112,29 +128,31 @@ class Results:
         elif differs := self._difference(identity):
             raise CampaignError(f"{self.path} is of another campaign: {differs}; expected "
                                 "the same, or another --out")
-        # Others read while results are added, and one costs no flush of the disk.
-        self._database.execute("PRAGMA journal_mode = WAL")
-        self._database.execute("PRAGMA synchronous = NORMAL")
-        # What had not begun may do so now.
-        self._database.execute("DELETE FROM runs WHERE outcome = ?", (str(Outcome.REFUSED),))
+        with self._writing():
+            # Others read while results are added, and one costs no flush of the disk.
+            self._database.execute("PRAGMA journal_mode = WAL")
+            self._database.execute("PRAGMA synchronous = NORMAL")
+            # What had not begun may do so now.
+            self._database.execute("DELETE FROM runs WHERE outcome = ?", (str(Outcome.REFUSED),))
 
     def _make(self, identity: Identity) -> None:
         facts = {"format": FORMAT, **identity.facts}
-        self._database.execute("BEGIN")
-        for statement in SCHEMA.split(";"):
-            self._database.execute(statement)
-        self._database.executemany("INSERT INTO campaign VALUES (?, ?)", facts.items())
-        self._database.executemany("INSERT INTO files VALUES (?, ?, ?)", (
-            (file.role, file.path, file.checksum) for file in identity.files))
-        self._database.executemany("INSERT INTO faults VALUES (?, ?, ?)", (
-            (fault.name, "\n".join(fault.rules), position)
-            for position, fault in enumerate(identity.faults)))
-        self._database.execute("COMMIT")
+        with self._telling("written"):
+            self._database.execute("BEGIN")
+            for statement in SCHEMA.split(";"):
+                self._database.execute(statement)
+            self._database.executemany("INSERT INTO campaign VALUES (?, ?)", facts.items())
+            self._database.executemany("INSERT INTO files VALUES (?, ?, ?)", (
+                (file.role, file.path, file.checksum) for file in identity.files))
+            self._database.executemany("INSERT INTO faults VALUES (?, ?, ?)", (
+                (fault.name, "\n".join(fault.rules), position)
+                for position, fault in enumerate(identity.faults)))
+            self._database.execute("COMMIT")
         self._empty = False
 
     def _difference(self, identity: Identity) -> str:
         """What it has begun with and isn't so now, in a line."""
-        stored = {(role, path): checksum for role, path, checksum in self._database.execute(
+        stored = {(role, path): checksum for role, path, checksum in self._rows(
             "SELECT role, path, checksum FROM files")}
         now = {(file.role, file.path): file.checksum for file in identity.files}
         for role, path in [*now, *stored]:
@@ -148,28 +166,28 @@ class Results:
 
     def fact(self, name: str) -> str:
         """A row of the table 'campaign'."""
-        row = self._database.execute("SELECT value FROM campaign WHERE name = ?",
-                                     (name,)).fetchone()
-        return str(row[0]) if row else ""
+        row = next(self._rows("SELECT value FROM campaign WHERE name = ?", name), ("",))
+        return str(row[0])
 
     def add(self, result: Result) -> bool:
         """Notes a result; whether it was the first of its run."""
         log = zlib.compress(result.log.encode()) if result.log else None
-        added = self._database.execute(
-            f"INSERT OR IGNORE INTO runs ({COLUMNS}, log) VALUES (?,?,?,?,?,?,?,?,?,?,?)",
-            (*result.key, str(result.outcome), result.seconds, result.reason, result.status,
-             result.worker, result.command, log))
+        with self._writing():
+            added = self._database.execute(
+                f"INSERT OR IGNORE INTO runs ({COLUMNS}, log) VALUES (?,?,?,?,?,?,?,?,?,?,?)",
+                (*result.key, str(result.outcome), result.seconds, result.reason, result.status,
+                 result.worker, result.command, log))
         return added.rowcount == 1
 
     def outcomes(self) -> dict[Key, Outcome]:
         """Those of the runs that have ended."""
-        return {Key(*key): Outcome(outcome) for *key, outcome in self._database.execute(
+        return {Key(*key): Outcome(outcome) for *key, outcome in self._rows(
             "SELECT fault, seed, shape, library, outcome FROM runs")}
 
     def all(self, *outcomes: Outcome) -> Iterator[Result]:
         """What became of the runs: by fault in the plan's order, shape, library and seed. Those
         with these outcomes, if any are given."""
-        for row in self._database.execute(f"SELECT {COLUMNS}, log {IN_ORDER}"):
+        for row in self._rows(f"SELECT {COLUMNS}, log {IN_ORDER}"):
             result = result_of(*row)
             if not outcomes or result.outcome in outcomes:
                 yield result
@@ -177,14 +195,14 @@ class Results:
     def counts(self) -> dict[tuple[str, str, str], Counter[Outcome]]:
         """How many runs of each fault, shape and library have ended how."""
         counts: dict[tuple[str, str, str], Counter[Outcome]] = {}
-        for fault, shape, library, outcome in self._database.execute(
+        for fault, shape, library, outcome in self._rows(
                 f"SELECT fault, shape, library, outcome {IN_ORDER}"):
             counts.setdefault((fault, shape, library), Counter())[Outcome(outcome)] += 1
         return counts
 
     def rules(self) -> dict[str, list[str]]:
         """The rules of each fault, as the plan has them."""
-        return {name: rules.splitlines() for name, rules in self._database.execute(
+        return {name: rules.splitlines() for name, rules in self._rows(
             "SELECT name, rules FROM faults ORDER BY position")}
 
 
