@@ -48,13 +48,17 @@ def began(pid: int) -> int | None:
 def labs_folder() -> Path:
     """The folder of all labs of the user, which is made when it is missing."""
     top = run_folder()
-    top.mkdir(mode=0o700, parents=True, exist_ok=True)
-    found = top.stat()
-    if found.st_uid != os.geteuid() or stat.S_IMODE(found.st_mode) & 0o022:
-        raise LabError(f"{top} is another user's or open to others; expected a folder of this "
-                       "user's own, or another one in PCSIM_RUN_DIR")
     labs = top / "labs"
-    labs.mkdir(mode=0o700, exist_ok=True)
+    try:
+        top.mkdir(mode=0o700, parents=True, exist_ok=True)
+        found = top.stat()
+        if found.st_uid != os.geteuid() or stat.S_IMODE(found.st_mode) & 0o022:
+            raise LabError(f"{top} is another user's or open to others; expected a folder of this "
+                           "user's own, or another one in PCSIM_RUN_DIR")
+        labs.mkdir(mode=0o700, exist_ok=True)
+    except OSError as problem:
+        raise LabError(f"folder {labs} can't be made: {problem.strerror}; expected another one in "
+                       "PCSIM_RUN_DIR") from problem
     return labs
 
 

@@ -183,6 +183,19 @@ def test_a_disk_that_is_full_is_told(labs, run_folder, most):
     assert not list((run_folder / "labs").iterdir())
 
 
+@pytest.mark.parametrize("taken", ["run", "run/labs"])
+def test_a_file_where_the_folder_should_be_is_told(labs, run_folder, taken):
+    path = run_folder.parent / taken
+    path.parent.mkdir(mode=0o700, exist_ok=True)
+    path.write_text("")
+    for words in (("up", str(labs.write(ONE % "true"))), ("list",), ("down", "--all")):
+        done = run(*words)
+        assert (done.returncode, done.stderr) == (
+            1, f"pcsim-lab: folder {run_folder}/labs can't be made: File exists; expected another "
+               "one in PCSIM_RUN_DIR\n")
+    path.unlink()
+
+
 def test_what_a_killed_start_has_drafted_goes(labs, run_folder):
     with subprocess.Popen(["true"]) as ended:
         pass
