@@ -6,6 +6,7 @@ from urllib.parse import quote
 
 import pcsim
 import pytest
+from selenium.webdriver.common.action_chains import ActionChains
 
 from gateway import TOKEN
 
@@ -108,6 +109,19 @@ def test_several_switches(stack, chassis, open_page):
     page.driver.back()
     page.driver.refresh()
     page.wait_switch("stack")
+
+
+@pytest.mark.parametrize("place", ("#instances button", ".tile"))
+def test_a_press_outlasts_news(stack, chassis, open_page, place):
+    """Another switch comes while the button of one is held down, in the head and in the overview."""
+    page = open_page("stack")
+    held = page.wait("[...document.querySelectorAll(arguments[0])].find((each) => "
+                     "each.textContent.startsWith('chassis'))", place)
+    ActionChains(page.driver).click_and_hold(held).perform()
+    with pcsim.Switch(ports=1, name="visitor"):
+        page.named("button", "visitor")
+        ActionChains(page.driver).release().perform()
+        page.wait_switch("chassis")
 
 
 def test_an_address_that_is_wrong(gateway, browser):

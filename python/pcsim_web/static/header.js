@@ -1,6 +1,7 @@
 // The head of the page: which switches there are, which is shown, what is wrong with the
 // connection.
-import {h, setText} from "./dom.js";
+import {h, setAttribute, setText} from "./dom.js";
+import {Kept} from "./kept.js";
 
 function describe(instance) {
   if (!instance.alive) return instance.problem || "ended";
@@ -10,17 +11,23 @@ function describe(instance) {
 // So many have room in the head; of more the overview alone tells, which has all.
 const MOST = 8;
 
-function drawInstances({store}, nav) {
-  nav.hidden = store.instances.length > MOST;
-  if (nav.hidden) return;
-  nav.replaceChildren(...store.instances.map((instance) => h("button", {
-    type: "button", class: instance.alive ? "alive" : "ended", title: describe(instance),
-    "aria-pressed": String(instance.name === store.current),
-    onclick: () => {
-      location.hash = encodeURIComponent(instance.name);
-      store.look(instance.name);
-    },
-  }, instance.name, h("small", {}, instance.alive ? "" : " ended"))));
+/** The button of a switch. */
+class Choice {
+  constructor({store}, {name}) {
+    this.store = store;
+    this.end = h("small", {});
+    this.node = h("button", {type: "button", onclick: () => {
+      location.hash = encodeURIComponent(name);
+      store.look(name).catch(() => {});
+    }}, name, this.end);
+  }
+
+  update(instance) {
+    setText(this.end, instance.alive ? "" : " ended");
+    setAttribute(this.node, "class", instance.alive ? "alive" : "ended");
+    setAttribute(this.node, "title", describe(instance));
+    setAttribute(this.node, "aria-pressed", String(instance.name === this.store.current));
+  }
 }
 
 function problemOf(store) {
@@ -40,8 +47,11 @@ function problemOf(store) {
 export function mountHeader(app) {
   const {store, element} = app;
   const notice = element("notice");
+  const nav = element("instances");
+  const choices = new Kept(nav, (instance) => new Choice(app, instance));
   const draw = () => {
-    drawInstances(app, element("instances"));
+    nav.hidden = store.instances.length > MOST;
+    choices.draw(nav.hidden ? [] : store.instances);
     const problem = problemOf(store);
     setText(notice, problem);
     notice.hidden = problem === "";

@@ -1,6 +1,7 @@
 // The labs that are up: their nodes and cables. Press a node to see its panel. They are asked for
 // while somebody sees them; whoever has them as they are is told no more than that.
 import {h, s, setAttribute, setText} from "../dom.js";
+import {Kept} from "../kept.js";
 
 const ASK_MS = 2000;
 const BOX = {width: 88, height: 34};
@@ -85,10 +86,9 @@ class Box {
   }
 }
 
-/** One lab. It is drawn anew when it has other nodes or cables, and else only coloured. */
+/** One lab. */
 class Lab {
   constructor(app, lab) {
-    this.plan = Lab.planOf(lab);
     const {places, width, height} = placesOf(lab);
     this.boxes = lab.nodes.map((node) => new Box(app, node, places.get(node.name)));
     const beside = new Map();
@@ -109,10 +109,6 @@ class Lab {
         this.cables.map((cable) => cable.node), this.boxes.map((box) => box.node))));
   }
 
-  static planOf(lab) {
-    return JSON.stringify([lab.rows, lab.links.map((link) => link.endpoints)]);
-  }
-
   update(lab) {
     lab.nodes.forEach((node, n) => this.boxes[n].update(node));
     lab.links.forEach((link, n) => this.cables[n].update(link));
@@ -121,37 +117,18 @@ class Lab {
   }
 }
 
-/** All labs, in the section that is for them. */
-class Board {
-  #drawn = new Map();
-
-  constructor(app) {
-    this.app = app;
-    this.section = app.element("labs");
-    this.labs = [];
-  }
-
-  draw() {
-    for (const [name, lab] of this.#drawn) {
-      if (this.labs.some((each) => each.name === name && Lab.planOf(each) === lab.plan)) continue;
-      lab.node.remove();
-      this.#drawn.delete(name);
-    }
-    this.labs.forEach((lab, n) => {
-      if (!this.#drawn.has(lab.name)) {
-        this.#drawn.set(lab.name, new Lab(this.app, lab));
-        this.section.insertBefore(this.#drawn.get(lab.name).node, this.section.children[n] ?? null);
-      }
-      this.#drawn.get(lab.name).update(lab);
-    });
-    this.section.hidden = this.labs.length === 0;
-  }
-}
-
 /** Draws the labs. */
 export function mountLabs(app) {
   const {link, store} = app;
-  const board = new Board(app);
+  const section = app.element("labs");
+  // Drawn anew when it has other nodes or cables, and else only coloured.
+  const kept = new Kept(section, (lab) => new Lab(app, lab),
+    ({name, rows, links}) => JSON.stringify([name, rows, links.map((link) => link.endpoints)]));
+  let labs = [];
+  const draw = () => {
+    kept.draw(labs);
+    section.hidden = labs.length === 0;
+  };
   let seen = 0;  // number of what is known
   let inSight = false;
   let asking = false;
@@ -161,8 +138,8 @@ export function mountLabs(app) {
     try {
       const answer = await link.ask("labs", {seen});
       seen = answer.number;
-      board.labs = answer.labs ?? board.labs;
-      board.draw();
+      labs = answer.labs ?? labs;
+      draw();
     } catch {
       seen = 0;  // another pcsim-web has numbers of its own
     } finally {
@@ -171,11 +148,11 @@ export function mountLabs(app) {
   };
 
   new IntersectionObserver((entries) => { inSight = entries.at(-1).isIntersecting; })
-    .observe(board.section);
+    .observe(section);
   setInterval(() => { if (inSight && !document.hidden) ask(); }, ASK_MS);
   let names = "";
   store.addEventListener("instances", () => {
-    board.draw();
+    draw();
     const now = store.instances.map((each) => `${each.name} ${each.alive}`).join("\n");
     if (now !== names) {
       ask();
@@ -183,6 +160,6 @@ export function mountLabs(app) {
     }
     names = now;
   });
-  store.addEventListener("whole", () => board.draw());
+  store.addEventListener("whole", () => draw());
   store.addEventListener("connection", () => { seen = 0; ask(); });
 }

@@ -1,5 +1,6 @@
 // All switches at a glance, when there is more than one: press one to see its panel.
 import {h, s, setAttribute, setText} from "../dom.js";
+import {Kept} from "../kept.js";
 
 const SHAPES = {stack: [[2, 10, 28, 7]], chassis: [[2, 2, 28, 6], [2, 9, 28, 6], [2, 16, 28, 6]]};
 const DOTS = 5;
@@ -45,23 +46,10 @@ class Tile {
 export function mountOverview(app) {
   const {store} = app;
   const section = app.element("overview");
-  const tiles = new Map();
+  const tiles = new Kept(section, (instance) => new Tile(app, instance.name));
   const refresh = () => {
     section.hidden = store.instances.length < 2;
-    for (const name of tiles.keys()) {
-      if (store.instances.some((instance) => instance.name === name)) continue;
-      tiles.get(name).node.remove();
-      tiles.delete(name);
-    }
-    for (const instance of store.instances) {
-      if (!tiles.has(instance.name)) {
-        const tile = new Tile(app, instance.name);
-        const after = [...tiles.keys()].filter((name) => name > instance.name).sort()[0];
-        section.insertBefore(tile.node, tiles.get(after)?.node ?? null);
-        tiles.set(instance.name, tile);
-      }
-      tiles.get(instance.name).update(instance);
-    }
+    tiles.draw(store.instances);
   };
   for (const type of ["instances", "whole", "connection"]) store.addEventListener(type, refresh);
   refresh();
