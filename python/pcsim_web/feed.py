@@ -207,15 +207,18 @@ class Feed:
             wait = next_due - loop.time()
             self._wake.clear()
             if wait > 0:
-                with contextlib.suppress(asyncio.TimeoutError):
-                    await asyncio.wait_for(self._wake.wait(), min(wait, 1.0))
+                # Unlike wait_for, this never takes an end for a wake-up.
+                with contextlib.suppress(TimeoutError):
+                    async with asyncio.timeout(min(wait, 1.0)):
+                        await self._wake.wait()
 
     async def _ask_status(self, asking: AsyncConnection) -> None:
         def take(result: JSON) -> None:
             self.status = dict(result)
             self.status_at = time.time()
             self.history.clock.read(self.status_at, result["timeMs"], result["stopped"])
-        await asyncio.wait_for(asking.perform(Call("status", {}, take)), LONGEST_ANSWER_S)
+        async with asyncio.timeout(LONGEST_ANSWER_S):
+            await asking.perform(Call("status", {}, take))
 
     async def _ask_shows(self, asking: AsyncConnection, lines: list[tuple[str, str]]) -> None:
         # What an event has changed is so from the event on, however late its answer comes.

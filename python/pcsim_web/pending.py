@@ -86,8 +86,9 @@ class Pending:
     async def _rest(self) -> None:
         rest = self._last + SHORTEST_S - time.monotonic()
         if rest > 0:
-            with contextlib.suppress(asyncio.TimeoutError):
-                await asyncio.wait_for(self._picture.wait(), rest)
+            with contextlib.suppress(TimeoutError):
+                async with asyncio.timeout(rest):
+                    await self._picture.wait()
             await asyncio.sleep(max(0.0, self._last + SOONEST_S - time.monotonic()))
 
     def _sum_up(self, passed: float) -> None:

@@ -7,6 +7,7 @@ import pytest
 from pcsim.protocol import Notified
 from pcsim_web.feed import Feed
 from pcsim_web.instances import Instances
+from pcsim_web.pending import Pending
 
 STATUS = {"timeMs": 1000, "upMs": 1000, "stopped": True}
 
@@ -123,3 +124,25 @@ def test_one_that_has_ended_is_forgotten_with_its_past(feed, named, alive, looke
     feed.lookers = {looker} - {None}
     instances._forget_old(time.time())
     assert [each["name"] for each in instances.told()] == (["switch"] if kept else [])
+
+
+async def ends(work, wake, step):
+    """Whether a task ends that is cancelled so many steps of the loop behind a wake-up."""
+    task = asyncio.ensure_future(work)
+    for _ in range(5):
+        await asyncio.sleep(0)
+    wake()
+    for _ in range(step):
+        await asyncio.sleep(0)
+    task.cancel()
+    return bool((await asyncio.wait({task}, timeout=0.3))[0])
+
+
+@pytest.mark.parametrize("step", range(5))
+def test_an_end_that_meets_a_wake_up_is_an_end(feed, step):
+    pending = Pending()
+    pending._last = time.monotonic() + 60  # it rests
+    pending.changed({"fans"})
+    for work, wake in ((feed._keep_asking(None), feed._wake.set),
+                       (pending.take(lambda: None), pending.whole)):
+        assert asyncio.run(ends(work, wake, step))
