@@ -95,6 +95,10 @@ TEST(McastText, BytesAreUnsignedAndInMemoryOrder) {
     EXPECT_STREQ(hmc_ntoa(0xFFFFFFFF), "255.255.255.255");
     EXPECT_STREQ(hmc_ntoa(0), "0.0.0.0");
     EXPECT_STREQ(hmc_ntoa(0x04030201), "1.2.3.4");
+    for (uint32_t byte = 0; byte < 256; ++byte) {
+        const std::string number = std::to_string(byte);
+        EXPECT_EQ(hmc_ntoa(byte * 0x01010101), number + "." + number + "." + number + "." + number);
+    }
 }
 
 TEST_F(Mcast, FiveOperationsSayThatTheyAreCalled) {
