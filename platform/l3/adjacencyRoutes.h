@@ -4,7 +4,7 @@
 // brings a host route along. Neither side uses more of the other than this; pcsim/l3.h has the
 // contracts.
 //
-//   routes of adjacencies   pcSimIpAdjLookup, rtAttachIpAdjEntry, rtDeattachIpAdjEntry
+//   routes of adjacencies   adjacencyFor, rtAttachIpAdjEntry, rtDeattachIpAdjEntry
 //   adjacencies of routes   pcSimIPv4FibDirectRtLookup, ...DirectRtCreate, ...DirectRtFree
 #ifndef PCSIM_L3_ADJACENCYROUTES_H
 #define PCSIM_L3_ADJACENCYROUTES_H
@@ -17,6 +17,9 @@ namespace pcsim {
 // The adjacency that a look-up or an add has made last: who has just looked one up and finds it
 // here has made it. Compared alone, never followed; whoever looks resets it first.
 extern const pcSimIpAdjEntry* newestAdjacency;
+
+// What pcSimIpAdjLookup finds or makes, without the host's tree when it has been used lately.
+pcSimIpAdjEntry* adjacencyFor(uint32_t vrId, uint32_t ip, uint32_t vlan) noexcept;
 
 }  // namespace pcsim
 

@@ -41,7 +41,7 @@ struct IPv4Family {
     static Standing attach(NextHop* nextHop) noexcept {
         pcsim::newestAdjacency = nullptr;
         pcSimIpAdjEntry* const entry =
-            pcSimIpAdjLookup(nextHop->route->vrId, nextHop->gateway, nextHop->vlan, 1);
+            pcsim::adjacencyFor(nextHop->route->vrId, nextHop->gateway, nextHop->vlan);
         if (entry == nullptr) __builtin_trap();
         const bool wasIdle = entry->refCount == 0 && entry != pcsim::newestAdjacency;
         rtAttachIpAdjEntry(entry, nextHop);

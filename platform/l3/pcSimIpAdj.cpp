@@ -5,6 +5,7 @@
 #include <stddef.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 
 #include "pcsim/host.h"
 #include "platform/base/dump.h"
@@ -15,13 +16,34 @@ extern "C" {
 extern HalGlobal gHal __attribute__((weak));
 }
 
-namespace pcsim {
-const pcSimIpAdjEntry* newestAdjacency;
-}
-
 namespace {
 
 HalTreeRoot pcSimIpAdjTree;
+
+// The adjacencies that look-ups have met last, each in the place that its key gives it. A table of
+// routes has few gateways, which a descent of the tree would look for again for every next hop.
+constexpr uint32_t kRecentPlaces = 1024;
+pcSimIpAdjEntry* recent[kRecentPlaces];
+bool anyIsRecent;
+
+pcSimIpAdjEntry*& recentPlace(uint32_t vrId, uint32_t ip, uint32_t vlan) noexcept {
+    // Neighbouring addresses, VLANs and virtual routers have places far from each other.
+    const uint32_t hash = ntohl(ip) * 0x9E3779B1 + vlan * 0x85EBCA6B + vrId * 0xC2B2AE35;
+    return recent[hash / (UINT32_MAX / kRecentPlaces + 1)];
+}
+
+pcSimIpAdjEntry* remember(pcSimIpAdjEntry* entry) noexcept {
+    const pcSimIpAdjRec& record = entry->record;
+    recentPlace(record.vrId, record.ipAddr.words[0], record.vlan) = entry;
+    anyIsRecent = true;
+    return entry;
+}
+
+// All of them, so that none is left of the one that goes, whatever has become of its key.
+void forgetRecent() noexcept {
+    if (anyIsRecent) memset(recent, 0, sizeof recent);
+    anyIsRecent = false;
+}
 
 // The key is what lies before the carried part of a record.
 constexpr size_t kKeyWords = offsetof(pcSimIpAdjRec, reserved28) / sizeof(uint32_t);
@@ -93,10 +115,24 @@ pcSimIpAdjEntry* create(uint32_t vrId, uint32_t ip, uint32_t vlan) noexcept {
         return nullptr;
     }
     pcsim::newestAdjacency = entry;
-    return entry;
+    return remember(entry);
 }
 
 }  // namespace
+
+namespace pcsim {
+
+const pcSimIpAdjEntry* newestAdjacency;
+
+pcSimIpAdjEntry* adjacencyFor(uint32_t vrId, uint32_t ip, uint32_t vlan) noexcept {
+    pcSimIpAdjEntry* const entry = recentPlace(vrId, ip, vlan);
+    if (entry != nullptr && entry->record.vrId == vrId && entry->record.ipAddr.words[0] == ip &&
+        entry->record.vlan == vlan)
+        return entry;
+    return pcSimIpAdjLookup(vrId, ip, vlan, 1);
+}
+
+}  // namespace pcsim
 
 extern "C" {
 
@@ -171,13 +207,14 @@ pcSimIpAdjEntry* pcSimIpAdjLookup(uint32_t vrId, uint32_t ip, uint32_t vlan,
                       .ipAddr = {.words = {ip, 0, 0, 0}},
                       .vlan = vlan};
     HalTreeNode* const node = findNode(&key.node, pcSimIpAdjTree, pcSimIpAdjComp);
-    if (node != nullptr) return reinterpret_cast<pcSimIpAdjEntry*>(node);
+    if (node != nullptr) return remember(reinterpret_cast<pcSimIpAdjEntry*>(node));
     return createIt != 0 ? create(vrId, ip, vlan) : nullptr;
 }
 
 void _pcSimIpAdjFree(pcSimIpAdjEntry* entry) noexcept {
     if (entry == nullptr) __builtin_trap();
     if (entry->refCount != 0 || entry->record.port != 0) return;
+    forgetRecent();
     p2BtreeDelete(&entry->node, &pcSimIpAdjTree);
     free(entry);
 }

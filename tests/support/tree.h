@@ -1,4 +1,4 @@
-// The host's tree, with insertions that a test can have refused.
+// The host's tree, with insertions that a test can have refused, and its calls counted.
 #ifndef PCSIM_TESTS_SUPPORT_TREE_H
 #define PCSIM_TESTS_SUPPORT_TREE_H
 
@@ -9,6 +9,7 @@ namespace pcsim::test {
 struct TreeState {
     uint32_t refuseInsert = 0;  // the n-th insertion from now is refused, once; 0: none is
     uint32_t insertions = 0;    // asked for so far
+    uint32_t lookups = 0;       // likewise
     int32_t success = 0;        // what a successful insertion answers: anything but -1
 };
 
