@@ -91,6 +91,13 @@ public:
         return 0;
     }
 
+    // All of a node but its key. A record that is cleared whole is cleared in a loop, which takes
+    // as long as a few steps of the look-up that it is made for.
+    static void clear(Route& route) noexcept {
+        route.node = {};
+        route.nextHops = nullptr;
+    }
+
     // A host route whose one next hop is the host itself, attached to nothing yet. Null when there
     // is no memory or the tree refuses it.
     static Route* createHostRoute(uint32_t vrId, const Address& address, uint32_t vlan) noexcept {
@@ -199,13 +206,14 @@ private:
 
     // A new next hop at the head of the route's list, attached to nothing; null without memory.
     static NextHop* push(Route* route, const Address& gateway, uint32_t vlan) noexcept {
-        auto* const nextHop = static_cast<NextHop*>(calloc(1, sizeof(NextHop)));
+        auto* const nextHop = static_cast<NextHop*>(malloc(sizeof(NextHop)));
         if (nextHop == nullptr) return nullptr;
-        nextHop->gateway = gateway;
-        nextHop->vlan = vlan;
-        nextHop->route = route;
-        nextHop->links = {&nextHop->links, &nextHop->links};
-        nextHop->next = route->nextHops;
+        *nextHop = {.links = {&nextHop->links, &nextHop->links},
+                    .next = route->nextHops,
+                    .gateway = gateway,
+                    .vlan = vlan,
+                    .route = route,
+                    .adjacency = nullptr};
         route->nextHops = nextHop;
         return nextHop;
     }

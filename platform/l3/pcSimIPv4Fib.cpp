@@ -140,14 +140,19 @@ void dumpSimEntry(const pcSimDumpSink* sink, const pcSimIPv4FibRoute* route) noe
 }
 
 pcSimIPv4FibRoute* pcSimIPv4FibFind(uint32_t vrId, uint32_t prefix, uint32_t mask) noexcept {
-    pcSimIPv4FibRoute key{};
+    pcSimIPv4FibRoute key;
+    Table::clear(key);
     IPv4Family::setKey(key, vrId, prefix, mask);
     return reinterpret_cast<pcSimIPv4FibRoute*>(
         findNode(&key.node, gIPv4FibTable, pcSimPCFamIPv4FibEntryCmpFunc));
 }
 
 pcSimIPv4FibRoute* pcSimIPv4FibRouteAlloc() noexcept {
-    return static_cast<pcSimIPv4FibRoute*>(calloc(1, sizeof(pcSimIPv4FibRoute)));
+    auto* const route = static_cast<pcSimIPv4FibRoute*>(malloc(sizeof(pcSimIPv4FibRoute)));
+    if (route == nullptr) return nullptr;
+    Table::clear(*route);
+    IPv4Family::setKey(*route, 0, 0, 0);
+    return route;
 }
 
 pcSimIPv4FibRoute* pcSimIPv4FibDirectRtLookup(uint32_t vrId, uint32_t address) noexcept {

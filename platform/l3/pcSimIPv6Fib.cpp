@@ -122,14 +122,19 @@ int32_t pcSimPCFamIPv6FibEntryCmpFunc(const HalTreeNode* a, const HalTreeNode* b
 
 pcSimIPv6FibRoute* pcSimIPv6FibFind(uint32_t vrId, uint32_t prefix0, uint32_t prefix1,
                                     uint32_t prefix2, uint32_t prefix3, uint32_t maskLen) noexcept {
-    pcSimIPv6FibRoute key{};
+    pcSimIPv6FibRoute key;
+    Table::clear(key);
     IPv6Family::setKey(key, vrId, {.words = {prefix0, prefix1, prefix2, prefix3}}, maskLen);
     return reinterpret_cast<pcSimIPv6FibRoute*>(
         findNode(&key.node, gIPv6FibTable, pcSimPCFamIPv6FibEntryCmpFunc));
 }
 
 pcSimIPv6FibRoute* pcSimIPv6FibRouteAlloc() noexcept {
-    return static_cast<pcSimIPv6FibRoute*>(calloc(1, sizeof(pcSimIPv6FibRoute)));
+    auto* const route = static_cast<pcSimIPv6FibRoute*>(malloc(sizeof(pcSimIPv6FibRoute)));
+    if (route == nullptr) return nullptr;
+    Table::clear(*route);
+    IPv6Family::setKey(*route, 0, {}, 0);
+    return route;
 }
 
 pcSimIPv6FibRoute* pcSimIPv6FibDirectRtLookup(uint32_t vrId, uint32_t address0, uint32_t address1,

@@ -87,8 +87,8 @@ struct Neighbour {
 // A route of its own via that neighbour, which has to be the one under its key.
 void expectRouteVia(const Neighbour& neighbour, uint32_t number) {
     const uint32_t mask = ip("255.255.255.0");
-    const uint32_t words[8] = {neighbour.vrId, htonl(number << 8), mask, 1,
-                               0,              neighbour.address,  neighbour.vlan, 0};
+    const uint32_t words[8] = {neighbour.vrId,    htonl(number << 8), mask, 1, 0,
+                               neighbour.address, neighbour.vlan,     0};
     ASSERT_EQ(pcSimPCFamIPv4FibReplaceEntry(reinterpret_cast<const pcSimIPv4FibReq*>(words)), 0);
     EXPECT_EQ(pcSimIPv4FibFind(words[0], words[1], mask)->nextHops->adjacency,
               pcSimIpAdjLookup(neighbour.vrId, neighbour.address, neighbour.vlan, 0));
