@@ -4,6 +4,7 @@
 #include <arpa/inet.h>
 #include <string.h>
 
+#include "platform/base/order.h"
 #include "platform/l3/fibTable.h"
 
 namespace {
@@ -84,6 +85,13 @@ void IPv6Family::dumpRows(const pcSimDumpSink* sink, const Route* route) noexcep
 
 using Table = pcsim::FibTable<IPv6Family>;
 
+// As memcmp, without the call: every step down the tree compares.
+int32_t compareBytes(const HalIpAddress& a, const HalIpAddress& b) noexcept {
+    for (size_t i = 0; i < sizeof a / sizeof *a.words; ++i)
+        if (a.words[i] != b.words[i]) return pcsim::order(ntohl(a.words[i]), ntohl(b.words[i]));
+    return 0;
+}
+
 }  // namespace
 
 extern "C" {
@@ -117,7 +125,7 @@ int32_t pcSimPCFamIPv6FibEntryCmpFunc(const HalTreeNode* a, const HalTreeNode* b
     const auto& routeB = *reinterpret_cast<const pcSimIPv6FibRoute*>(b);
     if (routeA.vrId != routeB.vrId) return routeA.vrId > routeB.vrId ? 1 : -1;
     if (routeA.maskLen != routeB.maskLen) return routeA.maskLen < routeB.maskLen ? 1 : -1;
-    return memcmp(&routeA.prefix, &routeB.prefix, sizeof routeA.prefix);
+    return compareBytes(routeA.prefix, routeB.prefix);
 }
 
 pcSimIPv6FibRoute* pcSimIPv6FibFind(uint32_t vrId, uint32_t prefix0, uint32_t prefix1,

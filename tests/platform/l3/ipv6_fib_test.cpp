@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <random>
 
 #include "tests/platform/l3/support.h"
 #include "tests/support/stubs.h"
@@ -234,6 +235,22 @@ TEST(IPv6Order, VrThenLongestPrefixThenBytes) {
             EXPECT_EQ(sign(pcSimPCFamIPv6FibEntryCmpFunc(&a.node, &b.node)),
                       &a == &b ? 0 : (&a < &b ? -1 : 1))
                 << &a - routes << " " << &b - routes;
+}
+
+TEST(IPv6Order, TheFirstByteThatDiffersDecides) {
+    std::mt19937 random(6);
+    const auto sign = [](int32_t order) { return (order > 0) - (order < 0); };
+    for (uint32_t byte = 0; byte < 16; ++byte) {
+        for (int32_t round = 0; round < 50; ++round) {
+            pcSimIPv6FibRoute a = keyed(0, "2001:db8:1:2:3:4:5:6", 128), b = a;
+            for (uint32_t i = byte; i < 16; ++i) {
+                a.prefix.bytes[i] = static_cast<uint8_t>(random());
+                b.prefix.bytes[i] = static_cast<uint8_t>(random());
+            }
+            EXPECT_EQ(sign(pcSimPCFamIPv6FibEntryCmpFunc(&a.node, &b.node)),
+                      sign(std::memcmp(&a.prefix, &b.prefix, sizeof a.prefix)));
+        }
+    }
 }
 
 // --- Dump ---------------------------------------------------------------------------------------
