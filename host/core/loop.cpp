@@ -162,7 +162,7 @@ bool Loop::goesOn(const Work& work) const {
 // Lets the others run until the work that runs has a reason to go on.
 void Loop::wait(Wait& wait) {
     if (running_ != nullptr && ending_) return;
-    if (!std::exchange(wait.begun, true)) ++happened_;  // it has done something since its last one
+    if (!std::exchange(wait.begun, true)) noteWork();  // it has done something since its last one
     wait.readable = false;
     wait.happened = happened_;
     wait.lookedAtMs = scheduler_.nowMs();
@@ -278,7 +278,7 @@ void Loop::callWatchers() {
         if (polled_[at].revents == 0) continue;
         const auto found = watched_.find(polled_[at].fd);
         if (found == watched_.end()) continue;
-        ++happened_;
+        noteWork();
         const auto readable = found->second;
         readable();
     }
@@ -306,7 +306,7 @@ void Loop::resume(Work& work) {
     work.fiber.resume();
     running_ = nullptr;
     if (work.folder) goTo(ownFolder_.get());
-    if (work.fiber.ended()) ++happened_;
+    if (work.fiber.ended()) noteWork();
 }
 
 }  // namespace pcsim::host

@@ -56,6 +56,10 @@ public:
     void enterFolder(const std::string& path) override;
     void leaveFolder() override;
 
+    // Counts what works and watchers have done. While it stands still, and what runs is an action,
+    // nobody has asked for anything since.
+    uint64_t worked() const { return worked_; }
+
     bool interrupted() const override;
     bool terminated() const override;
     void forgetInterrupt() override;
@@ -93,6 +97,10 @@ private:
     };
 
     void wait(Wait& wait);
+    void noteWork() {
+        ++happened_;
+        ++worked_;
+    }
     void turn();
     void warpToNext();
     void look(int timeoutMs);
@@ -119,6 +127,7 @@ private:
     bool turning_ = false;
     bool ending_ = false;
     uint64_t happened_ = 0;              // counts what may make true what somebody waits for
+    uint64_t worked_ = 0;                // of that, what was not just time
     std::unique_ptr<Folder> ownFolder_;  // the main work's, once another has one
     std::map<int, std::function<void()>> watched_;
     std::vector<pollfd> polled_;  // the signals', then those watched, then those waited for

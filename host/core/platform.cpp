@@ -135,6 +135,10 @@ ssize_t Platform::write(void* cookie, const char* text, size_t size) {
     return static_cast<ssize_t>(size);
 }
 
+bool Platform::isWatched() const {
+    return !rules.states().empty() || trace.on() || recorder.isRecording();
+}
+
 void Platform::drainPrints() {
     if (captured_ == nullptr || (printed_.empty() && __fpending(captured_) == 0)) return;
     std::fflush(captured_);

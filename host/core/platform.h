@@ -68,6 +68,9 @@ public:
     probe::Trace trace;
     probe::Recorder recorder;
 
+    // Whether anybody looks at calls, and would miss those that are not made.
+    bool isWatched() const;
+
     // Name of the exported operation at an address, or behind its stub; "-" for null.
     static std::string operationName(const void* function);
 

@@ -5,14 +5,23 @@
 #include "host/cards/card_manager.h"
 #include "host/core/lines.h"
 #include "host/ports/counters.h"
+#include "lab/lab.h"
 
 namespace pcsim::host {
+
+namespace {
+
+// As soon as a person would notice, and seldom enough to cost nothing.
+constexpr std::chrono::milliseconds kBetweenAsks{10};
+
+}  // namespace
 
 void PortManager::boot() {
     context_.scheduler.every(kPollPeriodMs, "port link poll", [this] { pollAll(); });
 }
 
 void PortManager::cardUp(int slot) {
+    settled_.reset();
     const HalCardSlotDb& table = context_.platform.slotRecord(slot);
     const auto slotNumber = static_cast<uint32_t>(slot);
     for (uint32_t number = 1; number <= table.portCount; ++number) {
@@ -32,6 +41,7 @@ void PortManager::cardUp(int slot) {
 }
 
 void PortManager::cardDown(int slot) {
+    settled_.reset();
     if (slot == context_.ownSlot) managementLink_.reset();
     unsigned count = 0;
     for (auto entry = ports_.begin(); entry != ports_.end();) {
@@ -77,12 +87,14 @@ Port& PortManager::port(uint32_t slot, uint32_t number) {
 }
 
 void PortManager::enable(Port& port, bool on) {
+    settled_.reset();
     port.enabled = on;
     context_.platform.call(slotTable(port), &HalCardSlotOps::cardPortEnable, port.instance,
                            on ? 1u : 0u);
 }
 
 void PortManager::restart(Port& port) {
+    settled_.reset();
     const int32_t result =
         context_.platform.call(slotTable(port), &HalCardSlotOps::cardPortRestart, port.instance);
     if (result != 0)
@@ -91,6 +103,7 @@ void PortManager::restart(Port& port) {
 }
 
 void PortManager::configureAutoNeg(Port& port, const HalPortAutoNeg& config) {
+    settled_.reset();
     context_.platform.call(slotTable(port), &HalCardSlotOps::cardPortConfigAutoNeg, port.instance,
                            &config);
     port.autoNeg = config;
@@ -111,8 +124,24 @@ void PortManager::running(Lines& lines) {
     }
 }
 
+PortManager::Changes PortManager::changes() const {
+    return {.worked = context_.loop.worked(), .lab = context_.lab ? context_.lab->changes() : 0};
+}
+
+// Whether a poll would find what the last one has found. A clock that follows the PC's comes by
+// only once a second, and whoever looks at calls sees all of them.
+bool PortManager::isSettled() const {
+    return context_.scheduler.stopped() && settled_ && settled_->changes == changes() &&
+           std::chrono::steady_clock::now() - settled_->at < kBetweenAsks &&
+           !context_.platform.isWatched();
+}
+
 void PortManager::pollAll() {
-    for (auto& [instance, port] : ports_) pollPort(port);
+    if (isSettled()) return;
+    settled_ = Settled{changes(), std::chrono::steady_clock::now()};
+    bool same = true;
+    for (auto& [instance, port] : ports_) same = pollPort(port) && same;
+    if (!same) settled_.reset();
 }
 
 std::optional<Link> PortManager::askLink(uint32_t instance) {
@@ -125,12 +154,13 @@ std::optional<Link> PortManager::askLink(uint32_t instance) {
     return link != 0 ? Link{true, duplex, speed, flowControl} : Link{};
 }
 
-void PortManager::pollPort(Port& port) {
+bool PortManager::pollPort(Port& port) {
     // A query that fails leaves nothing to believe in: the port counts as down.
-    const Link now = askLink(port.instance).value_or(Link{});
+    const std::optional<Link> answer = askLink(port.instance);
+    const Link now = answer.value_or(Link{});
     const bool changed = now.up != port.link.up;
     port.link = now;
-    if (!changed) return;
+    if (!changed) return answer.has_value();
     ++port.changes;
     port.lastChangeMs = context_.scheduler.nowMs();
     if (port.enabled || now.up)
@@ -139,6 +169,7 @@ void PortManager::pollPort(Port& port) {
         context_.events.note("port", "Port {} link down (disabled)", port.name());
     context_.platform.call(slotTable(port), &HalCardSlotOps::cardPortLinkChange, port.instance,
                            now.up ? 1u : 0u);
+    return false;
 }
 
 std::string PortManager::describe(const Link& link) {

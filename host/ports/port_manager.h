@@ -1,12 +1,14 @@
 // The port manager: the front panel as an operator sees it.
 //
 // It makes the ports of a card that comes up, enables them, polls the link of each once a second
-// through the platform and logs every change once, and reads counters when asked. The management
-// port is listed beside the front panel: its link is asked for when its card comes up, and from
-// then on the platform's own poll reports what changes.
+// through the platform and logs every change once, and reads counters when asked. A warp brings
+// more polls than can find anything: while nothing happens but time, they ask once in 10 ms of the
+// PC's. The management port is listed beside the front panel: its link is asked for when its card
+// comes up, and from then on the platform's own poll reports what changes.
 #ifndef PCSIM_HOST_PORTS_PORT_MANAGER_H
 #define PCSIM_HOST_PORTS_PORT_MANAGER_H
 
+#include <chrono>
 #include <map>
 #include <optional>
 #include <string>
@@ -63,8 +65,8 @@ public:
     void restart(Port& port);
     void configureAutoNeg(Port& port, const HalPortAutoNeg& config);
 
-    // Asks the platform for the port's link now.
-    void pollPort(Port& port);
+    // Asks the platform for the port's link now. False when there was no answer, or a change.
+    bool pollPort(Port& port);
     void pollAll();
 
     // Brings the port's counters up to date; false when its link is down, since the platform counts
@@ -88,13 +90,29 @@ private:
         return context_.platform.slot(static_cast<int>(port.slot()));
     }
 
+    // What can have changed a link in this process; what others do to the PC's interfaces is seen
+    // by asking.
+    struct Changes {
+        uint64_t worked;  // by commands
+        uint64_t lab;     // to its cables
+        bool operator==(const Changes&) const = default;
+    };
+    // A poll of all ports that has found nothing new.
+    struct Settled {
+        Changes changes;
+        std::chrono::steady_clock::time_point at;
+    };
+
     // Nothing when the platform can't say.
     std::optional<Link> askLink(uint32_t instance);
+    Changes changes() const;
+    bool isSettled() const;
 
     Context& context_;
     CardManager& cards_;
     std::map<uint32_t, Port> ports_;  // by instance
     std::optional<Link> managementLink_;
+    std::optional<Settled> settled_;
 };
 
 }  // namespace pcsim::host

@@ -24,6 +24,20 @@ refuses "counters of port 1:1 can't be read: the platform answered -1" \
     'fault open* count 9' 'show counters 1:1'
 succeeds 'fault ioctl count 9' 'time warp 1000' 'expect show port 1:1 -- link is down'
 
+# A warp asks for links no more than it has to, but sees what changes in it to the millisecond; who
+# looks at calls sees them all.
+succeeds 'time warp 3600000' 'expect show coverage -- pcSimCardPortLinkInfo.calls at-most 7000' \
+    'cable 2 pull' 'time warp 999' 'expect event "Port 1:2 link down" count is 0' 'time warp 1' \
+    'expect event "Port 1:2 link down" count is 1' 'time warp 3000' 'cable 2 plug' \
+    'time warp 999' 'expect event "Port 1:2 link up" count is 0' 'time warp 1' \
+    'expect event "Port 1:2 link up" count is 1'
+succeeds 'fault pcSimCardPortLinkInfo after 1000000' 'time warp 3600000' \
+    'expect show coverage -- pcSimCardPortLinkInfo.calls at-least 7200'
+succeeds 'fault pcSimCardPortLinkInfo after 5000 count 2' 'time warp 3600000' \
+    'expect event "Port 1:1 link down" count is 1' 'expect event "Port 1:2 link down" count is 1'
+succeeds 'calls on' 'time warp 20000' 'calls off' \
+    'expect show coverage -- pcSimCardPortLinkInfo.calls at-least 40'
+
 # Aimed, and with other values.
 succeeds 'fault pcSimFanReadTemp where slot 2 set temperature 9000' 'time warp 5000' \
     'expect show fans -- 2.temperature is 90.00' 'expect show fans -- 1.temperature is 25.01' \

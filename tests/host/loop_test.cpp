@@ -124,6 +124,22 @@ TEST_F(LoopTest, ActionsDueAtTheSameTimeRunBeforeWhoeverWaitsForIt) {
     EXPECT_EQ(notes, (Lines{"tick@100", "work@100", "main@100"}));
 }
 
+// So that who asks what commands alone can change needn't ask again.
+TEST_F(LoopTest, TimeAndLookingAreNoWork) {
+    std::vector<uint64_t> worked;
+    scheduler.every(100, "look", [&] { worked.push_back(loop.worked()); });
+    spawn([&] {
+        EXPECT_FALSE(loop.waitUntil([] { return false; }, 350));
+        EXPECT_FALSE(loop.waitUntil([] { return false; }, 300));
+    });
+    loop.sleep(800);
+    ASSERT_EQ(worked.size(), 8u);
+    for (size_t i : {1, 2, 4, 5, 7}) EXPECT_EQ(worked[i], worked[i - 1]) << i;
+    for (size_t i : {3, 6}) EXPECT_GT(worked[i], worked[i - 1]) << i;
+    loop.sleep(100);
+    EXPECT_GT(worked.back(), worked[7]) << "the caller has gone on";
+}
+
 TEST_F(LoopTest, WhatAConditionThrowsReachesTheWorkThatWaits) {
     spawn([this] { loop.waitUntil([]() -> bool { fail("there is no such port"); }, 1000); });
     bool begun = false;
