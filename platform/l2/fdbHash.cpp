@@ -1,19 +1,10 @@
-// The hash of an address: CRC-16/ARC over its six bytes, read from one table per byte position.
-//
-// The CRC starts at 0 and nothing is XORed at the end, so it is linear: the CRC of six bytes is the
-// XOR of what each byte contributes at its position. Six independent look-ups take the place of a
-// chain of twelve dependent ones, nibble by nibble.
-#include <array>
-
-#include "platform/l2/pcSimFdb.h"
+// Makes the tables that the hash of an address is read from.
+#include "platform/l2/fdbHash.h"
 
 namespace pcsim {
 namespace {
 
 constexpr uint16_t kPolynomial = 0xA001;  // 0x8005, reflected
-
-// What a byte contributes at one position of the address.
-using Contribution = std::array<uint16_t, 256>;
 
 constexpr uint16_t crcOfByte(uint32_t byte) noexcept {
     uint32_t crc = byte;
@@ -22,9 +13,9 @@ constexpr uint16_t crcOfByte(uint32_t byte) noexcept {
 }
 
 // The last byte counts as it is; one that has a byte behind it is carried on by a zero byte.
-constexpr std::array<Contribution, HAL_MAC_LENGTH> makeContributions() noexcept {
-    std::array<Contribution, HAL_MAC_LENGTH> tables{};
-    Contribution& last = tables[HAL_MAC_LENGTH - 1];
+constexpr std::array<FdbContribution, HAL_MAC_LENGTH> makeContributions() noexcept {
+    std::array<FdbContribution, HAL_MAC_LENGTH> tables{};
+    FdbContribution& last = tables[HAL_MAC_LENGTH - 1];
     for (uint32_t byte = 0; byte < 256; ++byte) last[byte] = crcOfByte(byte);
     for (uint32_t position = HAL_MAC_LENGTH - 1; position-- > 0;) {
         for (uint32_t byte = 0; byte < 256; ++byte) {
@@ -35,15 +26,17 @@ constexpr std::array<Contribution, HAL_MAC_LENGTH> makeContributions() noexcept 
     return tables;
 }
 
-constexpr std::array<Contribution, HAL_MAC_LENGTH> kContributions = makeContributions();
-
 }  // namespace
+
+constinit const std::array<FdbContribution, HAL_MAC_LENGTH> kFdbContributions = makeContributions();
+
 }  // namespace pcsim
 
 using namespace pcsim;
 
 uint32_t pcSimFdbHash(const uint8_t* mac) noexcept {
-    return static_cast<uint32_t>(kContributions[0][mac[0]] ^ kContributions[1][mac[1]] ^
-                                 kContributions[2][mac[2]] ^ kContributions[3][mac[3]] ^
-                                 kContributions[4][mac[4]] ^ kContributions[5][mac[5]]);
+    return crcOfAddress(mac);
 }
+
+extern "C" uint32_t pcSimOwnFdbHash(const uint8_t* mac) noexcept
+    __attribute__((alias("pcSimFdbHash")));

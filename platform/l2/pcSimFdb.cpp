@@ -9,6 +9,7 @@
 
 #include "platform/base/dump.h"
 #include "platform/base/trace.h"
+#include "platform/l2/fdbHash.h"
 #include "platform/l2/fdbScan.h"
 
 namespace pcsim {
@@ -46,7 +47,7 @@ struct Search {
 // the HAL would take its handle for "none", so the process stops here.
 [[gnu::always_inline]] inline Search search(HalFdbEntry* table, const HalVlanIf* vlanIf,
                                             const uint8_t* mac) noexcept {
-    const uint32_t hash = (pcSimFdbHash(mac) ^ vlanIf->vlanId) & (HAL_FDB_BUCKETS - 1);
+    const uint32_t hash = (hashOfAddress(mac) ^ vlanIf->vlanId) & (HAL_FDB_BUCKETS - 1);
     HalFdbEntry* bucket = table + hash * HAL_FDB_BUCKET_ENTRIES;
     const FdbScan scan(scanBucket(bucket, vlanIf->instance, mac));
     if (scan.meetsBroken()) __builtin_trap();
