@@ -19,47 +19,42 @@
 
 namespace pcsim {
 
-// The answer about a bucket, two bits per entry and half. Of entry n, bit 2n of the lower half
-// tells that it is broken (in use without a handle), bit 2n + 1 that it is in use and holds the
-// address. The upper half is 0 where an entry is in use, anything else where it is free.
+// The answer about a bucket, a bit per entry, the first entry's lowest. The lowest byte says which
+// entries are in use and hold the address, the next one which are free; that counts only where none
+// holds the address. A search that meets a broken entry finds nothing else.
 class FdbScan {
 public:
-    static constexpr uint32_t kBrokenBits = 0x5555;
-    static constexpr uint32_t kHoldingBits = 0xAAAA;
-    static constexpr uint32_t kFreeShift = 16;
+    static constexpr uint32_t kFreeShift = 8;
+    static constexpr uint32_t kMeetsBroken = 0x10000;
 
     explicit FdbScan(uint32_t bits) noexcept : bits_(bits) {}
 
     // Whether an entry in use holds the address, and the first that does.
-    bool holds() const noexcept { return holding() != 0; }
-    uint32_t firstHolding() const noexcept { return first(holding()); }
+    bool holds() const noexcept { return (bits_ & 0xFF) != 0; }
+    uint32_t firstHolding() const noexcept { return first(bits_); }
     // Where no entry holds the address: whether there is a free one, and the first.
-    bool hasFree() const noexcept { return free() != 0; }
-    uint32_t firstFree() const noexcept { return first(free()); }
+    bool hasFree() const noexcept { return bits_ != 0; }
+    uint32_t firstFree() const noexcept { return first(bits_ >> kFreeShift); }
     // Whether an entry in use with handle 0 comes before the address's own entry, is that entry, or
-    // is anywhere when the address is not there: one that a search in order would meet.
-    bool meetsBroken() const noexcept {
-        const uint32_t met = holding() ^ (holding() - 1);  // up to the first, all without one
-        return (bits_ & kBrokenBits & met) != 0;
-    }
+    // is anywhere when the address is not there.
+    bool meetsBroken() const noexcept { return bits_ == kMeetsBroken; }
 
 private:
-    uint32_t holding() const noexcept { return bits_ & kHoldingBits; }
-    uint32_t free() const noexcept { return bits_ >> kFreeShift; }
     static uint32_t first(uint32_t bits) noexcept {
-        return static_cast<uint32_t>(std::countr_zero(bits)) / 2;
+        return static_cast<uint32_t>(std::countr_zero(bits));
     }
     uint32_t bits_;
 };
 
-// Scans the 8 entries from 'bucket' on for the 6 bytes at 'mac' in VLAN 'instance' and returns the
+// Scans the 8 entries from 'bucket' on for the 6 bytes at 'mac' in VLAN '*instance' and returns the
 // bits of an FdbScan. Arguments travel in registers.
 #ifdef __i386__
 #define PCSIM_REGISTER_ARGUMENTS __attribute__((regparm(3)))
 #else
 #define PCSIM_REGISTER_ARGUMENTS
 #endif
-using FdbScanFn = PCSIM_REGISTER_ARGUMENTS uint32_t(const HalFdbEntry* bucket, uint32_t instance,
+using FdbScanFn = PCSIM_REGISTER_ARGUMENTS uint32_t(const HalFdbEntry* bucket,
+                                                    const uint32_t* instance,
                                                     const uint8_t* mac) noexcept;
 
 FdbScanFn scanBucketPlain;

@@ -41,17 +41,24 @@ void adviseLargePages(HalFdbEntry* table) noexcept {
 struct Search {
     HalFdbEntry* bucket;
     FdbScan scan;
+
+    // The entry that holds the address, or null. One in use without a handle can't have come from
+    // an add: the HAL would take its handle for "none", so the process stops here.
+    HalFdbEntry* holding() const noexcept {
+        if (scan.holds()) return bucket + scan.firstHolding();
+        if (scan.meetsBroken()) __builtin_trap();
+        return nullptr;
+    }
 };
 
-// Searches the table for an address. An entry in use without a handle can't have come from an add:
-// the HAL would take its handle for "none", so the process stops here.
+// Searches the table for an address. The VLAN's record is the host's and as far away as the bucket,
+// so it is read before the hash is made.
 [[gnu::always_inline]] inline Search search(HalFdbEntry* table, const HalVlanIf* vlanIf,
                                             const uint8_t* mac) noexcept {
-    const uint32_t hash = (hashOfAddress(mac) ^ vlanIf->vlanId) & (HAL_FDB_BUCKETS - 1);
+    const uint32_t vlanId = vlanIf->vlanId;
+    const uint32_t hash = (hashOfAddress(mac) ^ vlanId) & (HAL_FDB_BUCKETS - 1);
     HalFdbEntry* bucket = table + hash * HAL_FDB_BUCKET_ENTRIES;
-    const FdbScan scan(scanBucket(bucket, vlanIf->instance, mac));
-    if (scan.meetsBroken()) __builtin_trap();
-    return {bucket, scan};
+    return {bucket, FdbScan(scanBucket(bucket, &vlanIf->instance, mac))};
 }
 
 // Prints the entries in use and returns their number.
@@ -101,9 +108,9 @@ int32_t pcSimPCFamFdbMacLookup(uint32_t* handle, const uint8_t* mac,
                                const HalVlanIf* vlanIf) noexcept {
     HalFdbEntry* const table = pcSimFdbTable;
     if (table == nullptr) return HAL_FDB_NOT_INITIALISED;
-    const Search found = search(table, vlanIf, mac);
-    if (!found.scan.holds()) return -1;
-    *handle = found.bucket[found.scan.firstHolding()].handle;
+    const HalFdbEntry* const entry = search(table, vlanIf, mac).holding();
+    if (entry == nullptr) return -1;
+    *handle = entry->handle;
     return 0;
 }
 
@@ -116,9 +123,8 @@ int32_t pcSimPCFamFdbAllocEntry(uint32_t* handle, HalFdbEntry** slot,
     if (table == nullptr) return HAL_FDB_NOT_INITIALISED;
 
     const Search found = search(table, vlanIf, key->mac);
-    HalFdbEntry* entry;
-    if (found.scan.holds()) {
-        entry = found.bucket + found.scan.firstHolding();
+    HalFdbEntry* entry = found.holding();
+    if (entry != nullptr) {
         *handle = entry->handle;
     } else if (found.scan.hasFree()) {
         entry = found.bucket + found.scan.firstFree();
