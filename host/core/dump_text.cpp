@@ -5,6 +5,8 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "host/core/quick_print.h"
+
 namespace pcsim::host {
 
 namespace {
@@ -29,7 +31,8 @@ int DumpText::print(uint32_t, const char* format, ...) {
     char line[512];
     va_list arguments;
     va_start(arguments, format);
-    const int size = std::vsnprintf(line, sizeof line, format, arguments);
+    int size = quickPrint(line, sizeof line - 1, format, arguments);
+    if (size < 0) size = std::vsnprintf(line, sizeof line, format, arguments);
     va_end(arguments);
     current->text_.append(line, std::min(static_cast<size_t>(std::max(size, 0)), sizeof line - 1));
     if (current->text_.size() >= kPieceBytes) current->finish();
