@@ -106,16 +106,34 @@ void checkMasked(const IpPrefix& prefix) {
         fail("prefix {} has bits outside of its mask; expected {}", prefix.text(), masked.text());
 }
 
+namespace {
+
+// Files of routes are made of these texts, so no library that knows all forms is asked.
+char* putIpv4(char* at, uint32_t address) {
+    const auto* const bytes = reinterpret_cast<const uint8_t*>(&address);
+    for (int i = 0; i < 4; ++i) {
+        if (i != 0) *at++ = '.';
+        at = std::to_chars(at, at + 3, bytes[i]).ptr;
+    }
+    return at;
+}
+
+}  // namespace
+
 std::string ipv4Text(uint32_t address) {
     char text[INET_ADDRSTRLEN];
-    return inet_ntop(AF_INET, &address, text, sizeof text);
+    return {text, putIpv4(text, address)};
 }
 
 std::string ipv4Text(uint32_t address, uint32_t mask) {
     const uint32_t bits = ntohl(mask);
     const int length = std::countl_one(bits);
     const bool hasGaps = length + std::countr_zero(bits) < 32;
-    return ipv4Text(address) + "/" + (hasGaps ? ipv4Text(mask) : std::to_string(length));
+    char text[2 * INET_ADDRSTRLEN];
+    char* end = putIpv4(text, address);
+    *end++ = '/';
+    end = hasGaps ? putIpv4(end, mask) : std::to_chars(end, end + 2, length).ptr;
+    return {text, end};
 }
 
 IpAddress parseIpv4(const std::string& word) {

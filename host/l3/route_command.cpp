@@ -35,7 +35,7 @@ bool RouteCommands::takeTail(std::string_view rest) {
 template <typename Family>
 bool RouteCommands::change(bool add, const IpPrefix& prefix) {
     const auto key = keyOf<Family>(prefix);
-    const auto hops = hopsOf<Family>(hops_, std::string());
+    const auto hops = hopsOf<Family>(hops_, key);
     if (add) {
         manager_.addRoute<Family>(vr_, key, hops);
         return true;

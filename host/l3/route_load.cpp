@@ -10,12 +10,12 @@ namespace pcsim::host {
 
 template <typename Family>
 std::vector<typename Family::Hop> hopsOf(const std::vector<TypedHop>& typed,
-                                         const std::string& route) {
+                                         const typename Family::Key& route) {
     std::vector<typename Family::Hop> hops;
     for (const TypedHop& hop : typed) {
         if (hop.gateway.v6 != Family::kV6)
             fail("gateway {} is not of the family of {}; expected an {} address",
-                 hop.gateway.text(), route, Family::kName);
+                 hop.gateway.text(), Family::text(route), Family::kName);
         hops.push_back({Family::addressOf(hop.gateway), hop.vlan});
     }
     return hops;
@@ -28,9 +28,9 @@ typename Family::Key keyOf(const IpPrefix& prefix) {
 }
 
 template std::vector<IPv4Family::Hop> hopsOf<IPv4Family>(const std::vector<TypedHop>&,
-                                                         const std::string&);
+                                                         const IPv4Family::Key&);
 template std::vector<IPv6Family::Hop> hopsOf<IPv6Family>(const std::vector<TypedHop>&,
-                                                         const std::string&);
+                                                         const IPv6Family::Key&);
 template IPv4Family::Key keyOf<IPv4Family>(const IpPrefix&);
 template IPv6Family::Key keyOf<IPv6Family>(const IpPrefix&);
 
@@ -86,8 +86,19 @@ private:
             checkWord(vlan, "a VLAN");
             if (vlan.empty())
                 fail("gateway {} has no VLAN; expected PREFIX [ADDRESS VLAN]...", gateway);
-            typed_.push_back(typedHop(std::string(gateway), std::string(vlan)));
+            typed_.push_back(hopOf(gateway, vlan));
         }
+    }
+
+    static TypedHop hopOf(std::string_view gateway, std::string_view vlan) {
+        TypedHop hop{};
+        uint64_t number = 0;
+        if (!readUsualAddress(gateway, hop.gateway) || !readNumber(vlan, kLastVlan, number) ||
+            number == 0)
+            return typedHop(std::string(gateway), std::string(vlan));
+        checkStation(hop.gateway);
+        hop.vlan = static_cast<uint32_t>(number);
+        return hop;
     }
 
     template <typename Family>
@@ -98,7 +109,7 @@ private:
         if (typed_.empty())
             manager_.addRoute<Family>(vr_, key, otherwise);
         else
-            manager_.addRoute<Family>(vr_, key, hopsOf<Family>(typed_, Family::text(key)));
+            manager_.addRoute<Family>(vr_, key, hopsOf<Family>(typed_, key));
     }
 
     L3Manager& manager_;

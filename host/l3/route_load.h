@@ -23,10 +23,10 @@ struct TypedHop {
 // A gateway is the address of one station, or a CommandError.
 TypedHop typedHop(const std::string& gateway, const std::string& vlan);
 
-// The next hops of one family. Fails when one is of the other.
+// The next hops of one family, for a route of it. Fails when one is of the other.
 template <typename Family>
 std::vector<typename Family::Hop> hopsOf(const std::vector<TypedHop>& typed,
-                                         const std::string& route);
+                                         const typename Family::Key& route);
 // The key of a prefix. Fails when its address has bits outside of the mask.
 template <typename Family>
 typename Family::Key keyOf(const IpPrefix& prefix);

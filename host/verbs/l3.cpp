@@ -43,7 +43,7 @@ void changeRouteOf(Call& call, const IpPrefix& prefix) {
     L3Manager& manager = call.machine.l3();
     const uint32_t vr = virtualRouterOf(call);
     const auto key = keyOf<Family>(prefix);
-    const auto hops = hopsOf<Family>(typedHops(call), Family::text(key));
+    const auto hops = hopsOf<Family>(typedHops(call), key);
     const std::string& action = call.text("action");
     if (action == "add") return manager.addRoute<Family>(vr, key, Hops(hops));
     if (action == "replace") return manager.replaceRoute<Family>(vr, key, Hops(hops));

@@ -53,4 +53,29 @@ TEST(Values, Prefixes) {
 }
 
 }  // namespace
+TEST(Ipv4Text, EveryByteInEveryPlace) {
+    for (uint32_t place = 0; place < 4; ++place) {
+        for (uint32_t byte = 0; byte < 256; ++byte) {
+            const uint32_t address =
+                htonl(0x0A64FF01u & ~(0xFFu << 8 * place)) | htonl(byte << 8 * place);
+            char text[INET_ADDRSTRLEN];
+            ASSERT_STREQ(ipv4Text(address).c_str(),
+                         inet_ntop(AF_INET, &address, text, sizeof text));
+        }
+    }
+    EXPECT_EQ(ipv4Text(0), "0.0.0.0");
+    EXPECT_EQ(ipv4Text(0xFFFFFFFFu), "255.255.255.255");
+}
+
+TEST(Ipv4Text, MasksAreLengthsUnlessTheyHaveGaps) {
+    const uint32_t address = htonl(0xC0A80000u);
+    for (uint32_t length = 0; length <= 32; ++length) {
+        const uint32_t mask = length == 0 ? 0 : htonl(~uint32_t{0} << (32 - length));
+        EXPECT_EQ(ipv4Text(address, mask), "192.168.0.0/" + std::to_string(length));
+    }
+    EXPECT_EQ(ipv4Text(address, htonl(0xFF00FF00u)), "192.168.0.0/255.0.255.0");
+    EXPECT_EQ(ipv4Text(0xFFFFFFFFu, htonl(0xFFFFFF7Fu)), "255.255.255.255/255.255.255.127");
+    EXPECT_EQ(ipv4Text(0, htonl(1)), "0.0.0.0/0.0.0.1");
+}
+
 }  // namespace pcsim::host
