@@ -14,13 +14,11 @@ void freeVlanNode(VlanNode* vlan) noexcept {
     std::free(vlan);
 }
 
-void freeVpifNode(VpifNode* vpif) noexcept {
+// With the last one of a port goes the port.
+void removeVpifNode(VpifNode* vpif) noexcept {
     PortNode* const port = vpif->port;
-    p2BtreeDelete(&vpif->tree, &port->vpifs);
-    std::free(vpif);
-    if (port->vpifs != nullptr) return;
-    p2BtreeDelete(&port->tree, &ownPortTree);
-    std::free(port);
+    freeVpifNode(vpif);
+    if (port->vpifs == nullptr) freePortNode(port);
 }
 
 // Takes a group without caches out of its bucket. The bucket is the one of the cache's own virtual
@@ -43,7 +41,7 @@ void deleteCachePort(CachePort* port) noexcept {
     VpifNode* const vpif = port->vpif;
     listUnlink(&port->link);
     asicDelPort();
-    if (listEmpty(&vpif->cachePorts)) freeVpifNode(vpif);
+    if (listEmpty(&vpif->cachePorts)) removeVpifNode(vpif);
     p2BtreeDelete(&port->tree, &port->cacheIf->ports);
     std::free(port);
 }

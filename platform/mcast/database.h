@@ -59,6 +59,10 @@ void deleteCachePort(CachePort* port) noexcept;
 void deleteCacheIf(CacheIf* cacheIf) noexcept;
 void deleteCache(CacheNode* cache) noexcept;
 
+// Take a node without users out of its tree, and free it.
+void freePortNode(PortNode* port) noexcept;
+void freeVpifNode(VpifNode* vpif) noexcept;
+
 // Puts a cache or a group that is in no tree on the chain of retired nodes, where it stays.
 void retire(HalTreeNode* node) noexcept;
 

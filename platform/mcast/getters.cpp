@@ -1,6 +1,36 @@
-// Find a node, else make it. A node that its tree refuses is freed again; what was made before it
-// stays for the next one who asks.
+// Find a node, else make it; what ports are made of is freed here, too, as it is remembered. A node
+// that its tree refuses is freed again; what was made before it stays for the next one who asks.
 #include "platform/mcast/database.h"
+#include "platform/mcast/remembered.h"
+
+namespace pcsim {
+
+namespace {
+
+Remembered<PortNode, 512> rememberedPorts;
+Remembered<VpifNode, 4096> rememberedVpifs;
+
+// Ports of a VLAN lie beside each other, VLANs of a port far apart.
+uint32_t numberOfVpif(uint32_t portKey, uint32_t vlanInstance) noexcept {
+    return portKey + vlanInstance * 0x9E3779B1u / 0x10000;
+}
+
+}  // namespace
+
+void freePortNode(PortNode* port) noexcept {
+    p2BtreeDelete(&port->tree, &ownPortTree);
+    rememberedPorts.forget(port->portKey, port);
+    std::free(port);
+}
+
+void freeVpifNode(VpifNode* vpif) noexcept {
+    PortNode* const port = vpif->port;
+    p2BtreeDelete(&vpif->tree, &port->vpifs);
+    rememberedVpifs.forget(numberOfVpif(port->portKey, vpif->vlanInstance), vpif);
+    std::free(vpif);
+}
+
+}  // namespace pcsim
 
 using namespace pcsim;
 
@@ -53,8 +83,13 @@ CacheIf* pcSimGetCacheIf(CacheNode* cache, uint32_t vlanInstance) noexcept {
 }
 
 PortNode* pcSimGetPortNode(uint32_t portKey) noexcept {
-    PortNode* portNode = findBy<PortNode, &PortNode::portKey>(ownPortTree, portKey);
-    if (portNode != nullptr) return portNode;
+    PortNode* portNode = rememberedPorts.at(portKey);
+    if (portNode != nullptr && portNode->portKey == portKey) return portNode;
+    portNode = findBy<PortNode, &PortNode::portKey>(ownPortTree, portKey);
+    if (portNode != nullptr) {
+        rememberedPorts.put(portKey, portNode);
+        return portNode;
+    }
 
     HalPif* pif = nullptr;
     getPifBySlotPort(portKey >> 16, portKey & 0xFFFF, &pif);
@@ -68,8 +103,14 @@ PortNode* pcSimGetPortNode(uint32_t portKey) noexcept {
 
 VpifNode* pcSimGetVpifNode(PortNode* portNode, uint32_t vlanInstance) noexcept {
     MCAST_ASSERT(portNode != nullptr);
-    VpifNode* ret = findBy<VpifNode, &VpifNode::vlanInstance>(portNode->vpifs, vlanInstance);
-    if (ret != nullptr) return ret;
+    const uint32_t number = numberOfVpif(portNode->portKey, vlanInstance);
+    VpifNode* ret = rememberedVpifs.at(number);
+    if (ret != nullptr && ret->port == portNode && ret->vlanInstance == vlanInstance) return ret;
+    ret = findBy<VpifNode, &VpifNode::vlanInstance>(portNode->vpifs, vlanInstance);
+    if (ret != nullptr) {
+        rememberedVpifs.put(number, ret);
+        return ret;
+    }
 
     VlanNode* const vlan = pcSimGetVlanNode(vlanInstance);
     if (vlan == nullptr) return nullptr;

@@ -37,12 +37,8 @@ void clearBucket(HalTreeRoot* root) noexcept {
 void clearPorts() noexcept {
     if (ownPortTree == nullptr) return;
     while (PortNode* port = firstOf<PortNode>(&ownPortTree)) {
-        while (VpifNode* vpif = firstOf<VpifNode>(&port->vpifs)) {
-            p2BtreeDelete(&vpif->tree, &port->vpifs);
-            std::free(vpif);
-        }
-        p2BtreeDelete(&port->tree, &ownPortTree);
-        std::free(port);
+        while (VpifNode* vpif = firstOf<VpifNode>(&port->vpifs)) freeVpifNode(vpif);
+        freePortNode(port);
     }
 }
 
