@@ -68,12 +68,24 @@ HalTreeNode* rebalance(HalTreeNode* top, int side, HalTreeRoot* root) {
     return inner;
 }
 
-// Has the processor fetch a node and what lies behind it while it goes on; any pointer will do. A
-// processor without this hint takes it for no operation.
-void prefetch(const HalTreeNode* node) {
+// Has the processor fetch a node up to the line with its byte 'last' while it goes on; any pointer
+// will do. A processor without this hint takes it for no operation.
+void prefetch(const HalTreeNode* node, int last) {
     const char* const bytes = reinterpret_cast<const char*>(node);
     asm volatile("prefetcht0 %0" : : "m"(bytes[0]));
-    asm volatile("prefetcht0 %0" : : "m"(bytes[64]));
+    asm volatile("prefetcht0 %0" : : "m"(bytes[last]));
+}
+
+// For a walk, which hands out each node with what lies behind it.
+void prefetch(const HalTreeNode* node) {
+    prefetch(node, 64);
+}
+
+// For a descent, which compares keys: the links and the words behind them.
+void prefetchChildren(const HalTreeNode* node) {
+    constexpr int kLastOfKey = 2 * sizeof node->links - 1;
+    prefetch(link(node, kLeft), kLastOfKey);
+    prefetch(link(node, kRight), kLastOfKey);
 }
 
 // The end of the way from 'node' to 'side'. Of every node on the way the other child is fetched: a
@@ -249,6 +261,8 @@ HalTreeNode* findNode(const HalTreeNode* key, HalTreeRoot root, HalTreeCompareFn
     HalTreeNode* parent = nullptr;
     int32_t order = 0;
     for (HalTreeNode* at = root; at != nullptr;) {
+        // Which of them is next is known a comparison, and often a wrong guess, later.
+        prefetchChildren(at);
         order = compare(key, at);
         parent = at;
         if (order < 0)
