@@ -118,9 +118,8 @@ int32_t pcSimPCFamIPv4FibEntryCmpFunc(const HalTreeNode* a, const HalTreeNode* b
     const auto& routeB = *reinterpret_cast<const pcSimIPv4FibRoute*>(b);
     if (routeA.vrId != routeB.vrId) return routeA.vrId > routeB.vrId ? 1 : -1;
     if (routeA.mask != routeB.mask) return ntohl(routeA.mask) < ntohl(routeB.mask) ? 1 : -1;
-    const uint32_t prefixA = ntohl(routeA.prefix);
-    const uint32_t prefixB = ntohl(routeB.prefix);
-    return (prefixA > prefixB) - (prefixA < prefixB);
+    if (routeA.prefix == routeB.prefix) return 0;
+    return ntohl(routeA.prefix) > ntohl(routeB.prefix) ? 1 : -1;
 }
 
 void dumpSimEntry(const pcSimDumpSink* sink, const pcSimIPv4FibRoute* route) noexcept {
