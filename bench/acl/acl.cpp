@@ -19,6 +19,7 @@
 #include <tuple>
 #include <vector>
 
+#include "bench/machine.h"
 #include "platform/acl/pcSimIPv4Acl.h"
 
 namespace {
@@ -122,6 +123,7 @@ double median(std::vector<double> values) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    const pcsim::bench::Machine machine;
     const int rounds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 101;
     const int out = dup(STDOUT_FILENO);
     const int null = open("/dev/null", O_WRONLY);
@@ -162,5 +164,6 @@ int main(int argc, char** argv) {
             std::printf("| %s | %s | %.0f | %.0f | %.2f | %.0f | %.0f | %.2f | %.2f |\n", kSteps[i],
                         shuffled != 0 ? "shuffled" : "ascending", a, b, b / a, c, d, d / c, b / d);
         }
+    machine.tell();
     return 0;
 }

@@ -23,6 +23,8 @@
 
 namespace {
 
+#include "bench/machine.h"
+
 using Clock = std::chrono::steady_clock;
 
 constexpr int kRounds = 31;
@@ -206,6 +208,7 @@ void subscribe(const std::string& path, pid_t process) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    const pcsim::bench::Machine machine;
     if (argc != 2) fail("expected the path of pcsim");
     char folder[] = "/tmp/pcsim-bench-XXXXXX";
     if (mkdtemp(folder) == nullptr) fail("no folder");
@@ -226,4 +229,5 @@ int main(int argc, char** argv) {
     kill(process, SIGTERM);
     waitpid(process, nullptr, 0);
     rmdir(folder);
+    machine.tell();
 }

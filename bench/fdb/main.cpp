@@ -16,6 +16,7 @@
 #include <string_view>
 
 #include "bench/fdb/tables.h"
+#include "bench/machine.h"
 
 using namespace pcsim::bench;
 
@@ -310,6 +311,7 @@ void printMemory(const KeySet& set) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    const Machine machine;
     const Options options = parse(argc, argv);
     setUpHost();
     std::mt19937_64 random(options.seed);
@@ -330,5 +332,6 @@ int main(int argc, char** argv) {
     printMemory<FlatMapTable>(runs);
     printMemory<StdMapTable>(runs);
     printMemory<PlainTable>(runs);
+    machine.tell();
     return 0;
 }

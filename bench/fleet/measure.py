@@ -17,6 +17,10 @@ import time
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT))
+
+from bench.report.machine import Machine  # noqa: E402  (it stands in the tree)
+
 PROGRAM = ROOT / "build" / "i386" / "pcsim"
 PORTS = {"stack": 12, "chassis": 16}
 START_S = 300.0
@@ -82,6 +86,7 @@ def main():
     parser.add_argument("--idle", type=float, default=10.0)
     parser.add_argument("--json", action="store_true")
     given = parser.parse_args()
+    machine = Machine()
     rows = [measure(shape, int(count), given.idle)
             for shape in PORTS for count in given.counts.split(",")]
     if given.json:
@@ -92,7 +97,7 @@ def main():
     for row in rows:
         print(f"| {row['switches']} {row['shape']} | {row['ports']} | {row['processor']:.1f} | "
               f"{row['memory']:.1f} | {row['boot']:.0f} |")
-    print(f"\n{os.cpu_count()} processors, load {os.getloadavg()[0]:.1f}")
+    print(f"\n{machine.text()}")
 
 
 if __name__ == "__main__":

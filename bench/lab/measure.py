@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Measures what a large lab costs, and prints it.
 
     measure.py [SWITCHES] [--ports N] [--idle SECONDS]
@@ -18,9 +18,10 @@ from pathlib import Path
 
 HERE = Path(__file__).resolve().parent
 PYTHON = HERE.parents[1] / "python"
-sys.path.insert(0, str(PYTHON))
+sys.path[:0] = [str(PYTHON), str(HERE.parents[1])]
 
 import pcsim  # noqa: E402  (it stands in the tree)
+from bench.report.machine import Machine  # noqa: E402
 
 NAME = "measured"
 
@@ -99,6 +100,7 @@ def main():
     parser.add_argument("--idle", type=float, default=15)
     given = parser.parse_args()
     half = given.switches // 2
+    machine = Machine()
     with tempfile.TemporaryDirectory() as folder:
         file = Path(folder) / "lab.yml"
         with file.open("w") as target:
@@ -110,6 +112,7 @@ def main():
         show, data = timed(lambda: json.loads(lab("show", NAME, "--json")))
         everything, kept = idle(given.idle)
         told, took, missing = storm(half, given.ports)
+        measured = processor_s(keeper())
     finally:
         down, _ = timed(lambda: lab("down", NAME))
     nodes = data["nodes"]
@@ -124,6 +127,7 @@ def main():
             ("storm: last event of the spines after", f"{took:.2f} s"),
             ("storm: events that are missing", missing)):
         print(f"  {what:44} {value}")
+    print(f"\n{machine.text(measured)}")
     return 1 if missing else 0
 
 

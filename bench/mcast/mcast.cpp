@@ -22,6 +22,7 @@
 #include <set>
 #include <vector>
 
+#include "bench/machine.h"
 #include "bench/mcast/steps.h"
 #include "pcsim/host.h"
 #include "platform/mcast/pcSimIPv4McDb.h"
@@ -359,10 +360,12 @@ void measure(uint32_t ports, int rounds) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    const pcsim::bench::Machine machine;
     const int rounds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 5;
     if (argc > 2) sourcesPerGroup = static_cast<uint32_t>(std::max(1, std::atoi(argv[2])));
     cold = argc > 3 && std::strcmp(argv[3], "cold") == 0;
     for (uint32_t i = 0; i < kVlans; ++i) vlanRecords[i].instance = i;
     for (uint32_t ports : {1u, 8u, 64u}) measure(ports, rounds);
+    machine.tell();
     return 0;
 }

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <vector>
 
+#include "bench/machine.h"
 #include "bench/probe/load.h"
 #include "pcsim/card_slot.h"
 #include "pcsim/env.h"
@@ -142,6 +143,7 @@ bool measureCalls(int rounds) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    const pcsim::bench::Machine machine;
     const int rounds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 501;
     const int loads = argc > 2 ? std::atoi(argv[2]) : 5;
     // The loads first: their processes begin without the probe.
@@ -151,6 +153,7 @@ int main(int argc, char** argv) {
     Boundary::instance().add(rules);
     Boundary::instance().add(onlooker);
     isRight = measureCalls(rounds) && isRight;
+    machine.tell();
     if (!isRight) std::printf("FAILED: a call wasn't counted, or did nothing\n");
     return isRight ? 0 : 1;
 }

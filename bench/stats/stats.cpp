@@ -24,6 +24,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/machine.h"
 #include "platform/port/hostInterfaces.h"
 #include "platform/port/pcSimPort.h"
 
@@ -185,6 +186,7 @@ struct Row {
 }  // namespace
 
 int main(int argc, char** argv) {
+    const pcsim::bench::Machine machine;
     if (argc > 1) rounds = std::max(1, std::atoi(argv[1]));
     makeInterfaces();
     pcSimSystemNumPorts = kInterfaces - 1;
@@ -214,5 +216,6 @@ int main(int argc, char** argv) {
         std::printf("eth%-6u %8.2f %8.2f %6.2f   %8.2f %6.2f   %10.2f\n", row.number, kernel,
                     platform, platform / kernel, plain, plain / kernel, row.link.median());
     }
+    machine.tell();
     return 0;
 }

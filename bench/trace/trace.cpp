@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <vector>
 
+#include "bench/machine.h"
 #include "pcsim/ems.h"
 #include "platform/port/pcSimPort.h"
 
@@ -89,6 +90,7 @@ struct Row {
 }  // namespace
 
 int main(int argc, char** argv) {
+    const pcsim::bench::Machine machine;
     const int rounds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 501;
     component.level = &level;
     component.counters = counters;
@@ -121,6 +123,7 @@ int main(int argc, char** argv) {
                 row.calls[0] == row.expectedPerCall[1] * calls &&
                 row.calls[1] == row.expectedPerCall[2] * calls;
     }
+    machine.tell();
     if (!exact) std::printf("FAILED: a site made calls that its component doesn't ask for\n");
     return exact ? 0 : 1;
 }
