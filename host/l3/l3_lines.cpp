@@ -1,6 +1,4 @@
 // The lines of neighbors and routes, and files of routes.
-#include <algorithm>
-
 #include "console/surroundings.h"
 #include "host/core/lines.h"
 #include "host/l3/l3_manager.h"
@@ -15,13 +13,6 @@ constexpr size_t kHopsOfALine = 256;
 
 std::string routerText(uint32_t vr) {
     return vr == 0 ? "" : fmt::format(" vr {}", vr);
-}
-
-template <typename Family>
-std::vector<typename Family::Key> sortedKeys(const RouteCopy<Family>& copy) {
-    auto keys = copy.keys([](const typename Family::Key&) { return true; });
-    std::sort(keys.begin(), keys.end(), Family::before);
-    return keys;
 }
 
 template <typename Family>
@@ -89,12 +80,12 @@ void L3Manager::running(Lines& lines) {
                               key.vlan, router));
     });
     for (const auto& [vr, copy] : routes<IPv4Family>())
-        for (const auto& key : sortedKeys(copy))
-            if (neighborBehind(vr, key) == nullptr)
-                addRouteLine<IPv4Family>(lines, vr, key, copy.hopsOf(key));
+        for (const auto& route : copy.sorted())
+            if (neighborBehind(vr, route.key) == nullptr)
+                addRouteLine<IPv4Family>(lines, vr, route.key, copy.hopsOf(route));
     for (const auto& [vr, copy] : routes<IPv6Family>())
-        for (const auto& key : sortedKeys(copy))
-            addRouteLine<IPv6Family>(lines, vr, key, copy.hopsOf(key));
+        for (const auto& route : copy.sorted())
+            addRouteLine<IPv6Family>(lines, vr, route.key, copy.hopsOf(route));
 }
 
 namespace {
@@ -106,12 +97,12 @@ uint64_t saveFamily(const L3Manager& manager, uint32_t vr, OutputFile& file,
     if (copy == nullptr) return 0;
     uint64_t count = 0;
     std::string line;
-    for (const auto& key : sortedKeys(*copy)) {
+    for (const auto& route : copy->sorted()) {
         if (++count % 1024 == 0) surroundings.checkInterrupt();
-        const auto hops = copy->hopsOf(key);
+        const auto hops = copy->hopsOf(route);
         size_t told = 0;
         do {
-            line = Family::text(key);
+            line = Family::text(route.key);
             appendHops<Family>(line, hops, told, kHopsOfALine, kFileHop);
             line += '\n';
             file.write(line);

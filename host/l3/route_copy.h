@@ -92,6 +92,23 @@ public:
         return route == routes_.end() ? std::span<const Hop>() : lists_.at(route->second);
     }
 
+    // A route as sorted() gives it: until the copy changes, its next hops need no look-up.
+    struct Entry {
+        Key key;
+        typename Lists::Id list;
+    };
+
+    // All routes in the order of the platform's dump.
+    std::vector<Entry> sorted() const {
+        std::vector<Entry> result;
+        result.reserve(routes_.size());
+        for (const auto& [key, list] : routes_) result.push_back({key, list});
+        std::sort(result.begin(), result.end(),
+                  [](const Entry& a, const Entry& b) { return Family::before(a.key, b.key); });
+        return result;
+    }
+    std::span<const Hop> hopsOf(const Entry& entry) const { return lists_.at(entry.list); }
+
     // The keys of all routes that 'wanted' takes, in no order.
     template <typename Wanted>
     std::vector<Key> keys(Wanted wanted) const {
