@@ -49,7 +49,8 @@ std::vector<uint32_t> readPrefixes(const std::string& path) {
 Prefixes loadPrefixes(const std::string& path, std::mt19937_64& random) {
     Prefixes prefixes;
     const std::string chosen = path.empty() ? kPrefixList : path;
-    if (!path.empty() || std::filesystem::exists(chosen)) prefixes = {readPrefixes(chosen), chosen};
+    if (!path.empty() || std::filesystem::exists(chosen))
+        prefixes = {readPrefixes(chosen), std::filesystem::path(chosen).filename()};
     if (!path.empty() && prefixes.values.empty()) {
         fprintf(stderr, "bench_fdb: no vendor prefixes in %s\n", path.c_str());
         exit(1);

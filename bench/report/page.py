@@ -1,18 +1,30 @@
-"""The part of a page that a program writes: what stands between two marks."""
+"""The parts of a page that a program writes: what stands between two marks."""
 from __future__ import annotations
 
 from .figures import Series
 
-BEGIN = "<!-- bench/all writes from here -->"
 END = "<!-- to here -->"
 
 
-def replaced(page: str, part: str) -> str:
-    """The page with another part."""
-    if page.count(BEGIN) != 1 or page.count(END) != 1 or page.index(BEGIN) > page.index(END):
-        raise ValueError(f"the page has no place for the figures; expected '{BEGIN}' and '{END}'")
-    before, rest = page.split(BEGIN)
-    return f"{before}{BEGIN}\n{part}\n{END}{rest.split(END)[1]}"
+def begin(name: str) -> str:
+    """The mark before a part."""
+    return f"<!-- bench/all writes {name} from here -->"
+
+
+def replaced(page: str, name: str, part: str) -> str:
+    """The page with another part of that name."""
+    mark = begin(name)
+    before, found, rest = page.partition(mark)
+    old, ended, after = rest.partition(END)
+    if not found or not ended or mark in rest or "<!--" in old:
+        raise ValueError(f"the page has no place for {name}; expected '{mark}' and '{END}'")
+    return f"{before}{mark}\n{part}\n{END}{after}"
+
+
+def verbatim(report: str) -> str:
+    """What a program has printed. Markdown stays what it is."""
+    report = report.strip("\n")
+    return report if "|---" in report else f"```\n{report}\n```"
 
 
 def table(heads: list[str], rows: list[list[str]]) -> str:

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <random>
 #include <set>
 
@@ -67,7 +68,7 @@ bool parse(char* line, int family, Prefix& prefix) {
 }  // namespace
 
 PrefixTable readPrefixes(const std::string& path, int family) {
-    PrefixTable table{{}, path};
+    PrefixTable table{{}, std::filesystem::path(path).filename()};
     const bool packed = path.ends_with(".xz");
     FILE* const file = packed ? popen(("xz -dc '" + path + "' 2>/dev/null").c_str(), "r")
                               : std::fopen(path.c_str(), "r");
