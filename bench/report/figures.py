@@ -105,6 +105,11 @@ def routes(text: str) -> list[Ratio]:
     return required(ratios, "bench_routes")
 
 
+def cells_of(line: str) -> list[str]:
+    """The cells of a row of a Markdown table."""
+    return [cell.strip() for cell in line.strip("|").split("|")]
+
+
 def mcast(text: str) -> list[Ratio]:
     """The maps' time by the platform's, at 100,000 caches."""
     ratios: list[Ratio] = []
@@ -113,18 +118,15 @@ def mcast(text: str) -> list[Ratio]:
         title = re.match(r"(\d+) outgoing ports,", line)
         if title:
             group = f"Multicast, {title[1]} outgoing port" + ("s" if title[1] != "1" else "")
-        cells = [cell.strip() for cell in line.strip("|").split("|")]
-        if group and len(cells) == 8 and re.fullmatch(r"\d+", cells[2]):
+        cells = cells_of(line)
+        if group and len(cells) == 8 and cells[2].isdecimal():
             ratios.append(Ratio(group, cells[0], "std::map", int(cells[5]) / max(int(cells[2]), 1)))
     return required(ratios, "bench_mcast")
 
 
 def acl(text: str) -> list[Ratio]:
     """The maps' time by the platform's, at 10,000 bindings."""
-    ratios = []
-    for line in text.splitlines():
-        cells = [cell.strip() for cell in line.strip("|").split("|")]
-        if len(cells) == 9 and re.fullmatch(r"\d+", cells[3]):
-            ratios.append(Ratio("Access lists", f"{cells[0]}, {cells[1]}", "std::map",
-                                int(cells[6]) / max(int(cells[3]), 1)))
-    return required(ratios, "bench_acl")
+    rows = [cells for cells in map(cells_of, text.splitlines())
+            if len(cells) == 9 and cells[3].isdecimal()]
+    return required([Ratio("Access lists", f"{cells[0]}, {cells[1]}", "std::map",
+                           int(cells[6]) / max(int(cells[3]), 1)) for cells in rows], "bench_acl")
