@@ -168,14 +168,12 @@ Problem Lab::checkNumber(unsigned n) const {
 
 Problem Lab::pull(unsigned n) {
     if (auto problem = checkNumber(n)) return problem;
-    ++changes_;
     if (setUp(control_, cableName(n), false) < 0) return failed("cannot pull " + cableName(n));
     return std::nullopt;
 }
 
 Problem Lab::plug(unsigned n) {
     if (auto problem = checkNumber(n)) return problem;
-    ++changes_;
     if (setUp(control_, cableName(n), true) < 0) return failed("cannot plug " + cableName(n));
     return std::nullopt;
 }
@@ -193,7 +191,6 @@ Problem Lab::sendFrom(unsigned n, uint32_t count) {
 // A frame that finds the receiver's queue full is counted nowhere, and one that left is counted at
 // both ends at once. So the counter says how many are still to be sent.
 Problem Lab::transmit(const std::string& from, const std::string& to, uint32_t count) {
-    ++changes_;
     if (!hasCarrier(control_, from))
         return "no frame can go from " + from + " to " + to + ": there is no link";
     std::array<uint8_t, kFrameBytes> frame{};

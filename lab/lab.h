@@ -64,10 +64,6 @@ public:
     // Whether the cable of eth'n' is plugged, be its port enabled or not.
     bool isPlugged(unsigned n) const;
 
-    // How often a cable has been touched: while this stands still, only somebody else can have
-    // changed a link.
-    uint64_t changes() const { return changes_; }
-
     // What the far end of eth'n' sees.
     bool partnerHasCarrier(unsigned n) const;
 
@@ -80,7 +76,6 @@ private:
 
     unsigned ports_ = 0;
     bool created_ = false;
-    uint64_t changes_ = 0;
     int control_ = -1;  // for interface ioctls
     int packets_ = -1;  // sends raw frames
 };

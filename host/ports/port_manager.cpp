@@ -5,7 +5,6 @@
 #include "host/cards/card_manager.h"
 #include "host/core/lines.h"
 #include "host/ports/counters.h"
-#include "lab/lab.h"
 
 namespace pcsim::host {
 
@@ -21,7 +20,6 @@ void PortManager::boot() {
 }
 
 void PortManager::cardUp(int slot) {
-    settled_.reset();
     const HalCardSlotDb& table = context_.platform.slotRecord(slot);
     const auto slotNumber = static_cast<uint32_t>(slot);
     for (uint32_t number = 1; number <= table.portCount; ++number) {
@@ -41,7 +39,6 @@ void PortManager::cardUp(int slot) {
 }
 
 void PortManager::cardDown(int slot) {
-    settled_.reset();
     if (slot == context_.ownSlot) managementLink_.reset();
     unsigned count = 0;
     for (auto entry = ports_.begin(); entry != ports_.end();) {
@@ -87,14 +84,12 @@ Port& PortManager::port(uint32_t slot, uint32_t number) {
 }
 
 void PortManager::enable(Port& port, bool on) {
-    settled_.reset();
     port.enabled = on;
     context_.platform.call(slotTable(port), &HalCardSlotOps::cardPortEnable, port.instance,
                            on ? 1u : 0u);
 }
 
 void PortManager::restart(Port& port) {
-    settled_.reset();
     const int32_t result =
         context_.platform.call(slotTable(port), &HalCardSlotOps::cardPortRestart, port.instance);
     if (result != 0)
@@ -103,7 +98,6 @@ void PortManager::restart(Port& port) {
 }
 
 void PortManager::configureAutoNeg(Port& port, const HalPortAutoNeg& config) {
-    settled_.reset();
     context_.platform.call(slotTable(port), &HalCardSlotOps::cardPortConfigAutoNeg, port.instance,
                            &config);
     port.autoNeg = config;
@@ -124,21 +118,17 @@ void PortManager::running(Lines& lines) {
     }
 }
 
-PortManager::Changes PortManager::changes() const {
-    return {.worked = context_.loop.worked(), .lab = context_.lab ? context_.lab->changes() : 0};
-}
-
 // Whether a poll would find what the last one has found. A clock that follows the PC's comes by
 // only once a second, and whoever looks at calls sees all of them.
 bool PortManager::isSettled() const {
-    return context_.scheduler.stopped() && settled_ && settled_->changes == changes() &&
+    return context_.scheduler.stopped() && settled_ && settled_->worked == context_.loop.worked() &&
            std::chrono::steady_clock::now() - settled_->at < kBetweenAsks &&
            !context_.platform.isWatched();
 }
 
 void PortManager::pollAll() {
     if (isSettled()) return;
-    settled_ = Settled{changes(), std::chrono::steady_clock::now()};
+    settled_ = Settled{context_.loop.worked(), std::chrono::steady_clock::now()};
     bool same = true;
     for (auto& [instance, port] : ports_) same = pollPort(port) && same;
     if (!same) settled_.reset();

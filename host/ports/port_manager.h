@@ -90,22 +90,15 @@ private:
         return context_.platform.slot(static_cast<int>(port.slot()));
     }
 
-    // What can have changed a link in this process; what others do to the PC's interfaces is seen
-    // by asking.
-    struct Changes {
-        uint64_t worked;  // by commands
-        uint64_t lab;     // to its cables
-        bool operator==(const Changes&) const = default;
-    };
-    // A poll of all ports that has found nothing new.
+    // A poll of all ports that has found nothing new. Commands can change a link, and so does what
+    // others do to the PC's interfaces, which is seen by asking.
     struct Settled {
-        Changes changes;
+        uint64_t worked;  // what commands had done by then
         std::chrono::steady_clock::time_point at;
     };
 
     // Nothing when the platform can't say.
     std::optional<Link> askLink(uint32_t instance);
-    Changes changes() const;
     bool isSettled() const;
 
     Context& context_;
