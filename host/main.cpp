@@ -16,6 +16,7 @@
 #include "console/session.h"
 #include "console/test_report.h"
 #include "console/text.h"
+#include "host/await.h"
 #include "host/options.h"
 #include "host/serve.h"
 #include "host/verbs/host_verbs.h"
@@ -202,6 +203,7 @@ int runMachine(const CommandLine& line, Reports& reports) {
     if (line.labPorts != 0) {
         if (const auto problem = pcsim::lab::enterNamespace()) fail("{}", *problem);
     }
+    if (line.awaitedPorts != 0) awaitInterfaces(line.awaitedPorts);
     Machine machine(optionsOf(line));
     Context& context = machine.context;
     if (line.stopped) context.scheduler.stopAtZero();

@@ -29,6 +29,13 @@ const Option kOptions[] = {
      .takes = Takes::Number,
      .low = 1,
      .high = 100},
+    {.name = "await",
+     .value = "PORTS",
+     .help = "Wait for this many interfaces, eth1 to ethN, before boot; 1 to 100",
+     .need = "a number of ports from 1 to 100",
+     .takes = Takes::Number,
+     .low = 1,
+     .high = 100},
     {.name = "library",
      .value = "FILE",
      .help = "Platform library to load",
@@ -157,6 +164,9 @@ CommandLine readCommandLine(int argc, char* const* argv) {
     if (!line.name.empty() && !nameProblem(line.name).empty())
         throw OptionProblem("--name: " + nameProblem(line.name));
     line.labPorts = given.number("lab", 0);
+    line.awaitedPorts = given.number("await", 0);
+    if (line.labPorts != 0 && line.awaitedPorts != 0)
+        throw OptionProblem("--lab brings its own interfaces; expected --lab or --await");
     line.maxVr = given.number("virtual-routers", kStandardVr);
     line.library = given.text("library");
     line.plan = given.text("plan");

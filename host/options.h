@@ -26,8 +26,9 @@ struct CommandLine {
     bool echo = false;
     bool stopped = false;
     bool serve = false;
-    bool keepGoing = false;  // pass over lines that fail
-    unsigned labPorts = 0;   // 0: the PC's own interfaces
+    bool keepGoing = false;     // pass over lines that fail
+    unsigned labPorts = 0;      // 0: the PC's own interfaces
+    unsigned awaitedPorts = 0;  // that somebody else brings; 0: none
     uint32_t maxVr = 0;
     std::string library;  // empty: the one that belongs to this program
     std::string name;     // of the instance; empty: from the process id

@@ -16,6 +16,8 @@ for value in 0 101 four ""; do
 done
 ends 2 "pcsim: --lab needs a number of ports from 1 to 100" --lab
 ends 2 "pcsim: --lab may be given once" --lab 1 --lab 2
+ends 2 "pcsim: --await needs a number of ports from 1 to 100" --await 0
+ends 2 "pcsim: --lab brings its own interfaces; expected --lab or --await" --lab 1 --await 1
 ends 2 "pcsim: --shape needs 'stack' or 'chassis'" --shape round
 ends 2 "pcsim: --virtual-routers needs a number from 1 to 4096" --virtual-routers 0
 ends 2 "pcsim: --execute needs a command, for example -x 'show ports'" -x
@@ -95,6 +97,14 @@ for name in INT TERM; do
         grep -q 'too far' "$scratch/out" && problem "a command ran after SIG$name"
     done
 done
+
+# Interfaces that somebody brings later are waited for; a signal ends that, too.
+"$lab" --ports 2 -- sh -c '(sleep 0.3; ip link add eth3 type veth peer name far3) & exec "$@"' - \
+    "$pcsim" --await 3 --quiet -x 'show ports' >"$scratch/out" 2>"$scratch/err"
+said $? 0 "" "--await 3"
+grep -q '^  1:3 *eth3 ' "$scratch/out" || problem "a port that came late isn't there"
+"$lab" --ports 2 -- timeout -s TERM 0.5 "$pcsim" --await 3 >"$scratch/out" 2>"$scratch/err"
+said $? 124 "pcsim: terminated while waiting for the interface eth3; expected eth1 to eth3" "--await"
 
 # Output that can't be written, and a reader that has gone.
 full="pcsim: standard output can't be written: No space left on device"
