@@ -46,7 +46,6 @@ endif()
 # Programs of ours around the library: their speed is not in their own code, so it is compiled for a
 # quick build, with line numbers as debug information. Files where it is say so themselves.
 add_library(host_program_flags INTERFACE)
-target_compile_definitions(host_program_flags INTERFACE PCSIM_VERSION="${PROJECT_VERSION}")
 target_compile_options(host_program_flags INTERFACE -g1)
 if(NOT PCSIM_SANITIZE)
     target_compile_options(host_program_flags INTERFACE -O1)

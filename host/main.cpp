@@ -22,6 +22,7 @@
 #include "host/verbs/host_verbs.h"
 #include "lab/lab.h"
 #include "lab/options.h"
+#include "lab/version.h"
 
 namespace {
 
@@ -268,7 +269,7 @@ int run(int argc, char** argv) {
                              kBadOptions);
     }
     if (line.help) return printAlone(commandLineHelp(), line.json);
-    if (line.version) return printAlone(PCSIM_VERSION "\n", line.json);
+    if (line.version) return printAlone(versionText("pcsim"), line.json);
     try {
         return runReported(line);
     } catch (const CommandError& error) {

@@ -9,6 +9,7 @@
 #include "console/run_folder.h"
 #include "host/cards/card_manager.h"
 #include "host/ports/port_manager.h"
+#include "lab/version.h"
 
 namespace pcsim::host {
 
@@ -53,8 +54,9 @@ SocketDoor openSocket(const CommandLine& line) {
 ServerFacts serverFactsOf(Machine& machine) {
     ServerFacts facts;
     facts.status = [&machine] { return statusOf(machine); };
-    facts.version = PCSIM_VERSION;
-    facts.abi = PCSIM_ABI;
+    facts.version = kVersion;
+    facts.abi = kAbi;
+    facts.protocol = kProtocol;
     facts.snapshot = {"show ports", "show slots", "show environment", "show vlans", "show trunks"};
     facts.eventSources = [&machine] { return sourcesOf(machine); };
     return facts;

@@ -11,6 +11,7 @@
 
 #include "lab/lab.h"
 #include "lab/options.h"
+#include "lab/version.h"
 
 namespace {
 
@@ -19,6 +20,7 @@ constexpr char kExample[] = "expected a command, for example: pcsim-nics --ports
 
 const pcsim::Option kOptions[] = {
     {.name = "help", .letter = 'h', .help = "Print this help and exit", .takes = pcsim::Takes::End},
+    {.name = "version", .help = "Print the version and exit", .takes = pcsim::Takes::End},
     {.name = "ports",
      .letter = 'p',
      .value = "N",
@@ -43,15 +45,16 @@ int complain(const std::string& what, int status) {
     return status;
 }
 
-int printHelp() {
-    if (fputs(helpText(kProgram).c_str(), stdout) == EOF || fflush(stdout) != 0)
+int print(const std::string& text) {
+    if (fputs(text.c_str(), stdout) == EOF || fflush(stdout) != 0)
         return complain(std::string("standard output can't be written: ") + strerror(errno), 1);
     return 0;
 }
 
 int run(int argc, char** argv) {
     pcsim::GivenOptions given = pcsim::readOptions(kProgram, argc, argv);
-    if (given.has("help")) return printHelp();
+    if (given.has("help")) return print(helpText(kProgram));
+    if (given.has("version")) return print(pcsim::versionText(kProgram.name));
     if (given.command.empty()) throw pcsim::OptionProblem(kExample);
 
     if (auto problem = pcsim::lab::enterNamespace()) return complain(*problem, kNoLab);

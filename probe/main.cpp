@@ -9,6 +9,7 @@
 
 #include "console/error.h"
 #include "console/text.h"
+#include "lab/version.h"
 #include "probe/commands.h"
 #include "probe/control/options.h"
 #include "probe/launch.h"
@@ -61,7 +62,7 @@ int start(std::span<char*> arguments) {
     const GivenOptions given =
         readOptions(program, static_cast<int>(arguments.size()), arguments.data());
     if (given.has("help")) return print(helpText(program)), 0;
-    if (given.has("version")) return print(PCSIM_VERSION "\n"), 0;
+    if (given.has("version")) return print(versionText(program.name)), 0;
     if (given.command.empty())
         throw OptionProblem("expected a program to start, for example: pcsim-probe -- my-hal");
     return launch(probeOptionsOf(given), given.command);

@@ -15,6 +15,7 @@
 #include "console/present.h"
 #include "console/text.h"
 #include "lab/options.h"
+#include "lab/version.h"
 
 namespace {
 
@@ -75,7 +76,7 @@ int command(Link& link, Words words, bool json, Signals& signals) {
 int run(int argc, char** argv) {
     const GivenOptions given = readOptions(kProgram, argc, argv);
     if (given.has("help")) return print(helpText(kProgram));
-    if (given.has("version")) return print(PCSIM_VERSION "\n");
+    if (given.has("version")) return print(versionText(kProgram.name));
     Signals signals;
     if (given.command.empty()) return list(given, signals);
     const auto link = instanceNamed(given.command[0], signals);

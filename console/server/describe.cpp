@@ -83,18 +83,18 @@ std::string of(const Method& method) {
 }  // namespace
 
 std::string description(Connection& connection, const Parameters&) {
-    constexpr int kProtocol = 1;
     const Hub& hub = connection.hub();
-    return fmt::format(
-        R"({{"name":{},"pid":{},"versions":{{"pcsim":{},"abi":{},"protocol":{}}},)"
-        R"("verbs":{},"methods":{},"events":{{"sources":{}}},"errors":{}}})",
-        jsonString(hub.name), getpid(), jsonString(hub.facts.version), jsonString(hub.facts.abi),
-        kProtocol, listOf(hub.console.verbs.all(), [](const Verb& verb) { return of(verb); }),
-        listOf(methods(), [](const Method& method) { return of(method); }),
-        jsonList(hub.facts.eventSources()), listOf(kErrors, [](const ErrorMeaning& error) {
-            return fmt::format(R"({{"code":{},"meaning":{}}})", error.code,
-                               jsonString(error.meaning));
-        }));
+    return fmt::format(R"({{"name":{},"pid":{},"versions":{{"pcsim":{},"abi":{},"protocol":{}}},)"
+                       R"("verbs":{},"methods":{},"events":{{"sources":{}}},"errors":{}}})",
+                       jsonString(hub.name), getpid(), jsonString(hub.facts.version),
+                       jsonString(hub.facts.abi), hub.facts.protocol,
+                       listOf(hub.console.verbs.all(), [](const Verb& verb) { return of(verb); }),
+                       listOf(methods(), [](const Method& method) { return of(method); }),
+                       jsonList(hub.facts.eventSources()),
+                       listOf(kErrors, [](const ErrorMeaning& error) {
+                           return fmt::format(R"({{"code":{},"meaning":{}}})", error.code,
+                                              jsonString(error.meaning));
+                       }));
 }
 
 }  // namespace pcsim

@@ -30,6 +30,7 @@ struct ServerFacts {
     std::function<InstanceStatus()> status;
     std::string version;  // of the program
     std::string abi;      // of the library's interface
+    int protocol = 0;
     // What a snapshot shows when nobody says what.
     std::vector<std::string> snapshot;
     // Whatever events come from.

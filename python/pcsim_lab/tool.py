@@ -7,7 +7,7 @@ import os
 import sys
 from typing import Callable, NoReturn, Sequence
 
-from pcsim.version import VERSION
+from pcsim.version import TellVersion
 
 from . import commands
 from .help import table, wanted
@@ -48,7 +48,7 @@ def parser() -> Parser:
     """All commands with their arguments."""
     top = Parser(prog="pcsim-lab", allow_abbrev=False,
                  description="Labs of many nodes with cables between them.")
-    top.add_argument("--version", action="version", version=VERSION,
+    top.add_argument("--version", action=TellVersion, nargs=0,
                      help="print the version and exit")
     verbs = top.add_subparsers(title="commands", metavar="COMMAND", dest="verb", required=True)
 

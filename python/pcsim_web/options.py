@@ -10,7 +10,7 @@ import secrets
 from dataclasses import dataclass
 from typing import Any, NoReturn, Sequence
 
-from pcsim.version import VERSION
+from pcsim.version import TellVersion
 
 DEFAULT_PORT = 8470
 ABOUT = "pcsim-web: shows running switches in a browser."
@@ -64,7 +64,7 @@ def instance(text: str) -> str:
 OPTIONS: tuple[tuple[str, str, str, str, dict[str, Any]], ...] = (
     ("help", "h", "", "Print this help and exit", {"action": "store_true"}),
     ("version", "", "", "Print the version and exit",
-     {"action": "version", "version": f"pcsim-web {VERSION}"}),
+     {"action": TellVersion, "nargs": 0}),
     ("bind", "", "ADDRESS", "Listen on this address; 127.0.0.1 without it",
      {"type": address, "default": "127.0.0.1"}),
     ("port", "", "PORT", f"Listen on this port, 0 for any; {DEFAULT_PORT} without it",

@@ -12,7 +12,7 @@ import pytest
 from campaign_test import HANG, LINES, NAME, PLAN
 from conftest import python_path
 from pcsim.campaign import Campaign, options
-from pcsim.version import VERSION
+from pcsim.version import told
 
 PROGRAM = (sys.executable, "-m", "pcsim.campaign")
 ENVIRONMENT = {**os.environ, **python_path()}
@@ -175,9 +175,9 @@ def test_without_dask_there_is_no_scheduler(scenario, folder):
 
 def test_help_tells_of_all_options():
     status, text, _ = run("--help")
-    told = json.loads(run("--help", PCSIM_HELP="json")[1])
+    table = json.loads(run("--help", PCSIM_HELP="json")[1])
     assert status == 0 and max(map(len, text.splitlines())) <= 79
     assert re.findall(r"^ +(?:-., )?--([a-z-]+)", text, re.MULTILINE) == [
-        option["name"] for option in told["options"]] == [option.name for option in options.OPTIONS]
-    assert (told["name"], told["commands"]) == ("pcsim-campaign", [])
-    assert run("--version") == (0, f"{VERSION}\n", "")
+        option["name"] for option in table["options"]] == [option.name for option in options.OPTIONS]
+    assert (table["name"], table["commands"]) == ("pcsim-campaign", [])
+    assert run("--version") == (0, f"{told('pcsim-campaign')}\n", "")

@@ -8,9 +8,9 @@ import sys
 import time
 from pathlib import Path
 
-import pcsim
 import pytest
 from aiohttp.test_utils import make_mocked_request
+from pcsim.version import told
 from pcsim_web.gate import gate
 
 from gateway import END_S, PYTHON, TOKEN, Gateway, command, environment, run
@@ -20,7 +20,7 @@ IPV6 = Path("/proc/net/if_inet6")
 
 
 def test_the_version_is_that_of_the_package():
-    assert run("--version") == (0, f"pcsim-web {pcsim.__version__}\n", "")
+    assert run("--version") == (0, f"{told('pcsim-web')}\n", "")
 
 
 def test_help():

@@ -40,7 +40,8 @@ def version_of(program: str) -> str:
     """What pcsim says of its version."""
     done = subprocess.run([program, "--version"], capture_output=True, text=True, check=False,
                           timeout=LOOK_S, stdin=subprocess.DEVNULL)
-    return done.stdout.strip()
+    found = re.search(r"\d+(\.\d+)+", done.stdout)
+    return found[0] if found else done.stdout.strip()
 
 
 def checked_libraries(setup: Setup, shapes: Sequence[str],

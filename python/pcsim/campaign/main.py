@@ -8,7 +8,7 @@ from pathlib import Path
 from typing import Any, Sequence
 
 from ..errors import Error
-from ..version import VERSION
+from ..version import told
 from . import options
 from .campaign import Campaign
 from .problems import CampaignError
@@ -100,7 +100,7 @@ def main(arguments: Sequence[str] | None = None) -> int:
               else options.help_text())
         return PASSED
     if given.version:
-        print(VERSION)
+        print(told(parser.prog))
         return PASSED
     if (given.scenario is None) == (given.show is None):
         parser.error("expected a scenario, or --show FILE")
