@@ -6,7 +6,8 @@ include(CMakePackageConfigHelpers)
 
 # A multiarch system keeps its 32-bit libraries under the i386 triplet.
 set(PCSIM_INSTALL_LIBDIR lib/i386-linux-gnu CACHE STRING "Where 32-bit libraries are installed")
-set(PCSIM_INSTALL_PKGCONFIGDIR ${PCSIM_INSTALL_LIBDIR}/pkgconfig)
+set(PCSIM_INSTALL_PKGCONFIGDIR ${PCSIM_INSTALL_LIBDIR}/pkgconfig
+    CACHE STRING "Where the files for pkg-config are installed")
 set(PCSIM_INSTALL_CMAKEDIR lib/cmake/pcsim)  # find_package does not look into foreign triplets
 
 file(RELATIVE_PATH PCSIM_PKGCONFIG_TO_PREFIX /${PCSIM_INSTALL_PKGCONFIGDIR} /)

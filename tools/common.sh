@@ -14,6 +14,8 @@ check_packages="make less tmux googletest clang-format clang-tidy git pkgconf ma
     python3-pytest python3-pytest-xdist python3-mypy python3-setuptools python3-wheel python3-venv
     $web_packages python3-selenium chromium chromium-driver gnuplot-nox python3-distributed python3-tqdm
     mininet"
+# For the packages, which ./check --all builds, looks at and installs.
+packaging_packages="debhelper dpkg-dev dh-python lintian mmdebstrap uidmap"
 
 say() { printf '%s\n' "$*"; }
 

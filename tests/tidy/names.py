@@ -15,6 +15,7 @@ SCHEMES = (
     ("platform/", CAMEL, SNAKE),
     ("cmake/", MODULE, SNAKE),
     ("docs/", KEBAB, KEBAB),
+    ("packaging/", KEBAB, KEBAB),
     ("tools/", KEBAB, KEBAB),
     ("examples/", SNAKE, KEBAB),  # a folder is called as the program in it
     ("", SNAKE, SNAKE),
