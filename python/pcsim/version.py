@@ -3,7 +3,7 @@ of the programs and of the packages reads them here."""
 import argparse
 from typing import NoReturn
 
-VERSION = "0.1.0"  # of the programs and the library
+VERSION = "0.2.0"  # of the programs and the library
 PROTOCOL = 1  # of what is spoken over an instance's socket
 
 
