@@ -45,9 +45,10 @@ void awaitInterfaces(unsigned ports) {
     for (unsigned port = 1; port <= ports; ++port) {
         const std::string name = "eth" + std::to_string(port);
         while (lab::indexOf(control.get(), name) == 0)
-            if (const int signal = signals.next(); signal > 0)
-                fail("{} while waiting for the interface {}; expected eth1 to eth{}",
-                     signal == SIGINT ? "interrupted" : "terminated", name, ports);
+            if (signals.next() > 0)
+                throw CommandError("interrupted while waiting for the interface " + name +
+                                       "; expected eth1 to eth" + std::to_string(ports),
+                                   ErrorCode::kInterrupted);
     }
 }
 

@@ -103,8 +103,15 @@ done
     "$pcsim" --await 3 --quiet -x 'show ports' >"$scratch/out" 2>"$scratch/err"
 said $? 0 "" "--await 3"
 grep -q '^  1:3 *eth3 ' "$scratch/out" || problem "a port that came late isn't there"
-"$lab" --ports 2 -- timeout -s TERM 0.5 "$pcsim" --await 3 >"$scratch/out" 2>"$scratch/err"
-said $? 124 "pcsim: terminated while waiting for the interface eth3; expected eth1 to eth3" "--await"
+waits="interrupted while waiting for the interface eth3; expected eth1 to eth3"
+for name in INT TERM; do
+    "$lab" --ports 2 -- timeout --preserve-status -s $name 0.5 "$pcsim" --await 3 -x 'echo too far' \
+        >"$scratch/out" 2>"$scratch/err"
+    said $? 1 "pcsim: $waits" "--await and SIG$name"
+    printed "" "--await and SIG$name"
+done
+"$lab" --ports 2 -- timeout 0.5 "$pcsim" --await 3 --json=lines >"$scratch/out" 2>"$scratch/err"
+grep -q '"code":4,' "$scratch/out" || problem "--await as JSON: $(cat "$scratch/out")"
 
 # Output that can't be written, and a reader that has gone.
 full="pcsim: standard output can't be written: No space left on device"
