@@ -64,7 +64,8 @@ def answers(pcsim: str, requests: list[dict]) -> list[dict]:
                 while connection.connect_ex(str(place)) != 0:
                     assert process.poll() is None and time.monotonic() < end, "it does not start"
                     time.sleep(0.05)
-                return [asked(connection.makefile("rw"), request) for request in requests]
+                with connection.makefile("rw") as stream:
+                    return [asked(stream, request) for request in requests]
             finally:
                 process.terminate()
 
