@@ -14,13 +14,15 @@ numbers() { sed -nE "s/^$1 = \"?([0-9.]+)\"?.*/\1/p" "$sources/python/pcsim/vers
 version=$(numbers VERSION) protocol=$(numbers PROTOCOL)
 [[ $version =~ ^[0-9]+\.[0-9]+\.[0-9]+$ && -n $protocol ]] || fail "version.py: '$version', '$protocol'"
 abi=${version%%.*}
+told="library $version, ABI $abi
+protocol $protocol"
 
 for program in pcsim pcsimctl pcsim-nics pcsim-probe pcsim-campaign pcsim-lab pcsim-web; do
     said=$("$programs/$program" --version)
-    [ "$said" = "$program $version
-library $version, ABI $abi
-protocol $protocol" ] || fail "$program says: $said"
+    [ "$said" = "$program $version"$'\n'"$told" ] || fail "$program says: $said"
 done
+sample=$(sed -n '/^    \$ pcsim --version$/,/^$/s/^    //p' "$sources/docs/compatibility.md" | tail -n +2)
+[ "$sample" = "pcsim $version"$'\n'"$told" ] || fail "docs/compatibility.md shows: $sample"
 [ "$(readlink -f "$programs/libpcsimulation.so.$abi")" = \
     "$(readlink -f "$programs")/libpcsimulation.so.$version" ] || fail "the library's file"
 grep -qx "Version: $version" "$programs/pcsimulation.pc" || fail "pkg-config is told another one"

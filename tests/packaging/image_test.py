@@ -4,6 +4,7 @@ import hashlib
 import io
 import json
 import os
+import re
 import subprocess
 import tarfile
 from pathlib import Path
@@ -94,8 +95,10 @@ def everything_in(value):
     return [str(value)]
 
 
-def test_the_files_of_the_document_name_the_image_of_this_version():
-    _, *blocks = (ROOT / "docs" / "labs.md").read_text().split("```yaml\n")
+def test_the_document_names_the_image_of_this_version():
+    text = (ROOT / "docs" / "labs.md").read_text()
+    assert set(re.findall(r"pcsim[-:](\d+\.\d+\.\d+)", text)) == {VERSION}
+    _, *blocks = text.split("```yaml\n")
     files = [yaml.safe_load(block.partition("```")[0]) for block in blocks]
     assert [next(iter(file)) for file in files] == ["name", "services", "apiVersion"]
     for file in files:
