@@ -107,8 +107,27 @@ def test_several_switches(stack, chassis, open_page):
     page.wait_switch("chassis")
     page.part("card 10")
     page.driver.back()
+    page.wait_switch("stack")
     page.driver.refresh()
     page.wait_switch("stack")
+
+
+def test_an_address_that_names_a_switch_to_come(gateway, browser, stack):
+    page = browser.open(f"{gateway.address}#later")
+    page.wait("document.querySelector('[data-part]')", what="a switch that runs already")
+    with pcsim.Switch(ports=1, name="later"):
+        page.wait_switch("later")
+        page.click(page.named, "button", "stack")
+        page.wait_switch("stack")
+
+
+def test_who_has_chosen_meanwhile_keeps_that(gateway, browser, stack, chassis):
+    page = browser.open(f"{gateway.address}#later")
+    page.click(page.named, "button", "chassis")
+    page.wait_switch("chassis")
+    with pcsim.Switch(ports=1, name="later"):
+        page.named("button", "later")
+        page.wait_switch("chassis")
 
 
 @pytest.mark.parametrize("place", ("#instances button", ".tile"))

@@ -16,10 +16,7 @@ class Choice {
   constructor({store}, {name}) {
     this.store = store;
     this.end = h("small", {});
-    this.node = h("button", {type: "button", onclick: () => {
-      location.hash = encodeURIComponent(name);
-      store.look(name).catch(() => {});
-    }}, name, this.end);
+    this.node = h("button", {type: "button", onclick: () => store.choose(name)}, name, this.end);
   }
 
   update(instance) {

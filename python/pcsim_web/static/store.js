@@ -34,6 +34,7 @@ export class Store extends EventTarget {
     link.addEventListener("tell-hello", (event) => { this.readOnly = event.detail.readOnly; });
     link.addEventListener("tell-instances", (event) => this.#listed(event.detail.instances));
     link.addEventListener("tell-news", (event) => this.#news(event.detail));
+    window.addEventListener("hashchange", () => this.#follow());
   }
 
   /** The documents as they are shown, by name: "ports", "cards", ... A document that has not come
@@ -53,12 +54,10 @@ export class Store extends EventTarget {
     return stopped || !this.alive ? timeMs : timeMs + Math.max(0, 1000 * (this.now() - at));
   }
 
-  /** Shows another switch. */
-  async look(name) {
-    this.current = name;
-    this.past = null;
-    this.#moves++;
-    await this.link.ask("look", {instance: name});
+  /** Shows another switch, which the address of the page names from now on. */
+  choose(name) {
+    location.hash = encodeURIComponent(name);
+    if (this.instances.some((each) => each.name === name)) this.#look(name);
   }
 
   /** Shows a moment of the past, in seconds since 1970; null is the present. */
@@ -77,7 +76,7 @@ export class Store extends EventTarget {
   #opened() {
     this.connected = true;
     this.#tell("connection");
-    if (this.current) this.look(this.current).catch(() => this.#tell("instances"));
+    if (this.current) this.#look(this.current);
   }
 
   #closed() {
@@ -90,13 +89,25 @@ export class Store extends EventTarget {
     // leaf2 stands before leaf10.
     this.instances = [...instances].sort(
       (a, b) => a.name.localeCompare(b.name, "en", {numeric: true}));
-    if (this.current === null && instances.length > 0) {
-      const named = location.hash;
-      const wanted = instances.find((each) => `#${encodeURIComponent(each.name)}` === named);
-      this.look((wanted ?? instances.find((each) => each.alive) ?? instances[0]).name)
-        .catch(() => {});
-    }
+    this.#follow();
     this.#tell("instances");
+  }
+
+  // The switch that the address names is shown as soon as there is one of that name, and any other
+  // until then.
+  #follow() {
+    const named = this.instances.find(
+      (each) => `#${encodeURIComponent(each.name)}` === location.hash);
+    const any = this.instances.find((each) => each.alive) ?? this.instances[0];
+    const name = named?.name ?? this.current ?? any?.name ?? null;
+    if (name !== this.current) this.#look(name);
+  }
+
+  async #look(name) {
+    this.current = name;
+    this.past = null;
+    this.#moves++;
+    await this.link.ask("look", {instance: name}).catch(() => this.#tell("instances"));
   }
 
   #news(news) {

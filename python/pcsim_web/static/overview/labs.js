@@ -59,10 +59,7 @@ class Box {
       s("rect", {x: x - BOX.width / 2, y: y - BOX.height / 2, ...BOX, rx: 4}),
       s("text", {x, y: y - 2}, node.name), this.small);
     if (node.instance === null) return;
-    const open = () => {
-      location.hash = encodeURIComponent(node.instance);
-      app.store.look(node.instance).catch(() => {});
-    };
+    const open = () => app.store.choose(node.instance);
     setAttribute(this.node, "data-instance", node.instance);
     setAttribute(this.node, "role", "button");
     setAttribute(this.node, "tabindex", "0");

@@ -26,10 +26,9 @@ class Tile {
     this.icon = s("svg", {viewBox: "0 0 32 24", width: 40, height: 30, "aria-hidden": "true"});
     this.shape = null;
     this.state = h("span", {class: "tile-state"});
-    this.node = h("button", {type: "button", class: "tile", "data-instance": name, onclick: () => {
-      location.hash = encodeURIComponent(name);
-      app.store.look(name).catch(() => {});
-    }}, this.icon, h("span", {class: "tile-words"}, h("strong", {}, name), this.state));
+    this.node = h("button", {type: "button", class: "tile", "data-instance": name,
+                             onclick: () => app.store.choose(name)},
+                  this.icon, h("span", {class: "tile-words"}, h("strong", {}, name), this.state));
   }
 
   update(instance) {
