@@ -141,7 +141,7 @@ class Feed:
     def _end(self) -> None:
         if self.alive:
             self.alive = False
-            self.ended_at = time.time()
+            self.ended_at = now()
             self.history.clock.stop(self.ended_at)
             self._tell_life()
 
@@ -184,7 +184,7 @@ class Feed:
         known_ms = float(self.status["timeMs"])
         self._replaying = self._replaying and time_ms < known_ms
         if not self._replaying:
-            return round(time.time(), 3)
+            return now()
         ago_ms = min(known_ms - time_ms, float(self.status["upMs"]))
         return round(self.status_at - ago_ms / 1000, 3)
 
@@ -215,7 +215,7 @@ class Feed:
     async def _ask_status(self, asking: AsyncConnection) -> None:
         def take(result: JSON) -> None:
             self.status = dict(result)
-            self.status_at = time.time()
+            self.status_at = now()
             self.history.clock.read(self.status_at, result["timeMs"], result["stopped"])
         async with asyncio.timeout(LONGEST_ANSWER_S):
             await asking.perform(Call("status", {}, take))
@@ -228,9 +228,9 @@ class Feed:
             lambda result: list(result["results"])))
         # An event that has come since may be told by this answer already.
         caused = {**self._caused, **caused}
-        now = time.time()
+        moment = now()
         changed = {name for (name, _), result in zip(lines, results)
-                   if self._take_show(name, result, caused.get(name, now))}
+                   if self._take_show(name, result, caused.get(name, moment))}
         for looker in list(self.lookers):
             looker.changed(self, changed)
 
@@ -258,13 +258,19 @@ class Feed:
     async def _measure(self, asking: AsyncConnection) -> None:
         data = await asking.perform(Call("run", {"line": COUNTERS},
                                          lambda result: result["data"]))
-        moment = time.time()
+        moment = now()
         rates = self._meter.read(moment, data)
         if rates is None:
             return
         self.history.rates.add(moment, rates)
         for looker in list(self.lookers):
             looker.measured(self, moment, rates)
+
+
+def now() -> float:
+    """The time, as exact as pages are told it: if one thing had more digits than another that comes
+    behind it, it could seem to be the later one. It is never ahead of a clock."""
+    return int(1000 * time.time()) / 1000
 
 
 def ending_of(problem: BaseException) -> str:

@@ -62,6 +62,16 @@ def test_what_an_event_has_changed_is_so_from_the_event_on(feed):
     assert (shown(feed, before), shown(feed, down["at"])) == ("up", "down")
 
 
+@pytest.mark.parametrize("clock", (1000.0004, 1000.0006))
+def test_what_comes_within_a_millisecond_keeps_its_order(feed, monkeypatch, clock):
+    monkeypatch.setattr("pcsim_web.feed.time.time", lambda: clock)
+    ask(feed, ["ports"], Door("up"))
+    down = happen(feed, 2000, "port", "Port 1:1 link down")
+    assert shown(feed, down["at"]) == "up"
+    ask(feed, ["ports"], Door("down"))
+    assert shown(feed, down["at"]) == shown(feed, clock) == "down"
+
+
 def test_what_is_asked_for_meanwhile_takes_nothing_of_it(feed):
     ask(feed, ["ports", "fans"], Door("up", "turning"))
     down = happen(feed, 2000, "port", "Port 1:1 link down")
