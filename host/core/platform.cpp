@@ -22,12 +22,14 @@ Platform::Platform() {
     probe::Boundary& boundary = probe::Boundary::instance();
     boundary.add(trace);
     boundary.add(rules);
+    boundary.add(ledger);
     boundary.add(recorder);
-    rules.onChange = trace.onChange = [&boundary] { boundary.refresh(); };
+    rules.onChange = trace.onChange = ledger.onChange = [&boundary] { boundary.refresh(); };
 }
 
 Platform::~Platform() {
     probe::Boundary::instance().remove(recorder);
+    probe::Boundary::instance().remove(ledger);
     probe::Boundary::instance().remove(rules);
     probe::Boundary::instance().remove(trace);
     if (captured_ == nullptr) return;

@@ -21,6 +21,7 @@
 #include "pcsim/env.h"
 #include "pcsim/family.h"
 #include "pcsim/system.h"
+#include "probe/ledger/ledger.h"
 #include "probe/record/recorder.h"
 #include "probe/rules/rules.h"
 #include "probe/trace/trace.h"
@@ -66,6 +67,7 @@ public:
     // What looks at the calls, from before the library is loaded.
     probe::Rules rules;
     probe::Trace trace;
+    probe::Ledger ledger;
     probe::Recorder recorder;
 
     // Whether anybody looks at calls, and would miss those that are not made.

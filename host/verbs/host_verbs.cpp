@@ -70,7 +70,7 @@ uint32_t virtualRouterOf(Call& call) {
 
 probe::ProbeParts probePartsOf(Machine& machine) {
     Platform& platform = machine.context.platform;
-    probe::ProbeParts parts{platform.rules, platform.trace, nullptr, nullptr};
+    probe::ProbeParts parts{platform.rules, platform.trace, nullptr, nullptr, &platform.ledger};
     parts.record = [&platform](const std::string& path) { platform.recorder.begin(path, false); };
     parts.stopRecord = [&platform] { return platform.recorder.finish(); };
     return parts;

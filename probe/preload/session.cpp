@@ -48,6 +48,7 @@ private:
     std::unique_ptr<FlightRecorder> flight_;
     Trace trace_;
     Rules rules_;
+    Ledger ledger_;
     Recorder recorder_;
     Verbs verbs_;
 };
@@ -83,9 +84,10 @@ void ProbeSession::begin(const char* text) {
     }
     pthread_atfork([] { session->beforeFork(); }, [] { session->afterFork(); },
                    [] { session->afterFork(); });
-    trace_.onChange = rules_.onChange = [] { Boundary::instance().refresh(); };
+    trace_.onChange = rules_.onChange = ledger_.onChange = [] { Boundary::instance().refresh(); };
     boundary.add(trace_);
     boundary.add(rules_);
+    boundary.add(ledger_);
     boundary.add(recorder_);
     if (!options_.trace.empty()) trace_.startFile({}, options_.trace);
     if (!options_.record.empty()) recorder_.begin(options_.record, options_.tree);
@@ -114,7 +116,8 @@ void ProbeSession::addVerbs() {
         {.rules = rules_,
          .trace = trace_,
          .record = [this](const std::string& path) { recorder_.begin(path, options_.tree); },
-         .stopRecord = [this] { return recorder_.finish(); }});
+         .stopRecord = [this] { return recorder_.finish(); },
+         .ledger = &ledger_});
     verbs_.action("help", "what can be asked",
                   [this](pcsim::Call& call) { call.print(helpText(verbs_)); });
 }
@@ -129,9 +132,11 @@ Answer ProbeSession::answer(const std::string& request) const {
 void ProbeSession::beforeFork() {
     trace_.hold();
     rules_.hold();
+    ledger_.hold();
 }
 
 void ProbeSession::afterFork() {
+    ledger_.release();
     rules_.release();
     trace_.release();
 }
@@ -145,6 +150,7 @@ void ProbeSession::end() {
         }
     };
     trace_.stop();
+    ledger_.stop();
     attempt([this] {
         if (recorder_.isRecording()) recorder_.finish();
     });

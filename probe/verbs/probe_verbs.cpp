@@ -29,6 +29,7 @@ std::string contentOf(const std::string& path) {
 void addProbeVerbs(Verbs& verbs, ProbeParts parts) {
     addCoverageVerbs(verbs);
     addFaultVerbs(verbs, parts.rules);
+    if (parts.ledger != nullptr) addMemoryVerbs(verbs, *parts.ledger);
     addTraceVerbs(verbs, std::make_shared<const ProbeParts>(std::move(parts)));
 }
 

@@ -1,5 +1,5 @@
-// The verbs of the probe: faults, coverage, trace, times. They are the same at pcsim's console, in
-// a plan file and from outside of a running process.
+// The verbs of the probe: faults, coverage, trace, times, memory. They are the same at pcsim's
+// console, in a plan file and from outside of a running process.
 #ifndef PCSIM_PROBE_VERBS_PROBE_VERBS_H
 #define PCSIM_PROBE_VERBS_PROBE_VERBS_H
 
@@ -8,6 +8,7 @@
 #include <string>
 
 #include "console/verbs.h"
+#include "probe/ledger/ledger.h"
 #include "probe/rules/rules.h"
 #include "probe/trace/trace.h"
 
@@ -20,6 +21,8 @@ struct ProbeParts {
     // The recorder: begins a file, and ends it with a line about it. Null where there is none.
     std::function<void(const std::string& path)> record;
     std::function<std::string()> stopRecord;
+    // Who notes the library's blocks. Null where nobody does. It must outlive the verbs, too.
+    Ledger* ledger = nullptr;
 };
 
 void addProbeVerbs(Verbs& verbs, ProbeParts parts);
@@ -41,6 +44,7 @@ void addCallVerbs(Verbs& verbs, std::shared_ptr<Callables> callables);
 
 void addFaultVerbs(Verbs& verbs, Rules& rules);
 void addCoverageVerbs(Verbs& verbs);
+void addMemoryVerbs(Verbs& verbs, Ledger& ledger);
 void addTraceVerbs(Verbs& verbs, const std::shared_ptr<const ProbeParts>& parts);
 
 }  // namespace pcsim::probe

@@ -174,6 +174,8 @@ LINES = (
     "call cardPifDelete handle mine pif.hwHandle mine",
     "forget mine",
     "show coverage",
+    "memory on",
+    "show memory",
     "record calls.rec",
     "record stop",
     "show timers",

@@ -78,7 +78,7 @@ refuses "the platform can't make its MAC table: it answered -4" 'show ports'
 plan '' 'fault pcSimFanReadTmp'
 refuses "$scratch/plan:2: no operation goes by 'pcSimFanReadTmp'; perhaps pcSimFanReadTemp" 'show ports'
 plan 'show ports'
-refuses "$scratch/plan:1: 'ports' is not known after 'show'; expected coverage, faults" 'show ports'
+refuses "$scratch/plan:1: 'ports' is not known after 'show'; expected coverage, faults, memory" 'show ports'
 plan "trace on only platformSystemInit to $scratch/trace"
 succeeds 'show ports'
 grep -q '^\[    0\.000\] > platformSystemInit -> 0 table {functions 16}$' "$scratch/trace" ||

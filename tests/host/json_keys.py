@@ -25,7 +25,8 @@ SETUP = ["vlan create 1-2", "vlan 1 add 1:1", "vlan 2 add 1:2",
          "neighbor add 10.0.0.1 vlan 1 mac 00:11:22:33:44:66 port 1:1",
          "route add 10.1.0.0/16 via 10.0.0.1 vlan 1", "acl load web web.acl",
          "acl bind web vlan 1 port 1:1 slot 0", "mcast add 225.0.0.1 10.0.0.9 iif 1 oif 2 1:2",
-         "checkpoint first", "fault cardPortRestart count 1 returns -1"]
+         "checkpoint first", "fault cardPortRestart count 1 returns -1",
+         "memory on"]
 # What stands for the values of forms.
 VALUES = {"port": "1:1", "ports": "1:1", "slot": "1", "slots": "1", "vlan": "1", "iif": "1",
           "mac": "00:11:22:33:44:55", "group": "225.0.0.1", "source": "10.0.0.9",
