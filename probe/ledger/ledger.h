@@ -31,11 +31,11 @@ struct LedgerSums {
     uint64_t bytes = 0;
     uint64_t mostBlocks = 0;  // that it ever had
     uint64_t mostBytes = 0;
-    uint64_t allocated = 0;   // blocks, since the start
-    uint64_t freed = 0;       // by the library
-    uint64_t handedOut = 0;   // passed to the HAL
-    uint64_t takenOver = 0;   // passed to the library
-    uint64_t refused = 0;     // allocations that were answered null
+    uint64_t allocated = 0;    // blocks, since the start
+    uint64_t freed = 0;        // by the library
+    uint64_t handedOut = 0;    // passed to the HAL
+    uint64_t takenOver = 0;    // passed to the library
+    uint64_t refused = 0;      // allocations that were answered null
     uint64_t freedOthers = 0;  // by the library, although nobody has seen them come
 };
 

@@ -46,11 +46,13 @@ void addMemoryVerbs(Verbs& verbs, Ledger& ledger) {
                      else if (!ledger.on())
                          ledger.start();
                  });
-    verbs.show("show memory", "blocks that the platform has allocated, by operation and size",
-               [&ledger](pcsim::Call&) {
-                   if (!ledger.on()) fail("no blocks are noted; expected 'memory on' before, in a plan for all of them");
-                   return Report(sumFields(ledger.sums())).add(blockTable(ledger.rows()));
-               });
+    verbs.show(
+        "show memory", "blocks that the platform has allocated, by operation and size",
+        [&ledger](pcsim::Call&) {
+            if (!ledger.on())
+                fail("no blocks are noted; expected 'memory on' before, in a plan for all of them");
+            return Report(sumFields(ledger.sums())).add(blockTable(ledger.rows()));
+        });
 }
 
 }  // namespace pcsim::probe
