@@ -30,7 +30,7 @@ PATIENCE_S = 120
 INTERFACES = 4
 # Cards of the chassis report each step late.
 OPTIONS = {"stack": [], "chassis": ["--remote-io"]}
-RESIDENT_SLACK = 256 * 1024  # bytes, beside what the library keeps for ever
+RESIDENT_SLACK = 256 * 4096  # bytes, beside what the library keeps for ever: tables still fill
 ACLS = {
     "web.acl": "rule web permit proto tcp to 10.1.0.0/16 dport 80 count 1\n"
                "rule tls permit proto tcp to 10.1.0.0/16 dport 443 count 5\nrule rest deny\n",
