@@ -26,6 +26,14 @@ if(PCSIM_SANITIZE)
     target_compile_options(pcsim_flags INTERFACE ${PCSIM_SANITIZERS})
     target_link_options(pcsim_flags INTERFACE ${PCSIM_SANITIZERS})
 endif()
+# Everything that a fuzzer is made of is counted and held by the sanitizers. Warnings are the other
+# builds' business, whose compiler the sources are written for.
+if(PCSIM_FUZZ)
+    target_compile_options(pcsim_flags INTERFACE -w -O1 -g1 -fno-omit-frame-pointer
+                           -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all
+                           -fno-sanitize=function)  # accepted-and-ignored operations take anything
+    target_link_options(pcsim_flags INTERFACE -fsanitize=address,undefined)
+endif()
 
 add_library(platform_flags INTERFACE)
 target_link_libraries(platform_flags INTERFACE pcsim_flags)

@@ -11,6 +11,7 @@ build_packages="g++ g++-multilib cmake ninja-build
 web_packages="python3-aiohttp"  # for the page of ./run --web
 check_packages="make less tmux googletest clang-format clang-tidy git pkgconf man-db mandoc zsh
     qemu-system-x86 busybox-static abigail-tools python3-clang-14
+    clang-14 libclang-rt-14-dev
     python3-pytest python3-pytest-xdist python3-mypy python3-setuptools python3-wheel python3-venv
     $web_packages python3-selenium chromium chromium-driver gnuplot-nox python3-distributed python3-tqdm
     mininet"
