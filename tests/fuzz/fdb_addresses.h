@@ -1,5 +1,5 @@
-// The VLANs and addresses that the fuzzer of the forwarding database works with: few buckets, and many
-// addresses for each.
+// The VLANs and addresses that the fuzzer of the forwarding database works with: few buckets, and
+// many addresses for each.
 #ifndef PCSIM_TESTS_FUZZ_FDB_ADDRESSES_H
 #define PCSIM_TESTS_FUZZ_FDB_ADDRESSES_H
 

@@ -35,6 +35,8 @@ void freshLibrary();
 // Blocks that the library has allocated and not yet freed, and whether that is one of them.
 size_t liveBlocks();
 bool isLive(const void* block);
+// Makes a block from now on the library's, as it is when the host hands one over.
+void handOver(void* block);
 // Frees a block that the library has handed to the host.
 void release(void* block);
 
