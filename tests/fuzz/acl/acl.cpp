@@ -21,8 +21,7 @@ constexpr int kMaxOperations = 64;
 // The last two are the same one: 31 characters count, and 32 leave no room for the NUL.
 const char kNames[][HAL_ACL_NAME_SIZE + 1] = {"b", "a", "", "xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx",
                                               "xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxy"};
-constexpr char kDynamic[][HAL_ACL_NAME_SIZE + 1] = {HAL_ACL_DYNAMIC_RULES,
-                                                    "\tdYNAMIC acl rULES\t"};
+constexpr char kDynamic[][HAL_ACL_NAME_SIZE + 1] = {HAL_ACL_DYNAMIC_RULES, "\tdYNAMIC acl rULES\t"};
 
 class Acl {
 public:
@@ -143,13 +142,13 @@ void Acl::add() {
         return node;
     }());
     FUZZ_CHECK(real != nullptr);
-    model_.lists[stored(wanted)] = std::make_shared<List>(
-        List{.name = stored(wanted),
-             .value = request->value,
-             .ruleCount = request->ruleCount,
-             .counterCount = request->counterCount,
-             .rules = request->rules,
-             .real = real});
+    model_.lists[stored(wanted)] =
+        std::make_shared<List>(List{.name = stored(wanted),
+                                    .value = request->value,
+                                    .ruleCount = request->ruleCount,
+                                    .counterCount = request->counterCount,
+                                    .rules = request->rules,
+                                    .real = real});
 }
 
 void Acl::refresh() {
@@ -304,9 +303,8 @@ void Acl::touchCounters() {
     request->slot = slot;
     request->entryCount = static_cast<uint16_t>(count);
     for (uint32_t i = 0; i < count; ++i)
-        request->entries[i].counter =
-            input_.below(8) == 7 ? static_cast<uint16_t>(input_.hostile())
-                                 : static_cast<uint16_t>(input_.below(5));
+        request->entries[i].counter = input_.below(8) == 7 ? static_cast<uint16_t>(input_.hostile())
+                                                           : static_cast<uint16_t>(input_.below(5));
     FUZZ_SAME(pcSimIPv4AclClearCounter(request), 0);
     FUZZ_SAME(pcSimIPv4AclGetCounter(request.get()), 0);
     const auto known = model_.places.find(where);

@@ -55,14 +55,24 @@ class Variables {
 public:
     Variables(uint8_t* start, const uint8_t* end) : words_(reinterpret_cast<uint32_t*>(start)) {
         const size_t count = static_cast<size_t>(end - start) / sizeof(uint32_t);
-        for (size_t i = 0; i < count; ++i) saved_.push_back(words_[i]);
+        for (size_t i = 0; i < count; ++i) saved_.push_back(uint32_t{words_[i]});
     }
+    // What no input has changed is only read, a block at a time: there are two megabytes of
+    // counters.
     void restore() const {
-        for (size_t i = 0; i < saved_.size(); ++i)
-            if (words_[i] != saved_[i]) words_[i] = saved_[i];
+        for (size_t i = 0; i < saved_.size(); i += kBlock) {
+            const size_t end = std::min(i + kBlock, saved_.size());
+            uint32_t changed = 0;
+            for (size_t at = i; at < end; ++at) changed |= words_[at] ^ saved_[at];
+            if (changed == 0) continue;
+            for (size_t at = i; at < end; ++at)
+                if (words_[at] != saved_[at]) words_[at] = saved_[at];
+        }
     }
 
 private:
+    static constexpr size_t kBlock = 64;
+
     uint32_t* words_;
     std::vector<uint32_t> saved_;
 };
