@@ -16,7 +16,9 @@ bool wantsJson(const std::string& line) {
     if (line.find("--json") == std::string::npos) return false;
     try {
         const Words words = splitWords(line);
-        return words.front() != "echo" && std::ranges::count(words, "--json") != 0;
+        // Of a comment there is no word.
+        return !words.empty() && words.front() != "echo" &&
+               std::ranges::count(words, "--json") != 0;
     } catch (const CommandError&) {
         return false;
     }

@@ -45,6 +45,14 @@ TEST_F(RequestSinkTest, ALineThatWantsJsonHasItAsText) {
     EXPECT_EQ(sink.data(), R"({"one":{"a":1}})");
 }
 
+TEST_F(RequestSinkTest, ALineWithoutAWordIsOne) {
+    sink.start(false);
+    for (const char* text : {"# show one --json", "\"\" --json", "--json"})
+        line(text, [this] { sink.text("a\n"); });
+    EXPECT_EQ(sink.printed(), "a\na\na\n");
+    EXPECT_EQ(sink.data(), "null");
+}
+
 TEST_F(RequestSinkTest, SeveralReportsAreAListWithTheirLines) {
     sink.start(false);
     line("include x", [this] {
