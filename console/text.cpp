@@ -8,6 +8,23 @@ namespace pcsim {
 
 namespace {
 
+// Whether these are the first two bytes of one, beyond ASCII.
+bool isCharacter(unsigned char first, unsigned char second) {
+    switch (first) {
+        case 0xC2:  // U+0080 to U+009F are control characters as well
+        case 0xE0:  // what is below would be another's longer form, here
+            return second >= 0xA0;
+        case 0xED:  // halves of pairs of UTF-16
+            return second < 0xA0;
+        case 0xF0:  // and here
+            return second >= 0x90;
+        case 0xF4:  // behind U+10FFFF
+            return second < 0x90;
+        default:
+            return true;
+    }
+}
+
 // The length of the printable character at the begin of 'text', or 0.
 size_t characterAt(std::string_view text) {
     const auto first = static_cast<unsigned char>(text[0]);
@@ -18,9 +35,7 @@ size_t characterAt(std::string_view text) {
     const bool goesOn =
         std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(size),
                     [](char byte) { return (byte & 0xC0) == 0x80; });
-    // U+0080 to U+009F are control characters as well.
-    const bool control = first == 0xC2 && static_cast<unsigned char>(text[1]) < 0xA0;
-    return goesOn && !control ? size : 0;
+    return goesOn && isCharacter(first, static_cast<unsigned char>(text[1])) ? size : 0;
 }
 
 }  // namespace

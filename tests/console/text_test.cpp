@@ -8,7 +8,8 @@ namespace {
 
 TEST(Printable, CharactersStay) {
     for (const char* text :
-         {"", "port 1:2\tup", "gr\xC3\xBC\xC3\x9F", "\xE2\x82\xAC", "\xF0\x9F\x98\x80", "\xC2\xA0"})
+         {"", "port 1:2\tup", "gr\xC3\xBC\xC3\x9F", "\xE2\x82\xAC", "\xF0\x9F\x98\x80", "\xC2\xA0",
+          "\xE0\xA0\x80", "\xED\x9F\xBF", "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF"})
         EXPECT_EQ(printable(text), text);
 }
 
@@ -25,6 +26,11 @@ TEST(Printable, ControlCharactersAndWhatIsNoUtf8AreQuestionMarks) {
         {"\xC3x", "?x"},
         {"\x80", "?"},
         {"\xC0\xAF", "??"},
+        {"\xE0\x9F\xBF", "???"},
+        {"\xED\xA0\x80", "???"},
+        {"\xF0\x8F\xBF\xBF", "????"},
+        {"\xF4\x90\x80\x80", "????"},
+        {"\xF5\x80\x80\x80", "????"},
     };
     for (const auto& [text, expected] : kRows) EXPECT_EQ(printable(text), expected) << text;
 }
