@@ -1,6 +1,7 @@
 // Coverage files, read back. The JSON library is included here and in no other file of the probe.
 #include "probe/coverage_reader.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
@@ -31,7 +32,7 @@ public:
             fail("{} is of another version: its format is '{}', expected '{}'", path_,
                  shown(format->get<std::string>()), kCoverageFormat);
         CoverageData data;
-        data.runs = static_cast<uint32_t>(number(document, "runs", "the file"));
+        data.runs = static_cast<uint32_t>(number(document, "runs", "the file", kMostRuns));
         data.platform = side(document, "platform");
         data.host = side(document, "host");
         return data;
@@ -44,6 +45,8 @@ private:
             fail("{} is damaged: it has no '{}'", path_, name);
         std::map<std::string, Counted> all;
         for (const auto& [operation, counts] : found->items()) {
+            if (!isName(operation))
+                fail("{} is damaged: '{}' is no operation", path_, shown(operation));
             Counted& counted = all[operation];
             counted.calls = number(counts, "calls", operation);
             counted.failures = number(counts, "failures", operation);
@@ -55,9 +58,19 @@ private:
         return all;
     }
 
-    uint64_t number(const Json& object, const char* key, const std::string& of) const {
+    // Of a function: what is written again has no escapes.
+    static bool isName(const std::string& text) {
+        return !text.empty() && std::ranges::all_of(text, [](char c) {
+            return c > ' ' && c < '\x7F' && c != '"' && c != '\\';
+        });
+    }
+
+    static constexpr uint64_t kMostRuns = ~uint32_t{0};
+
+    uint64_t number(const Json& object, const char* key, const std::string& of,
+                    uint64_t most = ~uint64_t{0}) const {
         const auto found = object.is_object() ? object.find(key) : object.end();
-        if (found == object.end() || !found->is_number_unsigned())
+        if (found == object.end() || !found->is_number_unsigned() || found->get<uint64_t>() > most)
             fail("{} is damaged: {} has no '{}' that is a count", path_, shown(of), key);
         return found->get<uint64_t>();
     }

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <memory>
 
+#include "probe/coverage_reader.h"
 #include "tests/probe/program/scratch.h"
 
 namespace pcsim::probe {
@@ -64,6 +65,28 @@ TEST_F(CoverageFileTest, IsJsonWithAnOperationALine) {
         "  }\n"
         "}\n",
         coverageText(data));
+}
+
+// Files come from anywhere: what is merged of them must be read again.
+TEST_F(CoverageFileTest, WhatIsNoNameIsRefused) {
+    const std::pair<const char*, const char*> kRows[] = {
+        {R"(a\"b)", "a\"b"}, {R"(a\\b)", "a\\b"},      {R"(a\nb)", "a?b"},
+        {"a b", "a b"},      {"\xC3\xA4", "\xC3\xA4"}, {"", ""}};
+    for (const auto& [written, told] : kRows) {
+        write(at("cov.json"), coverageText({1, {{written, {}}}, {}}));
+        EXPECT_EQ(at("cov.json") + " is damaged: '" + told + "' is no operation",
+                  problemOf([&] { readCoverage(at("cov.json")); }));
+    }
+}
+
+TEST_F(CoverageFileTest, MoreRunsThanCanBeAreRefused) {
+    const std::string rest = R"(,"platform":{},"host":{}})";
+    const std::string text = R"({"format":"pcsim-coverage-1","runs":)";
+    write(at("cov.json"), text + "4294967295" + rest);
+    EXPECT_EQ(4294967295u, readCoverage(at("cov.json")).runs);
+    write(at("cov.json"), text + "4294967296" + rest);
+    EXPECT_EQ(at("cov.json") + " is damaged: the file has no 'runs' that is a count",
+              problemOf([&] { readCoverage(at("cov.json")); }));
 }
 
 TEST_F(CoverageFileTest, RunsAddUp) {
