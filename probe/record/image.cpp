@@ -22,16 +22,21 @@ Image::Image() : pieces_(static_cast<uint8_t**>(mapped(kPieces * sizeof(uint8_t*
 
 Image::~Image() {
     if (pieces_ == nullptr) return;
-    for (size_t index = 0; index < kPieces; ++index)
+    for (size_t index = lowest_; index <= highest_; ++index)
         if (pieces_[index] != nullptr) munmap(pieces_[index], kPieceSize);
     munmap(pieces_, kPieces * sizeof(uint8_t*));
 }
 
 std::span<uint8_t> Image::at(uint32_t address, uint32_t size) {
     if (pieces_ == nullptr) return {};
-    uint8_t*& piece = pieces_[address >> kPieceBits];
-    if (piece == nullptr) piece = static_cast<uint8_t*>(mapped(kPieceSize));
-    if (piece == nullptr) return {};
+    const uint32_t index = address >> kPieceBits;
+    uint8_t*& piece = pieces_[index];
+    if (piece == nullptr) {
+        piece = static_cast<uint8_t*>(mapped(kPieceSize));
+        if (piece == nullptr) return {};
+        lowest_ = std::min(lowest_, index);
+        highest_ = std::max(highest_, index);
+    }
     const uint32_t offset = address & (kPieceSize - 1);
     return {piece + offset, std::min(size, kPieceSize - offset)};
 }

@@ -24,7 +24,8 @@ private:
     static constexpr uint32_t kPieceBits = 16;
     static constexpr uint32_t kPieceSize = 1u << kPieceBits;
 
-    uint8_t** pieces_;  // by the upper bits of the address
+    uint8_t** pieces_;                     // by the upper bits of the address
+    uint32_t lowest_ = ~0u, highest_ = 0;  // of those that there are
 };
 
 }  // namespace pcsim::probe
