@@ -2,6 +2,7 @@
 #include "probe/record/decoder.h"
 
 #include <algorithm>
+#include <new>
 
 namespace pcsim::probe {
 namespace {
@@ -199,6 +200,8 @@ std::span<const uint8_t> Decoder::changes(ByteReader& in, uint32_t address, uint
         told += static_cast<uint32_t>(changed.size());
     }
     if (in.bad() || size == 0) return {};
+    if (size > room_) throw std::bad_alloc();
+    room_ -= size;
     const auto bytes = recording_.space(size);
     const auto out = [&](std::span<uint8_t> known, size_t done) {
         std::copy_n(known.data(), known.size(), &bytes[done]);

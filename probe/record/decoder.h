@@ -14,9 +14,11 @@ namespace pcsim::probe {
 
 class Decoder {
 public:
-    explicit Decoder(Recording& recording) : recording_(recording) {}
+    // 'room' is for all bytes of blocks.
+    Decoder(Recording& recording, uint64_t room) : recording_(recording), room_(room) {}
 
     // Takes one entry. False when its contents can't be: it is damaged, and nothing of it is kept.
+    // Throws std::bad_alloc when there is no room.
     bool take(uint8_t kind, std::span<const uint8_t> contents);
     bool ended() const { return ended_; }
 
@@ -46,6 +48,7 @@ private:
     std::span<const uint8_t> changes(ByteReader& in, uint32_t address, uint32_t size);
 
     Recording& recording_;
+    uint64_t room_;
     Image image_;
     std::vector<RecordedBlock> found_;
     std::vector<Open> open_;

@@ -119,8 +119,13 @@ PathTarget targetOf(std::string_view owner, std::string_view path, std::string_v
 // Reads a file. Throws a CommandError when it can't be opened or is none; one that is cut short or
 // damaged is read up to where it is good, and its ending says so.
 Recording load(const std::string& path);
-// The same of bytes in memory; 'name' is for messages.
-Recording parse(std::span<const uint8_t> file, const std::string& name);
+// What blocks of memory a recording may have, all together: few bytes of a file say much of what
+// stays the same.
+inline constexpr uint64_t kMostMemory = uint64_t{2} << 30;
+// The same of bytes in memory; 'name' is for messages, 'room' for its blocks. Throws a CommandError
+// when there is not enough.
+Recording parse(std::span<const uint8_t> file, const std::string& name,
+                uint64_t room = kMostMemory);
 
 // Writes a file. Throws a CommandError when that fails.
 void save(const Recording& recording, const std::string& path);

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 
 #include "console/error.h"
 #include "probe/record/decoder.h"
@@ -49,9 +50,9 @@ std::string upTo(const Recording& recording) {
     return fmt::format("good up to call {}", last);
 }
 
-void readEntries(std::span<const uint8_t> file, Recording& recording) {
+void readEntries(std::span<const uint8_t> file, uint64_t room, Recording& recording) {
     using End = FileEnding::Kind;
-    Decoder decoder(recording);
+    Decoder decoder(recording, room);
     ByteReader in(file);
     in.bytes(kHead);
     FileEnding& ending = recording.ending;
@@ -111,7 +112,7 @@ private:
 
 }  // namespace
 
-Recording parse(std::span<const uint8_t> file, const std::string& name) {
+Recording parse(std::span<const uint8_t> file, const std::string& name, uint64_t room) {
     const size_t compared = std::min(file.size(), format::kMagic.size());
     if (compared == 0 || std::memcmp(file.data(), format::kMagic.data(), compared) != 0)
         fail("{} is no recording; expected a file that pcsim-probe or pcsim has recorded", name);
@@ -126,7 +127,14 @@ Recording parse(std::span<const uint8_t> file, const std::string& name) {
             "recording {} is of version {}; expected version {}: it needs the pcsim-probe that "
             "has recorded it",
             name, file[kHead - 1], format::kVersion);
-    readEntries(file, recording);
+    try {
+        readEntries(file, room, recording);
+    } catch (const std::bad_alloc&) {
+        fail(
+            "recording {} has more memory of the program in it than there is room for here; "
+            "expected at most {} MiB",
+            name, room >> 20);
+    }
     return recording;
 }
 

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <random>
 
+#include "console/error.h"
 #include "probe/record/bytes.h"
 #include "probe/record/decoder.h"
 #include "probe/record/encoder.h"
@@ -137,6 +138,32 @@ TEST(RecordFormat, EntriesOfOtherKindsAndWhatFollowsInAnEntryAreSkipped) {
     const Recording read = load(file.path());
     EXPECT_EQ(read.ending.kind, FileEnding::Kind::kClosed);
     EXPECT_EQ(read.fact("a"), "b");
+}
+
+// Memory of which nothing is known takes a few bytes, however much it is.
+TEST(RecordFormat, MoreMemoryThanThereIsRoomForIsRefused) {
+    constexpr uint32_t kSize = 1 << 18;
+    const Scratch file;
+    RecordFile out;
+    ASSERT_TRUE(out.open(file.path()));
+    Bytes contents;
+    contents.text("variable");
+    contents.number(5);
+    for (int block = 0; block < 5; ++block)
+        for (const uint32_t number : {0u, 0u, kSize, 0u, kSize}) contents.number(number);
+    out.append(format::kState, contents.all());
+    ASSERT_TRUE(out.close());
+    const std::string bytes = file.contents();
+    const std::span whole(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
+    EXPECT_EQ(parse(whole, "x.rec", 5 * kSize).events.size(), 1u);
+    try {
+        parse(whole, "x.rec", 4 * kSize);
+        FAIL();
+    } catch (const CommandError& error) {
+        EXPECT_STREQ(error.what(),
+                     "recording x.rec has more memory of the program in it than there is room for "
+                     "here; expected at most 1 MiB");
+    }
 }
 
 TEST(RecordPaths, LeadToTypes) {
