@@ -91,7 +91,10 @@ public:
         void* const memory = fits && size_ != 0
                                  ? mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, descriptor, 0)
                                  : nullptr;
+        const int error = errno;
         close(descriptor);
+        if (memory == MAP_FAILED && error != ENOMEM)  // a directory, for one
+            fail("recording {} can't be read: {}", path, std::strerror(error));
         if (!fits || memory == MAP_FAILED)
             fail("recording {} is too large for this program's memory: {} bytes", path,
                  state.st_size);

@@ -237,5 +237,14 @@ TEST(RecordFile, APartOfARecordingIsARecording) {
     EXPECT_EQ(told(read), told(part));
 }
 
+TEST(RecordFile, ADirectoryIsToldOf) {
+    try {
+        load("/");
+        FAIL();
+    } catch (const CommandError& error) {
+        EXPECT_STREQ(error.what(), "recording / can't be read: No such device");
+    }
+}
+
 }  // namespace
 }  // namespace pcsim::probe::test
