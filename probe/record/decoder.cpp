@@ -12,8 +12,11 @@ using namespace format;
 constexpr uint32_t kMostBlocks = 4096;
 constexpr uint64_t kAnyWord = uint64_t{1} << 32;
 
-std::string copied(std::string_view text) {
-    return std::string(text);
+// Of functions, variables and types, as they are told at a terminal later.
+std::string_view nameIn(ByteReader& in) {
+    const auto name = in.text();
+    if (!std::ranges::all_of(name, [](char c) { return c >= ' ' && c < '\x7F'; })) in.spoil();
+    return name;
 }
 
 }  // namespace
@@ -63,7 +66,7 @@ void Decoder::fact(ByteReader& in) {
 
 void Decoder::symbol(ByteReader& in) {
     RecordedSymbol symbol;
-    symbol.name = copied(in.text());
+    symbol.name = nameIn(in);
     symbol.address = in.below(kAnyWord);
     symbol.size = in.below(kAnyWord);
     symbol.function = in.number() != 0;
@@ -76,7 +79,7 @@ void Decoder::site(ByteReader& in) {
     site.side = static_cast<Side>(in.below(256));
     site.target = in.below(kAnyWord);
     for (std::string* text : {&site.name, &site.table, &site.word, &site.functionName})
-        *text = copied(in.text());
+        *text = nameIn(in);
     site.function = functionNamed(site.functionName);
     if (!in.bad()) recording_.sites.push_back(std::move(site));
 }
@@ -84,7 +87,7 @@ void Decoder::site(ByteReader& in) {
 void Decoder::path(ByteReader& in) {
     if (in.number() != recording_.paths.size()) in.spoil();
     RecordedPath path;
-    for (std::string* text : {&path.owner, &path.text, &path.typeName}) *text = copied(in.text());
+    for (std::string* text : {&path.owner, &path.text, &path.typeName}) *text = nameIn(in);
     const PathTarget target = targetOf(path.owner, path.text, path.typeName);
     path.type = target.type;
     path.meaning = target.meaning;
@@ -145,7 +148,7 @@ void Decoder::print(ByteReader& in) {
 
 void Decoder::state(ByteReader& in) {
     Event event{.kind = Event::Kind::kState};
-    const auto variable = in.text();
+    const auto variable = nameIn(in);
     event.blocks = blocks(in);
     if (in.bad()) return;
     event.text = recording_.keep(variable);

@@ -166,6 +166,23 @@ TEST(RecordFormat, MoreMemoryThanThereIsRoomForIsRefused) {
     }
 }
 
+// Whoever shows a stranger's recording must not have it talk to his terminal.
+TEST(RecordFormat, ANameIsOfPrintableCharacters) {
+    for (const auto& [name, kind] : {std::pair("mc[0].x y", FileEnding::Kind::kCutShort),
+                                     {"a\nb", FileEnding::Kind::kDamaged},
+                                     {"\x1B[2J", FileEnding::Kind::kDamaged},
+                                     {"\xC2\x9B", FileEnding::Kind::kDamaged}}) {
+        const Scratch file;
+        RecordFile out;
+        ASSERT_TRUE(out.open(file.path()));
+        Encoder encoder(out);
+        encoder.beginState(name);
+        ASSERT_TRUE(encoder.finish());
+        ASSERT_TRUE(out.close());
+        EXPECT_EQ(load(file.path()).ending.kind, kind) << name;
+    }
+}
+
 TEST(RecordPaths, LeadToTypes) {
     const auto name = [](std::string_view owner, std::string_view path) {
         const Type* type = targetOf(owner, path).type;
