@@ -22,25 +22,28 @@ LibcState& libc() {
 
 namespace {
 
-bool allocationFails() {
-    LibcState& state = libc();
-    ++state.allocationCalls;
-    if (state.failAllocation == 0) return false;
-    if (state.failAllocation > 1) {
-        --state.failAllocation;
-        return false;
-    }
-    if (!state.failForEver) state.failAllocation = 0;
-    errno = ENOMEM;
+bool fails(Countdown& calls, int error) {
+    if (!calls.fails()) return false;
+    errno = error;
     return true;
 }
 
-void* allocated(void* block) {
-    if (block != nullptr) {
-        ++libc().allocations;
-        ++libc().blocksInUse;
-    }
+bool allocationFails() {
+    ++libc().allocationCalls;
+    return fails(libc().allocation, ENOMEM);
+}
+
+void* allocated(void* block, size_t size) {
+    if (block == nullptr) return nullptr;
+    ++libc().allocations;
+    ++libc().blocksInUse;
+    if (libc().blockSizes != nullptr) libc().blockSizes->emplace(block, size);
     return block;
+}
+
+void released(void* block) {
+    --libc().blocksInUse;
+    if (libc().blockSizes != nullptr) libc().blockSizes->erase(block);
 }
 
 // The path to open instead of 'path'; null when the open is to fail.
@@ -56,29 +59,28 @@ const char* redirected(const char* path) {
 
 // Memory from malloc is never zero here, so that what the library leaves unset shows.
 void* mallocHook(size_t size) {
-    void* block = allocationFails() ? nullptr : allocated(malloc(size));
+    void* block = allocationFails() ? nullptr : allocated(malloc(size), size);
     if (block != nullptr) std::memset(block, 0xA5, size);
     return block;
 }
 
 void* callocHook(size_t count, size_t size) {
-    return allocationFails() ? nullptr : allocated(calloc(count, size));
+    return allocationFails() ? nullptr : allocated(calloc(count, size), count * size);
 }
 
 void* reallocHook(void* block, size_t size) {
     if (allocationFails()) return nullptr;
-    void* moved = realloc(block, size);
-    if (block == nullptr) return allocated(moved);
-    if (moved == nullptr && size == 0) --libc().blocksInUse;
-    return moved;
+    if (block != nullptr) released(block);
+    return allocated(realloc(block, size), size);
 }
 
 void freeHook(void* block) {
-    if (block != nullptr) --libc().blocksInUse;
+    if (block != nullptr) released(block);
     free(block);
 }
 
 int socketHook(int domain, int type, int protocol) {
+    if (fails(libc().socket, EMFILE)) return -1;
     if (libc().failSocket) {
         errno = EMFILE;
         return -1;
@@ -96,6 +98,7 @@ int ioctlHook(int descriptor, unsigned long request, ...) {
     va_start(arguments, request);
     void* argument = va_arg(arguments, void*);
     va_end(arguments);
+    if (fails(libc().request, EIO)) return -1;
     if (libc().ioctl) return libc().ioctl(descriptor, request, argument);
     return ioctl(descriptor, request, argument);
 }
@@ -106,6 +109,7 @@ int closeHook(int descriptor) {
 }
 
 FILE* fopenHook(const char* path, const char* mode) {
+    if (fails(libc().open, EMFILE)) return nullptr;
     const char* actual = redirected(path);
     if (actual == nullptr) return nullptr;
     FILE* file = fopen(actual, mode);
@@ -119,11 +123,21 @@ int fcloseHook(FILE* file) {
 }
 
 int openHook(const char* path, int flags, ...) {
+    if (fails(libc().open, EMFILE)) return -1;
     const char* actual = redirected(path);
     if (actual == nullptr) return -1;
     const int descriptor = open(actual, flags);
     if (descriptor >= 0) ++libc().filesOpened;
     return descriptor;
+}
+
+ssize_t readHook(int descriptor, void* buffer, size_t size) {
+    return fails(libc().read, EIO) ? -1 : read(descriptor, buffer, size);
+}
+
+template <typename Offset>
+ssize_t preadHook(int descriptor, void* buffer, size_t size, Offset offset) {
+    return fails(libc().read, EIO) ? -1 : pread64(descriptor, buffer, size, offset);
 }
 
 time_t timeHook(time_t* out) {
@@ -155,13 +169,23 @@ void* address(Function* function) {
 // A library that was compiled for large files calls the names that end in 64.
 const std::vector<LibcHook>& libcHooks() {
     static const std::vector<LibcHook> hooks = {
-        {"malloc", address(mallocHook)},   {"calloc", address(callocHook)},
-        {"realloc", address(reallocHook)}, {"free", address(freeHook)},
-        {"socket", address(socketHook)},   {"ioctl", address(ioctlHook)},
-        {"close", address(closeHook)},     {"fopen", address(fopenHook)},
-        {"fopen64", address(fopenHook)},   {"fclose", address(fcloseHook)},
-        {"open", address(openHook)},       {"open64", address(openHook)},
-        {"time", address(timeHook)},       {"getenv", address(getenvHook)},
+        {"malloc", address(mallocHook)},
+        {"calloc", address(callocHook)},
+        {"realloc", address(reallocHook)},
+        {"free", address(freeHook)},
+        {"socket", address(socketHook)},
+        {"ioctl", address(ioctlHook)},
+        {"close", address(closeHook)},
+        {"fopen", address(fopenHook)},
+        {"fopen64", address(fopenHook)},
+        {"fclose", address(fcloseHook)},
+        {"open", address(openHook)},
+        {"open64", address(openHook)},
+        {"read", address(readHook)},
+        {"pread", address(preadHook<off_t>)},
+        {"pread64", address(preadHook<off64_t>)},
+        {"time", address(timeHook)},
+        {"getenv", address(getenvHook)},
         {"rand", address(randHook)},
     };
     return hooks;

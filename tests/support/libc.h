@@ -8,19 +8,25 @@
 #include <cstdint>
 #include <ctime>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "tests/support/countdown.h"
+
 namespace pcsim::test {
 
 struct LibcState {
-    // Allocation: the n-th allocation from now fails (0: none does), once or from then on for ever.
-    uint32_t failAllocation = 0;
-    bool failForEver = false;
+    Countdown allocation;
     uint32_t allocations = 0;  // successful ones so far
     uint32_t allocationCalls = 0;
     int32_t blocksInUse = 0;  // allocations minus releases, of the library alone
+    // While it is set: the sizes of the library's blocks.
+    std::map<void*, size_t>* blockSizes = nullptr;
+
+    // The calls that can fail one by one beside those.
+    Countdown open, read, socket, request;
 
     // Sockets and interface requests. Without handlers they reach the kernel.
     bool failSocket = false;
@@ -42,17 +48,14 @@ struct LibcState {
     std::vector<int> randoms;
 
     void failNext(uint32_t n = 1) {
-        failAllocation = n;
-        failForEver = false;
+        allocation.next = n;
+        allocation.forEver = false;
     }
     void failAllFrom(uint32_t n = 1) {
-        failAllocation = n;
-        failForEver = true;
+        allocation.next = n;
+        allocation.forEver = true;
     }
-    void failNone() {
-        failAllocation = 0;
-        failForEver = false;
-    }
+    void failNone() { failNext(0); }
 };
 
 LibcState& libc();

@@ -20,6 +20,7 @@ extern "C" int32_t p2BtreeInsert(HalTreeNode* node, HalTreeRoot* root, HalTreeCo
     pcsim::test::TreeState& state = pcsim::test::tree();
     ++state.insertions;
     if (state.refuseInsert != 0 && --state.refuseInsert == 0) return -1;
+    if (state.refusals.fails()) return -1;
     return hostTreeInsert(node, root, compare) == -1 ? -1 : state.success;
 }
 

@@ -4,10 +4,13 @@
 
 #include <cstdint>
 
+#include "tests/support/countdown.h"
+
 namespace pcsim::test {
 
 struct TreeState {
     uint32_t refuseInsert = 0;  // the n-th insertion from now is refused, once; 0: none is
+    Countdown refusals;         // the same, and for ever
     uint32_t insertions = 0;    // asked for so far
     uint32_t lookups = 0;       // likewise
     int32_t success = 0;        // what a successful insertion answers: anything but -1

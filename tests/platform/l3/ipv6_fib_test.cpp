@@ -360,8 +360,8 @@ void expectNothingDone(int32_t (*operation)(), uint32_t allocations) {
     const int32_t blocks = libc().blocksInUse;
     for (uint32_t n = 1; n <= allocations; ++n) {
         for (bool forEver : {false, true}) {
-            libc().failAllocation = n;
-            libc().failForEver = forEver;
+            libc().allocation.next = n;
+            libc().allocation.forEver = forEver;
             EXPECT_EQ(operation(), -1) << n;
             libc().failNone();
             EXPECT_EQ(dumped(pcSimPCFamIPv6FibDump), before);
