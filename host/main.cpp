@@ -4,8 +4,11 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
+#include <exception>
 #include <list>
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -39,6 +42,28 @@ int complain(const std::string& what, int status) {
     const std::string line = wrappedFor(STDERR_FILENO, "pcsim: " + printable(what));
     std::fprintf(stderr, "%s\n", line.c_str());
     return status;
+}
+
+// The same when there is no memory for more than these words.
+int complainOfMemory() {
+    constexpr std::string_view kLine = "pcsim: out of memory\n";
+    static_cast<void>(!::write(STDERR_FILENO, kLine.data(), kLine.size()));
+    return 1;
+}
+
+std::terminate_handler onTerminate;
+
+// Memory may run out where nothing can be thrown: while the machine is taken down because it had
+// run out.
+[[noreturn]] void endAtOnce() {
+    try {
+        if (std::current_exception() != nullptr) throw;
+    } catch (const std::bad_alloc&) {
+        _exit(complainOfMemory());
+    } catch (...) {
+    }
+    onTerminate();
+    std::abort();
 }
 
 int print(const std::string& text) {
@@ -278,14 +303,25 @@ int run(int argc, char** argv) {
     }
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int runComplaining(int argc, char** argv) {
     try {
         return run(argc, argv);
     } catch (const OutputError& error) {
         return error.readerGone() ? 1 : complain(error.what(), 1);
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception& error) {
         return complain(error.what(), 1);
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    onTerminate = std::set_terminate(endAtOnce);
+    try {
+        return runComplaining(argc, argv);
+    } catch (const std::bad_alloc&) {
+        return complainOfMemory();
     }
 }

@@ -1,6 +1,8 @@
 // Telling the managers.
 #include "host/core/manager.h"
 
+#include <new>
+
 #include "console/error.h"
 #include "host/core/records.h"
 
@@ -33,6 +35,8 @@ void Managers::shutDown() {
             (*manager)->shutDown();
         } catch (const CommandError&) {
             // A platform without the operation has nothing to be given back.
+        } catch (const std::bad_alloc&) {
+            // The others have their turn all the same, and the process what is left.
         }
     }
 }

@@ -1,0 +1,2 @@
+"""What the tests of failures share."""
+pytest_plugins = ["pcsim_fixtures"]
