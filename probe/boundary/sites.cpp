@@ -92,16 +92,11 @@ void askObservers(Crossing& crossing) {
     turnOutlets(crossing);
 }
 
-Crossing* newCrossing(std::string name, const Function& function, Side side, void* target) {
-    Inside& in = inside();
-    const auto index = static_cast<uint32_t>(in.crossings.size());
-    if (index == kStubs) return nullptr;
-    in.sites.reserve(kStubs);
-    Crossing& made = in.crossings.emplace_back();
-    made.site.name = std::move(name);
-    made.site.function = &function;
-    made.site.side = side;
-    made.site.target = target;
+namespace {
+
+// Lets everybody know of a crossing that is set up but for them.
+void link(Inside& in, Crossing& made, uint32_t index, void* target) {
+    const Function& function = *made.site.function;
     shareSite(in, made);
     made.argumentWords = static_cast<uint32_t>(function.parameters.size());
     if (function.stub) made.argumentWords = kSomeWords;
@@ -113,10 +108,41 @@ Crossing* newCrossing(std::string name, const Function& function, Side side, voi
     made.record->crossing = &made;
     if (in.poll != nullptr) made.record->poll = in.poll;
     made.record->detours = made.handsOver ? kHandsOver : 0;
-    made.record->body = bodyFor(function, side);
+    made.record->body = bodyFor(function, made.site.side);
     if (target != nullptr) in.byTarget.emplace(target, &made);
     if (in.onSite && in.sites.back() == &made.site) in.onSite(made.site);
     askObservers(made);
+}
+
+// Takes back what has been linked of the crossing made last.
+void takeBack(Inside& in, Crossing& made, uint32_t index) {
+    const auto leads = [&](const auto& entry) { return entry.second == &made; };
+    std::erase_if(in.byName, leads);
+    std::erase_if(in.byTarget, leads);
+    if (!in.sites.empty() && in.sites.back() == &made.site) in.sites.pop_back();
+    stubRecord(index).crossing = nullptr;
+    in.crossings.pop_back();
+}
+
+}  // namespace
+
+// All of it or nothing: a crossing without its stub would be met at the next change of observers.
+Crossing* newCrossing(std::string name, const Function& function, Side side, void* target) {
+    Inside& in = inside();
+    const auto index = static_cast<uint32_t>(in.crossings.size());
+    if (index == kStubs) return nullptr;
+    in.sites.reserve(kStubs);
+    Crossing& made = in.crossings.emplace_back();
+    made.site.name = std::move(name);
+    made.site.function = &function;
+    made.site.side = side;
+    made.site.target = target;
+    try {
+        link(in, made, index, target);
+    } catch (...) {
+        takeBack(in, made, index);
+        throw;
+    }
     return &made;
 }
 

@@ -34,7 +34,7 @@ def boot_counts(lab):
     return run(SCENARIOS["boot"]).counts
 
 
-@pytest.mark.parametrize("kind", [kind for kind in KINDS if kind != "malloc"])
+@pytest.mark.parametrize("kind", KINDS)
 def test_each_call_may_fail(scenario, kind, boot_counts):
     one, healthy = scenario
     first = 1
