@@ -12,16 +12,16 @@ std::string portName(uint32_t instance) {
     return fmt::format("{}:{}", slotOf(instance), portOf(instance));
 }
 
+// Records are whole before they are among the others, which have no empty places to be met when
+// memory runs out.
 Pif& Records::addPif(uint32_t instance) {
-    auto& pif = pifs_[instance];
-    if (pif == nullptr) {
-        pif = std::make_unique<Pif>();
-        pif->record.instance = instance;
-        pif->record.slot = static_cast<uint16_t>(slotOf(instance));
-        pif->record.port = static_cast<uint16_t>(portOf(instance));
-        pif->record.hwHandle = &pif->handle;
-    }
-    return *pif;
+    if (Pif* const known = pif(instance)) return *known;
+    auto pif = std::make_unique<Pif>();
+    pif->record.instance = instance;
+    pif->record.slot = static_cast<uint16_t>(slotOf(instance));
+    pif->record.port = static_cast<uint16_t>(portOf(instance));
+    pif->record.hwHandle = &pif->handle;
+    return *pifs_.emplace(instance, std::move(pif)).first->second;
 }
 
 void Records::removePif(uint32_t instance) {
@@ -41,16 +41,15 @@ Pif* Records::pif(uint32_t instance) {
 }
 
 VlanIf& Records::addVlan(uint16_t vlanId) {
-    auto& vlan = vlans_[vlanId];
-    if (vlan == nullptr) {
-        vlan = std::make_unique<VlanIf>();
-        vlan->record.instance = nextVlanInstance_++;
-        vlan->record.vlanId = vlanId;
-        vlan->record.hwHandle = &vlan->handle;
-        byInstance_.resize(nextVlanInstance_, nullptr);
-        byInstance_[vlan->record.instance] = vlan.get();
-    }
-    return *vlan;
+    if (VlanIf* const known = vlan(vlanId)) return *known;
+    auto vlan = std::make_unique<VlanIf>();
+    vlan->record.instance = nextVlanInstance_;
+    vlan->record.vlanId = vlanId;
+    vlan->record.hwHandle = &vlan->handle;
+    byInstance_.resize(nextVlanInstance_ + 1, nullptr);
+    VlanIf& added = *vlans_.emplace(vlanId, std::move(vlan)).first->second;
+    byInstance_[nextVlanInstance_++] = &added;
+    return added;
 }
 
 void Records::removeVlan(uint16_t vlanId) {
@@ -72,15 +71,16 @@ VlanIf& Records::neededVlan(uint16_t vlanId) {
 }
 
 Vpif& Records::addMember(VlanIf& vlan, Pif& pif, bool tagged) {
-    auto& member = vlan.members[pif.record.instance];
-    if (member == nullptr) {
-        member = std::make_unique<Vpif>();
+    auto known = vlan.members.find(pif.record.instance);
+    if (known == vlan.members.end()) {
+        auto member = std::make_unique<Vpif>();
         member->record.pif = &pif.record;
         member->record.vlanIf = &vlan.record;
         member->record.hwHandle = &member->handle;
+        known = vlan.members.emplace(pif.record.instance, std::move(member)).first;
     }
-    member->record.flags = tagged ? HAL_VPIF_TAGGED : 0;
-    return *member;
+    known->second->record.flags = tagged ? HAL_VPIF_TAGGED : 0;
+    return *known->second;
 }
 
 void Records::removeMember(VlanIf& vlan, uint32_t instance) {
