@@ -69,9 +69,18 @@ Cell::Cell(Integer integer) {
 }
 Cell::Cell(Cell value, std::string text)
     : value_(std::move(value.value_)), text_(std::move(text)) {}
-Cell::Cell(const Cell&) = default;
+// The C++ library takes a variant of such alternatives to be never without one, and destroys one
+// that is not there when its copy runs out of memory. So what can fail happens before, by itself.
+Cell::Cell(const Cell& other) : text_(other.text_) {
+    if (const auto* const text = std::get_if<std::string>(&other.value_))
+        value_ = std::string(*text);
+    else
+        value_ = other.value_;
+}
 Cell::Cell(Cell&&) noexcept = default;
-Cell& Cell::operator=(const Cell&) = default;
+Cell& Cell::operator=(const Cell& other) {
+    return *this = Cell(other);
+}
 Cell& Cell::operator=(Cell&&) noexcept = default;
 Cell::~Cell() = default;
 

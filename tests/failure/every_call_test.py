@@ -6,7 +6,7 @@ import os
 import signal
 
 import pytest
-from runs import (KINDS, SCENARIOS, Failure, Outcome, failures, objection, objections,
+from runs import (KINDS, SCENARIOS, Failure, Outcome, Scenario, failures, objection, objections,
                   run, spread)
 
 ALL = os.environ.get("PCSIM_FAILURES") == "all"
@@ -14,7 +14,7 @@ SEED = int(os.environ.get("PCSIM_SEED", "1"))
 
 # How many numbers of each kind of call, in the sample and of all. A boot is part of every
 # scenario and tried once.
-MOST = {"boot": (25, 6000), "lab": (10, 400)}
+MOST = {"boot": (25, 6000), "lab": (10, 400), "loads": (25, 600)}
 WORKERS = 2
 
 
@@ -49,6 +49,7 @@ def test_all_kinds_are_reached(boot_counts):
     """A kind that nothing calls would prove nothing."""
     counts = run(SCENARIOS["lab"]).counts
     assert all(counts[kind] > 0 for kind in KINDS if kind != "read")
+    assert run(SCENARIOS["loads"]).counts["read"] > 0
 
 
 def test_a_call_that_fails_is_told():
@@ -75,7 +76,13 @@ def of(status, said="", left=()):
     (of(1, "pcsim: out of memory\n", ["1.sock"]), "leaves 1.sock behind"),
 ])
 def test_objections(outcome, problem):
-    assert objection(of(0), outcome) == problem
+    assert objection(Scenario("any", ()), of(0), outcome) == problem
+
+
+def test_stops_are_the_loads_own():
+    stop = of(-signal.SIGABRT, 'pcSimIPv4McDb.c:36: createCache: Assertion "cacheNode" failed\n')
+    assert objection(SCENARIOS["loads"], of(0), stop) is None
+    assert objection(SCENARIOS["boot"], of(0), stop) is not None
 
 
 def test_samples_are_spread():

@@ -2,7 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <string>
 
+#include "console/report.h"
 #include "host/core/records.h"
 #include "tests/support/failing_new.h"
 
@@ -10,6 +12,24 @@ namespace pcsim::host {
 namespace {
 
 using test::failEachNew;
+
+void nothing() {}
+
+// Longer than what a string holds without memory.
+const std::string kText(100, 'x');
+
+TEST(Memory, ACellIsCopiedOrNot) {
+    const Cell cell(Cell(kText), kText);
+    EXPECT_EQ(failEachNew([&] { const Cell copy(cell); }, nothing), 2);
+}
+
+TEST(Memory, ACellIsAssignedOrStays) {
+    const Cell cell(Cell(kText), kText);
+    Cell other(7);
+    const auto staysAsItWas = [&] { EXPECT_EQ(other.plain(), "7"); };
+    EXPECT_EQ(failEachNew([&] { other = cell; }, staysAsItWas), 2);
+    EXPECT_EQ(other.plain(), kText);
+}
 
 void expectWhole(Records& records) {
     for (const auto& [instance, pif] : records.pifs()) EXPECT_NE(pif, nullptr);
