@@ -40,11 +40,11 @@ static int fails(enum Kind kind, int error) {
 }
 
 /* The C library's own function. */
-#define NEXT(name)                                                \
-    ({                                                            \
-        static __typeof__(&name) next;                            \
+#define NEXT(name)                                                           \
+    ({                                                                       \
+        static __typeof__(&name) next;                                       \
         if (next == NULL) next = (__typeof__(&name))dlsym(RTLD_NEXT, #name); \
-        next;                                                     \
+        next;                                                                \
     })
 
 /* --- Allocation ------------------------------------------------------------------------------- */
@@ -77,26 +77,26 @@ static mode_t modeOf(int flags, va_list arguments) {
     return (flags & (O_CREAT | __O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
 }
 
-#define DEFINE_OPEN(name)                                       \
-    int name(const char* path, int flags, ...) {                \
-        va_list arguments;                                      \
-        va_start(arguments, flags);                             \
-        const mode_t mode = modeOf(flags, arguments);           \
-        va_end(arguments);                                      \
-        if (fails(kOpen, EMFILE)) return -1;                    \
-        return NEXT(name)(path, flags, mode);                   \
+#define DEFINE_OPEN(name)                             \
+    int name(const char* path, int flags, ...) {      \
+        va_list arguments;                            \
+        va_start(arguments, flags);                   \
+        const mode_t mode = modeOf(flags, arguments); \
+        va_end(arguments);                            \
+        if (fails(kOpen, EMFILE)) return -1;          \
+        return NEXT(name)(path, flags, mode);         \
     }
 DEFINE_OPEN(open)
 DEFINE_OPEN(open64)
 
-#define DEFINE_OPENAT(name)                                     \
-    int name(int folder, const char* path, int flags, ...) {    \
-        va_list arguments;                                      \
-        va_start(arguments, flags);                             \
-        const mode_t mode = modeOf(flags, arguments);           \
-        va_end(arguments);                                      \
-        if (fails(kOpen, EMFILE)) return -1;                    \
-        return NEXT(name)(folder, path, flags, mode);           \
+#define DEFINE_OPENAT(name)                                  \
+    int name(int folder, const char* path, int flags, ...) { \
+        va_list arguments;                                   \
+        va_start(arguments, flags);                          \
+        const mode_t mode = modeOf(flags, arguments);        \
+        va_end(arguments);                                   \
+        if (fails(kOpen, EMFILE)) return -1;                 \
+        return NEXT(name)(folder, path, flags, mode);        \
     }
 DEFINE_OPENAT(openat)
 DEFINE_OPENAT(openat64)

@@ -14,6 +14,7 @@ from pathlib import Path
 from typing import Iterator, Sequence
 
 HERE = Path(__file__).resolve().parent
+TOUR = HERE.parents[1] / "host" / "tour"
 PROGRAM = Path(os.environ.get("PCSIM", HERE.parents[1] / "build" / "i386" / "pcsim")).resolve()
 KINDS = ("malloc", "open", "read", "write", "socket", "ioctl")
 TIMEOUT_S = 120
@@ -39,6 +40,9 @@ SCENARIOS = {scenario.name: scenario for scenario in (
     Scenario("lab", ("--lab", "4", "--stopped", "-x", "time warp 2000", "-x", "show ports")),
     Scenario("loads", ("--lab", "4", "--stopped", "--quiet", "-D", "files=.", "-D", "out=.",
                        "-f", str(HERE / "loads.pcsim"))),
+    Scenario("chassis", ("--shape", "chassis", "--remote-io", "--stopped", "--lab", "16", "--quiet",
+                         "--echo", "-f", str(TOUR / "chassis.pcsim"))),
+    Scenario("tour", ("--lab", "4", "--quiet", "--echo", "-f", str(TOUR / "stack.pcsim"))),
 )}
 
 
