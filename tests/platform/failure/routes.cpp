@@ -17,6 +17,7 @@ class WithSlots {
 public:
     explicit WithSlots(const std::vector<Slot>& slots)
         : words_((sizeof(Request) + slots.size() * sizeof(Slot)) / sizeof(uint32_t)) {
+        if (slots.empty()) return;
         std::memcpy(words_.data() + sizeof(Request) / sizeof(uint32_t), slots.data(),
                     slots.size() * sizeof(Slot));
     }

@@ -38,7 +38,7 @@ HalFdbRecord learned(uint8_t last) {
 
 // --- Access lists --------------------------------------------------------------------------------
 
-constexpr uint32_t kPorts = 40;  // more than a list walks without an index
+constexpr uint32_t kPorts = 24;  // more than a list walks without an index
 constexpr const char* kLists[] = {"counted", "plain"};
 
 HalAclListRequest requestOf(const char* name, uint16_t counters) {
