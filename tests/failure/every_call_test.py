@@ -1,4 +1,4 @@
-"""pcsim while one call after the other fails: a sample of them, PCSIM_FAILURES=all for all.
+"""pcsim while one call after the other fails: a sample of them, PCSIM_FAILURES=all for many more.
 
 PCSIM_SEED says where the sample begins.
 """
@@ -12,9 +12,9 @@ from runs import (KINDS, SCENARIOS, Failure, Outcome, Scenario, failures, object
 ALL = os.environ.get("PCSIM_FAILURES") == "all"
 SEED = int(os.environ.get("PCSIM_SEED", "1"))
 
-# How many numbers of each kind of call, in the sample and of all. The tour takes seconds of real
+# How many numbers of each kind of call, in the sample and at most. The tour takes seconds of real
 # time; a boot is part of every scenario and tried once.
-MOST = {"boot": (25, 6000), "lab": (10, 400), "loads": (25, 600), "chassis": (8, 250),
+MOST = {"boot": (25, 1500), "lab": (10, 200), "loads": (25, 400), "chassis": (8, 150),
         "tour": (2, 30)}
 # The tour waits, the others compute.
 WORKERS = {"tour": 8}
