@@ -1,15 +1,11 @@
 // Writing a file beside the one that it replaces.
 #include "console/output_file.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
 
 #include "console/error.h"
@@ -19,14 +15,6 @@ namespace pcsim {
 namespace {
 
 constexpr size_t kBufferBytes = 1 << 16;
-
-// The rights of the file that is replaced, or those that a new one gets.
-mode_t modeOf(const struct stat& status, bool exists) {
-    if (exists) return status.st_mode & 07777;
-    const mode_t mask = umask(0);
-    umask(mask);
-    return 0666 & ~mask;
-}
 
 // A packing program that has died takes no more: that is an error to tell, not the end of all.
 class WithoutPipeSignal {
@@ -40,55 +28,37 @@ private:
     void (*before_)(int);
 };
 
-std::string targetOf(const std::string& path) {
-    char resolved[PATH_MAX];
-    return realpath(path.c_str(), resolved) != nullptr ? resolved : path;
-}
-
 }  // namespace
 
-OutputFile::OutputFile(const std::string& path) : path_(path), target_(targetOf(path)) {
+OutputFile::OutputFile(const std::string& path, const char* what) : path_(path), what_(what) {
     struct stat status {};
-    const bool exists = stat(target_.c_str(), &status) == 0;
-    if (exists && !S_ISREG(status.st_mode))
-        fail("file {} can't be written: it is {}; expected the name of a file", path,
+    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode))
+        fail("{} {} can't be written: it is {}; expected the name of a file", what, path,
              S_ISDIR(status.st_mode) ? "a directory" : "no regular file");
-    temporary_ = target_ + ".XXXXXX";
-    file_ = mkostemp(temporary_.data(), O_CLOEXEC);
-    if (file_ < 0) {
-        temporary_.clear();
-        failToWrite(errno);
-    }
-    sink_ = file_;
+    if (const int error = file_.open(path)) failToWrite(error);
+    sink_ = file_.descriptor();
+    if (const Packing* const packing = packingOf(path)) startPacking(*packing);
+}
+
+void OutputFile::startPacking(const Packing& packing) {
+    const Pipe pipe(path_);
     try {
-        if (fchmod(file_, modeOf(status, exists)) != 0) failToWrite(errno);
-        if (const Packing* const packing = packingOf(path)) {
-            const Pipe pipe(path);
-            sink_ = pipe.write;
-            try {
-                packer_.start(*packing, PackingChild::Work::kPack, pipe.read, file_, path);
-            } catch (...) {
-                close(pipe.read);
-                throw;
-            }
-            close(pipe.read);
-        }
+        packer_.start(packing, PackingChild::Work::kPack, pipe.read, file_.descriptor(), path_);
     } catch (...) {
-        if (sink_ != file_) close(sink_);
-        close(file_);
-        unlink(temporary_.c_str());
+        close(pipe.read);
+        close(pipe.write);
         throw;
     }
+    close(pipe.read);
+    sink_ = pipe.write;
 }
 
 OutputFile::~OutputFile() {
-    if (sink_ != file_ && sink_ >= 0) close(sink_);
-    if (file_ >= 0) close(file_);
-    if (!temporary_.empty()) unlink(temporary_.c_str());
+    if (sink_ != file_.descriptor() && sink_ >= 0) close(sink_);
 }
 
 void OutputFile::failToWrite(int error) {
-    fail("file {} can't be written: {}", path_, std::strerror(error));
+    fail("{} {} can't be written: {}", what_, path_, std::strerror(error));
 }
 
 void OutputFile::write(std::string_view text) {
@@ -103,7 +73,7 @@ void OutputFile::flush() {
         if (size >= 0)
             at += static_cast<size_t>(size);
         else if (errno == EPIPE)
-            fail("file {} can't be packed: {} has ended", path_, packingOf(path_)->program);
+            fail("{} {} can't be packed: {} has ended", what_, path_, packingOf(path_)->program);
         else if (errno != EINTR)
             failToWrite(errno);
     }
@@ -112,23 +82,13 @@ void OutputFile::flush() {
 
 void OutputFile::keep() {
     flush();
-    if (sink_ != file_) {
+    if (sink_ != file_.descriptor()) {
         close(sink_);
         sink_ = -1;
         if (!packer_.finish())
-            fail("file {} can't be packed: {} has failed", path_, packingOf(path_)->program);
+            fail("{} {} can't be packed: {} has failed", what_, path_, packingOf(path_)->program);
     }
-    if (fsync(file_) != 0) failToWrite(errno);
-    if (rename(temporary_.c_str(), target_.c_str()) != 0) failToWrite(errno);
-    temporary_.clear();
-    // The name is on the disk, too, once its folder is; a folder that can't be asked has it anyway.
-    const size_t slash = target_.rfind('/');
-    const std::string folder =
-        slash == std::string::npos ? "." : target_.substr(0, std::max<size_t>(slash, 1));
-    const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0) return;
-    fsync(descriptor);
-    close(descriptor);
+    if (const int error = file_.keep()) failToWrite(error);
 }
 
 }  // namespace pcsim

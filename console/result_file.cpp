@@ -31,7 +31,7 @@ ResultFile::ResultFile(const std::string& path, bool appends) : path_(path) {
     struct stat status {};
     const bool exists = stat(path.c_str(), &status) == 0;
     // A device or a pipe can't be replaced, and a file that is added to stays the same one.
-    if (!appends && (!exists || S_ISREG(status.st_mode) || S_ISDIR(status.st_mode))) {
+    if (!appends && (isReplaceable(path) || S_ISDIR(status.st_mode))) {
         whole_ = std::make_unique<OutputFile>(path);
         return;
     }

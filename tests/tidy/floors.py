@@ -48,8 +48,8 @@ FLOORS = (
 # What of the console is no console: texts, values, and the time a long work passes in. Managers
 # have this, and no prompt, script, verb or report.
 WORDS = re.compile(
-    r"console/(?:error|event_log|input_file|mac_address|output_file|packing|progress|run_folder|"
-    r"signals|surroundings|text|values|words)\.")
+    r"console/(?:error|event_log|input_file|mac_address|new_file|output_file|packing|progress|"
+    r"run_folder|signals|surroundings|text|values|words)\.")
 
 FREE = ("tests", "bench")
 
