@@ -8,11 +8,14 @@
 #include <memory>
 #include <string>
 
+#include "console/output_file.h"
 #include "console/step.h"
 
 namespace pcsim {
 
-// A file of one of the usual forms. TAP is written as the cases come, so that somebody may follow.
+// A file of one of the usual forms, which takes its place when the run has ended: until then the
+// file is as it was. Into a pipe or a device TAP is written as the cases come, so that somebody may
+// follow.
 class TestReport {
 public:
     enum class Form { kTap, kJunit };
@@ -46,9 +49,10 @@ private:
 
     Form form_;
     std::string path_;
-    std::unique_ptr<FILE, int (*)(FILE*)> file_;
-    int error_ = 0;           // of the first write that has failed
-    uint64_t count_[3] = {};  // by result
+    std::unique_ptr<OutputFile> whole_;           // what becomes the file, or
+    std::unique_ptr<FILE, int (*)(FILE*)> pipe_;  // what can't be replaced
+    std::string problem_;                         // of the first write that has failed
+    uint64_t count_[3] = {};                      // by result
     double seconds_ = 0;
     std::string junit_;  // the cases, until their numbers are known
 };

@@ -151,6 +151,42 @@ ends 1 "pcsim: report /dev/full can't be written: No space left on device" \
     "${options[@]}" --report tap /dev/full -x 'expect event "boot"'
 ends 1 "pcsim: report /dev/full can't be written: No space left on device" \
     "${options[@]}" --report junit /dev/full -x 'expect event "boot"'
+
+# Until the run has ended the file is what it was: on a disk that is full, and when pcsim is killed.
+mkdir "$scratch/reports"
+former() {
+    printf 'former\n' | tee "$scratch/reports/tap" >"$scratch/reports/junit"
+}
+stays() {
+    local name
+    for name in tap junit; do
+        [ "$(cat "$scratch/reports/$name")" = former ] ||
+            problem "$1: the former $name is now: $(cat "$scratch/reports/$name")"
+    done
+    [ "$(ls "$scratch/reports")" = $'junit\ntap' ] || problem "$1: there is $(ls "$scratch/reports")"
+}
+printf 'repeat 40\nexpect show ports -- count is 2\nend\n' >"$scratch/many"
+for form in tap junit; do
+    former
+    (ulimit -f 1; trap '' XFSZ
+        "$pcsim" "${options[@]}" --report $form "$scratch/reports/$form" -f "$scratch/many" \
+            >"$scratch/out" 2>"$scratch/err")
+    said $? 1 "pcsim: report $scratch/reports/$form can't be written: File too large" "a full disk"
+    stays 'a full disk'
+done
+former
+"$pcsim" "${options[@]}" --report tap "$scratch/reports/tap" --report junit \
+    "$scratch/reports/junit" -x 'expect event "boot"' -x 'echo started' \
+    -x 'time run' -x 'wait event "never" within 600000' >"$scratch/out" 2>&1 &
+killed=$!
+for _ in $(seq 400); do
+    grep -q started "$scratch/out" && break
+    sleep 0.05
+done
+kill -KILL $killed
+wait $killed 2>/dev/null
+stays 'a run that is killed'
+
 needs="pcsim: --report needs 'tap' or 'junit', and the name of a file"
 ends 2 "$needs" --report tap
 ends 2 "$needs" --report xml "$scratch/tap"
