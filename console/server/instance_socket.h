@@ -3,7 +3,8 @@
 //
 // Whoever has a name holds a lock on NAME.lock beside it, which the kernel gives back when the
 // process dies: so a socket that a dead one has left is taken over, and of two that start at the
-// same time one gets the name. The socket appears there when it answers.
+// same time one gets the name. Whoever starts removes what dead ones have left under other names.
+// The socket appears there when it answers.
 #ifndef PCSIM_CONSOLE_SERVER_INSTANCE_SOCKET_H
 #define PCSIM_CONSOLE_SERVER_INSTANCE_SOCKET_H
 
@@ -37,6 +38,7 @@ private:
     struct Nothing {};
     InstanceSocket(Nothing, std::string folder) : folder_(std::move(folder)) {}
     bool lock();
+    bool lockFile();
     void listenHere();
 
     std::string folder_, name_, path_, lockPath_;

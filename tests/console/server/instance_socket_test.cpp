@@ -1,6 +1,7 @@
 // The socket of an instance: one owner of a name at a time, however the last one ended.
 #include "console/server/instance_socket.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -8,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -40,6 +42,12 @@ protected:
         int status = 0;
         waitpid(child, &status, 0);
         return WEXITSTATUS(status);
+    }
+    static bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
+    static bool made(const std::string& path) {
+        const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+        close(file);
+        return file >= 0;
     }
     std::string problem(const std::string& name) const {
         try {
@@ -150,6 +158,35 @@ TEST_F(InstanceSocketTest, FoldersThatCantBe) {
     } catch (const CommandError& error) {
         EXPECT_EQ(error.what(), none + "/one.lock can't be made: No such file or directory");
     }
+}
+
+// Nobody may come again under the name of one that was killed, such as pcsim-PID.
+TEST_F(InstanceSocketTest, WhoeverStartsRemovesWhatKilledOnesHaveLeft) {
+    const InstanceSocket living(folder, "living");
+    std::string dead;
+    for (const bool named : {true, false}) {
+        const pid_t child = fork();
+        if (child == 0) {
+            const auto socket = named ? std::make_unique<InstanceSocket>(folder, "dead")
+                                      : std::make_unique<InstanceSocket>(folder);
+            kill(getpid(), SIGKILL);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        ASSERT_TRUE(WIFSIGNALED(status));
+        dead = folder + "/pcsim-" + std::to_string(child);
+        // The second has removed what the first had left.
+        EXPECT_EQ(exists(folder + "/dead.sock"), named);
+        EXPECT_EQ(exists(folder + "/dead.lock"), named);
+    }
+    EXPECT_TRUE(exists(dead + ".sock") && exists(dead + ".lock"));
+    const std::string early = folder + "/pcsim-1.lock", foreign = folder + "/foreign.lock";
+    for (const std::string& file : {early, foreign}) ASSERT_TRUE(made(file));
+    const InstanceSocket next(folder, "next");
+    EXPECT_FALSE(exists(dead + ".sock") || exists(dead + ".lock") || exists(early));
+    EXPECT_TRUE(answers(living.path()) && answers(next.path()));
+    EXPECT_TRUE(exists(foreign));
+    unlink(foreign.c_str());
 }
 
 }  // namespace
