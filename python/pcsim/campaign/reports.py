@@ -1,12 +1,14 @@
 """Test reports of a campaign, for continuous integration: a case for each run."""
 from __future__ import annotations
 
+import contextlib
 import json
 import re
 from pathlib import Path
 from typing import Callable, Iterable, Iterator, Mapping
 from xml.sax.saxutils import escape, quoteattr
 
+from ..new_file import NewFile, is_replaceable, whole_file
 from .problems import CampaignError
 from .results import Results
 from .runs import Outcome, Result
@@ -80,21 +82,33 @@ FORMS: Mapping[str, Callable[[Iterable[Result]], Iterator[str]]] = {"tap": tap, 
 
 
 def begin_report(form: str, path: Path) -> None:
-    """Looks, before anything runs, whether a report can be written."""
+    """Looks, before anything runs, whether a report can be written. A former one stays what it is
+    until then."""
     if form not in FORMS:
         raise CampaignError(f"there is no report '{form}'; expected tap or junit")
-    write_lines(path, ())
+    with telling(path):
+        if is_replaceable(path):
+            NewFile(path).close()
+        else:
+            write_lines(path, ())
 
 
 def write_report(form: str, path: Path, results: Results) -> None:
-    """Writes a report."""
-    write_lines(path, FORMS[form](results.all()))
+    """Writes a report, all or nothing of it."""
+    with telling(path):
+        write_lines(path, FORMS[form](results.all()))
+
+
+@contextlib.contextmanager
+def telling(path: Path) -> Iterator[None]:
+    """CampaignError when the report can't be written."""
+    try:
+        yield
+    except OSError as problem:
+        raise CampaignError(f"report {path} can't be written: {problem.strerror}") from problem
 
 
 def write_lines(path: Path, lines: Iterable[str]) -> None:
-    """CampaignError when they can't be written."""
-    try:
-        with path.open("w", encoding="utf-8") as file:
-            file.writelines(f"{line}\n" for line in lines)
-    except OSError as problem:
-        raise CampaignError(f"report {path} can't be written: {problem.strerror}") from problem
+    """Puts them into the file."""
+    with whole_file(path) as file:
+        file.writelines(f"{line}\n" for line in lines)
