@@ -1,14 +1,18 @@
 """Frames that pass at an interface, as a pcap file or as a line each."""
 from __future__ import annotations
 
+import contextlib
 import errno
+import os
 import select
 import socket
 import struct
 import sys
 import time
 from dataclasses import dataclass
-from typing import Any, BinaryIO, Callable, Iterator, TypeVar
+from typing import Any, Callable, Iterator, TypeVar
+
+from pcsim.new_file import NewFile, is_replaceable
 
 from .problems import LabError
 
@@ -71,17 +75,47 @@ def tagged(data: bytes, auxiliary: bytes) -> bytes:
                                    tag) + data[12:]
 
 
-def write_head(target: BinaryIO) -> None:
-    """The begin of a pcap file with times in ns."""
-    target.write(struct.pack("=IHHiIII", 0xA1B23C4D, 2, 4, 0, 0, LONGEST, ETHERNET))
-    target.flush()
+class Pcap:
+    """A pcap file with times in ns, of whole frames whatever happens. It takes the place of a
+    former one when its begin is written."""
 
+    def __init__(self, file: str) -> None:
+        self._new = NewFile(file) if file != "-" and is_replaceable(file) else None
+        if self._new is not None:
+            self._descriptor = self._new.descriptor
+        else:
+            self._descriptor = os.dup(1) if file == "-" else os.open(file, os.O_WRONLY)
+        self._size = 0
+        try:
+            self._write(struct.pack("=IHHiIII", 0xA1B23C4D, 2, 4, 0, 0, LONGEST, ETHERNET))
+            if self._new is not None:
+                self._new.place()
+        except BaseException:
+            self.close()
+            raise
 
-def write_frame(target: BinaryIO, frame: Frame) -> None:
-    """One frame of it."""
-    target.write(struct.pack("=IIII", *divmod(frame.time_ns, 10**9), len(frame.data),
-                             len(frame.data)) + frame.data)
-    target.flush()
+    def add(self, frame: Frame) -> None:
+        """One more frame."""
+        self._write(struct.pack("=IIII", *divmod(frame.time_ns, 10**9), len(frame.data),
+                                len(frame.data)) + frame.data)
+
+    def _write(self, data: bytes) -> None:
+        rest = data
+        try:
+            while rest:
+                rest = rest[os.write(self._descriptor, rest):]
+        except OSError:
+            with contextlib.suppress(OSError):  # a pipe keeps what it has
+                os.ftruncate(self._descriptor, self._size)
+            raise
+        self._size += len(data)
+
+    def close(self) -> None:
+        """It has all of its frames."""
+        if self._new is not None:
+            self._new.close()
+        else:
+            os.close(self._descriptor)
 
 
 def writing(file: str | None, write: Callable[..., T], *arguments: Any) -> T:
@@ -95,13 +129,6 @@ def writing(file: str | None, write: Callable[..., T], *arguments: Any) -> T:
                        f"{problem.strerror}") from problem
 
 
-def open_target(file: str) -> BinaryIO:
-    """Where a pcap file goes, with its begin written."""
-    target = sys.stdout.buffer if file == "-" else open(file, "wb")
-    write_head(target)
-    return target
-
-
 def write_line(frame: Frame) -> None:
     """One frame, for people."""
     print(frame.line(), flush=True)
@@ -111,7 +138,7 @@ def run(source: socket.socket, keeper: int, endpoint: str, file: str | None,
         count: int | None) -> int:
     """Until so many have passed, the user ends it, or the lab ends; returns how many have. Says on
     standard error when nothing is missed any more, for who sends what it is to see."""
-    target = None if file is None else writing(file, open_target, file)
+    target = None if file is None else writing(file, Pcap, file)
     seen = 0
     try:
         print(f"capturing at {endpoint}; Ctrl-C ends it", file=sys.stderr, flush=True)
@@ -120,12 +147,12 @@ def run(source: socket.socket, keeper: int, endpoint: str, file: str | None,
             if target is None:
                 writing(file, write_line, frame)
             else:
-                writing(file, write_frame, target, frame)
+                writing(file, target.add, frame)
             if seen == count:
                 break
     except KeyboardInterrupt:
         pass
     finally:
-        if target is not None and file != "-":
+        if target is not None:
             target.close()
     return seen

@@ -10,7 +10,7 @@ from contextlib import contextmanager
 from pathlib import Path
 from typing import Any, Callable, Iterator
 
-from .problems import BadInput, LabError
+from .problems import BadInput, LabError, told
 from .topology import JSON
 
 PIECE = 1 << 16
@@ -80,7 +80,7 @@ class Client:
             answer = {"error": {"text": f"this is no request: {problem!r}; expected an object with "
                                 "'method' and 'params'", "status": BadInput.status}}
         except OSError as problem:
-            answer = {"error": {"text": str(problem.strerror or problem), "status": 1}}
+            answer = {"error": {"text": told(problem), "status": 1}}
         data = json.dumps(answer).encode() + b"\n"
         if extra is None:
             self.socket.sendall(data)

@@ -19,6 +19,7 @@ from dataclasses import asdict, dataclass
 from pathlib import Path
 from typing import Any, Iterator
 
+from pcsim.new_file import whole_file
 from pcsim.places import run_folder
 
 from .problems import BadInput, LabError
@@ -74,14 +75,12 @@ def one_at_a_time(folder: Path) -> Iterator[None]:
 
 
 def write_json(path: Path, data: Any) -> None:
-    """At a stroke: who reads it has the old or the new."""
-    fresh = path.with_name(f".{path.name}.{os.getpid()}")
+    """At a stroke: who reads it has the old or the new. An OSError names the file."""
     try:
-        fresh.write_text(json.dumps(data, indent=1) + "\n", encoding="utf-8")
-        fresh.replace(path)
-    except OSError:
-        fresh.unlink(missing_ok=True)
-        raise
+        with whole_file(path, on_disk=False) as file:
+            file.write(json.dumps(data, indent=1) + "\n")
+    except OSError as problem:
+        raise OSError(problem.errno, problem.strerror, str(path)) from problem
 
 
 def remove_drafts(labs: Path) -> None:
@@ -121,7 +120,7 @@ class Folder:
         except OSError as problem:
             shutil.rmtree(draft.path, ignore_errors=True)  # the sockets are those of the other
             if problem.errno not in (errno.ENOTEMPTY, errno.EEXIST):
-                raise LabError(f"{folder.path.parent} can't be written: "
+                raise LabError(f"{problem.filename or folder.path.parent} can't be written: "
                                f"{problem.strerror}") from problem
             raise BadInput(f"lab '{topology.name}' is up already; 'down {topology.name}' ends "
                            "it, and --name gives another one a name of its own") from None

@@ -23,7 +23,7 @@ from .control import Client, Method, listen
 from .crew import Crew, StartFailed, usage
 from .folders import Folder, Keeper, began
 from .panel import Cable, End, Panel
-from .problems import BadInput, LabError, some
+from .problems import BadInput, LabError, some, told
 from .reader import shaped
 from .topology import JSON, Endpoint, Link, Shaping, Topology
 from .wire import Wire
@@ -45,7 +45,11 @@ def main(path: str, descriptor: int) -> int:
     child = os.fork()
     if child:
         # The child can't tell its number out here, and waits until it stands in the folder.
-        folder.write_keeper(Keeper(child, began(child) or 0, rootless))
+        try:
+            folder.write_keeper(Keeper(child, began(child) or 0, rootless))
+        except OSError as problem:
+            tell(starter, failed=told(problem), status=1)
+            return 1
         os.write(go, b"!")
         return 0
     os.close(go)
@@ -75,7 +79,7 @@ def keep(folder: Folder, starter: socket.socket) -> None:
     except LabError as problem:
         tell(starter, failed=str(problem), status=problem.status)
     except OSError as problem:
-        tell(starter, failed=problem.strerror or str(problem), status=1)
+        tell(starter, failed=told(problem), status=1)
 
 
 class Lab:

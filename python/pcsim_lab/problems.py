@@ -26,3 +26,9 @@ def some(names: Iterable[str]) -> str:
     """Some of what could have been meant, for a message."""
     found = list(names)
     return ", ".join(found[:8]) + (", ..." if len(found) > 8 else "")
+
+
+def told(problem: OSError) -> str:
+    """What the system has said, with the file's name where that is known."""
+    text = problem.strerror or str(problem)
+    return f"{problem.filename}: {text}" if problem.filename else text

@@ -18,6 +18,7 @@ from pcsim.places import run_folder
 
 from .folders import Folder
 from .problems import BadInput, LabError, NoNamespaces
+from .problems import told as told_of
 from .topology import Topology
 
 PROGRAM = Path(__file__).resolve().parent
@@ -38,7 +39,7 @@ def up(topology: Topology, timeout: float, progress: Progress = lambda *_: None)
             return start(folder, topology, timeout, progress)
     except OSError as problem:
         end(folder)
-        raise LabError(f"lab '{topology.name}' can't be started: {problem.strerror}") from problem
+        raise LabError(f"lab '{topology.name}' can't be started: {told_of(problem)}") from problem
     except BaseException:
         end(folder)
         raise

@@ -11,6 +11,7 @@ import struct
 from pathlib import Path
 from typing import Sequence
 
+from .problems import LabError
 from .topology import Carries, Endpoint, Link, Node
 
 MAGIC = b"pcsim wire 1"
@@ -42,7 +43,10 @@ class Wire:
             for interface in node.interfaces:
                 self._numbers[Endpoint(node.name, interface)] = len(self._numbers)
                 ends += END.pack(interface.encode(), 0, NO_PARTNER, ALL, 0)
-        path.write_bytes(HEAD.pack(MAGIC, len(self._numbers)) + ends)
+        try:
+            path.write_bytes(HEAD.pack(MAGIC, len(self._numbers)) + ends)
+        except OSError as problem:
+            raise LabError(f"{path} can't be written: {problem.strerror}") from problem
         with path.open("r+b") as file:
             # A word is written at a stroke: who reads it has the old or the new.
             self._words = memoryview(mmap.mmap(file.fileno(), 0)).cast("I")
