@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstring>
 
 namespace pcsim::probe {
@@ -21,11 +22,26 @@ size_t roundedToPage(uint64_t size) {
 }  // namespace
 
 bool RecordFile::open(const std::string& path) {
-    descriptor_ = ::open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (descriptor_ < 0) return false;
+    if (!openAside(path)) return false;
+    if (const int error = file_.place()) {
+        abandon();
+        errno = error;
+        return false;
+    }
+    file_.release();
+    return true;
+}
+
+bool RecordFile::openAside(const std::string& path) {
+    if (const int error = file_.open(path)) {
+        errno = error;
+        return false;
+    }
+    descriptor_ = file_.descriptor();
     if (!moveOn(format::kMagic.size() + 1)) {
-        ::close(descriptor_);
-        descriptor_ = -1;
+        const int error = errno;
+        abandon();
+        errno = error;
         return false;
     }
     std::memcpy(window_, format::kMagic.data(), format::kMagic.size());
@@ -39,9 +55,9 @@ bool RecordFile::moveOn(size_t size) {
     const uint64_t next = windowOffset_ + used_;
     const uint64_t begin = next & ~uint64_t{4095};
     const size_t wanted = roundedToPage((next - begin) + size + kWindow);
-    if (posix_fallocate64(descriptor_, static_cast<off64_t>(begin), static_cast<off64_t>(wanted)) !=
-        0)
-        return false;
+    errno =
+        posix_fallocate64(descriptor_, static_cast<off64_t>(begin), static_cast<off64_t>(wanted));
+    if (errno != 0) return false;
     void* const window = mmap64(nullptr, wanted, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor_,
                                 static_cast<off64_t>(begin));
     if (window == MAP_FAILED) return false;
@@ -79,16 +95,18 @@ bool RecordFile::append(format::EntryKind kind, std::span<const uint8_t> content
 
 bool RecordFile::close() {
     if (descriptor_ < 0) return true;
-    const bool cut = ftruncate64(descriptor_, static_cast<off64_t>(windowOffset_ + used_)) == 0;
-    const bool whole = !full_ && cut;
+    int error = full_ ? ENOSPC : 0;
+    if (ftruncate64(descriptor_, static_cast<off64_t>(windowOffset_ + used_)) != 0) error = errno;
+    if (error == 0 && isAside()) error = file_.keep();
     abandon();
-    return whole;
+    errno = error;
+    return error == 0;
 }
 
 void RecordFile::abandon() {
     if (descriptor_ < 0) return;
     if (window_ != nullptr) munmap(window_, windowSize_);
-    ::close(descriptor_);
+    if (!isAside()) ::close(descriptor_);
     descriptor_ = -1;
     window_ = nullptr;
 }

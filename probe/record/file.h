@@ -11,6 +11,7 @@
 #include <span>
 #include <string>
 
+#include "console/new_file.h"
 #include "probe/record/format.h"
 
 namespace pcsim::probe {
@@ -22,14 +23,19 @@ public:
     RecordFile(const RecordFile&) = delete;
     RecordFile& operator=(const RecordFile&) = delete;
 
-    // Makes the file, or empties it. False with errno when that fails.
+    // Makes the file, with room for entries; it takes the place of one that is there, which stays
+    // what it was when that fails. False with errno then.
     bool open(const std::string& path);
+    // The same, but it takes the place at close(), when all of it could be written.
+    bool openAside(const std::string& path);
     bool isOpen() const { return descriptor_ >= 0; }
+    // Whether there was no room for an entry.
+    bool isFull() const { return full_; }
 
     // False when there is no room: the entry isn't there then, and none will be from now on.
     bool append(format::EntryKind kind, std::span<const uint8_t> contents);
 
-    // Cuts the file where its entries end. False when not everything could be written.
+    // Cuts the file where its entries end. False with errno when not everything could be written.
     bool close();
 
     // In a child after fork(): the file stays the parent's.
@@ -37,7 +43,10 @@ public:
 
 private:
     bool moveOn(size_t size);
+    // Whether it has no place yet, and its descriptor is the new file's.
+    bool isAside() const { return file_.descriptor() >= 0; }
 
+    NewFile file_;  // until it has its place
     int descriptor_ = -1;
     uint8_t* window_ = nullptr;
     size_t windowSize_ = 0;

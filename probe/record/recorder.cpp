@@ -108,6 +108,10 @@ void Recorder::inChild() {
     pthread_mutex_unlock(&lock_);
 }
 
+static std::string endsEarly(const std::string& path) {
+    return fmt::format("recording {} ends early: the disk is full", path);
+}
+
 bool Recorder::start(const std::string& path, bool withTree) {
     stop();
     auto session = std::make_unique<Session>();
@@ -135,12 +139,17 @@ void Recorder::begin(const std::string& path, bool withTree) {
     Boundary::instance().refresh();
 }
 
+std::string Recorder::problem() {
+    const Guard guard(lock_);
+    return recording_ && session_->file.isFull() ? endsEarly(path_) : "";
+}
+
 std::string Recorder::finish() {
     if (!isRecording()) fail("nothing is being recorded");
     const uint64_t count = calls_;
     const bool whole = stop();
     Boundary::instance().refresh();
-    if (!whole) fail("recording {} ends early: the disk is full", path_);
+    if (!whole) fail("{}", endsEarly(path_));
     return fmt::format("Recorded {} in {}", counted(count, "call", "calls"), path_);
 }
 

@@ -35,6 +35,8 @@ public:
     void begin(const std::string& path, bool withTree);
     std::string finish();
     bool isRecording() const { return recording_; }
+    // What is to be said of a recording that goes on: "" unless it has no room any more.
+    std::string problem();
     const std::string& path() const { return path_; }
     uint64_t calls() const { return calls_; }
 

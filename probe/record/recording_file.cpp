@@ -196,7 +196,7 @@ bool write(Encoder& encoder, const Recording& recording) {
 
 void save(const Recording& recording, const std::string& path) {
     RecordFile file;
-    if (!file.open(path)) fail("recording {} can't be made: {}", path, std::strerror(errno));
+    if (!file.openAside(path)) fail("recording {} can't be made: {}", path, std::strerror(errno));
     Encoder encoder(file);
     const bool written = write(encoder, recording);
     if (!file.close() || !written) fail("recording {} can't be written: the disk is full", path);

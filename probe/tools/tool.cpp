@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "console/error.h"
+#include "console/output_file.h"
 #include "console/text.h"
 
 namespace pcsim::probe {
@@ -62,6 +63,11 @@ void printText(std::string_view text) {
 
 void writeText(const std::string& path, std::string_view text) {
     if (path.empty()) return printText(text);
+    if (isReplaceable(path)) {
+        OutputFile file(path);
+        file.write(text);
+        return file.keep();
+    }
     std::FILE* const file = std::fopen(path.c_str(), "we");
     if (file == nullptr) fail("{} can't be made: {}", path, std::strerror(errno));
     const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();

@@ -41,6 +41,10 @@ bool RecordFile::open(const std::string&) {
     return true;
 }
 
+bool RecordFile::openAside(const std::string& path) {
+    return open(path);
+}
+
 bool RecordFile::append(format::EntryKind kind, std::span<const uint8_t> contents) {
     written.push_back(kind);
     appendNumber(contents.size());

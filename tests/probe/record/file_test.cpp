@@ -4,6 +4,9 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 
+#include <cerrno>
+#include <functional>
+
 #include "console/error.h"
 #include "probe/record/encoder.h"
 #include "tests/probe/record/sample.h"
@@ -199,6 +202,48 @@ TEST(RecordFile, AFullDiskEndsTheRecordingAndIsTold) {
     const Recording read = load(file.path());
     EXPECT_EQ(read.ending.kind, FileEnding::Kind::kCutShort);
     EXPECT_GT(read.events.size(), 50u);
+}
+
+// Runs this where no file can be longer than so many bytes; whether it is true.
+bool holdsOnFullDisk(rlim_t bytes, const std::function<bool()>& run) {
+    const pid_t child = fork();
+    if (child == 0) {
+        signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{bytes, bytes};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        _exit(run() ? 0 : 1);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return status == 0;
+}
+
+TEST(RecordFile, ARecordingWithoutRoomLeavesTheFormerAndSaysWhy) {
+    const Scratch file;
+    save(sample(), file.path());
+    EXPECT_TRUE(holdsOnFullDisk(1u << 20, [&] {
+        RecordFile out;
+        return !out.open(file.path()) && errno == EFBIG;
+    }));
+    EXPECT_EQ(load(file.path()).ending.kind, FileEnding::Kind::kClosed);
+}
+
+TEST(RecordFile, WhatIsSavedLeavesTheFormerUntilItIsWhole) {
+    const Scratch file;
+    save(sample(), file.path());
+    EXPECT_TRUE(holdsOnFullDisk(6u << 20, [&] {
+        RecordFile out;
+        if (!out.openAside(file.path())) return false;
+        const std::vector<uint8_t> much(1u << 20, 1);
+        while (out.append(format::kFact, much)) continue;
+        return !out.close();
+    }));
+    EXPECT_EQ(load(file.path()).ending.kind, FileEnding::Kind::kClosed);
+    RecordFile out;
+    ASSERT_TRUE(out.openAside(file.path()));
+    EXPECT_GT(load(file.path()).events.size(), 0u);
+    ASSERT_TRUE(Encoder(out).end(0) && out.close());
+    EXPECT_EQ(load(file.path()).events.size(), 0u);
 }
 
 TEST(RecordFile, AChildOfTheProcessLeavesTheFileAlone) {
