@@ -223,6 +223,13 @@ int endedFromOutside(const Console& console, Reports& reports) {
     return *console.endStatus;
 }
 
+// What calls are written to may have ended before the run did.
+int statusWithCalls(Platform& platform, int status) {
+    for (const std::string& problem : {platform.trace.stop(), platform.recorder.problem()})
+        if (!problem.empty()) status = complain(problem, status == 0 ? 1 : status);
+    return status;
+}
+
 int runMachine(const CommandLine& line, Reports& reports) {
     const std::vector<Input> inputs = openInputs(line);
     const SocketDoor door = openSocket(line);
@@ -250,7 +257,7 @@ int runMachine(const CommandLine& line, Reports& reports) {
     try {
         const int status = runDoors(line, inputs, machine, console, sinks, reports, server.get());
         reports.finish();
-        return console.endStatus.value_or(status);
+        return statusWithCalls(context.platform, console.endStatus.value_or(status));
     } catch (CommandError& error) {
         if (console.endStatus) return endedFromOutside(console, reports);
         if (error.told) throw;

@@ -149,7 +149,7 @@ void ProbeSession::end() {
             complain(problem.what());
         }
     };
-    trace_.stop();
+    if (const std::string problem = trace_.stop(); !problem.empty()) complain(problem);
     ledger_.stop();
     attempt([this] {
         if (recorder_.isRecording()) recorder_.finish();

@@ -2,7 +2,6 @@
 #include "probe/trace/trace.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -12,6 +11,7 @@
 #include "console/values.h"
 #include "probe/boundary/boundary.h"
 #include "probe/interface/names.h"
+#include "probe/trace/trace_file.h"
 
 namespace pcsim::probe {
 
@@ -96,6 +96,7 @@ void Trace::start(TraceFilter filter, std::function<void(const std::string&)> pr
         places_ = std::move(places);
         filter_ = std::move(filter);
         print_ = std::move(print);
+        file_ = nullptr;
         open_.clear();
     }
     if (onChange) onChange();
@@ -104,23 +105,22 @@ void Trace::start(TraceFilter filter, std::function<void(const std::string&)> pr
 void Trace::startFile(TraceFilter filter, const std::string& path) {
     // Nothing is written for a trace that doesn't begin.
     checkFilter(filter);
-    const std::shared_ptr<FILE> file(std::fopen(path.c_str(), "we"), [](FILE* opened) {
-        if (opened != nullptr) std::fclose(opened);
-    });
-    if (file == nullptr) fail("file {} can't be written: {}", shown(path), std::strerror(errno));
-    // A line that is complete stays if the process dies.
-    std::setvbuf(file.get(), nullptr, _IOLBF, BUFSIZ);
-    start(std::move(filter),
-          [file](const std::string& line) { std::fputs(line.c_str(), file.get()); });
+    const auto file = std::make_shared<TraceFile>(path);
+    start(std::move(filter), [file](const std::string& line) { file->write(line); });
+    const std::lock_guard lock(mutex_);
+    file_ = file;
 }
 
-void Trace::stop() {
+std::string Trace::stop() {
+    std::shared_ptr<TraceFile> file;
     {
         const std::lock_guard lock(mutex_);
         print_ = nullptr;
+        file = std::move(file_);
         open_.clear();
     }
     if (onChange) onChange();
+    return file == nullptr ? "" : file->problem();
 }
 
 bool Trace::on() const {

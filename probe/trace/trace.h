@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -34,6 +35,8 @@ struct TraceFilter {
     bool all = false;
 };
 
+class TraceFile;
+
 class Trace : public Observer {
 public:
     Trace();
@@ -44,7 +47,8 @@ public:
     void start(TraceFilter filter, std::function<void(const std::string&)> print);
     // The same to a file, which is written anew. Throws a CommandError when it can't be.
     void startFile(TraceFilter filter, const std::string& path);
-    void stop();
+    // Returns what is to be said of its file: "" when all lines have arrived.
+    std::string stop();
     bool on() const;
 
     // When set, a time in milliseconds stands in front of each line.
@@ -71,8 +75,9 @@ private:
     mutable std::mutex mutex_;
     TraceFilter filter_;
     std::function<void(const std::string&)> print_;
-    std::vector<Place> places_;  // those of the filter
-    std::vector<Open> open_;     // calls under way, the outer before the inner of each thread
+    std::shared_ptr<TraceFile> file_;  // that 'print_' writes to, if it does
+    std::vector<Place> places_;        // those of the filter
+    std::vector<Open> open_;           // calls under way, the outer before the inner of each thread
 };
 
 }  // namespace pcsim::probe

@@ -25,7 +25,7 @@ void turnTrace(const ProbeParts& parts, pcsim::Call& call) {
     if (!on) {
         for (const char* word : {"all", "only", "table", "port", "slot", "to"})
             if (call.given(word)) fail("'{}' is for turning the trace on", word);
-        parts.trace.stop();
+        if (const std::string problem = parts.trace.stop(); !problem.empty()) fail("{}", problem);
     } else if (call.given("to")) {
         parts.trace.startFile(filterOf(call), call.text("file"));
     } else {

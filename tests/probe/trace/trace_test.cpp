@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <cstdio>
 
@@ -170,13 +171,19 @@ TEST_F(TraceTest, NothingIsWantedBeforeItStartsAndAfterItStops) {
 TEST_F(TraceTest, AFileHasItsLinesAtOnce) {
     std::string path = testing::TempDir() + "trace_testXXXXXX";
     const int descriptor = mkstemp(path.data());
-    ASSERT_GE(descriptor, 0);
+    ASSERT_EQ(write(descriptor, "former\n", 7), 7);
+    close(descriptor);
+    const auto firstLine = [&] {
+        char text[64] = {};
+        FILE* const file = fopen(path.c_str(), "re");
+        const bool read = file != nullptr && fgets(text, sizeof text, file) != nullptr;
+        if (file != nullptr) fclose(file);
+        return std::string(read ? text : "");
+    };
     trace.startFile({}, path);
+    EXPECT_EQ(firstLine(), "former\n");
     boundary.call(notify, {}, 8);
-    char text[64] = {};
-    FILE* const file = fdopen(descriptor, "r");
-    EXPECT_STREQ(fgets(text, sizeof text, file), "< dmGetMaxVr -> 8\n");
-    fclose(file);
+    EXPECT_EQ(firstLine(), "< dmGetMaxVr -> 8\n");
     std::remove(path.c_str());
     EXPECT_THROW(trace.startFile({.operations = {"pcSimNothing"}}, path), CommandError);
     EXPECT_THROW(trace.startFile({.ports = {"1-3"}}, path), CommandError);
