@@ -1,5 +1,6 @@
 """Captured frames, as a file and as lines."""
 import contextlib
+import resource
 import signal
 import struct
 import subprocess
@@ -146,3 +147,20 @@ def test_a_tag_stands_where_it_stood(auxiliary, data):
     status, tag, kind = auxiliary
     packed = struct.pack("=IIIHHHH", status, 0, 0, 0, 0, tag, kind)
     assert capture.tagged(b"to....from..\x88\xb5", packed) == data
+
+
+def test_a_full_disk_leaves_whole_frames(tmp_path):
+    """Of a file that takes 150 bytes: its begin has 24 of them, a frame of 64 takes 80."""
+    path, frame = tmp_path / "frames.pcap", capture.Frame(1, True, bytes(64))
+    limits = resource.getrlimit(resource.RLIMIT_FSIZE)
+    target = capture.Pcap(str(path))
+    resource.setrlimit(resource.RLIMIT_FSIZE, (150, limits[1]))
+    try:
+        target.add(frame)
+        with pytest.raises(OSError):
+            target.add(frame)
+    finally:
+        resource.setrlimit(resource.RLIMIT_FSIZE, limits)
+    target.close()
+    assert path.stat().st_size == 24 + 80
+    assert [each.name for each in tmp_path.iterdir()] == ["frames.pcap"]
