@@ -127,26 +127,15 @@ AVX2 uint32_t signs(__m256i lanes) noexcept {
 
 #undef AVX2
 
-bool hasSse2() noexcept {
-    unsigned a = 0;
-    unsigned b = 0;
-    unsigned c = 0;
-    unsigned d = 0;
-    return __get_cpuid(1, &a, &b, &c, &d) != 0 && (d & bit_SSE2) != 0;
-}
-
-// AVX2, with a system that keeps its registers: bits 1 and 2 of the extended control register.
-bool hasAvx2() noexcept {
-    unsigned a = 0;
-    unsigned b = 0;
-    unsigned c = 0;
-    unsigned d = 0;
-    if (__get_cpuid(1, &a, &b, &c, &d) == 0 || (c & bit_OSXSAVE) == 0) return false;
-    uint32_t low = 0;
-    uint32_t high = 0;
-    __asm__("xgetbv" : "=a"(low), "=d"(high) : "c"(0));
-    if ((low & 6) != 6) return false;
-    return __get_cpuid_count(7, 0, &a, &b, &c, &d) != 0 && (b & bit_AVX2) != 0;
+ProcessorAnswers askProcessor() noexcept {
+    ProcessorAnswers answers{};
+    uint32_t unused = 0;
+    // One that hasn't the leaf that is asked for leaves the answers at 0.
+    __get_cpuid(1, &unused, &unused, &answers.leaf1C, &answers.leaf1D);
+    __get_cpuid_count(7, 0, &unused, &answers.leaf7B, &unused, &unused);
+    if ((answers.leaf1C & bit_OSXSAVE) != 0)
+        __asm__("xgetbv" : "=a"(answers.keptRegisters), "=d"(unused) : "c"(0));
+    return answers;
 }
 
 }  // namespace
@@ -213,14 +202,23 @@ scanBucketAvx2(const HalFdbEntry* bucket, const uint32_t* instance, const uint8_
         return scanBucketPlain(bucket, instance, mac);
     return signs(free) << FdbScan::kFreeShift | signs(_mm256_andnot_si256(free, same));
 }
-#endif
+
+FdbScanFn* fastestScanOf(const ProcessorAnswers& answers) noexcept {
+    constexpr uint32_t kWideRegisters = 6;  // those of SSE and of AVX
+    if ((answers.leaf1C & bit_OSXSAVE) != 0 &&
+        (answers.keptRegisters & kWideRegisters) == kWideRegisters &&
+        (answers.leaf7B & bit_AVX2) != 0)
+        return scanBucketAvx2;
+    return (answers.leaf1D & bit_SSE2) != 0 ? scanBucketSse2 : scanBucketPlain;
+}
 
 FdbScanFn* fastestScan() noexcept {
-#ifdef PCSIM_FDB_SCAN_SIMD
-    if (hasAvx2()) return scanBucketAvx2;
-    if (hasSse2()) return scanBucketSse2;
-#endif
+    return fastestScanOf(askProcessor());
+}
+#else
+FdbScanFn* fastestScan() noexcept {
     return scanBucketPlain;
 }
+#endif
 
 }  // namespace pcsim

@@ -61,6 +61,18 @@ FdbScanFn scanBucketPlain;
 #ifdef PCSIM_FDB_SCAN_SIMD
 FdbScanFn scanBucketSse2;
 FdbScanFn scanBucketAvx2;
+
+// What a processor answers about itself: registers C and D of leaf 1, B of leaf 7, each 0 where it
+// hasn't the leaf; and which of its registers the system keeps, where it can be asked for that.
+struct ProcessorAnswers {
+    uint32_t leaf1C;
+    uint32_t leaf1D;
+    uint32_t leaf7B;
+    uint32_t keptRegisters;
+};
+
+// The fastest scan that a processor with these answers can run.
+FdbScanFn* fastestScanOf(const ProcessorAnswers& answers) noexcept;
 #endif
 
 // The fastest scan that this processor can run.

@@ -7,6 +7,10 @@
 #include <random>
 #include <vector>
 
+#ifdef PCSIM_FDB_SCAN_SIMD
+#include <cpuid.h>
+#endif
+
 namespace {
 
 using namespace pcsim;
@@ -70,6 +74,49 @@ void expectScans(const HalFdbEntry* bucket, uint32_t instance, const uint8_t* ma
         }
     }
 }
+
+#ifdef PCSIM_FDB_SCAN_SIMD
+
+struct Processor {
+    const char* name;
+    ProcessorAnswers answers;
+    FdbScanFn* scan;
+};
+
+constexpr uint32_t kSse2 = bit_SSE2;
+constexpr uint32_t kXsave = bit_OSXSAVE;
+constexpr uint32_t kAvx2 = bit_AVX2;
+constexpr uint32_t kAllKept = 7;
+
+const Processor kProcessors[] = {
+    {"that answers nothing", {0, 0, 0, 0}, scanBucketPlain},
+    {"with all but SSE2", {~(kXsave), ~kSse2, ~0u, 0}, scanBucketPlain},
+    {"with SSE2 alone", {0, kSse2, 0, 0}, scanBucketSse2},
+    {"without AVX2", {~0u, ~0u, ~kAvx2, ~0u}, scanBucketSse2},
+    {"with AVX2, whose system keeps none of its registers", {~0u, ~0u, ~0u, 0}, scanBucketSse2},
+    {"with AVX2, whose system keeps those of SSE", {~0u, ~0u, ~0u, 3}, scanBucketSse2},
+    {"with AVX2, whose system keeps only the upper halves", {~0u, ~0u, ~0u, 5}, scanBucketSse2},
+    {"with AVX2, whose system can't be asked", {~kXsave, ~0u, ~0u, kAllKept}, scanBucketSse2},
+    {"with AVX2", {kXsave, kSse2, kAvx2, kAllKept}, scanBucketAvx2},
+    {"of today", {~0u, ~0u, ~0u, ~0u}, scanBucketAvx2},
+};
+
+TEST(FdbScan, EachProcessorGetsTheFastestThatItCanRun) {
+    for (const Processor& processor : kProcessors)
+        EXPECT_EQ(fastestScanOf(processor.answers), processor.scan)
+            << "a processor " << processor.name;
+}
+
+// The processor is asked once more, by the compiler's means.
+TEST(FdbScan, ThisProcessorGetsWhatTheCompilerFinds) {
+    __builtin_cpu_init();
+    FdbScanFn* const expected = __builtin_cpu_supports("avx2")   ? scanBucketAvx2
+                                : __builtin_cpu_supports("sse2") ? scanBucketSse2
+                                                                 : scanBucketPlain;
+    EXPECT_EQ(fastestScan(), expected);
+}
+
+#endif
 
 TEST(FdbScan, EmptyBucketIsFree) {
     const HalFdbEntry bucket[8]{};
