@@ -12,8 +12,8 @@
 //   setKey(route, vrId, prefix, mask)
 //   mask(request)                            widened as the route keeps it
 //   same(gateway, gateway)
-//   attach(nextHop), detach(nextHop)         adjacency references
-//   detachIdle(nextHop)                      the same for one whose adjacency is to stay
+//   attach(nextHop)                          references an adjacency, and says how it was found
+//   detach(nextHop, standing)                lets it go, as it was found: an idle one stays
 //   flushes(filter, gateway)
 //   dumpHeader(sink), dumpRows(sink, route)
 //
@@ -196,10 +196,8 @@ private:
         while (route->nextHops != oldNextHops) {
             NextHop* const nextHop = route->nextHops;
             route->nextHops = nextHop->next;
-            if (nextHop->route == nullptr)
-                Family::detachIdle(nextHop);
-            else
-                Family::detach(nextHop);
+            Family::detach(nextHop,
+                           nextHop->route == nullptr ? Standing::kWasIdle : Standing::kOrdinary);
             free(nextHop);
         }
     }
@@ -221,7 +219,7 @@ private:
     static void removeAt(NextHop** link) noexcept {
         NextHop* const nextHop = *link;
         *link = nextHop->next;
-        Family::detach(nextHop);
+        Family::detach(nextHop, Standing::kOrdinary);
         free(nextHop);
     }
 

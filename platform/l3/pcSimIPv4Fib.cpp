@@ -48,9 +48,11 @@ struct IPv4Family {
         return wasIdle ? Standing::kWasIdle : Standing::kOrdinary;
     }
 
-    static void detach(NextHop* nextHop) noexcept { rtDeattachIpAdjEntry(nextHop); }
-
-    static void detachIdle(NextHop* nextHop) noexcept {
+    static void detach(NextHop* nextHop, Standing standing) noexcept {
+        if (standing == Standing::kOrdinary) {
+            rtDeattachIpAdjEntry(nextHop);
+            return;
+        }
         pcSimIpAdjEntry* const entry = nextHop->adjacency;
         ++entry->refCount;  // an adjacency goes with its last reference
         rtDeattachIpAdjEntry(nextHop);

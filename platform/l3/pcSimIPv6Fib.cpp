@@ -43,8 +43,7 @@ struct IPv6Family {
 
     // There are no IPv6 adjacencies.
     static pcsim::Standing attach(NextHop*) noexcept { return pcsim::Standing::kOrdinary; }
-    static void detach(NextHop*) noexcept {}
-    static void detachIdle(NextHop*) noexcept {}
+    static void detach(NextHop*, pcsim::Standing) noexcept {}
 
     static bool flushes(const Request& filter, const Address& gateway) noexcept;
     static void dumpHeader(const pcSimDumpSink* sink) noexcept;
