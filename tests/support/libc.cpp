@@ -15,8 +15,9 @@
 
 namespace pcsim::test {
 
+// Never destroyed: the library's own end comes after that of everything here, and may call these.
 LibcState& libc() {
-    static LibcState state;
+    static LibcState& state = *new LibcState;
     return state;
 }
 

@@ -6,6 +6,7 @@
 #include <dlfcn.h>
 #include <elf.h>
 #include <link.h>
+#include <signal.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -154,10 +155,35 @@ void hookLibrary() {
     }
 }
 
+// What the library does at its end or when a signal ends the process, as one that counts its lines,
+// no case has asked for: then allocations don't fail any more. Without a handler of the library's
+// there is none.
+constexpr int kDeadlySignals = SIGSEGV + 1;
+void (*handlers[kDeadlySignals])(int);
+
+void endUndisturbed(int number) {
+    libc().failNone();
+    handlers[number](number);
+}
+
+void leaveEndUndisturbed() {
+    for (int number = 1; number < kDeadlySignals; ++number) {
+        struct sigaction action {};
+        if (sigaction(number, nullptr, &action) != 0 || (action.sa_flags & SA_SIGINFO) != 0 ||
+            action.sa_handler == SIG_DFL || action.sa_handler == SIG_IGN)
+            continue;
+        handlers[number] = action.sa_handler;
+        action.sa_handler = endUndisturbed;
+        sigaction(number, &action, nullptr);
+    }
+    std::atexit([] { libc().failNone(); });
+}
+
 // Before the executable's own constructors, each of which may call an operation.
 __attribute__((constructor(101))) void prepare(int, char** arguments, char**) {
     loadNamedLibrary(arguments);
     hookLibrary();
+    leaveEndUndisturbed();
 }
 
 }  // namespace
