@@ -34,6 +34,7 @@ struct Kernel {
     bool socket = true;
     bool ethtool = true;
     int flagsError = 0;  // of changing flags
+    bool goes = false;   // an interface vanishes once its index is known
     std::atomic<uint32_t> calls = 0;
     std::atomic<uint32_t> flagChanges = 0;
     uint16_t realRegister = 0x1234;
@@ -72,6 +73,7 @@ int kernelIoctl(int, unsigned long request, void* argument) {
             ifr->ifr_ifindex = card.index;
             return 0;
         case SIOCGIFFLAGS:
+            if (kernel->goes) return failing(ENODEV);
             ifr->ifr_flags = static_cast<short>(IFF_MULTICAST | (card.up ? IFF_UP : 0) |
                                                 (card.running ? IFF_RUNNING : 0));
             return 0;
@@ -294,6 +296,18 @@ TEST_F(PhyTest, RealMiiPassesThroughInOneCall) {
     EXPECT_EQ(0x1200, kernel_.realRegister);
     EXPECT_EQ(3u, kernel_.calls);
     EXPECT_TRUE(eth1().up);
+}
+
+TEST_F(PhyTest, InterfaceThatVanishesWhileItIsAskedIsNotThere) {
+    kernel_.goes = true;
+    for (const unsigned long request : {SIOCGMIIPHY, SIOCGMIIREG, SIOCSMIIREG}) {
+        ifreq ifr{};
+        strcpy(ifr.ifr_name, "eth1");
+        errno = 0;
+        EXPECT_EQ(-1, answer(kernelIoctl, 3, request, &ifr));
+        EXPECT_EQ(ENODEV, errno);
+    }
+    EXPECT_EQ(0u, kernel_.flagChanges);
 }
 
 TEST_F(PhyTest, OtherRequestsPassThroughInOneCall) {

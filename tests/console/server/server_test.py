@@ -185,6 +185,36 @@ def test_folder(place: Place) -> None:
               "the folder /none can't be entered: No such file or directory")
 
 
+def test_offers_of_demands(place: Place) -> None:
+    """What may stand in 'expect', 'wait' and 'help', and behind a '|' or a '>'."""
+    with place.one() as instance:
+        client = instance.client()
+
+        def offered(line: str) -> list[str]:
+            return sorted(client.result("complete", line=line)["candidates"])
+
+        def asked(line: str) -> str:
+            return str(client.result("question", line=line)["text"])
+
+        equal(offered("wait "), ["event", "no", "show"])
+        equal(offered("wait no "), ["event"])
+        assert "<text>" in asked("wait event ")
+        assert "--" in asked("expect show ports ")
+        paths = offered("expect show ports -- ")
+        assert {"1:1.link", "1:2.admin", "ports.count"} <= set(paths), paths
+        assert {"is", "matches", "at-least"} <= set(offered("expect show ports -- 1:1.link "))
+        assert "where" in asked("expect show vlans -- vlans.count ")
+        assert "what it is held against" in asked("expect show ports -- 1:1.link is ")
+        assert {"and", "or", "within"} <= set(offered("wait show ports -- 1:1.link is up "))
+        assert "1:2.link" in offered("wait show ports -- 1:1.link is up and 1:2.")
+        assert "a value of the report" in asked("expect port 1:1 disable -- ")
+        assert "a value of the report" in asked("expect frobnicate -- ")
+        equal(offered("help show por"), ["port", "ports"])
+        assert {"include", "count", "json"} <= set(offered("show ports | "))
+        assert "filter what is printed" in asked("show ports | include up ")
+        assert "<file>" in asked("show ports > ")
+
+
 def test_completion(place: Place) -> None:
     with place.one() as instance:
         client = instance.client()

@@ -37,4 +37,15 @@ TEST(AclInterposed, MembersThatTheHostUnbindsAreForgotten) {
     EXPECT_EQ(members(storedList("mail"), 0).size(), 250u);
 }
 
+TEST(AclInterposed, AListThatTheHostHasEmptiedByItselfLeavesNothing) {
+    addList("web");
+    for (uint32_t i = 0; i < 1000; ++i) ASSERT_EQ(bind("web", {i, 1, 0, 0}), 0);
+    AclList* const web = storedList("web");
+    for (uint32_t i = 0; i < 1000; ++i) aclUnAttachInstance(web, 0, instance({i, 1, 0, 0}));
+    EXPECT_EQ(deleteList("web"), 0);
+    EXPECT_EQ(blocks(), 1000) << "instances alone stay, until the host unbinds them";
+    for (uint32_t i = 0; i < 1000; ++i) unbind({i, 1, 0, 0});
+    EXPECT_EQ(blocks(), 0);
+}
+
 }  // namespace

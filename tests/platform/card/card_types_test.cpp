@@ -147,6 +147,17 @@ TEST(CardTypes, AnUnknownCardHasNoIdentity) {
     EXPECT_EQ(host().incidentTexts(), std::vector<std::string>{"Unknown card type 404 on Slot-1."});
 }
 
+TEST(CardTypes, AnUnknownCardHasNoIdentityInSilenceEither) {
+    host().attachComponents();
+    host().card.set(0, 0);
+    cardType = 406;
+    stackCardType = 404;
+    Filled<HalCardHwInfo> info;
+    EXPECT_EQ(pcSimChassisCardGetHwInfo(7, info.get()), -1);
+    EXPECT_EQ(pcSimStackCardGetHwInfo(1, info.get()), -1);
+    EXPECT_TRUE(host().incidents.empty());
+}
+
 TEST(CardTypes, A128PortCardHasAnIdentity) {
     cardType = 407;
     Filled<HalCardHwInfo> info;

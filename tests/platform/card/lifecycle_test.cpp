@@ -213,6 +213,19 @@ TEST_F(Lifecycle, ImmediateOperationsTraceAndAnswerZero) {
     }
 }
 
+TEST_F(Lifecycle, ImmediateOperationsAnswerZeroInSilenceToo) {
+    host().card.set(6, 0xDF);
+    EXPECT_EQ(pcSimInit(), 0);
+    EXPECT_EQ(pcSimCardInit(4), 0);
+    EXPECT_EQ(pcSimCardCleanup(4), 0);
+    EXPECT_EQ(pcSimCardPowerOnCheck(4), 0);
+    EXPECT_EQ(pcSimCardInternalLinkEnable(4, 9, 2), 0);
+    EXPECT_EQ(pcSimCardInternalLinkConfigLoadSharing(4, 9, -3), 0);
+    EXPECT_EQ(pcSimMacIntEnable(4, 1), 0);
+    EXPECT_EQ(host().card.counters[5], 7u);
+    EXPECT_TRUE(host().incidents.empty());
+}
+
 TEST_F(Lifecycle, LinkInterruptsAreTracedByTheCardDatabase) {
     EXPECT_EQ(pcSimCardLinkIntrEnable(4, 1), 0);
     EXPECT_EQ(pcSimCardLinkIntrEnable(4, 0), 0);

@@ -126,6 +126,15 @@ TEST_F(Vlan, SilentTracesSayNothingAndStillCount) {
     EXPECT_TRUE(host().incidents.empty());
 }
 
+TEST_F(Vlan, OperationsWithArgumentsOfTheirOwnAreSilentToo) {
+    host().vlan.set(6, 0xDF);
+    const HalProtocolFilter filter{};
+    EXPECT_EQ(pcSimVlanOptionEnable(&vlanIf_, 12, 1), 0);
+    EXPECT_EQ(pcSimCardVpifCfgProtocol(&pif_, &filter, 1, 0x0800, 1), 0);
+    EXPECT_EQ(host().vlan.counters[5], 2u);
+    EXPECT_TRUE(host().incidents.empty());
+}
+
 TEST_F(Vlan, StubsReturnZero) {
     expectStubs({PCSIM_VLAN_STUBS(PCSIM_STUB_ROW)}, 25);
 }
@@ -284,6 +293,16 @@ TEST_P(Handle, ARecordWithoutAPlaceForTheHandleCountsAsHoldingNone) {
     const std::string expected = problem(handle, nullptr);
     EXPECT_EQ(removed(&handle), expected);
     EXPECT_EQ(libc().blocksInUse, 0);
+}
+
+TEST_P(Handle, DeleteWithoutAPlaceForTheHandleFreesNothing) {
+    EXPECT_EQ(removed(nullptr), "");
+    create(&recorded());
+    const std::string expected = problem(nullptr, recorded());
+    EXPECT_EQ(removed(nullptr), expected);
+    EXPECT_EQ(libc().blocksInUse, 1);
+    EXPECT_EQ(*recorded(), kind().value);
+    remove(&recorded());
 }
 
 TEST_P(Handle, RecordsAreOnlyRead) {

@@ -116,6 +116,19 @@ TEST_F(PortTest, TracesAreCountedAsClassFiveFromLevelSix) {
         << "a silent site asks for no name";
 }
 
+TEST_F(PortTest, EachOperationReturnsZeroInSilenceToo) {
+    host().port.set(6, 0xDF);
+    for (const TraceRow& row : kTraces) {
+        SCOPED_TRACE(row.text);
+        int32_t result = -99;
+        printed([&] { result = row.call(); });
+        EXPECT_EQ(result, 0);
+    }
+    EXPECT_EQ(host().port.counters[5], std::size(kTraces));
+    EXPECT_TRUE(host().incidents.empty());
+    EXPECT_TRUE(host().queries.empty()) << "no name is asked for in vain";
+}
+
 // --- State ---------------------------------------------------------------------------------------
 
 TEST_F(PortTest, PortsAreEnabledAndTheSocketClosedAtLoad) {

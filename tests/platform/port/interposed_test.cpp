@@ -1,6 +1,10 @@
 // A host that defines operations of its own: the platform calls those, and copes with what they
 // answer.
 #include "platform/port/pcSimTrunk.h"
+
+#include <functional>
+#include <utility>
+
 #include "tests/platform/port/port_fixture.h"
 
 using namespace pcsim::test;
@@ -20,7 +24,31 @@ extern "C" int32_t pcSimTrunkAddPorts(const HalPif*, uint32_t count, const uint3
     return -1;
 }
 
+// A question for the own slot within which the host reads counters.
+static std::function<void()> whenAsked;
+extern "C" int32_t pcSimGetMySlotNum() noexcept {
+    if (whenAsked) std::exchange(whenAsked, nullptr)();
+    return 1;
+}
+
 namespace {
+
+TEST_F(PortTest, OfAReadingInsideAnotherOneTableStaysOpen) {
+    counterTable(tableWith("eth0", std::vector<uint64_t>(16, 1)));
+    PortStatsRecord record{};
+    whenAsked = [&] {
+        EXPECT_EQ(pcSimCardPortGetStats(ofType(2, 3, 1), &record), 0);
+        EXPECT_EQ(openTables(), 2);
+    };
+    EXPECT_EQ(pcSimCardPortGetStats(ofType(2, 2, 1), &record), 0);
+    EXPECT_FALSE(whenAsked);
+    EXPECT_EQ(libc().filesOpened, 2u);
+    EXPECT_EQ(openTables(), 1);
+    EXPECT_EQ(pcSimCardPortGetStats(ofType(2, 1, 1), &record), 0);
+    EXPECT_EQ(counterAt(record, 4), 1u);
+    EXPECT_EQ(libc().filesOpened, 2u) << "the one that was left open is read";
+    EXPECT_EQ(openTables(), 0);
+}
 
 TEST_F(PortTest, AnUnknownPortTypeThatIsUpFailsAndKeepsTheTableOpen) {
     counterTable(tableWith("eth5", std::vector<uint64_t>(16, 1)));

@@ -291,6 +291,22 @@ TEST_F(StatisticsTest, APortThatLosesItsPhyAfterTheLinkStateIsCounted) {
     EXPECT_EQ(counterAt(record, 4), 3u);
 }
 
+// Interfaces beyond those that the host counts are read as all others.
+TEST_F(StatisticsTest, InterfacesAboveAHundredAreRead) {
+    pcSimSystemNumPorts = 4000;
+    for (const uint32_t number : {100u, 101u, 4000u}) {
+        const std::string name = "eth" + std::to_string(number);
+        linkUp(name);
+        host().hwPortMapping = [number](uint32_t, uint32_t) { return number; };
+        for (const uint64_t count : {3u, 7u}) {
+            counterTable(tableWith(name, Columns(16, count)));
+            PortStatsRecord record = filled();
+            EXPECT_EQ(pcSimCardPortGetStats(kPort, &record), 0);
+            EXPECT_EQ(counterAt(record, 4), count) << name;
+        }
+    }
+}
+
 TEST_F(StatisticsTest, PortsOutsideTheTablesAreReportedByName) {
     host().hwPortMapping = [](uint32_t, uint32_t) { return 5u; };
     counterTable(tableWith("eth5", Columns(16, 1)));
