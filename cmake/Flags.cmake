@@ -55,6 +55,6 @@ endif()
 # quick build, with line numbers as debug information. Files where it is say so themselves.
 add_library(host_program_flags INTERFACE)
 target_compile_options(host_program_flags INTERFACE -g1)
-if(NOT PCSIM_SANITIZE)
+if(NOT PCSIM_SANITIZE AND NOT PCSIM_COVERAGE)
     target_compile_options(host_program_flags INTERFACE -O1)
 endif()
