@@ -1,5 +1,6 @@
 // The PHY of a port: restart, shutdown and the link query, request by request.
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include "platform/port/hostInterfaces.h"
 #include "tests/platform/port/port_fixture.h"
@@ -108,6 +109,15 @@ TEST_F(PortTest, OneSocketServesAllRequestsAndStaysOpen) {
     EXPECT_EQ(libc().socketArguments[0], AF_INET);
     EXPECT_EQ(libc().socketArguments[1], SOCK_DGRAM);
     EXPECT_EQ(libc().socketArguments[2], 0);
+}
+
+TEST_F(PortTest, ASocketMayHaveDescriptorZero) {
+    close(0);  // a host without standard input
+    linkUp("eth5");
+    EXPECT_EQ(query(kPort).link, 1u);
+    EXPECT_EQ(skfd, 0);
+    EXPECT_EQ(pcSimCardPortRestart(kPort), 0);
+    EXPECT_EQ(libc().socketsOpened, 1u);
 }
 
 TEST_F(PortTest, ASocketOfTheHostIsUsedAsItIs) {

@@ -1,4 +1,6 @@
 // Port counters: the columns, the baseline, and the ways in which there is nothing to report.
+#include <unistd.h>
+
 #include <cstdlib>
 #include <cstring>
 
@@ -435,6 +437,23 @@ TEST_F(StatisticsTest, EachReadingOpensAndClosesTheTable) {
     EXPECT_EQ(libc().filesOpened, 4u);
     EXPECT_EQ(libc().filesClosed + libc().descriptorsClosed, 4u);
     EXPECT_EQ(openTables(), 0);
+}
+
+TEST_F(StatisticsTest, ATableMayHaveDescriptorZero) {
+    read(Columns(16, 1));
+    counterTable(tableWith("eth5", Columns(16, 2)));
+    close(0);  // a host without standard input, whose next file gets that number
+    PortStatsRecord record = filled();
+    EXPECT_EQ(pcSimCardPortGetStats(kPort, &record), 0);
+    EXPECT_EQ(counterAt(record, 4), 2u);
+    EXPECT_EQ(openTables(), 0);
+    // One that is left open may have it, too.
+    setenv("VORN_SLOT_ID", "3", 1);
+    EXPECT_EQ(pcSimCardPortGetStats(ofType(2, 4, 1), &record), 0);
+    EXPECT_EQ(openTables(), 1);
+    EXPECT_EQ(pcSimCardPortGetStats(kPort, &record), 0);
+    EXPECT_EQ(openTables(), 0);
+    EXPECT_EQ(libc().filesOpened, 3u);
 }
 
 TEST_F(StatisticsTest, ATableLeftOpenIsUsedAgainSoThatOneIsOpenAtMost) {
