@@ -27,8 +27,8 @@ TEST_F(Mcast, EveryFailedAllocationOfAnAddStopsTheProcess) {
     uint32_t n = 0;
     for (const Row& row : rows) {
         ++n;
-        const std::string message = "pcSimIPv4McDb\\.c:[0-9]+: " + std::string(row.function) +
-                                    ": Assertion \"" + row.node + "\" failed";
+        const std::string message = "^pcSimIPv4McDb\\.c:[0-9]+: " + std::string(row.function) +
+                                    ": Assertion \"" + row.node + "\" failed\n$";
         EXPECT_EXIT(
             {
                 libc().failNext(n);
