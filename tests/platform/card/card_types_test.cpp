@@ -120,6 +120,12 @@ TEST(CardTypes, MapsOfDifferentSlotsAndTypesAreApart) {
         for (uint32_t port = 0; port < rows[i].ports; ++port)
             ASSERT_EQ(maps[i][port], rows[i].firstPort + port)
                 << rows[i].cardType << " in slot " << rows[i].slot;
+    // Row behind row, so that none lies outside of its type's table.
+    for (size_t i = 1; i < maps.size(); ++i) {
+        if (rows[i].cardType != rows[i - 1].cardType) continue;
+        ASSERT_EQ(maps[i], maps[i - 1] + rows[i].ports)
+            << rows[i].cardType << " in slot " << rows[i].slot;
+    }
 }
 
 TEST(CardTypes, AnUnknownCardHasNoIdentity) {
