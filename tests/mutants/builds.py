@@ -3,6 +3,7 @@
 A source is compiled by the build's own command, without warnings and debug information, where the
 changed file hides the tree's; the rest of the library are the build's objects."""
 import json
+import os
 import re
 import shlex
 import subprocess
@@ -54,7 +55,7 @@ class Build:
                 self.outputs[path] = words[words.index("-o") + 1]
         self.links = {target: self.link_words(target)
                       for target in (self.real_name(), *COMPILED_IN.values())}
-        self.headers: dict[str, set[str]] = {path: self.headers_of(path) for path in self.commands}
+        self.headers = self.read_headers()
         self.originals: dict[str, bytes] = {}
         self.lock = threading.Lock()
 
@@ -70,13 +71,18 @@ class Build:
         # What is made after it, as a list of cases, isn't wanted.
         return shlex.split(line.removeprefix(": && ").split(" && ")[0])
 
-    def headers_of(self, path: str) -> set[str]:
-        """The library's own headers that a source reads."""
-        words = [word for word in self.compiler(path) if not word.startswith("-W")]
-        rule = run([*words, "-MM", str(ROOT / path)]).stdout.replace("\\\n", " ")
-        found = (Path(name) for name in rule.split()[1:])
-        return {str(name.relative_to(ROOT)) for name in found if ROOT / "platform" in name.parents
-                and name.suffix == ".h"}
+    def read_headers(self) -> dict[str, set[str]]:
+        """The library's own headers that each source reads, as ninja has noted them."""
+        found: dict[str, set[str]] = {}
+        own = f"{ROOT}/platform/"
+        for block in run(["ninja", "-t", "deps", *self.outputs.values()]).stdout.split("\n\n"):
+            # Paths are those of the tree, or lead to it from the build.
+            files = [os.path.normpath(PRESET / line.strip()) for line in block.splitlines()[1:]]
+            sources = [file.removeprefix(f"{ROOT}/") for file in files if file.endswith(".cpp")]
+            for source in sources:
+                found[source] = {file.removeprefix(f"{ROOT}/") for file in files
+                                 if file.startswith(own) and file.endswith(".h")}
+        return {source: found[source] for source in self.commands}
 
     def compiler(self, path: str, first: str | None = None) -> list[str]:
         """Its command up to what is written and read; what is included is looked for in 'first'."""
@@ -130,6 +136,14 @@ class Build:
         if not replaced:
             return "same"
         return "changed" if self.link(replaced, folder) else "broken"
+
+    def unchanged(self) -> Path:
+        """A folder with the library as it is."""
+        folder = self.scratch / "unchanged"
+        folder.mkdir()
+        if not self.link({}, folder):
+            raise ValueError("the library can't be linked aside")
+        return folder
 
     def link(self, replaced: dict[str, str], folder: Path) -> bool:
         """The library, and what has its sources in it."""

@@ -3,6 +3,7 @@
 Statements, conditions and arguments come from the syntax tree, operators and literals from the
 tokens. A change keeps the number of lines, which messages of the library tell."""
 import hashlib
+import itertools
 import re
 import shlex
 from pathlib import Path
@@ -130,8 +131,10 @@ class Source:
             if cursor.kind == CursorKind.COMPOUND_STMT and above and above.kind in FUNCTIONS:
                 bodies = [child for child in children
                           if child is not children[-1] or child.kind not in LEAVING]
-        elif cursor.kind in (CursorKind.IF_STMT, CursorKind.WHILE_STMT, CursorKind.FOR_STMT):
+        elif cursor.kind in (CursorKind.IF_STMT, CursorKind.WHILE_STMT):
             bodies = children[1:]
+        elif cursor.kind == CursorKind.FOR_STMT:
+            bodies = children[-1:]
         for body in bodies:
             start = body.extent.start.offset
             if body.kind in LEAVING:
@@ -244,16 +247,20 @@ def parse(command: dict, resource_folder: str) -> cindex.TranslationUnit:
 
 
 def choose(changes: list[Change], seed: int, count: int) -> list[Change]:
-    """Evenly over files and kinds: the files take turns, each with the kind that has been taken
-    least. A smaller count takes the first ones of a greater."""
+    """Evenly over files and kinds: the files take turns, headers every third time, each with the
+    kind that has been taken least. A smaller count takes the first ones of a greater."""
     left: dict[str, dict[str, list[Change]]] = {}
     for change in sorted(changes, key=lambda each: (each.order(seed), each.start), reverse=True):
         left.setdefault(change.path, {}).setdefault(change.kind, []).append(change)
     turns = sorted(left, key=lambda path: hashlib.sha256(f"{seed}{path}".encode()).hexdigest())
     chosen: list[Change] = []
     taken: dict[str, int] = {}
-    while left and len(chosen) < count:
+    for turn in itertools.count():
+        if not left or len(chosen) >= count:
+            return chosen[:count]
         for path in [path for path in turns if path in left]:
+            if path.endswith(".h") and turn % 3 != 2:
+                continue
             kind = min(sorted(left[path]), key=lambda each: taken.get(each, 0))
             chosen.append(left[path][kind].pop())
             taken[kind] = taken.get(kind, 0) + 1
@@ -261,4 +268,4 @@ def choose(changes: list[Change], seed: int, count: int) -> list[Change]:
                 del left[path][kind]
             if not left[path]:
                 del left[path]
-    return chosen[:count]
+    return []

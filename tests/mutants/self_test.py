@@ -96,7 +96,8 @@ class Trials(unittest.TestCase):
         with tempfile.TemporaryDirectory() as scratch:
             cases = [case for case in read_cases() if case.name.startswith("system.")
                      and not (without and case.name.startswith(without))]
-            trial = PROGRAM.Trial(Build(Path(scratch)), Suite(cases))
+            build = Build(Path(scratch))
+            trial = PROGRAM.Trial(build, Suite(cases, build.unchanged()))
             trial.listed = {change.name(): "" for change in changes} if listed else {}
             with contextlib.redirect_stdout(io.StringIO()) as output:
                 for change in changes:
