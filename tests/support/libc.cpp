@@ -77,7 +77,11 @@ void* reallocHook(void* block, size_t size) {
 
 void freeHook(void* block) {
     if (block != nullptr) released(block);
-    free(block);
+    static auto& kept = *new std::vector<void*>;  // the library frees until the process ends
+    if (libc().keepReleased)
+        kept.push_back(block);
+    else
+        free(block);
 }
 
 int socketHook(int domain, int type, int protocol) {

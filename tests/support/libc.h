@@ -22,6 +22,9 @@ struct LibcState {
     uint32_t allocations = 0;  // successful ones so far
     uint32_t allocationCalls = 0;
     int32_t blocksInUse = 0;  // allocations minus releases, of the library alone
+    // What the library releases stays as it was and is never handed out again: who still knows it
+    // finds it, and a new node is never where an old one was.
+    bool keepReleased = false;
     // While it is set: the sizes of the library's blocks.
     std::map<void*, size_t>* blockSizes = nullptr;
 

@@ -383,7 +383,24 @@ TEST_F(Mcast, GettersFindOrMake) {
     EXPECT_EQ(vlans(), (Lines{"10: 1", "11: 0", "12: 1"}));
 }
 
+TEST_F(Mcast, APortThatHasGoneIsMadeAnew) {
+    const Request first = Request("225.0.0.1", "10.0.0.1", 10).to(11, 1, 1);
+    const Request second = Request("225.0.0.2", "10.0.0.1", 10).to(11, 1, 1);
+    libc().keepReleased = true;
+    for (int i = 0; i < 3; ++i) {
+        // The second one asks for a port and a VLAN on it that are there, which may be remembered.
+        EXPECT_EQ(pcSimHalIpv4McHwCacheAdd(first), 0);
+        EXPECT_EQ(pcSimHalIpv4McHwCacheAdd(second), 0);
+        EXPECT_EQ(ports(), (Lines{"1:1: 11(2)"}));
+        EXPECT_EQ(pcSimHalIpv4McHwCacheDel(first), 0);
+        EXPECT_EQ(pcSimHalIpv4McHwCacheDel(second), 0);
+        EXPECT_EQ(ports(), Lines{});
+        EXPECT_EQ(vlans(), Lines{});
+    }
+}
+
 TEST_F(Mcast, AVlanOnAPortThatOutlivedItsVlanIsUsedAgain) {
+    libc().keepReleased = true;
     pcSimGetVpifNode(pcSimGetPortNode(0x10001), 11);
     EXPECT_EQ(pcSimHalIpv4McHwVlanDel(11), 0);  // the VLAN node goes, the VLAN on the port stays
     EXPECT_EQ(vlans(), Lines{});
