@@ -69,6 +69,10 @@ TEST_F(PowerSupply, LinesReadConstants) {
             EXPECT_EQ(a, row.a);
             EXPECT_EQ(b, row.b);
         }
+        for (int32_t line = 3; line < 1000; ++line) {
+            EXPECT_EQ(pcSimChassisPSReadOutputLine(slot, line, &a, &b), 0u);
+            EXPECT_EQ(a | b, 0u) << line;
+        }
     }
 }
 

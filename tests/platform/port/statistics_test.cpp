@@ -1,4 +1,5 @@
 // Port counters: the columns, the baseline, and the ways in which there is nothing to report.
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -451,6 +452,7 @@ TEST_F(StatisticsTest, ATableMayHaveDescriptorZero) {
     setenv("VORN_SLOT_ID", "3", 1);
     EXPECT_EQ(pcSimCardPortGetStats(ofType(2, 4, 1), &record), 0);
     EXPECT_EQ(openTables(), 1);
+    EXPECT_EQ(fcntl(0, F_GETFD), FD_CLOEXEC) << "programs that the host starts get it, too";
     EXPECT_EQ(pcSimCardPortGetStats(kPort, &record), 0);
     EXPECT_EQ(openTables(), 0);
     EXPECT_EQ(libc().filesOpened, 3u);

@@ -214,6 +214,7 @@ TEST(ModuleControl, SetsOneMaskPerRequest) {
     value = 0xFFFFFFFFu;
     EXPECT_EQ(pcSimModuleIoctl(0, 1, &value), 0);
     EXPECT_EQ(pcSimFanPresentMask, 0xFFFFFFFFu);
+    EXPECT_EQ(pcSimPowerSupplyPresentMask, 0x1Eu);
     value = 0;
     EXPECT_EQ(pcSimModuleIoctl(0, 2, &value), 0);
     EXPECT_EQ(pcSimPowerSupplyPresentMask, 0u);
