@@ -383,6 +383,15 @@ TEST_F(Mcast, GettersFindOrMake) {
     EXPECT_EQ(vlans(), (Lines{"10: 1", "11: 0", "12: 1"}));
 }
 
+TEST_F(Mcast, PortsOfHighSlotsAreFoundAgain) {
+    for (const uint16_t slot : {0x1000, 0x8000, 0xFFFF}) {
+        host().addPif(uint32_t{slot} << 16 | 1, slot, 1);
+        for (const char* group : {"225.0.0.1", "225.0.0.2"})
+            EXPECT_EQ(pcSimHalIpv4McHwCacheAdd(Request(group, "10.0.0.1", 10).to(11, slot, 1)), 0);
+    }
+    EXPECT_EQ(ports(), (Lines{"4096:1: 11(2)", "32768:1: 11(2)", "65535:1: 11(2)"}));
+}
+
 TEST_F(Mcast, APortThatHasGoneIsMadeAnew) {
     const Request first = Request("225.0.0.1", "10.0.0.1", 10).to(11, 1, 1);
     const Request second = Request("225.0.0.2", "10.0.0.1", 10).to(11, 1, 1);
