@@ -5,7 +5,11 @@
 // the top node, so any node may be taken as the root of what is below it.
 //
 // A user looks a key up before it inserts it. The place where a look-up has ended is remembered, so
-// that the insert which follows need not descend a second time; see Miss.
+// that the insert which follows need not descend a second time; see Miss. Threads may work on
+// different roots at a time, and take turns at one.
+#include <sys/single_threaded.h>
+
+#include <atomic>
 #include <cstdint>
 
 #include "pcsim/host_tree.h"
@@ -122,27 +126,37 @@ HalTreeNode* neighbour(HalTreeNode* node, int side) {
     return parent;
 }
 
-// Where the last look-up that found nothing has ended. It may be used only while no tree has
-// changed since: then its nodes are still in the tree of 'top'. The key that is to be inserted need
-// not be the one that was looked up, it is compared with what lies to the left and the right of the
-// place.
+// How often any tree has been changed by any thread. Of a tree whose root a thread may look at, it
+// knows all changes, as whoever made them has had his turn before.
+std::atomic<uint32_t> changes;
+
+// Where the thread's last look-up that found nothing has ended. It may be used only while no tree
+// has changed since: then its nodes are still in the tree of 'top'. The key that is to be inserted
+// need not be the one that was looked up, it is compared with what lies to the left and the right
+// of the place.
 struct Miss {
     const HalTreeNode* top = nullptr;
     HalTreeCompareFn* compare = nullptr;
     HalTreeNode* parent = nullptr;
     int side = kLeft;
+    uint32_t changes = 0;
 };
 
-Miss lastMiss;
+thread_local Miss lastMiss;
 
 void noteChange() {
-    lastMiss.compare = nullptr;
+    constexpr auto kRelaxed = std::memory_order_relaxed;
+    if (__libc_single_threaded != 0)
+        changes.store(changes.load(kRelaxed) + 1, kRelaxed);
+    else
+        changes.fetch_add(1, kRelaxed);
 }
 
 // Whether 'node' belongs where the last look-up has ended.
 bool belongsAtLastMiss(const HalTreeNode* node, HalTreeRoot root, HalTreeCompareFn* compare) {
     const Miss& miss = lastMiss;
     if (root == nullptr || miss.top != root || miss.compare != compare) return false;
+    if (miss.changes != changes.load(std::memory_order_relaxed)) return false;
     const int32_t order = compare(node, miss.parent);
     if (miss.side == kLeft ? order >= 0 : order <= 0) return false;
     const HalTreeNode* const other = neighbour(miss.parent, miss.side);
@@ -272,7 +286,8 @@ HalTreeNode* findNode(const HalTreeNode* key, HalTreeRoot root, HalTreeCompareFn
         else
             return at;
     }
-    lastMiss = {root, compare, parent, order < 0 ? kLeft : kRight};
+    lastMiss = {root, compare, parent, order < 0 ? kLeft : kRight,
+                changes.load(std::memory_order_relaxed)};
     return nullptr;
 }
 }

@@ -10,6 +10,7 @@
 #include <numeric>
 #include <random>
 #include <set>
+#include <thread>
 #include <vector>
 
 #include "pcsim/host_tree.h"
@@ -278,6 +279,39 @@ TEST_F(Tree, MissOfAnotherTreeOrOrderIsNoHint) {
 }
 
 // Whatever happens between a miss and an insert: removals, other inserts, dropped trees.
+// Threads take turns at a tree: what one has found out is nothing when another has been there
+// since.
+TEST_F(Tree, MissBeforeAnotherThreadsTurnIsNoHint) {
+    makeItems(64);
+    for (uint32_t key = 0; key < 64; key += 2) insert(key);
+    EXPECT_EQ(find(31), nullptr);
+    std::thread([this] {
+        for (uint32_t key = 0; key < 64; key += 2)
+            if (key != 32) remove(key);
+        for (Item& item : items_)
+            if (item.key % 2 == 0 && item.key != 32)
+                std::fill(std::begin(item.node.links), std::end(item.node.links), this);
+    }).join();
+    EXPECT_EQ(insert(31), 0);
+    EXPECT_EQ(keys(), (std::vector<uint32_t>{31, 32}));
+}
+
+TEST_F(Tree, MissOfAnotherThreadIsNoHint) {
+    makeItems(8);
+    HalTreeRoot other = nullptr;
+    std::vector<Item> others(2);
+    others[1].key = 5;
+    for (uint32_t key = 0; key < 8; key += 2) insert(key);
+    p2BtreeInsert(&others[0].node, &other, byKey);
+    EXPECT_EQ(find(3), nullptr);
+    std::thread([&] {
+        EXPECT_EQ(find(5, other), nullptr);
+        EXPECT_EQ(p2BtreeInsert(&others[1].node, &other, byKey), 0);
+    }).join();
+    EXPECT_EQ(insert(3), 0);
+    EXPECT_EQ(keys(), (std::vector<uint32_t>{0, 2, 3, 4, 6}));
+}
+
 TEST_F(Tree, RandomMissesNeverMisleadAnInsert) {
     std::mt19937 random(std::random_device{}());
     makeItems(200);
