@@ -21,9 +21,7 @@ public:
     Image& u8(size_t offset, uint32_t value) { return little(offset, value, 1); }
     Image& u16(size_t offset, uint32_t value) { return little(offset, value, 2); }
     Image& u32(size_t offset, uint32_t value) { return little(offset, value, 4); }
-    Image& pointer(size_t offset, const void* value) {
-        return u32(offset, static_cast<uint32_t>(reinterpret_cast<uintptr_t>(value)));
-    }
+    Image& pointer(size_t offset, const void* value) { return raw(offset, &value, sizeof value); }
     // The text and its NUL.
     Image& text(size_t offset, const std::string& value) {
         return raw(offset, value.c_str(), value.size() + 1);

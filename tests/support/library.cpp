@@ -11,11 +11,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <string>
 
 #include "tests/support/libc.h"
@@ -63,8 +65,34 @@ bool takePreload(const std::string& path) {
     return true;
 }
 
+// Relocations as the machine's word size has them: where, which symbol, and the types that ask for
+// an address.
+#ifdef __LP64__
+using Relocation = Elf64_Rela;
+constexpr int32_t kTag = DT_RELA;
+constexpr int32_t kSizeTag = DT_RELASZ;
+constexpr uint32_t kAddressTypes[] = {R_X86_64_JUMP_SLOT, R_X86_64_GLOB_DAT, R_X86_64_64};
+uint32_t symbolOf(const Relocation& relocation) {
+    return ELF64_R_SYM(relocation.r_info);
+}
+uint32_t typeOf(const Relocation& relocation) {
+    return ELF64_R_TYPE(relocation.r_info);
+}
+#else
+using Relocation = Elf32_Rel;
+constexpr int32_t kTag = DT_REL;
+constexpr int32_t kSizeTag = DT_RELSZ;
+constexpr uint32_t kAddressTypes[] = {R_386_JMP_SLOT, R_386_GLOB_DAT, R_386_32};
+uint32_t symbolOf(const Relocation& relocation) {
+    return ELF32_R_SYM(relocation.r_info);
+}
+uint32_t typeOf(const Relocation& relocation) {
+    return ELF32_R_TYPE(relocation.r_info);
+}
+#endif
+
 struct Relocations {
-    const ElfW(Rel) * first;
+    const Relocation* first;
     size_t count;
 };
 
@@ -73,13 +101,13 @@ class Dynamic {
 public:
     explicit Dynamic(const link_map& library) : library_(library) {}
 
-    const char* nameOf(const ElfW(Rel) & relocation) const {
+    const char* nameOf(const Relocation& relocation) const {
         const auto* symbols = table<ElfW(Sym)>(DT_SYMTAB);
-        return table<char>(DT_STRTAB) + symbols[ELF32_R_SYM(relocation.r_info)].st_name;
+        return table<char>(DT_STRTAB) + symbols[symbolOf(relocation)].st_name;
     }
 
     Relocations relocations(int32_t tag, int32_t sizeTag) const {
-        return {table<ElfW(Rel)>(tag), value(sizeTag) / sizeof(ElfW(Rel))};
+        return {table<Relocation>(tag), value(sizeTag) / sizeof(Relocation)};
     }
 
 private:
@@ -100,9 +128,8 @@ private:
     const link_map& library_;
 };
 
-bool holdsAddress(const ElfW(Rel) & relocation) {
-    const uint32_t type = ELF32_R_TYPE(relocation.r_info);
-    return type == R_386_JMP_SLOT || type == R_386_GLOB_DAT || type == R_386_32;
+bool holdsAddress(const Relocation& relocation) {
+    return std::ranges::find(kAddressTypes, typeOf(relocation)) != std::end(kAddressTypes);
 }
 
 // The loader may have made the place read-only after it was done.
@@ -144,9 +171,9 @@ void hookLibrary() {
     if (library == nullptr) return;
     const Dynamic dynamic(*library);
     for (const Relocations& places :
-         {dynamic.relocations(DT_JMPREL, DT_PLTRELSZ), dynamic.relocations(DT_REL, DT_RELSZ)}) {
+         {dynamic.relocations(DT_JMPREL, DT_PLTRELSZ), dynamic.relocations(kTag, kSizeTag)}) {
         for (size_t i = 0; i < places.count; ++i) {
-            const ElfW(Rel)& place = places.first[i];
+            const Relocation& place = places.first[i];
             if (!holdsAddress(place)) continue;
             for (const LibcHook& hook : libcHooks())
                 if (std::strcmp(hook.name, dynamic.nameOf(place)) == 0)

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "tests/platform/acl/fixture.h"
+#include "tests/support/words.h"
 #include "tests/support/stubs.h"
 
 namespace {
@@ -11,19 +12,19 @@ using namespace pcsim;
 using namespace pcsim::test;
 
 TEST(AclNodes, LieWhereTheyAreDocumented) {
-    EXPECT_EQ(offsetof(AclList, name), 16u);
-    EXPECT_EQ(offsetof(AclList, value), 48u);
-    EXPECT_EQ(offsetof(AclList, ruleCount), 52u);
-    EXPECT_EQ(offsetof(AclList, counterCount), 54u);
-    EXPECT_EQ(offsetof(AclList, rules), 56u);
-    EXPECT_EQ(offsetof(AclList, boundCount), 60u);
-    EXPECT_EQ(offsetof(AclList, members), 64u);
-    EXPECT_EQ(offsetof(AclInstance, links), 16u);
-    EXPECT_EQ(offsetof(AclInstance, lists), 32u);
-    EXPECT_EQ(offsetof(AclInstance, vlan), 40u);
-    EXPECT_EQ(offsetof(AclInstance, port), 44u);
-    EXPECT_EQ(offsetof(AclInstance, key), 48u);
-    EXPECT_EQ(offsetof(AclInstance, counters), 52u);
+    EXPECT_EQ(offsetof(AclList, name), byWordSize(16, 32));
+    EXPECT_EQ(offsetof(AclList, value), byWordSize(48, 64));
+    EXPECT_EQ(offsetof(AclList, ruleCount), byWordSize(52, 68));
+    EXPECT_EQ(offsetof(AclList, counterCount), byWordSize(54, 70));
+    EXPECT_EQ(offsetof(AclList, rules), byWordSize(56, 72));
+    EXPECT_EQ(offsetof(AclList, boundCount), byWordSize(60, 80));
+    EXPECT_EQ(offsetof(AclList, members), byWordSize(64, 88));
+    EXPECT_EQ(offsetof(AclInstance, links), byWordSize(16, 32));
+    EXPECT_EQ(offsetof(AclInstance, lists), byWordSize(32, 64));
+    EXPECT_EQ(offsetof(AclInstance, vlan), byWordSize(40, 80));
+    EXPECT_EQ(offsetof(AclInstance, port), byWordSize(44, 84));
+    EXPECT_EQ(offsetof(AclInstance, key), byWordSize(48, 88));
+    EXPECT_EQ(offsetof(AclInstance, counters), byWordSize(52, 96));
 }
 
 TEST(AclList, TreesAreEmptyAtLoad) {

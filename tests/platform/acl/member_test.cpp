@@ -19,6 +19,17 @@ namespace {
 using namespace pcsim;
 using namespace pcsim::test;
 
+#ifdef __LP64__
+static_assert(sizeof(AclList) == 120);
+static_assert(offsetof(AclList, name) == 32 && offsetof(AclList, value) == 64);
+static_assert(offsetof(AclList, ruleCount) == 68 && offsetof(AclList, counterCount) == 70);
+static_assert(offsetof(AclList, rules) == 72 && offsetof(AclList, boundCount) == 80);
+static_assert(offsetof(AclList, members) == 88);
+static_assert(sizeof(AclInstance) == 112);
+static_assert(offsetof(AclInstance, links) == 32 && offsetof(AclInstance, lists) == 64);
+static_assert(offsetof(AclInstance, vlan) == 80 && offsetof(AclInstance, port) == 84);
+static_assert(offsetof(AclInstance, key) == 88 && offsetof(AclInstance, counters) == 96);
+#else
 static_assert(sizeof(AclList) == 80);
 static_assert(offsetof(AclList, name) == 16 && offsetof(AclList, value) == 48);
 static_assert(offsetof(AclList, ruleCount) == 52 && offsetof(AclList, counterCount) == 54);
@@ -28,6 +39,7 @@ static_assert(sizeof(AclInstance) == 60);
 static_assert(offsetof(AclInstance, links) == 16 && offsetof(AclInstance, lists) == 32);
 static_assert(offsetof(AclInstance, vlan) == 40 && offsetof(AclInstance, port) == 44);
 static_assert(offsetof(AclInstance, key) == 48 && offsetof(AclInstance, counters) == 52);
+#endif
 
 // A zero-filled node of the HAL's own making that ends where the memory ends: a byte further on
 // stops the process.

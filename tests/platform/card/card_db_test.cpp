@@ -32,13 +32,13 @@ void expectCardDb(HalCardDBSetupFn* setup, uint8_t byte5) {
     host().attachComponents();
     Filled<HalCardDb> db;
     EXPECT_EQ(setup(db.get()), 0);
-    expectWords(db.get(), 2, 15, kCardDbWords);
+    expectWords(&db->ops, 2, 15, kCardDbWords);
     EXPECT_EQ(host().incidentTexts(), Lines{"Software initialization for cards resources"});
     EXPECT_EQ(host().incidents[0].function, "pcSimInit");
 
-    Image image(64);
+    Image image(byWordSize(64, 120));
     image.u32(0, 1000).u8(4, 0).u8(5, byte5);
-    image.raw(8, reinterpret_cast<const uint8_t*>(db.get()) + 8, 56);  // the words seen above
+    image.raw(8, &db->ops, sizeof db->ops);  // the words seen above
     EXPECT_TRUE(db.is(image));
 }
 
@@ -107,10 +107,10 @@ TEST(CardType, TheVariableIsLookedAtForSlotsWithoutACardOfTheirOwnAlone) {
 
 // The header of a slot record as it should be, with the operations as they are.
 Image slotImage(Filled<HalCardSlotDb>& db, uint32_t word4, uint32_t word8, uint32_t ports) {
-    Image image(1068);
+    Image image(byWordSize(1068, 2096));
     image.u32(0, 0).u32(4, word4).u32(8, word8).text(12, "eth%d").u32(28, ports);
     image.pointer(32, db->portMap);
-    image.raw(44, reinterpret_cast<const uint8_t*>(db.get()) + 44, 1068 - 44);
+    image.raw(byWordSize(44, 48), &db->ops, sizeof db->ops);
     return image;
 }
 

@@ -117,7 +117,7 @@ TEST(SlotOperations, OfAStackable) {
     for (const int32_t slot : {-1, 0, 1, 7, 10, 100}) {
         Dirty<HalCardSlotDb> db;
         EXPECT_EQ(pcSimStackCardSlotDBSetup(slot, &db.record), 0);
-        expectWords(&db.record, 11, 266, kStackSlotWords);
+        expectWords(&db.record.ops, 11, 266, kStackSlotWords);
     }
 }
 
@@ -129,7 +129,7 @@ TEST(SlotOperations, OfAChassis) {
     for (const int32_t slot : {-1, 0, 1, 8, 9, 10, 100}) {
         Dirty<HalCardSlotDb> db;
         EXPECT_EQ(pcSimChassisCardSlotDBSetup(slot, &db.record), 0);
-        expectWords(&db.record, 11, 266, words);
+        expectWords(&db.record.ops, 11, 266, words);
     }
 }
 
@@ -140,7 +140,7 @@ TEST(FamilyOperations, AreTheSameForEveryFamilyAndLeaveWord0) {
         uint32_t word0;
         std::memcpy(&word0, &table.record, sizeof word0);
         EXPECT_EQ(word0, 0xA5A5A5A5u);
-        expectWords(&table.record, 1, 331, kFamilyWords);
+        expectWords(&table.record.vlanChangeTag, 1, 331, kFamilyWords);
     }
 }
 

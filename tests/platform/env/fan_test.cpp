@@ -122,8 +122,13 @@ TEST_F(Fan, TracesNeedLevelSixAndTheirClass) {
 
 TEST_F(Fan, DatabaseIsTheSameForBothShapes) {
     for (auto* setup : {pcSimStackFanDBSetup, pcSimChassisFanDBSetup}) {
-        RecordImage record(28);
-        record.u32(0, 1000).u32(4, 10000).u32(8, 0).operation(12, pcSimIsFanPresent).u32(16, 0);
+        RecordImage record(sizeof(HalEnvDb) + 8);
+        record.u32(0, 1000)
+            .u32(4, 10000)
+            .u32(8, 0)
+            .operation(kIsPresent, pcSimIsFanPresent)
+            .u32(kWord4, 0);
+        record.between(12, kIsPresent).between(kWord4 + 4, sizeof(HalEnvDb));
         for (int i = 0; i < 2; ++i) {
             EXPECT_EQ(setup(record.as<HalFanDb>()), 0u);
             record.check();
@@ -143,12 +148,14 @@ TEST_F(Fan, SlotDatabaseIsFilledWordByWord) {
         {pcSimChassisFanSlotDBSetup, 1000, pcSimChassisFanReadHwInfo, pcSimChassisFanReadRpm}};
     for (const Row& row : rows) {
         for (const uint32_t slot : {0u, 3u, 11u, 0xFFFFFFFFu}) {
-            RecordImage record(4 * 14 + 8);
+            RecordImage record(sizeof(HalFanSlotDb) + 8);
             record.u32(0, row.word0).u32(4, 500).u32(8, 50000).u32(12, 0).u32(16, 0);
-            record.operation(20, row.readHwInfo).operation(24, pcSimFanReadTemp);
-            record.operation(28, pcSimFanInitOdometer).operation(32, pcSimFanSetOdometer);
-            record.operation(36, pcSimFanGetOdometer).operation(40, row.readRpm);
-            record.u32(44, 0).operation(48, pcSimFanSetSpeed).u32(52, 0);
+            record.operation(word(5), row.readHwInfo).operation(word(6), pcSimFanReadTemp);
+            record.operation(word(7), pcSimFanInitOdometer).operation(word(8), pcSimFanSetOdometer);
+            record.operation(word(9), pcSimFanGetOdometer).operation(word(10), row.readRpm);
+            record.u32(word(11), 0).operation(word(12), pcSimFanSetSpeed).u32(word(13), 0);
+            record.between(20, word(5)).between(word(11) + 4, word(12));
+            record.between(word(13) + 4, sizeof(HalFanSlotDb));
             EXPECT_EQ(row.setup(slot, record.as<HalFanSlotDb>()), 0u);
             record.check();
         }

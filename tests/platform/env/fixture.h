@@ -6,10 +6,21 @@
 
 #include "tests/support/host.h"
 #include "tests/support/libc.h"
+#include "tests/support/words.h"
 
 namespace pcsim::test {
 
 constexpr uint32_t kNow = 0x5F5E1234;
+
+// Where a database has its pointer, and what follows it.
+constexpr size_t kIsPresent = byWordSize(12, 16);
+constexpr size_t kWord4 = byWordSize(16, 24);
+
+// Where a slot database has a word: the first five are 32 bits wide anywhere, the others hold
+// pointers.
+constexpr size_t word(uint32_t number) {
+    return byWordSize(4 * number, 24 + 8 * (number - 5));
+}
 
 class UnitTest : public testing::Test {
 protected:

@@ -106,8 +106,12 @@ TEST_F(PowerSupply, OdometerInitialisationDoesNothing) {
 
 TEST_F(PowerSupply, DatabaseLeavesWordOneToTheHal) {
     for (auto* setup : {pcSimStackPSDBSetup, pcSimChassisPSDBSetup}) {
-        RecordImage record(28);
-        record.u32(0, 1000).u32(8, 0).operation(12, pcSimIsPowerSupplyPresent).u32(16, 0);
+        RecordImage record(sizeof(HalEnvDb) + 8);
+        record.u32(0, 1000)
+            .u32(8, 0)
+            .operation(kIsPresent, pcSimIsPowerSupplyPresent)
+            .u32(kWord4, 0);
+        record.between(12, kIsPresent).between(kWord4 + 4, sizeof(HalEnvDb));
         for (int i = 0; i < 2; ++i) {
             EXPECT_EQ(setup(record.as<HalPowerSupplyDb>()), 0u);
             record.check();
@@ -128,12 +132,13 @@ TEST_F(PowerSupply, SlotDatabaseIsFilledWordByWord) {
                          pcSimChassisPSReadInputLine, pcSimChassisPSReadOutputLine}};
     for (const Row& row : rows) {
         for (const uint32_t slot : {0u, 3u, 0xFFFFFFFFu}) {
-            RecordImage record(4 * 16 + 8);
+            RecordImage record(sizeof(HalPSSlotDb) + 8);
             record.u32(0, 2000).u32(4, 500).u32(8, 50000).u32(12, 0).u32(16, 0);
-            record.operation(20, row.readHwInfo).operation(24, pcSimPSReadTemp);
-            record.operation(28, pcSimPSInitOdometer).operation(32, pcSimPSSetOdometer);
-            record.operation(36, pcSimPSGetOdometer).operation(40, row.readInputLine);
-            record.operation(44, row.readOutputLine).zeros(48, 16);
+            record.operation(word(5), row.readHwInfo).operation(word(6), pcSimPSReadTemp);
+            record.operation(word(7), pcSimPSInitOdometer).operation(word(8), pcSimPSSetOdometer);
+            record.operation(word(9), pcSimPSGetOdometer).operation(word(10), row.readInputLine);
+            record.operation(word(11), row.readOutputLine).zeros(word(12), 16);
+            record.between(20, word(5));
             EXPECT_EQ(row.setup(slot, record.as<HalPSSlotDb>()), 0u);
             record.check();
         }

@@ -478,7 +478,11 @@ TEST(IPv4Fib, IgnoredOperationsReturnZero) {
 TEST(IPv4Fib, RouteAllocGivesAZeroedNode) {
     pcSimIPv4FibRoute* route = pcSimIPv4FibRouteAlloc();
     const pcSimIPv4FibRoute empty{};
-    EXPECT_EQ(std::memcmp(route, &empty, sizeof empty), 0);
+    EXPECT_EQ(std::memcmp(&route->node, &empty.node, sizeof empty.node), 0);
+    EXPECT_EQ(route->vrId, 0u);
+    EXPECT_EQ(route->prefix, 0u);
+    EXPECT_EQ(route->mask, 0u);
+    EXPECT_EQ(route->nextHops, nullptr);
     free(route);
     libc().failNext();
     EXPECT_EQ(pcSimIPv4FibRouteAlloc(), nullptr);

@@ -2,6 +2,7 @@
 #include <dlfcn.h>
 
 #include "tests/platform/mcast/fixture.h"
+#include "tests/support/words.h"
 
 namespace {
 
@@ -43,44 +44,44 @@ TEST(McastInit, TraceSwitchAndTreesAreZeroAtLoad) {
 }
 
 TEST(McastNodes, HaveTheirDocumentedSizes) {
-    EXPECT_EQ(sizeof(GroupNode), 24u);
-    EXPECT_EQ(sizeof(CacheNode), 56u);
-    EXPECT_EQ(sizeof(CachePort), 48u);
-    EXPECT_EQ(sizeof(CacheIf), 44u);
-    EXPECT_EQ(sizeof(VlanNode), 32u);
-    EXPECT_EQ(sizeof(PortNode), 28u);
-    EXPECT_EQ(sizeof(VpifNode), 36u);
-    EXPECT_EQ(offsetof(GroupNode, group), 16u);
-    EXPECT_EQ(offsetof(GroupNode, caches), 20u);
-    EXPECT_EQ(offsetof(CacheNode, source), 16u);
-    EXPECT_EQ(offsetof(CacheNode, group), 20u);
-    EXPECT_EQ(offsetof(CacheNode, virtualRouter), 24u);
-    EXPECT_EQ(offsetof(CacheNode, incomingVlan), 28u);
-    EXPECT_EQ(offsetof(CacheNode, statsFirst), 32u);
-    EXPECT_EQ(offsetof(CacheNode, groupNode), 48u);
-    EXPECT_EQ(offsetof(CacheNode, statsSecond), 40u);
-    EXPECT_EQ(offsetof(CacheNode, vlans), 52u);
-    EXPECT_EQ(offsetof(CacheIf, vlanInstance), 16u);
-    EXPECT_EQ(offsetof(CacheIf, vlan), 20u);
-    EXPECT_EQ(offsetof(CacheIf, link), 24u);
-    EXPECT_EQ(offsetof(CacheIf, cache), 32u);
-    EXPECT_EQ(offsetof(CacheIf, ports), 36u);
-    EXPECT_EQ(offsetof(CacheIf, word), 40u);
-    EXPECT_EQ(offsetof(CachePort, portKey), 16u);
-    EXPECT_EQ(offsetof(CachePort, cacheIf), 20u);
-    EXPECT_EQ(offsetof(CachePort, vpif), 24u);
-    EXPECT_EQ(offsetof(CachePort, link), 28u);
-    EXPECT_EQ(offsetof(CachePort, word), 36u);
-    EXPECT_EQ(offsetof(VlanNode, vlanInstance), 16u);
-    EXPECT_EQ(offsetof(VlanNode, vlanIf), 20u);
-    EXPECT_EQ(offsetof(VlanNode, users), 24u);
-    EXPECT_EQ(offsetof(PortNode, portKey), 16u);
-    EXPECT_EQ(offsetof(PortNode, pif), 20u);
-    EXPECT_EQ(offsetof(PortNode, vpifs), 24u);
-    EXPECT_EQ(offsetof(VpifNode, vlanInstance), 16u);
-    EXPECT_EQ(offsetof(VpifNode, vlan), 20u);
-    EXPECT_EQ(offsetof(VpifNode, port), 24u);
-    EXPECT_EQ(offsetof(VpifNode, cachePorts), 28u);
+    EXPECT_EQ(sizeof(GroupNode), byWordSize(24, 48));
+    EXPECT_EQ(sizeof(CacheNode), byWordSize(56, 80));
+    EXPECT_EQ(sizeof(CachePort), byWordSize(48, 88));
+    EXPECT_EQ(sizeof(CacheIf), byWordSize(44, 88));
+    EXPECT_EQ(sizeof(VlanNode), byWordSize(32, 64));
+    EXPECT_EQ(sizeof(PortNode), byWordSize(28, 56));
+    EXPECT_EQ(sizeof(VpifNode), byWordSize(36, 72));
+    EXPECT_EQ(offsetof(GroupNode, group), byWordSize(16, 32));
+    EXPECT_EQ(offsetof(GroupNode, caches), byWordSize(20, 40));
+    EXPECT_EQ(offsetof(CacheNode, source), byWordSize(16, 32));
+    EXPECT_EQ(offsetof(CacheNode, group), byWordSize(20, 36));
+    EXPECT_EQ(offsetof(CacheNode, virtualRouter), byWordSize(24, 40));
+    EXPECT_EQ(offsetof(CacheNode, incomingVlan), byWordSize(28, 44));
+    EXPECT_EQ(offsetof(CacheNode, statsFirst), byWordSize(32, 48));
+    EXPECT_EQ(offsetof(CacheNode, groupNode), byWordSize(48, 64));
+    EXPECT_EQ(offsetof(CacheNode, statsSecond), byWordSize(40, 56));
+    EXPECT_EQ(offsetof(CacheNode, vlans), byWordSize(52, 72));
+    EXPECT_EQ(offsetof(CacheIf, vlanInstance), byWordSize(16, 32));
+    EXPECT_EQ(offsetof(CacheIf, vlan), byWordSize(20, 40));
+    EXPECT_EQ(offsetof(CacheIf, link), byWordSize(24, 48));
+    EXPECT_EQ(offsetof(CacheIf, cache), byWordSize(32, 64));
+    EXPECT_EQ(offsetof(CacheIf, ports), byWordSize(36, 72));
+    EXPECT_EQ(offsetof(CacheIf, word), byWordSize(40, 80));
+    EXPECT_EQ(offsetof(CachePort, portKey), byWordSize(16, 32));
+    EXPECT_EQ(offsetof(CachePort, cacheIf), byWordSize(20, 40));
+    EXPECT_EQ(offsetof(CachePort, vpif), byWordSize(24, 48));
+    EXPECT_EQ(offsetof(CachePort, link), byWordSize(28, 56));
+    EXPECT_EQ(offsetof(CachePort, word), byWordSize(36, 72));
+    EXPECT_EQ(offsetof(VlanNode, vlanInstance), byWordSize(16, 32));
+    EXPECT_EQ(offsetof(VlanNode, vlanIf), byWordSize(20, 40));
+    EXPECT_EQ(offsetof(VlanNode, users), byWordSize(24, 48));
+    EXPECT_EQ(offsetof(PortNode, portKey), byWordSize(16, 32));
+    EXPECT_EQ(offsetof(PortNode, pif), byWordSize(20, 40));
+    EXPECT_EQ(offsetof(PortNode, vpifs), byWordSize(24, 48));
+    EXPECT_EQ(offsetof(VpifNode, vlanInstance), byWordSize(16, 32));
+    EXPECT_EQ(offsetof(VpifNode, vlan), byWordSize(20, 40));
+    EXPECT_EQ(offsetof(VpifNode, port), byWordSize(24, 48));
+    EXPECT_EQ(offsetof(VpifNode, cachePorts), byWordSize(28, 56));
 }
 
 TEST_F(Mcast, ASecondSetUpDeletesEverything) {

@@ -57,7 +57,8 @@ void expectTable(HalPlatformSystemInitFn* setup, const Words& words) {
     Filled<HalSystemOps> table;
     EXPECT_EQ(setup(table.get()), 0);
     expectWords(table.get(), 0, 28, words);
-    EXPECT_TRUE(table.is(Image(116).raw(0, table.get(), 116)));  // and nothing around it
+    EXPECT_TRUE(table.is(Image(sizeof(HalSystemOps))
+                             .raw(0, table.get(), sizeof(HalSystemOps))));  // and nothing around it
     EXPECT_TRUE(host().calls.empty());
 }
 
