@@ -11,8 +11,9 @@ target_include_directories(pcsim_flags INTERFACE ${PROJECT_SOURCE_DIR}/include
                            ${PROJECT_SOURCE_DIR})
 
 if(NOT PCSIM_NATIVE)
-    target_compile_options(pcsim_flags INTERFACE -m32)
-    target_link_options(pcsim_flags INTERFACE -m32)
+    set(PCSIM_WORD_SIZE -m32)
+    target_compile_options(pcsim_flags INTERFACE ${PCSIM_WORD_SIZE})
+    target_link_options(pcsim_flags INTERFACE ${PCSIM_WORD_SIZE})
     set(CMAKE_SYSTEM_PROCESSOR i386)
 endif()
 # Tests run for less time than it takes to optimise them; where not, their target says so. With
