@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "tests/platform/acl/fixture.h"
-#include "tests/support/words.h"
 #include "tests/support/stubs.h"
+#include "tests/support/words.h"
 
 namespace {
 
