@@ -2,6 +2,7 @@
 #include "host/core/quick_print.h"
 
 #include <charconv>
+#include <cstdint>
 #include <cstring>
 
 namespace pcsim::host {

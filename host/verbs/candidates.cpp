@@ -1,4 +1,5 @@
 // What completion offers for the values of the host's commands, and what "all" of them are.
+#include "console/text.h"
 #include "host/acl/acl_manager.h"
 #include "host/cards/card_manager.h"
 #include "host/devices/device_manager.h"
