@@ -24,7 +24,8 @@ public:
     const void* record(const probe::Record& record, const std::string& word) const override;
     void* callback(const probe::Function& type) const override;
     bool number(probe::Meaning meaning, const std::string& word, int64_t& value) const override;
-    void called(std::string_view table, std::string_view word, const uint32_t* arguments) override;
+    void called(std::string_view table, std::string_view word,
+                const probe::Word* arguments) override;
 
 private:
     Context& context() const { return machine_.context; }
@@ -111,7 +112,7 @@ bool HostCallables::number(probe::Meaning meaning, const std::string& word, int6
 }
 
 void HostCallables::called(std::string_view table, std::string_view word,
-                           const uint32_t* arguments) {
+                           const probe::Word* arguments) {
     context().platform.drainPrints();
     if (table != "family") return;
     if (word == "fdbCleanup") machine_.l2().fdb().tableReplaced(nullptr);

@@ -15,7 +15,7 @@ namespace {
 void takeOperations(const Image& library) {
     Inside& in = inside();
     for (const Operation& operation : operations()) {
-        const Elf32_Sym* const symbol = library.symbol(operation.name);
+        const ElfW(Sym)* const symbol = library.symbol(operation.name);
         if (operation.side != Side::kPlatform || symbol == nullptr) continue;
         void* const found = library.addressOf(*symbol);
         in.operations.emplace(Boundary::behind(found), &operation);

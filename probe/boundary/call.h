@@ -39,7 +39,7 @@ struct Site {
 // parameters; an observer may change them before the call and the result after it.
 struct Call {
     Site& site;
-    uint32_t* arguments;
+    Word* arguments;
     uint32_t argumentWords;  // as many as can be looked at: of a stub or a variadic function, some
     uint64_t result = 0;     // eax in the low half
     uint64_t number = 0;     // of all calls that took the long way, from 1

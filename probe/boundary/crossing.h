@@ -23,8 +23,8 @@ namespace pcsim::probe {
 
 // A word of the library that leads to a function outside.
 struct Outlet {
-    uint32_t* slot;
-    uint32_t original;  // what was in it
+    Word* slot;
+    Word original;  // what was in it
 };
 
 struct Crossing {
@@ -103,12 +103,12 @@ void take(const Image& library, std::string path);
 bool handsOver(const Function& function);
 // A record whose functions the callee is to find as stubs, without the caller's record changing.
 struct Shadow {
-    uint32_t bytes[16];
+    Word words[16];
 };
 // Gives the functions among the arguments their stubs; 'shadow' is for one record.
-void handIn(const Crossing& crossing, uint32_t* arguments, Shadow& shadow);
+void handIn(const Crossing& crossing, Word* arguments, Shadow& shadow);
 // Gives the functions in the records that the call has filled their stubs.
-void handOut(const Crossing& crossing, const uint32_t* arguments);
+void handOut(const Crossing& crossing, const Word* arguments);
 
 // --- What the library refers to (outlets.cpp) ---
 

@@ -77,7 +77,7 @@ uint64_t nanoseconds() {
 }
 
 // The words that the caller has given, as far as can be known.
-uint32_t wordsOf(const Crossing& crossing, const uint32_t* arguments) {
+uint32_t wordsOf(const Crossing& crossing, const Word* arguments) {
     const Function& function = *crossing.site.function;
     if (!function.variadic) return crossing.argumentWords;
     const size_t last = function.parameters.size() - 1;
@@ -103,9 +103,9 @@ void countTime(Counts& counts, uint64_t spent) {
 
 void countResult(const Crossing& crossing, uint64_t result) {
     const Site& site = crossing.site;
-    const auto low = static_cast<int32_t>(result);
-    if (low < 0 && answersCodes(*site.function, site.side)) count(site.counts->failures);
-    if (low == 0 && answersRecords(*site.function)) count(site.counts->nulls);
+    const auto code = static_cast<int32_t>(result);
+    if (code < 0 && answersCodes(*site.function, site.side)) count(site.counts->failures);
+    if (static_cast<Word>(result) == 0 && answersRecords(*site.function)) count(site.counts->nulls);
 }
 
 void runTarget(Crossing& crossing, Call& call) {
@@ -142,7 +142,7 @@ void observe(Crossing& crossing, Call& call) {
 
 }  // namespace
 
-extern "C" uint64_t pcsimProbeDetour(StubRecord* record, uint32_t* arguments) {
+extern "C" uint64_t pcsimProbeDetour(StubRecord* record, Word* arguments) {
     Crossing& crossing = *record->crossing;
     const int error = errno;
     count(crossing.site.counts->calls);

@@ -38,12 +38,12 @@ bool isOfLibrary(void* function) {
     return in.library->hasCode(Boundary::behind(function));
 }
 
-uint32_t stubInstead(uint32_t word, const Function& type, Side side) {
+Word stubInstead(Word word, const Function& type, Side side) {
     auto* const function = reinterpret_cast<void*>(word);
     if (function == nullptr || recordOf(function) != nullptr) return word;
     if (side == Side::kPlatform && !isOfLibrary(function)) return word;
     const Crossing* const crossing = crossingOf(function, type, side);
-    return crossing == nullptr ? word : reinterpret_cast<uint32_t>(crossing->stub);
+    return crossing == nullptr ? word : reinterpret_cast<Word>(crossing->stub);
 }
 
 // Notes where the word of a table was first handed out.
@@ -62,9 +62,9 @@ void fillStubs(char* memory, const Record& record, Side side) {
         if (field.type->kind == Kind::kRecord) fillStubs(there, *field.type->record, side);
         const Function* const type = functionBehind(*field.type);
         if (type == nullptr) continue;
-        uint32_t word = 0;
+        Word word = 0;
         std::memcpy(&word, there, sizeof word);
-        const uint32_t instead = stubInstead(word, *type, side);
+        const Word instead = stubInstead(word, *type, side);
         nameWord(reinterpret_cast<const void*>(instead), record, field);
         if (instead != word) std::memcpy(there, &instead, sizeof instead);
     }
@@ -88,12 +88,12 @@ bool isAnyWatched(const char* memory, const Record& record) {
 
 // A record that the callee only reads may be constant, or another thread's as well: a copy goes in
 // its place, while somebody wants to see the calls.
-uint32_t shadowed(uint32_t word, const Record& record, Side side, Shadow& shadow) {
-    if (word == 0 || record.size == 0 || record.size > sizeof shadow.bytes) return word;
-    auto* const copy = reinterpret_cast<char*>(shadow.bytes);
+Word shadowed(Word word, const Record& record, Side side, Shadow& shadow) {
+    if (word == 0 || record.size == 0 || record.size > sizeof shadow.words) return word;
+    auto* const copy = reinterpret_cast<char*>(shadow.words);
     std::memcpy(copy, reinterpret_cast<const void*>(word), record.size);
     fillStubs(copy, record, side);
-    return isAnyWatched(copy, record) ? reinterpret_cast<uint32_t>(copy) : word;
+    return isAnyWatched(copy, record) ? reinterpret_cast<Word>(copy) : word;
 }
 
 }  // namespace
@@ -105,7 +105,7 @@ bool handsOver(const Function& function) {
     return false;
 }
 
-void handIn(const Crossing& crossing, uint32_t* arguments, Shadow& shadow) {
+void handIn(const Crossing& crossing, Word* arguments, Shadow& shadow) {
     const std::scoped_lock guard(inside().lock);
     const Side giver = otherThan(crossing.site.side);
     for (size_t i = 0; i < crossing.site.function->parameters.size(); ++i) {
@@ -117,7 +117,7 @@ void handIn(const Crossing& crossing, uint32_t* arguments, Shadow& shadow) {
     }
 }
 
-void handOut(const Crossing& crossing, const uint32_t* arguments) {
+void handOut(const Crossing& crossing, const Word* arguments) {
     const std::scoped_lock guard(inside().lock);
     for (size_t i = 0; i < crossing.site.function->parameters.size(); ++i) {
         const Type& type = *crossing.site.function->parameters[i].type;

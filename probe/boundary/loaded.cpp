@@ -7,16 +7,16 @@ namespace pcsim::probe {
 
 namespace {
 
-uint32_t wordOf(const void* address) {
-    return reinterpret_cast<uint32_t>(address);
+Word wordOf(const void* address) {
+    return reinterpret_cast<Word>(address);
 }
 
 // Points the library's own symbols at stubs: whoever looks an operation up from now on, by name or
 // as the dynamic linker does for a reference, finds the stub.
 void leadSymbols(const Image& library) {
     const Inside& in = inside();
-    const uint32_t base = wordOf(library.addressOf({}));
-    library.forEachSymbol([&](const char*, Elf32_Sym& symbol) {
+    const Word base = wordOf(library.addressOf({}));
+    library.forEachSymbol([&](const char*, ElfW(Sym) & symbol) {
         if (symbol.st_shndx == SHN_UNDEF) return;
         const auto known = in.byTarget.find(library.addressOf(symbol));
         if (known == in.byTarget.end() || known->second->site.side != Side::kPlatform) return;
@@ -52,7 +52,7 @@ bool isStillThere() {
         findLoaded([](const Image& image, const void* wanted) { return image.dynamic() == wanted; },
                    in.library->dynamic());
     if (!found) return false;
-    const Elf32_Sym* const symbol = found->image.symbol("platformSystemInit");
+    const ElfW(Sym)* const symbol = found->image.symbol("platformSystemInit");
     return symbol != nullptr && recordOf(found->image.addressOf(*symbol)) != nullptr;
 }
 

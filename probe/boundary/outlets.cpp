@@ -21,7 +21,7 @@ bool isPlaceholder(const void* function, const char* name) {
 }
 
 void lead(const Image& library, Crossing& crossing, const Outlet& outlet) {
-    library.write(outlet.slot, reinterpret_cast<uint32_t>(crossing.stub));
+    library.write(outlet.slot, reinterpret_cast<Word>(crossing.stub));
 }
 
 void addOutlet(const Image& library, const Reference& reference, const Operation& operation) {
@@ -65,7 +65,7 @@ void bindOwn(const Image& library) {
     library.forEachReference([&](const Reference& reference) {
         if (!reference.defined || !reference.isUnbound) return;
         if (const void* const found = lookUpFrom(library, reference.name, reference.version))
-            library.write(reference.slot, reinterpret_cast<uint32_t>(found));
+            library.write(reference.slot, reinterpret_cast<Word>(found));
     });
 }
 

@@ -56,11 +56,11 @@ void* targetOf(const void* code);
 
 // Calls 'target' with copies of 'words' words on a stack that is aligned for any code. 'table' is
 // in ebx, where code that has a function looked up expects its own object's table of addresses.
-extern "C" uint64_t pcsimProbeInvoke(void* target, const uint32_t* arguments, uint32_t words,
+extern "C" uint64_t pcsimProbeInvoke(void* target, const Word* arguments, uint32_t words,
                                      const void* table);
 
 // The detour, for the stubs: makes the call and returns eax and edx.
-extern "C" uint64_t pcsimProbeDetour(StubRecord* record, uint32_t* arguments);
+extern "C" uint64_t pcsimProbeDetour(StubRecord* record, Word* arguments);
 
 }  // namespace pcsim::probe
 

@@ -45,7 +45,7 @@ CoverageRow rowOf(const Site& site) {
         uint32_t offset = 0;
         const Record* const record = numberedIn(site.table);
         if (record != nullptr && findWord(*record, site.word, offset))
-            row.wordIndex = offset / static_cast<uint32_t>(sizeof(uint32_t));
+            row.wordIndex = offset / static_cast<uint32_t>(sizeof(Word));
     }
     const auto read = [](const std::atomic<uint64_t>& counter) {
         return counter.load(std::memory_order_relaxed);

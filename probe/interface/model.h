@@ -13,6 +13,9 @@
 
 namespace pcsim::probe {
 
+// What a parameter takes of a call, and a pointer of a record.
+using Word = uintptr_t;
+
 struct Function;
 struct Record;
 struct Type;
@@ -140,7 +143,7 @@ struct Function {
     std::string_view name;
     const Type* result;
     Semantics resultSemantics;
-    std::span<const Parameter> parameters;  // each takes one word on the stack
+    std::span<const Parameter> parameters;  // each takes one word
     bool variadic;                          // more words follow
     bool stub;                              // accepted and ignored, with whatever arguments
 };

@@ -16,8 +16,8 @@ const Record* recordBehind(const Type& type) {
     return type.kind == Kind::kPointer && type.target != nullptr ? type.target->record : nullptr;
 }
 
-uint32_t wordAt(uint32_t address) {
-    return *reinterpret_cast<const uint32_t*>(static_cast<uintptr_t>(address));
+Word wordAt(Word address) {
+    return *reinterpret_cast<const Word*>(address);
 }
 
 }  // namespace
@@ -89,7 +89,7 @@ void Ledger::before(Call& call) {
 void Ledger::after(Call& call) {
     if (call.site.function == free_) return;
     const std::lock_guard lock(mutex_);
-    const auto result = static_cast<uint32_t>(call.result);
+    const auto result = static_cast<Word>(call.result);
     if (call.site.side == Side::kPlatform) {
         if (call.site.function->resultSemantics.given && drop(result)) ++sums_.handedOut;
     } else if (result == 0) {
@@ -97,13 +97,14 @@ void Ledger::after(Call& call) {
     } else if (!call.answered) {
         ++sums_.allocated;
         add(result,
-            call.site.function == calloc_ ? call.arguments[0] * call.arguments[1]
-                                          : call.arguments[0],
+            static_cast<uint32_t>(call.site.function == calloc_
+                                      ? call.arguments[0] * call.arguments[1]
+                                      : call.arguments[0]),
             call.thread);
     }
 }
 
-void Ledger::add(uint32_t address, uint32_t bytes, uint32_t thread) {
+void Ledger::add(Word address, uint32_t bytes, uint32_t thread) {
     drop(address);  // given back by a call that nobody has seen
     blocks_[address] = {bytes, operationOf(thread)};
     sums_.bytes += bytes;
@@ -112,7 +113,7 @@ void Ledger::add(uint32_t address, uint32_t bytes, uint32_t thread) {
     sums_.mostBytes = std::max(sums_.mostBytes, sums_.bytes);
 }
 
-bool Ledger::drop(uint32_t address) {
+bool Ledger::drop(Word address) {
     const auto found = blocks_.find(address);
     if (found == blocks_.end()) return false;
     sums_.bytes -= found->second.bytes;
@@ -128,12 +129,10 @@ void Ledger::takeOver(const Call& call) {
         const Record* const record = recordBehind(*parameters[i].type);
         for (const auto& [taker, offset] : taken_) {
             if (record != taker || call.arguments[i] == 0) continue;
-            const uint32_t block = wordAt(call.arguments[i] + offset);
+            const Word block = wordAt(call.arguments[i] + offset);
             if (block == 0 || blocks_.contains(block)) continue;
             ++sums_.takenOver;
-            add(block,
-                static_cast<uint32_t>(
-                    malloc_usable_size(reinterpret_cast<void*>(static_cast<uintptr_t>(block)))),
+            add(block, static_cast<uint32_t>(malloc_usable_size(reinterpret_cast<void*>(block))),
                 call.thread);
         }
     }

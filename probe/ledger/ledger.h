@@ -69,8 +69,8 @@ private:
         const Site* operation;
     };
 
-    void add(uint32_t address, uint32_t bytes, uint32_t thread);
-    bool drop(uint32_t address);
+    void add(Word address, uint32_t bytes, uint32_t thread);
+    bool drop(Word address);
     void takeOver(const Call& call);
     const Site* operationOf(uint32_t thread) const;
 
@@ -82,7 +82,7 @@ private:
 
     std::atomic<bool> on_ = false;
     mutable std::mutex mutex_;
-    std::unordered_map<uint32_t, Block> blocks_;
+    std::unordered_map<Word, Block> blocks_;
     // The operation that each thread is in, by its number less one.
     std::vector<const Site*> operations_;
     LedgerSums sums_;

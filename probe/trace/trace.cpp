@@ -59,7 +59,7 @@ void checkFilter(const TraceFilter& filter) {
 }
 
 // The name of a function that is handed over; "" when it has none.
-std::string functionName(uint32_t address) {
+std::string functionName(Word address) {
     const Site* const site = Boundary::instance().siteOf(reinterpret_cast<const void*>(address));
     return site != nullptr ? site->name : "";
 }

@@ -24,8 +24,8 @@ constexpr uint32_t kMostMade = 4096;  // of a list: more are a mistake
 constexpr uint32_t kRoom = 64;        // elements of an output that nothing bounds
 constexpr const char* kNull = "null";
 
-uint32_t wordOf(const void* pointer) {
-    return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(pointer));
+Word wordOf(const void* pointer) {
+    return reinterpret_cast<Word>(pointer);
 }
 
 const Field* tailOf(const Type& type) {
@@ -96,7 +96,7 @@ uint32_t Arguments::Maker::elementsOf(const std::string& list, const std::string
 }
 
 void Arguments::Maker::putPointer(char* at, const void* pointer) {
-    const uint32_t word = wordOf(pointer);
+    const Word word = wordOf(pointer);
     std::memcpy(at, &word, sizeof word);
 }
 
@@ -135,7 +135,7 @@ void Arguments::Maker::parameter(uint16_t place) {
     const Parameter& parameter = function_.parameters[place];
     const Semantics& semantics = parameter.semantics;
     const std::string path(parameter.name);
-    uint32_t& word = into_.words_[place];
+    Word& word = into_.words_[place];
     if (parameter.type->kind != Kind::kPointer) {
         value(path, *parameter.type, meaningOf(semantics, *parameter.type),
               reinterpret_cast<char*>(&word));
@@ -201,7 +201,7 @@ void* Arguments::Maker::pointer(const std::string& path, const Type& type,
     if (isCell) return cell(path, target, made);
     if (void* const other = instead(path, type, semantics)) return other;
     if (!semantics.cases.empty()) {
-        const uint32_t selected = into_.words_[semantics.selectIndex];
+        const Word selected = into_.words_[semantics.selectIndex];
         for (const Case& one : semantics.cases)
             if (one.value == selected) return behind(path, *one.type, {}, 1, depth, made);
         return nullptr;

@@ -38,8 +38,8 @@ public:
     Arguments(const Arguments&) = delete;
     Arguments& operator=(const Arguments&) = delete;
 
-    uint32_t* words() { return words_.data(); }
-    const uint32_t* words() const { return words_.data(); }
+    Word* words() { return words_.data(); }
+    const Word* words() const { return words_.data(); }
     uint32_t count() const { return count_; }
     const std::vector<Made>& made() const { return made_; }
     // The call is made: what passes to the callee is no longer here.
@@ -48,7 +48,7 @@ public:
 private:
     class Maker;
 
-    std::vector<uint32_t> words_;
+    std::vector<Word> words_;
     uint32_t count_ = 0;
     std::vector<std::unique_ptr<char[]>> memory_;
     std::vector<void*> taken_;  // from malloc, for the callee to free

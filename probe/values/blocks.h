@@ -20,7 +20,7 @@ namespace pcsim::probe {
 // A call as the words that it is made of.
 struct CallWords {
     const Function& function;
-    const uint32_t* arguments;
+    const Word* arguments;
     uint32_t argumentWords;  // as many as can be looked at
     uint64_t result = 0;     // once there is one
 };
@@ -32,7 +32,7 @@ constexpr uint16_t kResultPlace = 0xFFFF;    // behind the result
 constexpr uint16_t kVariadicPlace = 0xFFFE;  // the arguments of a format: 'index' is their number
 
 struct Block {
-    uint32_t address;
+    Word address;
     const void* content;  // the bytes; null in an output before the call
     uint32_t bytes;
     const Type* element;         // kVoid: bytes
@@ -72,7 +72,7 @@ void visitBlocks(const CallWords& call, Phase phase, const Memory& memory, Visit
 // where it has none or they are not known. At most 'count' of them can be looked at.
 struct FormatWords {
     std::string_view format;
-    const uint32_t* words = nullptr;
+    const Word* words = nullptr;
     uint32_t count = 0;
 };
 FormatWords formatWords(const CallWords& call, const Memory& memory);

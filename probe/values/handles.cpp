@@ -48,18 +48,18 @@ bool isNamed(const Type& type) {
     return type.kind == Kind::kRecord && type.size == 0;
 }
 
-std::string Handles::numbered(const std::string& kind, uint32_t address, bool fresh) {
+std::string Handles::numbered(const std::string& kind, Word address, bool fresh) {
     const std::lock_guard lock(mutex_);
     uint32_t& number = numbers_[{kind, address}];
     if (number == 0 || fresh) number = ++last_[kind];
     return kind + "#" + std::to_string(number);
 }
 
-std::string Handles::name(const Type& type, uint32_t address, bool fresh) {
+std::string Handles::name(const Type& type, Word address, bool fresh) {
     return numbered(kindOf(type), address, fresh);
 }
 
-std::string Handles::function(uint32_t address) {
+std::string Handles::function(Word address) {
     std::string name = functionName ? functionName(address) : "";
     return name.empty() ? numbered("callback", address, false) : name;
 }

@@ -19,19 +19,19 @@ class Handles {
 public:
     // "hwHandle#1": the name of the thing of 'type' at 'address'. 'fresh' says that it is a new one
     // also when there has been one at the address before.
-    std::string name(const Type& type, uint32_t address, bool fresh = false);
+    std::string name(const Type& type, Word address, bool fresh = false);
     // The name of a function: what 'functionName' calls it, else "callback#1".
-    std::string function(uint32_t address);
+    std::string function(Word address);
 
     // Knows functions by their address, "" for one that it doesn't know. Set by who has symbols.
-    std::function<std::string(uint32_t)> functionName;
+    std::function<std::string(Word)> functionName;
 
 private:
-    std::string numbered(const std::string& kind, uint32_t address, bool fresh);
+    std::string numbered(const std::string& kind, Word address, bool fresh);
 
     std::mutex mutex_;
     std::map<std::string, uint32_t> last_;  // the last number of each kind
-    std::map<std::pair<std::string, uint32_t>, uint32_t> numbers_;
+    std::map<std::pair<std::string, Word>, uint32_t> numbers_;
 };
 
 // What things of a type are called: "adjacency", "hwHandle".

@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "probe/interface/model.h"
+
 namespace pcsim::probe {
 
 // The addresses of a call are words: those of a recorded one mean nothing here.
@@ -14,17 +16,17 @@ public:
 
     // The bytes from 'address' on; null where they are not all known. 'certain' says that the
     // callee has looked at them or will, so that they are there.
-    virtual const void* at(uint32_t address, uint32_t bytes, bool certain) const = 0;
+    virtual const void* at(Word address, uint32_t bytes, bool certain) const = 0;
     // Bytes of the text at 'address' with its NUL, at most 'limit'; 0 where it is not known.
-    virtual uint32_t textBytes(uint32_t address, uint32_t limit, bool certain) const = 0;
+    virtual uint32_t textBytes(Word address, uint32_t limit, bool certain) const = 0;
 };
 
 // The memory of this process. A pointer in a record may be anything when the callee doesn't look at
 // it: what isn't certain is looked at only where the kernel can read it.
 class LiveMemory final : public Memory {
 public:
-    const void* at(uint32_t address, uint32_t bytes, bool certain) const override;
-    uint32_t textBytes(uint32_t address, uint32_t limit, bool certain) const override;
+    const void* at(Word address, uint32_t bytes, bool certain) const override;
+    uint32_t textBytes(Word address, uint32_t limit, bool certain) const override;
 };
 
 const LiveMemory& liveMemory();

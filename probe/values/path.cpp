@@ -303,7 +303,7 @@ void ValueChange::set(const char* at, const Block* block) const {
     }
 }
 
-void ValueChange::apply(uint32_t* arguments, uint32_t argumentWords, uint64_t& result) const {
+void ValueChange::apply(Word* arguments, uint32_t argumentWords, uint64_t& result) const {
     if (leaf_.isWord && leaf_.place == kResultPlace) {
         set(reinterpret_cast<const char*>(&result), nullptr);
         return;

@@ -58,7 +58,7 @@ public:
 
     // When it is to be applied.
     Phase phase() const { return phase_; }
-    void apply(uint32_t* arguments, uint32_t argumentWords, uint64_t& result) const;
+    void apply(Word* arguments, uint32_t argumentWords, uint64_t& result) const;
 
 private:
     void set(const char* at, const Block* block) const;

@@ -83,8 +83,7 @@ private:
 
     void keep(const Block& block);
     int behind(const Where& where) const;
-    Value pointer(uint32_t address, const Type& type, const Semantics& semantics,
-                  const Where& where);
+    Value pointer(Word address, const Type& type, const Semantics& semantics, const Where& where);
     Value content(int found);
     Value elements(int found);
     Value single(int found, const char* at, const Type& type, const Semantics& semantics,
@@ -129,7 +128,7 @@ std::vector<Member> Decoder::arguments() {
     for (uint16_t place = 0; place < parameters.size() && place < call_.argumentWords; ++place) {
         const Parameter& parameter = parameters[place];
         const Semantics& semantics = parameter.semantics;
-        const uint32_t* const word = &call_.arguments[place];
+        const Word* const word = &call_.arguments[place];
         if (semantics.ignored || semantics.out || semantics.meaning == Meaning::kArguments)
             continue;
         if (semantics.meaning == Meaning::kFormat) {
@@ -176,7 +175,7 @@ std::vector<Member> Decoder::results() {
     return members;
 }
 
-Value Decoder::pointer(uint32_t address, const Type& type, const Semantics& semantics,
+Value Decoder::pointer(Word address, const Type& type, const Semantics& semantics,
                        const Where& where) {
     if (address == 0) return {.text = "null", .isZero = true};
     const Type& target = *type.target;
@@ -228,7 +227,7 @@ Value Decoder::single(int found, const char* at, const Type& type, const Semanti
         return record(found, at, type, fields);
     }
     if (type.kind == Kind::kPointer) {
-        uint32_t address;
+        Word address;
         std::memcpy(&address, at, sizeof address);
         return pointer(address, type, semantics, {found, 0, 0});
     }
@@ -249,7 +248,7 @@ Value Decoder::record(int found, const char* at, const Type& type, Fields fields
         if (!isTold(one, told_) || start + one.offset + one.type->size > block.bytes) continue;
         if (fields == Fields::kInputs && one.semantics.out) continue;
         if (functions > kFunctionsNamed && isFunctionPointer(*one.type)) {
-            functionsGiven += allZero(at + one.offset, 4) ? 0 : 1;
+            functionsGiven += allZero(at + one.offset, sizeof(Word)) ? 0 : 1;
             continue;
         }
         const Type& inner = one.type->kind == Kind::kArray ? *one.type->target : *one.type;
@@ -294,7 +293,7 @@ Value Decoder::field(int found, const char* at, const Record& record, uint16_t p
         case Kind::kRecord:
             return this->record(found, bytes, type, fields);
         case Kind::kPointer: {
-            uint32_t address;
+            Word address;
             std::memcpy(&address, bytes, sizeof address);
             return pointer(address, type, field.semantics, {found, place, 0});
         }

@@ -36,8 +36,7 @@ public:
     virtual bool number(Meaning meaning, const std::string& word, int64_t& value) const = 0;
 
     // An operation has been called by hand: the HAL looks after what it has changed.
-    virtual void called(std::string_view table, std::string_view word,
-                        const uint32_t* arguments) = 0;
+    virtual void called(std::string_view table, std::string_view word, const Word* arguments) = 0;
 };
 
 // What a dump prints while 'dumped' is not null goes there. The function is one of HalDumpPrintFn.

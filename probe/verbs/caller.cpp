@@ -124,7 +124,7 @@ std::string Caller::numberFor(const TableWord& word, const Said& said,
     const auto& parameters = word.function->parameters;
     for (size_t i = 0; i < parameters.size(); ++i) {
         const Meaning meaning = meaningOf(parameters[i].semantics, *parameters[i].type);
-        const uint32_t value = arguments.words()[i];
+        const Word value = arguments.words()[i];
         const uint32_t slot = meaning == Meaning::kPort ? value >> 16 & 0xFF : value;
         if (meaning != Meaning::kPort && meaning != Meaning::kSlot) continue;
         const std::string number = std::to_string(slot);

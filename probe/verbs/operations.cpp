@@ -21,7 +21,7 @@ const Function* functionBehind(const Field* field) {
 
 void addWords(std::vector<TableWord>& words, const OperationTable& table) {
     for (uint32_t i = 0; i < table.wordCount; ++i) {
-        const Field* const field = wordAt(*table.record, i * sizeof(uint32_t));
+        const Field* const field = wordAt(*table.record, i * sizeof(Word));
         const Function* const function = functionBehind(field);
         if (function == nullptr) continue;
         const auto same = std::ranges::find_if(words, [&](const TableWord& word) {
