@@ -1,4 +1,4 @@
-// How many words of a stack the arguments of a printf format take. Nothing else says how long a
+// How many words the arguments of a printf format take. Nothing else says how long a
 // call without a prototype is.
 #include <cctype>
 #include <cstring>
@@ -8,6 +8,18 @@
 namespace pcsim::probe {
 
 namespace {
+
+#ifdef __i386__
+constexpr uint32_t kWideWords = 2;
+uint32_t fractionWords(bool isWide) {
+    return isWide ? 3 : 2;
+}
+#else
+constexpr uint32_t kWideWords = 1;
+uint32_t fractionWords(bool) {
+    return 0;  // they are in registers of their own
+}
+#endif
 
 // One conversion, behind its percent sign.
 class Conversion {
@@ -27,8 +39,8 @@ public:
         const bool isWide = isLong || (at_ > size && std::strchr("Lqj", *size) != nullptr);
         if (*at_ == '\0') return words_;
         const char kind = *at_++;
-        if (std::strchr("aAeEfFgG", kind) != nullptr) return words_ + (isWide ? 3 : 2);
-        if (std::strchr("diouxX", kind) != nullptr) return words_ + (isWide ? 2 : 1);
+        if (std::strchr("aAeEfFgG", kind) != nullptr) return words_ + fractionWords(isWide);
+        if (std::strchr("diouxX", kind) != nullptr) return words_ + (isWide ? kWideWords : 1);
         return words_ + (std::strchr("%m", kind) != nullptr ? 0 : 1);
     }
     const char* end() const { return at_; }

@@ -11,13 +11,12 @@ namespace pcsim::probe {
 
 namespace {
 
-constexpr uint32_t kLargestText = 64 * 1024;
 constexpr uint32_t kLargestBlock = 1024 * 1024;  // a count that makes more is no count
 constexpr int kDeepest = 4;
 constexpr Semantics kNothingSaid{};
 
-uint32_t wordAt(const void* content) {
-    uint32_t word;
+Word wordAt(const void* content) {
+    Word word;
     std::memcpy(&word, content, sizeof word);
     return word;
 }
@@ -95,14 +94,15 @@ const Type* Walk::behind(const Parameter& parameter) const {
     if (semantics.cases.empty()) return parameter.type->target;
     if (semantics.selectIndex >= call_.argumentWords) return nullptr;
     for (const Case& one : semantics.cases)
-        if (one.value == call_.arguments[semantics.selectIndex]) return one.type;
+        if (one.value == static_cast<uint32_t>(call_.arguments[semantics.selectIndex]))
+            return one.type;
     return nullptr;
 }
 
 void Walk::parameter(uint16_t place) {
     const Parameter& parameter = call_.function.parameters[place];
     const Semantics& semantics = parameter.semantics;
-    const uint32_t address = call_.arguments[place];
+    const Word address = call_.arguments[place];
     if (address == 0 || semantics.ignored || semantics.byAddress) return;
     if (semantics.meaning == Meaning::kArguments) return;  // with its format
     const Type* const element = behind(parameter);
@@ -138,9 +138,9 @@ void Walk::formatArguments(uint16_t formatPlace) {
     if (found.words == nullptr) return;
     Block block{.address = 0,
                 .content = found.words,
-                .bytes = found.count * 4,
+                .bytes = found.count * static_cast<uint32_t>(sizeof(Word)),
                 .element = call_.function.parameters[formatPlace].type->target,
-                .count = found.count * 4,
+                .count = found.count * static_cast<uint32_t>(sizeof(Word)),
                 .tailCount = 0,
                 .meaning = Meaning::kArguments,
                 .written = false,
@@ -177,7 +177,7 @@ void Walk::formatArguments(uint16_t formatPlace) {
 void Walk::result() {
     const Type& type = *call_.function.result;
     const Semantics& semantics = call_.function.resultSemantics;
-    const auto address = static_cast<uint32_t>(call_.result);
+    const auto address = static_cast<Word>(call_.result);
     if (type.kind != Kind::kPointer || address == 0 || semantics.byAddress) return;
     if (type.target->kind == Kind::kFunction) return;
     Block block{.address = address,
@@ -281,7 +281,7 @@ void Walk::follow(const Block& block, int level) {
         const Field pointer{{}, &element, 0, {}};
         const Record none{{}, 0, Owner::kNobody, false, {}};
         for (uint32_t i = 0; i < block.count; ++i)
-            followPointer(block, pointer, content + 4 * i, i, 0, none, level);
+            followPointer(block, pointer, content + sizeof(Word) * i, i, 0, none, level);
     }
 }
 
@@ -302,7 +302,7 @@ void Walk::followFields(const Block& block, const Record& record, uint32_t offse
 void Walk::followPointer(const Block& parent, const Field& field, const char* base, uint32_t index,
                          uint16_t place, const Record& record, int level) {
     const Type& element = *field.type->target;
-    const uint32_t address = wordAt(base + field.offset);
+    const Word address = wordAt(base + field.offset);
     if (address == 0 || element.kind == Kind::kFunction || field.semantics.byAddress) return;
     // What is behind a pointer of this kind is told by where the pointer lies.
     const Semantics& semantics = record.fields.empty() ? kNothingSaid : field.semantics;
@@ -343,34 +343,6 @@ uint32_t chainedBytes(const void* content, const Type& element, const Semantics&
     const Field* const length = element.record->field(semantics.chainedBy);
     const auto value = integerAt(static_cast<const char*>(content) + length->offset, *length->type);
     return static_cast<uint32_t>(value >> semantics.chainShift);
-}
-
-FormatWords formatWords(const CallWords& call, const Memory& memory) {
-    const auto& parameters = call.function.parameters;
-    for (uint32_t place = 0; place < parameters.size() && place < call.argumentWords; ++place) {
-        if (parameters[place].semantics.meaning != Meaning::kFormat) continue;
-        FormatWords found;
-        const uint32_t address = call.arguments[place];
-        const uint32_t length = address == 0 ? 0 : memory.textBytes(address, kLargestText, true);
-        if (length == 0) return {};
-        const auto* const text = static_cast<const char*>(memory.at(address, length, true));
-        found.format = std::string_view(text, strnlen(text, length));
-        std::string_view format = found.format;
-        while (!format.empty()) {
-            const FormatPiece piece = takePiece(format);
-            found.count += piece.stars + piece.words;
-        }
-        const auto count = static_cast<uint32_t>(parameters.size());
-        if (call.function.variadic) {
-            found.words = call.arguments + count;
-            found.count = std::min(found.count, std::max(call.argumentWords, count) - count);
-        } else if (place + 1 < call.argumentWords && found.count != 0) {
-            found.words = static_cast<const uint32_t*>(
-                memory.at(call.arguments[place + 1], found.count * 4, true));
-        }
-        return found;
-    }
-    return {};
 }
 
 namespace detail {

@@ -68,8 +68,12 @@ void visitBlocks(const CallWords& call, Phase phase, const Memory& memory, Visit
         const_cast<void*>(static_cast<const void*>(std::addressof(visit))));
 }
 
+// A text that is longer isn't looked at to its end.
+constexpr uint32_t kLargestText = 64 * 1024;
+
 // The function's format among its parameters, and where the words of its arguments are; null words
-// where it has none or they are not known. At most 'count' of them can be looked at.
+// where it has none or they are not known. At most 'count' of them can be looked at, before this
+// thread asks for another call's.
 struct FormatWords {
     std::string_view format;
     const Word* words = nullptr;

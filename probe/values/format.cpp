@@ -1,4 +1,4 @@
-// Reading printf formats, as i386 passes their arguments.
+// Reading printf formats, as this machine's calls pass their arguments.
 #include "probe/values/format.h"
 
 #include <cstring>
@@ -11,10 +11,18 @@ bool isOneOf(char c, const char* set) {
     return c != '\0' && std::strchr(set, c) != nullptr;
 }
 
-uint8_t wordsOf(char conversion, int longs, bool longDouble) {
+#ifdef __i386__
+constexpr int kWideLongs = 2;  // "ll"
+constexpr uint8_t kFraction = 2, kLongFraction = 3, kWide = 2;
+#else
+constexpr int kWideLongs = 1;
+constexpr uint8_t kFraction = 0, kLongFraction = 0, kWide = 1;  // fractions aren't among the words
+#endif
+
+uint8_t wordsOf(char conversion, bool isWide, bool longDouble) {
     if (conversion == '%') return 0;
-    if (isOneOf(conversion, "aAeEfFgG")) return longDouble ? 3 : 2;
-    return longs >= 2 ? 2 : 1;
+    if (isOneOf(conversion, "aAeEfFgG")) return longDouble ? kLongFraction : kFraction;
+    return isWide ? kWide : 1;
 }
 
 }  // namespace
@@ -50,7 +58,8 @@ FormatPiece takePiece(std::string_view& format) {
         return piece;
     }
     piece.conversion = format[at];
-    piece.words = wordsOf(piece.conversion, longs, longDouble);
+    piece.isWide = longs >= kWideLongs;
+    piece.words = wordsOf(piece.conversion, piece.isWide, longDouble);
     piece.text = format.substr(0, at + 1);
     format.remove_prefix(at + 1);
     return piece;

@@ -13,6 +13,7 @@ struct FormatPiece {
     char conversion = '\0';      // 's', 'd', ...; NUL for text, '%' for a percent sign
     uint8_t stars = 0;           // words for width and precision, which come first
     uint8_t words = 0;           // words of the value
+    bool isWide = false;         // a number of 64 bits
     bool precisionStar = false;  // the last of the stars is the precision
     int32_t precision = -1;      // as written; -1: none
     bool isText() const { return conversion == '\0'; }

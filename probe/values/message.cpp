@@ -25,13 +25,13 @@ std::string printed(const char* format, ...) {
 }
 
 // A width or precision among the arguments, as far as a line has room for it.
-int given(uint32_t word) {
+int given(Word word) {
     return std::clamp(static_cast<int>(word), -kWidest, kWidest);
 }
 
 // One conversion of a value, with width and precision from the words before it.
 template <typename Number>
-std::string converted(const FormatPiece& piece, const uint32_t* words, Number value) {
+std::string converted(const FormatPiece& piece, const Word* words, Number value) {
     const std::string format(piece.text);
     const int first = given(words[0]);
     if (piece.stars == 0) return printed(format.c_str(), value);
@@ -40,14 +40,14 @@ std::string converted(const FormatPiece& piece, const uint32_t* words, Number va
 }
 
 template <typename Number>
-std::string convertedNumber(const FormatPiece& piece, const uint32_t* words) {
+std::string convertedNumber(const FormatPiece& piece, const Word* words) {
     Number value{};
-    std::memcpy(&value, words + piece.stars, 4 * piece.words);
+    std::memcpy(&value, words + piece.stars, std::min(sizeof value, piece.words * sizeof(Word)));
     return converted(piece, words, value);
 }
 
-std::string convertedText(const FormatPiece& piece, const uint32_t* words, const Memory& memory) {
-    const uint32_t address = words[piece.stars];
+std::string convertedText(const FormatPiece& piece, const Word* words, const Memory& memory) {
+    const Word address = words[piece.stars];
     if (address == 0) return "(null)";
     int32_t precision = piece.precision;
     if (piece.precisionStar) precision = static_cast<int32_t>(words[piece.stars - 1]);
@@ -60,7 +60,7 @@ std::string convertedText(const FormatPiece& piece, const uint32_t* words, const
     return converted(piece, words, copy.c_str());
 }
 
-std::string pieceText(const FormatPiece& piece, const uint32_t* words, const Memory& memory) {
+std::string pieceText(const FormatPiece& piece, const Word* words, const Memory& memory) {
     if (piece.stars > 2) return "?";
     switch (piece.conversion) {
         case '%':
@@ -75,10 +75,11 @@ std::string pieceText(const FormatPiece& piece, const uint32_t* words, const Mem
             break;
     }
     const bool isReal = std::strchr("aAeEfFgG", piece.conversion) != nullptr;
+    if (isReal && piece.words == 0) return "?";
     if (isReal && piece.words == 3) return convertedNumber<long double>(piece, words);
     if (isReal) return convertedNumber<double>(piece, words);
     if (std::strchr("diouxXc", piece.conversion) == nullptr) return "?";
-    if (piece.words == 2) return convertedNumber<uint64_t>(piece, words);
+    if (piece.isWide) return convertedNumber<uint64_t>(piece, words);
     return convertedNumber<uint32_t>(piece, words);
 }
 
