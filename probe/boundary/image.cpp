@@ -11,16 +11,41 @@ namespace pcsim::probe {
 
 namespace {
 
+#ifdef __i386__
+// What code to have an entry filled pushes: how many bytes it is into the table.
+constexpr uint32_t kPushedForEntry = sizeof(Relocation);
+constexpr uint8_t kBranchTarget[] = {0xF3, 0x0F, 0x1E, 0xFB};
+
+uint32_t symbolOf(const Relocation& entry) {
+    return ELF32_R_SYM(entry.r_info);
+}
+bool isOfSymbol(const Relocation& entry) {
+    const uint32_t type = ELF32_R_TYPE(entry.r_info);
+    return type == R_386_JMP_SLOT || type == R_386_GLOB_DAT || type == R_386_32;
+}
+#else
+constexpr uint32_t kPushedForEntry = 1;  // its number
+constexpr uint8_t kBranchTarget[] = {0xF3, 0x0F, 0x1E, 0xFA};
+
+uint32_t symbolOf(const Relocation& entry) {
+    return static_cast<uint32_t>(ELF64_R_SYM(entry.r_info));
+}
+bool isOfSymbol(const Relocation& entry) {
+    const uint64_t type = ELF64_R_TYPE(entry.r_info);
+    return type == R_X86_64_JUMP_SLOT || type == R_X86_64_GLOB_DAT || type == R_X86_64_64;
+}
+#endif
+
 // The program headers of the object whose dynamic section is the one that is looked for.
 struct Search {
     const void* dynamic;
-    std::span<const Elf32_Phdr> found;
+    std::span<const ElfW(Phdr)> found;
 };
 
 int compareDynamic(dl_phdr_info* info, size_t, void* wanted) {
     auto& search = *static_cast<Search*>(wanted);
-    const std::span<const Elf32_Phdr> segments(info->dlpi_phdr, info->dlpi_phnum);
-    for (const Elf32_Phdr& segment : segments) {
+    const std::span<const ElfW(Phdr)> segments(info->dlpi_phdr, info->dlpi_phnum);
+    for (const ElfW(Phdr) & segment : segments) {
         if (segment.p_type != PT_DYNAMIC) continue;
         if (reinterpret_cast<const void*>(info->dlpi_addr + segment.p_vaddr) != search.dynamic)
             continue;
@@ -30,14 +55,14 @@ int compareDynamic(dl_phdr_info* info, size_t, void* wanted) {
     return 0;
 }
 
-bool isCode(const Elf32_Phdr& segment) {
+bool isCode(const ElfW(Phdr) & segment) {
     return segment.p_type == PT_LOAD && (segment.p_flags & PF_X) != 0;
 }
 
-const Elf32_Dyn* dynamicOf(const dl_phdr_info& info) {
-    for (const Elf32_Phdr& segment : std::span(info.dlpi_phdr, info.dlpi_phnum))
+const ElfW(Dyn) * dynamicOf(const dl_phdr_info& info) {
+    for (const ElfW(Phdr) & segment : std::span(info.dlpi_phdr, info.dlpi_phnum))
         if (segment.p_type == PT_DYNAMIC)
-            return reinterpret_cast<const Elf32_Dyn*>(info.dlpi_addr + segment.p_vaddr);
+            return reinterpret_cast<const ElfW(Dyn)*>(info.dlpi_addr + segment.p_vaddr);
     return nullptr;
 }
 
@@ -49,7 +74,7 @@ struct ObjectSearch {
 
 int compareObject(dl_phdr_info* info, size_t, void* wanted) {
     auto& search = *static_cast<ObjectSearch*>(wanted);
-    const Elf32_Dyn* const dynamic = dynamicOf(*info);
+    const ElfW(Dyn)* const dynamic = dynamicOf(*info);
     if (dynamic == nullptr) return 0;
     const Image image(info->dlpi_addr, dynamic, {info->dlpi_phdr, info->dlpi_phnum});
     if (!search.matches(image, search.with)) return 0;
@@ -83,50 +108,50 @@ uint64_t loadCount() {
     return count;
 }
 
-Image::Image(uintptr_t base, const Elf32_Dyn* dynamic) : base_(base), dynamic_(dynamic) {
+Image::Image(uintptr_t base, const ElfW(Dyn) * dynamic) : base_(base), dynamic_(dynamic) {
     Search search{dynamic, {}};
     dl_iterate_phdr(compareDynamic, &search);
     segments_ = search.found;
     readDynamic();
 }
 
-Image::Image(uintptr_t base, const Elf32_Dyn* dynamic, std::span<const Elf32_Phdr> segments)
+Image::Image(uintptr_t base, const ElfW(Dyn) * dynamic, std::span<const ElfW(Phdr)> segments)
     : base_(base), dynamic_(dynamic), segments_(segments) {
     readDynamic();
 }
 
 // The dynamic linker replaces offsets by addresses where it may write; an object lies above its
 // own offsets.
-const void* Image::pointer(uint32_t value) const {
+const void* Image::pointer(Word value) const {
     return reinterpret_cast<const void*>(value < base_ ? value + base_ : value);
 }
 
-uint32_t Image::entry(int32_t tag) const {
-    for (const Elf32_Dyn* entry = dynamic_; entry->d_tag != DT_NULL; ++entry)
+Word Image::entry(int32_t tag) const {
+    for (const ElfW(Dyn)* entry = dynamic_; entry->d_tag != DT_NULL; ++entry)
         if (entry->d_tag == tag) return entry->d_un.d_val;
     return 0;
 }
 
 template <typename Content>
 const Content* Image::table(int32_t tag) const {
-    const uint32_t place = entry(tag);
+    const Word place = entry(tag);
     return place == 0 ? nullptr : static_cast<const Content*>(pointer(place));
 }
 
-std::span<const Elf32_Rel> Image::relocations(int32_t tag, int32_t sizeTag) const {
-    const auto* const first = table<Elf32_Rel>(tag);
-    return {first, first == nullptr ? 0 : entry(sizeTag) / sizeof(Elf32_Rel)};
+std::span<const Relocation> Image::relocations(int32_t tag, int32_t sizeTag) const {
+    const auto* const first = table<Relocation>(tag);
+    return {first, first == nullptr ? 0 : entry(sizeTag) / sizeof(Relocation)};
 }
 
 void Image::readDynamic() {
-    symbols_ = const_cast<Elf32_Sym*>(table<Elf32_Sym>(DT_SYMTAB));
+    symbols_ = const_cast<ElfW(Sym)*>(table<ElfW(Sym)>(DT_SYMTAB));
     texts_ = table<char>(DT_STRTAB);
     addressTable_ = table<void>(DT_PLTGOT);
-    data_ = relocations(DT_REL, DT_RELSZ);
+    data_ = relocations(kRelocations, kRelocationBytes);
     calls_ = relocations(DT_JMPREL, DT_PLTRELSZ);
-    versions_ = table<Elf32_Half>(DT_VERSYM);
+    versions_ = table<ElfW(Half)>(DT_VERSYM);
     needed_ = table<char>(DT_VERNEED);
-    neededCount_ = entry(DT_VERNEEDNUM);
+    neededCount_ = static_cast<uint32_t>(entry(DT_VERNEEDNUM));
     hash_ = table<uint32_t>(DT_HASH);
     gnuHash_ = table<uint32_t>(DT_GNU_HASH);
 }
@@ -138,7 +163,7 @@ struct GnuHash {
     explicit GnuHash(const uint32_t* table)
         : bucketCount(table[0]),
           first(table[1]),
-          buckets(table + 4 + table[2]),
+          buckets(table + 4 + table[2] * (sizeof(Word) / sizeof *table)),
           chains(buckets + bucketCount - first) {}
     uint32_t bucketCount, first;
     const uint32_t* buckets;
@@ -166,12 +191,12 @@ uint32_t Image::symbolCount() const {
 }
 
 void Image::forEachSymbol(
-    const std::function<void(const char* name, Elf32_Sym& symbol)>& visit) const {
+    const std::function<void(const char* name, ElfW(Sym) & symbol)>& visit) const {
     const uint32_t count = symbolCount();
     for (uint32_t i = 1; i < count; ++i) visit(texts_ + symbols_[i].st_name, symbols_[i]);
 }
 
-Elf32_Sym* Image::hashedSymbol(std::string_view name) const {
+ElfW(Sym) * Image::hashedSymbol(std::string_view name) const {
     const GnuHash table(gnuHash_);
     if (table.bucketCount == 0) return nullptr;
     const uint32_t wanted = gnuHashOf(name);
@@ -185,7 +210,7 @@ Elf32_Sym* Image::hashedSymbol(std::string_view name) const {
     return nullptr;
 }
 
-Elf32_Sym* Image::symbol(std::string_view name) const {
+ElfW(Sym) * Image::symbol(std::string_view name) const {
     if (gnuHash_ != nullptr) return hashedSymbol(name);
     const uint32_t count = symbolCount();
     for (uint32_t i = 1; i < count; ++i)
@@ -203,7 +228,7 @@ const char* Image::nameAt(const void* address) const {
     return nullptr;
 }
 
-void* Image::addressOf(const Elf32_Sym& symbol) const {
+void* Image::addressOf(const ElfW(Sym) & symbol) const {
     return reinterpret_cast<void*>(base_ + symbol.st_value);
 }
 
@@ -212,42 +237,41 @@ void Image::forEachReference(const std::function<void(const Reference&)>& visit)
     visitTable(calls_, true, visit);
 }
 
-void Image::visitTable(std::span<const Elf32_Rel> table, bool lazy,
+void Image::visitTable(std::span<const Relocation> table, bool lazy,
                        const std::function<void(const Reference&)>& visit) const {
-    for (const Elf32_Rel& entry : table) {
-        const uint32_t type = ELF32_R_TYPE(entry.r_info), number = ELF32_R_SYM(entry.r_info);
-        if (type != R_386_JMP_SLOT && type != R_386_GLOB_DAT && type != R_386_32) continue;
+    for (const Relocation& entry : table) {
+        const uint32_t number = symbolOf(entry);
+        if (!isOfSymbol(entry)) continue;
         if (number == 0) continue;
-        const Elf32_Sym& symbol = symbols_[number];
-        auto* const slot = reinterpret_cast<uint32_t*>(base_ + entry.r_offset);
-        const auto offset = static_cast<uint32_t>(reinterpret_cast<const char*>(&entry) -
-                                                  reinterpret_cast<const char*>(table.data()));
+        const ElfW(Sym)& symbol = symbols_[number];
+        auto* const slot = reinterpret_cast<Word*>(base_ + entry.r_offset);
+        const auto place = static_cast<uint32_t>(&entry - table.data());
         visit({texts_ + symbol.st_name, versionOf(number), slot, symbol.st_shndx != SHN_UNDEF,
-               lazy && isUnbound(slot, offset)});
+               lazy && isUnbound(slot, place)});
     }
 }
 
-// Whether the slot leads back to the object's own code that pushes the offset of this very entry
-// of the table for the dynamic linker.
-bool Image::isUnbound(const uint32_t* slot, uint32_t offset) const {
+// Whether the slot leads back to the object's own code that pushes which entry of the table this is
+// for the dynamic linker.
+bool Image::isUnbound(const Word* slot, uint32_t entry) const {
     const auto* code = reinterpret_cast<const uint8_t*>(*slot);
-    constexpr uint8_t kBranchTarget[] = {0xF3, 0x0F, 0x1E, 0xFB};
     constexpr uint8_t kPush = 0x68;
+    const uint32_t pushed = entry * kPushedForEntry;
     if (!hasCode(code) || !hasCode(code + 8)) return false;
     if (std::memcmp(code, kBranchTarget, sizeof kBranchTarget) == 0) code += sizeof kBranchTarget;
-    return code[0] == kPush && std::memcmp(code + 1, &offset, sizeof offset) == 0;
+    return code[0] == kPush && std::memcmp(code + 1, &pushed, sizeof pushed) == 0;
 }
 
 const char* Image::versionOf(uint32_t symbol) const {
     if (versions_ == nullptr || needed_ == nullptr) return nullptr;
-    constexpr Elf32_Half kNumber = 0x7FFF;  // the highest bit hides a definition
-    const auto wanted = static_cast<Elf32_Half>(versions_[symbol] & kNumber);
+    constexpr ElfW(Half) kNumber = 0x7FFF;  // the highest bit hides a definition
+    const auto wanted = static_cast<ElfW(Half)>(versions_[symbol] & kNumber);
     const char* at = needed_;
     for (uint32_t i = 0; i < neededCount_; ++i) {
-        const auto* const file = reinterpret_cast<const Elf32_Verneed*>(at);
+        const auto* const file = reinterpret_cast<const ElfW(Verneed)*>(at);
         const char* version = at + file->vn_aux;
         for (uint32_t k = 0; k < file->vn_cnt; ++k) {
-            const auto* const entry = reinterpret_cast<const Elf32_Vernaux*>(version);
+            const auto* const entry = reinterpret_cast<const ElfW(Vernaux)*>(version);
             if ((entry->vna_other & kNumber) == wanted) return texts_ + entry->vna_name;
             version += entry->vna_next;
         }
@@ -258,20 +282,20 @@ const char* Image::versionOf(uint32_t symbol) const {
 
 bool Image::hasCode(const void* address) const {
     const auto offset = reinterpret_cast<uintptr_t>(address) - base_;
-    return std::ranges::any_of(segments_, [&](const Elf32_Phdr& segment) {
+    return std::ranges::any_of(segments_, [&](const ElfW(Phdr) & segment) {
         return isCode(segment) && offset - segment.p_vaddr < segment.p_filesz;
     });
 }
 
 bool Image::covers(const void* address) const {
     const auto offset = reinterpret_cast<uintptr_t>(address) - base_;
-    return std::ranges::any_of(segments_, [&](const Elf32_Phdr& segment) {
+    return std::ranges::any_of(segments_, [&](const ElfW(Phdr) & segment) {
         return segment.p_type == PT_LOAD && offset - segment.p_vaddr < segment.p_memsz;
     });
 }
 
 const void* Image::findCode(size_t length, bool (*matches)(const uint8_t* bytes)) const {
-    for (const Elf32_Phdr& segment : segments_) {
+    for (const ElfW(Phdr) & segment : segments_) {
         if (!isCode(segment) || segment.p_filesz < length) continue;
         const auto* const code = reinterpret_cast<const uint8_t*>(base_ + segment.p_vaddr);
         for (size_t i = 0; i + length <= segment.p_filesz; ++i)
@@ -283,7 +307,7 @@ const void* Image::findCode(size_t length, bool (*matches)(const uint8_t* bytes)
 int Image::protectionAt(uintptr_t page) const {
     const uintptr_t pageBytes = static_cast<uintptr_t>(getpagesize());
     int protection = PROT_READ;
-    for (const Elf32_Phdr& segment : segments_) {
+    for (const ElfW(Phdr) & segment : segments_) {
         const uintptr_t begin = base_ + segment.p_vaddr;
         // What is read-only after relocation ends with a page.
         if (segment.p_type == PT_GNU_RELRO && page >= (begin & ~(pageBytes - 1)) &&
@@ -298,7 +322,7 @@ int Image::protectionAt(uintptr_t page) const {
     return protection;
 }
 
-void Image::write(uint32_t* where, uint32_t value) const {
+void Image::write(Word* where, Word value) const {
     const uintptr_t pageBytes = static_cast<uintptr_t>(getpagesize());
     const uintptr_t page = reinterpret_cast<uintptr_t>(where) & ~(pageBytes - 1);
     const int protection = protectionAt(page);
