@@ -2,19 +2,20 @@
 // of that object, which only the linker knows.
 //
 // dlsym(RTLD_DEFAULT) searches the scope of the object that it returns to. So it is made to return
-// to code of the other object, which comes straight back: the end of any function there that takes
-// three words off the stack and returns.
+// to code of the other object, which comes straight back: the end of any function there that
+// returns, on i386 one that takes three words off the stack before.
 #include <dlfcn.h>
 
 #include "probe/boundary/crossing.h"
 
 namespace pcsim::probe {
 
-// Calls 'function' with three words so that it returns through 'gate'. The gate takes the words
-// off the stack into registers that are saved here.
+// Calls 'function' with three words so that it returns through 'gate'.
 extern "C" __attribute__((visibility("hidden"))) void* pcsimProbeCallThrough(
-    const void* gate, const void* function, uint32_t first, const char* second, const char* third);
+    const void* gate, const void* function, Word first, const char* second, const char* third);
 
+#ifdef __i386__
+// The gate takes the words off the stack into registers that are saved here.
 asm(R"(
     .text
     .hidden pcsimProbeCallThrough
@@ -47,17 +48,49 @@ pcsimProbeCallThrough:
     ret
     .cfi_endproc
 )");
+#else
+asm(R"(
+    .text
+    .hidden pcsimProbeCallThrough
+    .globl pcsimProbeCallThrough
+    .type pcsimProbeCallThrough, @function
+pcsimProbeCallThrough:
+    .cfi_startproc
+    movq %rdi, %rax
+    movq %rsi, %r11
+    movq %rdx, %rdi
+    movq %rcx, %rsi
+    movq %r8, %rdx
+    leaq 1f(%rip), %rcx
+    pushq %rcx
+    .cfi_def_cfa_offset 16
+    pushq %rax
+    jmp *%r11
+    .cfi_def_cfa_offset 8
+1:  ret
+    .cfi_endproc
+)");
+#endif
 
 namespace {
 
+constexpr uint8_t kReturn = 0xC3;
+
+#ifdef __i386__
+constexpr size_t kGateBytes = 4;
 // pop, pop, pop, ret of registers that are not the stack's own.
 bool isGate(const uint8_t* bytes) {
-    constexpr uint8_t kReturn = 0xC3;
     for (int i = 0; i < 3; ++i)
         if (bytes[i] != 0x5B && bytes[i] != 0x5D && bytes[i] != 0x5E && bytes[i] != 0x5F)
             return false;
     return bytes[3] == kReturn;
 }
+#else
+constexpr size_t kGateBytes = 1;
+bool isGate(const uint8_t* bytes) {
+    return bytes[0] == kReturn;
+}
+#endif
 
 bool inSameObject(const void* a, const void* b) {
     Dl_info ofA{}, ofB{};
@@ -67,9 +100,9 @@ bool inSameObject(const void* a, const void* b) {
 }  // namespace
 
 void* lookUpFrom(const Image& object, const char* name, const char* version) {
-    const void* const gate = object.findCode(4, isGate);
+    const void* const gate = object.findCode(kGateBytes, isGate);
     const auto ask = [&](auto* function, const char* wanted) {
-        constexpr uint32_t kDefault = 0;
+        constexpr Word kDefault = 0;
         return pcsimProbeCallThrough(gate, reinterpret_cast<const void*>(function), kDefault, name,
                                      wanted);
     };
