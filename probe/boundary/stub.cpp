@@ -1,4 +1,5 @@
-// Making stubs, and telling them from other code.
+// Making stubs, and telling them from other code. Their code is in stub_i386.cpp and
+// stub_amd64.cpp.
 #include "probe/boundary/stub.h"
 
 #include <cstddef>
@@ -35,9 +36,11 @@ BODIES(8)
 #undef BODIES
 }
 
-static_assert(offsetof(StubRecord, target) == 0 && offsetof(StubRecord, body) == 4 &&
-              offsetof(StubRecord, counts) == 8 && offsetof(StubRecord, poll) == 12 &&
-              offsetof(StubRecord, detours) == 16 && sizeof(StubRecord) == 24);
+constexpr size_t kWord = sizeof(void*);
+static_assert(offsetof(StubRecord, target) == 0 && offsetof(StubRecord, body) == kWord &&
+              offsetof(StubRecord, counts) == 2 * kWord &&
+              offsetof(StubRecord, poll) == 3 * kWord &&
+              offsetof(StubRecord, detours) == 4 * kWord && sizeof(StubRecord) == 6 * kWord);
 static_assert(offsetof(Counts, calls) == 0 && offsetof(Counts, failures) == 8 &&
               offsetof(Counts, nulls) == 16);
 static_assert(kStubs == 1024 && kCodeBytes == 32 && sizeof kMark - 1 == 12);

@@ -1,4 +1,6 @@
 // The code of the stubs for i386: arguments are on the stack.
+#ifdef __i386__
+
 // The pool, and where each stub goes from there: ecx is its record. Entered with the caller's
 // return address on top of the stack, the arguments above it.
 asm(R"(
@@ -190,3 +192,5 @@ pcsimProbeInvoke:
     ret
     .cfi_endproc
 )");
+
+#endif
