@@ -17,12 +17,9 @@
 
 #include "console/error.h"
 
-#ifndef __i386__
-#error "a switch of stacks is written for i386"
-#endif
-
 // Keeps what a function has to preserve on the stack that is left, notes where that is, and takes
 // the same from the stack to go on with.
+#if defined(__i386__)
 asm(R"(
     .text
     .hidden pcsimSwitchStack
@@ -44,6 +41,35 @@ pcsimSwitchStack:
     ret
     .size pcsimSwitchStack, . - pcsimSwitchStack
 )");
+constexpr int kSavedRegisters = 4;
+#elif defined(__x86_64__)
+asm(R"(
+    .text
+    .hidden pcsimSwitchStack
+    .globl pcsimSwitchStack
+    .type pcsimSwitchStack, @function
+pcsimSwitchStack:
+    pushq %rbp
+    pushq %rbx
+    pushq %r12
+    pushq %r13
+    pushq %r14
+    pushq %r15
+    movq %rsp, (%rdi)
+    movq %rsi, %rsp
+    popq %r15
+    popq %r14
+    popq %r13
+    popq %r12
+    popq %rbx
+    popq %rbp
+    ret
+    .size pcsimSwitchStack, . - pcsimSwitchStack
+)");
+constexpr int kSavedRegisters = 6;
+#else
+#error "a switch of stacks is written for i386 and amd64"
+#endif
 extern "C" void pcsimSwitchStack(void** left, void* next);
 
 namespace pcsim::host {
@@ -151,11 +177,11 @@ namespace {
 // A new stack takes no pointer with it, so its fiber waits here.
 Fiber* beginning = nullptr;
 
-// What a switch takes from a stack that has not begun: four registers, 'entry', and no way back.
+// What a switch takes from a stack that has not begun: the registers, 'entry', and no way back.
 // The stack is aligned as at a call.
 void* firstFrame(char* stack, void (*entry)()) {
     auto* const top = reinterpret_cast<void**>(stack + Stacks::kSize);
-    constexpr int kRegisters = 4, kWords = kRegisters + 2;
+    constexpr int kWords = kSavedRegisters + 2;
     std::fill(top - kWords, top, nullptr);
     top[-2] = reinterpret_cast<void*>(entry);
     return top - kWords;
