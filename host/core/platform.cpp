@@ -65,8 +65,18 @@ void Platform::setUpSlot(int number) {
 
 namespace {
 
-// Tells a 64-bit library or a file that is none from other reasons: dlopen's own text is longer
-// than a line for people.
+#ifdef __i386__
+constexpr int kClass = ELFCLASS32;
+constexpr const char* kExpected = "a 32-bit i386 shared library";
+constexpr const char* kOther = "64-bit";
+#else
+constexpr int kClass = ELFCLASS64;
+constexpr const char* kExpected = "a 64-bit shared library";
+constexpr const char* kOther = "32-bit";
+#endif
+
+// Tells a library of the other class or a file that is none from other reasons: dlopen's own text
+// is longer than a line for people.
 void checkClass(const std::string& path) {
     FILE* file = std::fopen(path.c_str(), "rbe");
     if (file == nullptr) {
@@ -78,10 +88,9 @@ void checkClass(const std::string& path) {
     const size_t size = std::fread(ident, 1, sizeof ident, file);
     std::fclose(file);
     if (size < sizeof ident || std::memcmp(ident, ELFMAG, SELFMAG) != 0)
-        fail("library {} is not an ELF file; expected a 32-bit i386 shared library", path);
-    if (ident[EI_CLASS] != ELFCLASS32)
-        fail("library {} is of the wrong class (64-bit); expected a 32-bit i386 shared library",
-             path);
+        fail("library {} is not an ELF file; expected {}", path, kExpected);
+    if (ident[EI_CLASS] != kClass)
+        fail("library {} is of the wrong class ({}); expected {}", path, kOther, kExpected);
 }
 
 // A variable that the library exports.
