@@ -1,5 +1,5 @@
-// The code of the stubs for amd64: six arguments are in registers, more on the stack. Numbers with a
-// fraction, which would be in registers of their own, cross the boundary nowhere.
+// The code of the stubs for amd64: six arguments are in registers, more on the stack. Numbers with
+// a fraction, which would be in registers of their own, cross the boundary nowhere.
 #ifdef __x86_64__
 
 // The pool, and where each stub goes from there: r11 is its record.
