@@ -12,7 +12,7 @@ bool isOneOf(char c, const char* set) {
 }
 
 #ifdef __i386__
-constexpr int kWideLongs = 2;  // "ll"
+constexpr int kWideLongs = 2;  // "ll"; "z" and "t" are as "l"
 constexpr uint8_t kFraction = 2, kLongFraction = 3, kWide = 2;
 #else
 constexpr int kWideLongs = 1;
@@ -49,7 +49,7 @@ FormatPiece takePiece(std::string_view& format) {
         } else if (inPrecision && c >= '0' && c <= '9' && piece.precision < 1'000'000) {
             piece.precision = piece.precision * 10 + (c - '0');
         }
-        longs += c == 'l' ? 1 : isOneOf(c, "jq") ? 2 : 0;
+        longs += isOneOf(c, "lzt") ? 1 : isOneOf(c, "jq") ? 2 : 0;
         longDouble |= c == 'L';
     }
     if (at >= format.size()) {  // it ends in the middle of a conversion
