@@ -34,8 +34,8 @@ struct FakeSite {
     }
 };
 
-inline uint32_t word(const void* pointer) {
-    return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(pointer));
+inline Word word(const void* pointer) {
+    return reinterpret_cast<Word>(pointer);
 }
 
 // Leads calls through one observer, as the boundary does.
@@ -49,19 +49,19 @@ public:
     };
 
     // 'inside' runs while the call does, unless it is answered.
-    Ended call(FakeSite& at, std::vector<uint32_t> arguments, uint64_t result = 0,
+    Ended call(FakeSite& at, std::vector<Word> arguments, uint64_t result = 0,
                const std::function<void()>& inside = {}, uint32_t thread = 1) {
         return callSeeing(
             at, std::move(arguments),
-            [&](const uint32_t*) {
+            [&](const Word*) {
                 if (inside) inside();
             },
             result, thread);
     }
 
     // The same, for those who look at the arguments.
-    Ended callSeeing(FakeSite& at, std::vector<uint32_t> arguments,
-                     const std::function<void(const uint32_t*)>& inside, uint64_t result = 0,
+    Ended callSeeing(FakeSite& at, std::vector<Word> arguments,
+                     const std::function<void(const Word*)>& inside, uint64_t result = 0,
                      uint32_t thread = 1) {
         arguments.resize(arguments.size() + 1);  // there is always a word to point at
         Call call{at.site, arguments.data(), static_cast<uint32_t>(arguments.size() - 1)};
@@ -80,7 +80,7 @@ public:
     }
 
     // A call that is left by a jump: it never ends.
-    void leave(FakeSite& at, std::vector<uint32_t> arguments) {
+    void leave(FakeSite& at, std::vector<Word> arguments) {
         arguments.resize(arguments.size() + 1);
         Call call{at.site, arguments.data(), static_cast<uint32_t>(arguments.size() - 1)};
         call.number = ++number_;

@@ -58,7 +58,7 @@ TEST_F(LedgerTest, WhatIsRefusedOrAnsweredByARuleIsNoBlock) {
     EXPECT_EQ(ledger.sums().refused, 1u);
     EXPECT_EQ(ledger.sums().blocks, 0u);
     boundary.call(malloc, {24}, 0x1000);
-    uint32_t block = 0x1000;
+    Word block = 0x1000;
     Call answered{free.site, &block, 1};
     answered.answered = true;
     ledger.before(answered);
@@ -83,8 +83,8 @@ TEST_F(LedgerTest, RulesOfAListAreTheLibrarysOnceTheyAreHandedIn) {
     FakeSite add{"pcSimIPv4AclAdd"}, diff{"pcSimIPv4AclRefreshDiff"};
     const std::unique_ptr<void, decltype(&std::free)> rules(std::malloc(60), &std::free);
     const Field* const field = recordNamed("HalAclListRequest")->field("rules");
-    std::vector<uint32_t> request(recordNamed("HalAclListRequest")->size / 4);
-    request[field->offset / 4] = word(rules.get());
+    std::vector<Word> request(recordNamed("HalAclListRequest")->size / sizeof(Word));
+    request[field->offset / sizeof(Word)] = word(rules.get());
     boundary.call(add, {word(request.data())});
     EXPECT_EQ(ledger.sums().blocks, 1u);
     EXPECT_GE(ledger.sums().bytes, 60u);

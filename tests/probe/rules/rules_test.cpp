@@ -137,8 +137,9 @@ TEST_F(RulesTest, WhatThePlatformTellsTheHostIsSetBeforeTheCall) {
     FakeSite timer{"halStartTimer"};
     rules.add({.operation = "halStartTimer", .set = {{"periodMs", "50"}}});
     uint32_t period = 0;
-    boundary.callSeeing(timer, {0, 0, 0, 1000, 0},
-                        [&](const uint32_t* arguments) { period = arguments[3]; });
+    boundary.callSeeing(timer, {0, 0, 0, 1000, 0}, [&](const Word* arguments) {
+        period = static_cast<uint32_t>(arguments[3]);
+    });
     EXPECT_EQ(period, 50u);
 }
 

@@ -88,7 +88,7 @@ public:
     }
     void* callback(const Function&) const override { return nullptr; }
     bool number(Meaning, const std::string&, int64_t&) const override { return false; }
-    void called(std::string_view name, std::string_view word, const uint32_t*) override {
+    void called(std::string_view name, std::string_view word, const Word*) override {
         last = std::string(name) + "." + std::string(word);
     }
 
