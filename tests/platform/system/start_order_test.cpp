@@ -80,6 +80,12 @@ TEST(ModuleControl, HandsDeviceCommandsOnAndIgnoresTheAnswer) {
     EXPECT_EQ(host().calls, Lines{"device command"});
 }
 
+TEST(ModuleControl, OfPresenceIsNoDeviceCommand) {
+    uint32_t mask = 0x2000;
+    for (const int32_t request : {0, 1, 2}) EXPECT_EQ(pcSimModuleIoctl(7, request, &mask), 0);
+    EXPECT_EQ(host().calls, Lines{});
+}
+
 TEST(StartOrder, OfAStackable) {
     for (const int32_t result : {0, -5}) {
         host().calls.clear();
