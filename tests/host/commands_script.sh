@@ -168,7 +168,7 @@ stays() {
 printf 'repeat 40\nexpect show ports -- count is 2\nend\n' >"$scratch/many"
 for form in tap junit; do
     former
-    (ulimit -f 1; trap '' XFSZ
+    (fill_disk
         "$pcsim" "${options[@]}" --report $form "$scratch/reports/$form" -f "$scratch/many" \
             >"$scratch/out" 2>"$scratch/err")
     said $? 1 "pcsim: report $scratch/reports/$form can't be written: File too large" "a full disk"

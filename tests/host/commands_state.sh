@@ -211,7 +211,7 @@ refuses "file /dev/null can't be written: it is no regular file; expected the na
 refuses "file $scratch/no/file can't be written: No such file or directory" "save $scratch/no/file"
 printf 'old\n' >"$scratch/full"
 for i in {1..500}; do echo "vlan create $i"; done >"$scratch/many"
-(ulimit -f 1; trap '' XFSZ
+(fill_disk
     "$pcsim" "${options[@]}" -f "$scratch/many" -x "save $scratch/full" >/dev/null 2>"$scratch/err")
 grep -q "^pcsim: file $scratch/full can't be written: File too large$" "$scratch/err" ||
     problem "a disk that is full is told as: $(cat "$scratch/err")"
