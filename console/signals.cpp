@@ -46,10 +46,18 @@ Signals::Signals() {
 }
 
 Signals::~Signals() {
-    for (size_t i = 0; i < kSignals.size(); ++i) sigaction(kSignals[i], &before_[i], nullptr);
+    const bool ending = interrupted();
+    if (ending) endUndisturbed();
+    for (size_t i = 0; i < kSignals.size(); ++i)
+        if (!ending || kSignals[i] == SIGCONT) sigaction(kSignals[i], &before_[i], nullptr);
     wakeDescriptor = -1;
     close(wake_[0]);
     close(wake_[1]);
+}
+
+void Signals::endUndisturbed() {
+    std::signal(SIGINT, SIG_IGN);
+    std::signal(SIGTERM, SIG_IGN);
 }
 
 bool Signals::interrupted() const {

@@ -9,7 +9,8 @@
 
 namespace pcsim {
 
-// There is one in a process; the handlers of before are given back at its end.
+// There is one in a process; the handlers of before are given back at its end, unless an interrupt
+// that nobody has answered is what ends it.
 class Signals {
 public:
     // Throws a CommandError when there is no descriptor left.
@@ -26,6 +27,10 @@ public:
     void terminate();
     // Whether the process went on after a stop since this was asked.
     bool takeContinuation();
+
+    // From now on SIGINT and SIGTERM do nothing: who has been asked to end still says why and
+    // writes what it owes, and programs like timeout(1) ask twice.
+    static void endUndisturbed();
 
     int descriptor() const { return wake_[0]; }
     // Makes the descriptor unreadable until the next signal.

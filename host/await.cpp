@@ -7,6 +7,7 @@
 #include <string>
 
 #include "console/error.h"
+#include "console/signals.h"
 #include "lab/interface.h"
 
 namespace pcsim::host {
@@ -45,10 +46,12 @@ void awaitInterfaces(unsigned ports) {
     for (unsigned port = 1; port <= ports; ++port) {
         const std::string name = "eth" + std::to_string(port);
         while (lab::indexOf(control.get(), name) == 0)
-            if (signals.next() > 0)
+            if (signals.next() > 0) {
+                Signals::endUndisturbed();
                 throw CommandError("interrupted while waiting for the interface " + name +
                                        "; expected eth1 to eth" + std::to_string(ports),
                                    ErrorCode::kInterrupted);
+            }
     }
 }
 

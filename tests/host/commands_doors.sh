@@ -113,6 +113,32 @@ done
 "$lab" --ports 2 -- timeout 0.5 "$pcsim" --await 3 --json=lines >"$scratch/out" 2>"$scratch/err"
 grep -q '"code":4,' "$scratch/out" || problem "--await as JSON: $(cat "$scratch/out")"
 
+# Who has been asked to end says so, even when it is asked again while it does: here while nobody
+# reads what it says.
+asked_twice() {
+    local what=$1 line=$2 process
+    shift 2
+    mkfifo "$scratch/said"
+    exec 3<>"$scratch/said"
+    head -c 65536 /dev/zero >&3
+    "$@" >"$scratch/out" 2>&3 &
+    process=$!
+    sleep 0.5
+    for name in INT TERM INT; do
+        kill "-$name" $process
+        sleep 0.2
+    done
+    head -c 65536 <&3 >/dev/null
+    wait $process
+    local status=$?
+    timeout 1 cat <&3 >"$scratch/err"
+    exec 3>&-
+    rm "$scratch/said"
+    said $status 1 "$line" "$what, asked twice"
+}
+asked_twice "a wait" "pcsim: interrupted" "$pcsim" --lab 1 -x 'sleep 60000'
+asked_twice "--await" "pcsim: ${waits/interface eth3/interface eth1}" "$pcsim" --await 3
+
 # Output that can't be written, and a reader that has gone.
 full="pcsim: standard output can't be written: No space left on device"
 "$pcsim" --lab 1 -x 'show family' -x 'show ports' >/dev/full 2>"$scratch/err"
