@@ -1,7 +1,11 @@
 // The hooks that the library's calls of the C library lead to, and the state between inputs.
 #include "tests/fuzz/support/library.h"
 
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
 #include <sys/types.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -51,14 +55,13 @@ void freeBlock(void* block) {
 
 // The variables of the library as they were at the start, and a way to put them back. Word by word:
 // the sanitizer keeps gaps between variables, which its memcpy() must not touch.
-class Variables {
+class Words {
 public:
-    Variables(uint8_t* start, const uint8_t* end) : words_(reinterpret_cast<uint32_t*>(start)) {
+    Words(uint8_t* start, const uint8_t* end) : words_(reinterpret_cast<uint32_t*>(start)) {
         const size_t count = static_cast<size_t>(end - start) / sizeof(uint32_t);
         for (size_t i = 0; i < count; ++i) saved_.push_back(uint32_t{words_[i]});
     }
-    // What no input has changed is only read, a block at a time: there are two megabytes of
-    // counters.
+    // What no input has changed is only read, a block at a time.
     void restore() const {
         for (size_t i = 0; i < saved_.size(); i += kBlock) {
             const size_t end = std::min(i + kBlock, saved_.size());
@@ -75,6 +78,57 @@ private:
 
     uint32_t* words_;
     std::vector<uint32_t> saved_;
+};
+
+// Whole pages of them, of which the kernel knows what has been changed: it keeps copies of those
+// alone, and forgets them. There are two megabytes of counters.
+class Pages {
+public:
+    Pages(uint8_t* start, const uint8_t* end)
+        : start_(start), size_(static_cast<size_t>(end - start)) {
+        if (size_ == 0) return;
+        const int saved = memfd_create("variables", MFD_CLOEXEC);
+        // Not write(), whose arguments the sanitizer looks at.
+        if (saved < 0 || syscall(SYS_write, saved, start, size_) != static_cast<long>(size_) ||
+            mmap(start, size_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_FIXED, saved, 0) != start)
+            std::abort();
+        close(saved);
+    }
+    void restore() const {
+        if (size_ != 0) madvise(start_, size_, MADV_DONTNEED);
+    }
+
+private:
+    uint8_t* start_;
+    size_t size_;
+};
+
+// All from start to end: where there are many, the pages between the first and the last words.
+class Variables {
+public:
+    Variables(uint8_t* start, uint8_t* end)
+        : Variables(start, end, end - start < kMany ? end : pageOf(start + kPage - 1),
+                    end - start < kMany ? end : pageOf(end)) {}
+    void restore() const {
+        first_.restore();
+        pages_.restore();
+        last_.restore();
+    }
+
+private:
+    static constexpr ptrdiff_t kPage = 4096;
+    static constexpr ptrdiff_t kMany = 16 * kPage;
+
+    Variables(uint8_t* start, uint8_t* end, uint8_t* inner, uint8_t* innerEnd)
+        : first_(start, inner), last_(innerEnd, end), pages_(inner, innerEnd) {}
+    // The start of the page that a place lies in.
+    static uint8_t* pageOf(uint8_t* place) {
+        return place - reinterpret_cast<uintptr_t>(place) % kPage;
+    }
+
+    Words first_;
+    Words last_;
+    Pages pages_;
 };
 
 // Formats where the host is to look at arguments; most inputs do without.
