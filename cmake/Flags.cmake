@@ -30,8 +30,9 @@ endif()
 # Everything that a fuzzer is made of is counted and held by the sanitizers. Warnings are the other
 # builds' business, whose compiler the sources are written for.
 if(PCSIM_FUZZ)
-    target_compile_options(pcsim_flags INTERFACE -w -O1 -g1 -fno-omit-frame-pointer
+    target_compile_options(pcsim_flags INTERFACE -w -O2 -g1 -fno-omit-frame-pointer
                            -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all
+                           -fno-sanitize-coverage=trace-cmp  # half the time; there are dictionaries
                            -fno-sanitize=function)  # accepted-and-ignored operations take anything
     target_link_options(pcsim_flags INTERFACE -fsanitize=address,undefined)
 endif()

@@ -7,11 +7,6 @@
 
 #include "console/text.h"
 
-// Texts are many small blocks: what the sanitizer keeps of each is most of an input's time.
-extern "C" const char* __asan_default_options() {
-    return "malloc_context_size=4:quarantine_size_mb=8";
-}
-
 namespace pcsim::fuzz {
 
 void demand(bool holds, const char* what, std::string_view of) {
