@@ -1,7 +1,8 @@
 // The grammar: lines held against forms, completion, and values.
 //
-// The first three bytes choose how wide a page is, where the line is cut for completion, and what
-// is taken of what is offered there; the rest is the line.
+// The first three bytes choose how wide a page is, and with its lowest bit whether the line is
+// taken as a command or as values; where it is cut for completion; and what is taken of what is
+// offered there. The rest is the line.
 #include <algorithm>
 #include <set>
 
@@ -206,6 +207,20 @@ void demandCommand(Console& console, const Words& words) {
     demandSingles(console, *found);
 }
 
+// What the command is, and what may follow a part of it.
+void runCommand(Console& console, const Words& words, size_t cut, size_t choice) {
+    demandCommand(console, words);
+    Words begun = words;
+    begun.resize(std::min(begun.size(), cut));
+    demandOffers(console, begun, choice);
+}
+
+void runValues(const Words& words) {
+    demandRelations(words);
+    demandPatterns(words);
+    for (const std::string& word : words) demandValues(word);
+}
+
 void run(std::span<const uint8_t> input) {
     static Stage stage;
     Bytes bytes(input);
@@ -213,7 +228,8 @@ void run(std::span<const uint8_t> input) {
     const size_t cut = bytes.byte();
     const size_t choice = bytes.byte();
     const std::string line(bytes.rest());
-    demandQuestion(stage.console, line, width);
+    const bool command = width % 2 == 0;
+    if (command) demandQuestion(stage.console, line, width);
     std::vector<bool> literal;
     const std::string value = "a b";
     auto words = resultOf([&] {
@@ -224,13 +240,10 @@ void run(std::span<const uint8_t> input) {
     demand(literal.size() == words->size(), "of each word it is known what it means", line);
     if (!resultOf([&] { return takePiping(*words, literal); })) return;
     demandWords(*words);
-    demandCommand(stage.console, *words);
-    Words begun = *words;
-    begun.resize(std::min(begun.size(), cut));
-    demandOffers(stage.console, begun, choice);
-    demandRelations(*words);
-    demandPatterns(*words);
-    for (const std::string& word : *words) demandValues(word);
+    if (command)
+        runCommand(stage.console, *words, cut, choice);
+    else
+        runValues(*words);
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ namespace pcsim::fuzz {
 
 namespace {
 
-constexpr unsigned kPatience = 300;  // lines, about
+constexpr unsigned kPatience = 60;  // lines, about
 
 // Holds what a session tells against what it may.
 class Listener : public Sink {
