@@ -12,9 +12,9 @@ sys.dont_write_bytecode = True
 sys.path.insert(0, str(Path(__file__).resolve().parent))
 # pylint: disable=wrong-import-position
 import survivors
-from builds import ROOT, Build, resource_folder, say_what_is_missing
+from builds import PRESET, ROOT, Build, resource_folder, say_what_is_missing
 from places import Change, Source, choose, parse
-from suite import Suite, read_cases
+from suite import Suite, passes, read_cases
 
 PROGRAM = SourceFileLoader("program", str(Path(__file__).resolve().parent / "try")).load_module()
 SAMPLE = """int g(int a, int b);
@@ -110,6 +110,12 @@ class Trials(unittest.TestCase):
         self.assertIn("\n1 do not compile, 1 make the same objects", output)
         self.assertIn("\n1 mutants, 1 caught, 0 survive: 0 listed\n", output)
         self.assertEqual(0, status)
+
+    def test_what_is_told_the_library_passes_with_it(self) -> None:
+        """Programs of other rooms, with the variables and patterns that their tests have."""
+        told = [case for case in read_cases() if "examples" in case.labels]
+        self.assertTrue(all(case.expected for case in told) and told)
+        self.assertEqual([case.name for case in told if not passes(case, PRESET)], [])
 
     def test_a_survivor_must_be_listed(self) -> None:
         changes = [change_of(*CAUGHT)]

@@ -35,6 +35,7 @@ class Case(NamedTuple):
     folder: str
     expected: str | None
     skipped: int | None
+    variables: dict[str, str]
 
 
 def read_cases() -> list[Case]:
@@ -54,7 +55,8 @@ def read_cases() -> list[Case]:
             continue
         cases.append(Case(test["name"], labels, command, properties.get("WORKING_DIRECTORY", "."),
                           (properties.get("PASS_REGULAR_EXPRESSION") or [None])[0],
-                          properties.get("SKIP_RETURN_CODE")))
+                          properties.get("SKIP_RETURN_CODE"),
+                          dict(each.split("=", 1) for each in properties.get("ENVIRONMENT", ()))))
     return cases
 
 
@@ -74,7 +76,8 @@ def passes(case: Case, folder: Path) -> bool:
     own = folder / Path(command[0]).name
     if own.exists():
         command[0] = str(own)
-    surroundings = {**os.environ, "LD_LIBRARY_PATH": str(folder), "PCSIM_SEED": SEED}
+    surroundings = {**os.environ, **case.variables, "LD_LIBRARY_PATH": str(folder),
+                    "PCSIM_SEED": SEED}
     output = subprocess.PIPE if case.expected else subprocess.DEVNULL
     # pylint: disable=subprocess-popen-preexec-fn  # nothing in it takes a lock
     with subprocess.Popen(command, cwd=case.folder, env=surroundings, stdin=subprocess.DEVNULL,
