@@ -9,6 +9,7 @@
 #include "tests/fuzz/support/host.h"
 #include "tests/fuzz/support/input.h"
 #include "tests/fuzz/support/library.h"
+#include "tests/fuzz/support/life.h"
 #include "tests/support/tree.h"
 
 namespace {
@@ -376,13 +377,5 @@ void Acl::step() {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-    freshLibrary();
-    Input input(bytes, size);
-    const uint8_t how = input.byte();
-    host().formatted = (how & 1) != 0;
-    pcsim::test::tree().success = (how & 2) != 0 ? 7 : 0;
-    Acl acl(input);
-    acl.run();
-    acl.end();
-    return 0;
+    return live<Acl>(bytes, size);
 }

@@ -14,6 +14,7 @@
 #include "tests/fuzz/support/host.h"
 #include "tests/fuzz/support/input.h"
 #include "tests/fuzz/support/library.h"
+#include "tests/fuzz/support/life.h"
 #include "tests/support/tree.h"
 
 namespace {
@@ -323,13 +324,5 @@ void Mcast::step(uint32_t operation) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-    freshLibrary();
-    Input input(bytes, size);
-    const uint8_t how = input.byte();
-    host().formatted = (how & 1) != 0;
-    pcsim::test::tree().success = (how & 2) != 0 ? 7 : 0;
-    Mcast mcast(input);
-    mcast.run();
-    mcast.end();
-    return 0;
+    return live<Mcast>(bytes, size);
 }
