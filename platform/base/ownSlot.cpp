@@ -9,12 +9,12 @@ namespace {
 // Own slot where the environment names none; a chassis has kChassisOwnSlot.
 constexpr int32_t kStackOwnSlot = 1;
 
-int32_t pcSimIsChassis;
+bool pcSimIsChassis;
 
 }  // namespace
 
 void setShape(bool chassis) noexcept {
-    pcSimIsChassis = chassis ? 1 : 0;
+    pcSimIsChassis = chassis;
 }
 
 }  // namespace pcsim
@@ -27,6 +27,6 @@ extern "C" {
 int32_t pcSimGetMySlotNum() noexcept {
     const char* slotId = getenv("VORN_SLOT_ID");
     if (slotId != nullptr) return static_cast<int32_t>(strtol(slotId, nullptr, 10));
-    return pcSimIsChassis != 0 ? kChassisOwnSlot : kStackOwnSlot;
+    return pcSimIsChassis ? kChassisOwnSlot : kStackOwnSlot;
 }
 }

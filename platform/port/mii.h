@@ -32,7 +32,7 @@ private:
 // What 'name' of an interface is, as the kernel knows it: "eth<number>".
 struct InterfaceName {
     explicit InterfaceName(uint32_t number) noexcept;
-    char text[32];
+    char text[IFNAMSIZ];
 };
 
 }  // namespace pcsim
