@@ -2,6 +2,7 @@
 #include "console/new_file.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -52,6 +53,20 @@ int giveName(int file, const std::string& name) {
                                                                                           : errno;
 }
 
+// Removes what a process has left that was killed on the last step: whoever is still on it holds a
+// lock.
+bool removeLeft(const std::string& name) {
+    const int file = open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+    if (file < 0) return false;
+    struct stat held {
+    }, named{};
+    const bool left = flock(file, LOCK_EX | LOCK_NB) == 0 && fstat(file, &held) == 0 &&
+                      lstat(name.c_str(), &named) == 0 && held.st_ino == named.st_ino &&
+                      unlink(name.c_str()) == 0;
+    close(file);
+    return left;
+}
+
 }  // namespace
 
 bool isReplaceable(const std::string& path) {
@@ -79,23 +94,30 @@ int NewFile::open(const std::string& path) {
     return fchmod(file_, modeOf(status, exists)) == 0 ? 0 : errno;
 }
 
+// One of its own beside the target's, as only rename() puts a file where another one is.
+int NewFile::takeName() {
+    flock(file_, LOCK_EX | LOCK_NB);
+    int error = EEXIST;
+    for (int number = 1; error == EEXIST && number <= kMostNames; ++number) {
+        temporary_ = target_ + ".pcsim-new-" + std::to_string(number);
+        error = giveName(file_, temporary_);
+        if (error == EEXIST && removeLeft(temporary_)) error = giveName(file_, temporary_);
+    }
+    if (error != 0) temporary_.clear();
+    return error;
+}
+
 int NewFile::place() {
     if (temporary_.empty()) {
         // Where there is none yet, it needs no other name before.
         int error = giveName(file_, target_);
         if (error == 0) return 0;
-        for (int number = 1; error == EEXIST && number <= kMostNames; ++number) {
-            temporary_ =
-                target_ + ".new-" + std::to_string(getpid()) + "-" + std::to_string(number);
-            error = giveName(file_, temporary_);
-        }
-        if (error != 0) {
-            temporary_.clear();
-            return error;
-        }
+        if (error == EEXIST) error = takeName();
+        if (error != 0) return error;
     }
     if (rename(temporary_.c_str(), target_.c_str()) != 0) return errno;
     temporary_.clear();
+    flock(file_, LOCK_UN);
     return 0;
 }
 

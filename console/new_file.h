@@ -1,6 +1,8 @@
 // A file that takes the place of another one, or of none, once it is complete. Until then it has no
 // name, so that nothing is left of it when the process is killed; only file systems that know no
-// such files have it beside the other one meanwhile.
+// such files have it beside the other one meanwhile. On the last step to where another one is it
+// has the name FILE.pcsim-new-N for a moment: what is left of a process that was killed then is
+// removed by the next that takes the step.
 #ifndef PCSIM_CONSOLE_NEW_FILE_H
 #define PCSIM_CONSOLE_NEW_FILE_H
 
@@ -33,6 +35,8 @@ public:
     int release();
 
 private:
+    int takeName();
+
     std::string target_;     // where symbolic links lead to
     std::string temporary_;  // its name as long as it has one that isn't the target's
     int file_ = -1;

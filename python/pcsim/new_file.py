@@ -1,11 +1,14 @@
 """Files that take the place of others once they are complete. Until then they have no name, so that
 nothing is left of them when the process is killed; only file systems that know no such files have
-them beside the others meanwhile.
+them beside the others meanwhile. On the last step to where another one is they have the name
+FILE.pcsim-new-N for a moment: what is left of a process that was killed then is removed by the next
+that takes the step.
 """
 from __future__ import annotations
 
 import contextlib
 import errno
+import fcntl
 import itertools
 import os
 import stat
@@ -55,22 +58,49 @@ class NewFile:
                 # Where there is none yet, it needs no other name before.
                 self._give_name(self._target)
                 return
-        for number in itertools.count(1):
-            if self._temporary is not None:
-                break
-            name = self._target.with_name(f"{self._target.name}.new-{os.getpid()}-{number}")
-            with contextlib.suppress(FileExistsError):
-                self._give_name(name)
-                self._temporary = name
-        assert self._temporary is not None
+            self._temporary = self._take_name()
         self._temporary.replace(self._target)
         self._temporary = None
+        fcntl.flock(self.descriptor, fcntl.LOCK_UN)
+
+    def _take_name(self) -> Path:
+        """A name of its own beside the target's, as only a rename puts a file where another is."""
+        with contextlib.suppress(OSError):
+            fcntl.flock(self.descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        for number in itertools.count(1):
+            name = self._target.with_name(f"{self._target.name}.pcsim-new-{number}")
+            for _ in range(2):
+                with contextlib.suppress(FileExistsError):
+                    self._give_name(name)
+                    return name
+                if not remove_left(name):
+                    break
+        raise AssertionError("unreachable")
 
     def close(self) -> None:
         """Without place() before it, the file is gone and the other one as it was."""
         os.close(self.descriptor)
         if self._temporary is not None:
             self._temporary.unlink(missing_ok=True)
+
+
+def remove_left(name: Path) -> bool:
+    """Removes what a process has left that was killed on the last step, and whether that was it:
+    whoever is still on it holds a lock."""
+    try:
+        file = os.open(name, os.O_RDONLY | os.O_NOFOLLOW | os.O_NONBLOCK)
+    except OSError:
+        return False
+    try:
+        fcntl.flock(file, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        if not os.path.samestat(os.fstat(file), os.lstat(name)):
+            return False
+        name.unlink()
+        return True
+    except OSError:
+        return False
+    finally:
+        os.close(file)
 
 
 def mode_of(path: Path) -> int:

@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -117,6 +118,34 @@ TEST_F(OutputFileTest, AKilledProcessLeavesTheFormerAndNothingElse) {
     if (hasNamelessFiles()) {
         EXPECT_EQ(names(), std::set<std::string>{"file"});
     }
+}
+
+TEST_F(OutputFileTest, WhatAKilledProcessHasLeftOnTheLastStepGoes) {
+    make("former");
+    std::ofstream(file + ".pcsim-new-1") << "left";
+    std::ofstream(file + ".pcsim-new-2") << "another process is on it";
+    const int held = open((file + ".pcsim-new-2").c_str(), O_RDONLY);
+    ASSERT_EQ(flock(held, LOCK_EX), 0);
+    OutputFile out(file);
+    out.write("new");
+    out.keep();
+    EXPECT_EQ(content(file), "new");
+    EXPECT_EQ(names(), (std::set<std::string>{"file", "file.pcsim-new-2"}));
+    const int replaced = open(file.c_str(), O_RDONLY);
+    EXPECT_EQ(flock(replaced, LOCK_EX | LOCK_NB), 0) << "the file itself is nobody's";
+    close(replaced);
+    close(held);
+}
+
+TEST_F(OutputFileTest, NamesThatAreTakenAreLeftAlone) {
+    make("former");
+    std::filesystem::create_directory(file + ".pcsim-new-1");
+    std::filesystem::create_symlink("file", file + ".pcsim-new-2");
+    OutputFile out(file);
+    out.write("new");
+    out.keep();
+    EXPECT_EQ(content(file), "new");
+    EXPECT_EQ(names(), (std::set<std::string>{"file", "file.pcsim-new-1", "file.pcsim-new-2"}));
 }
 
 TEST_F(OutputFileTest, AFullDiskLeavesTheFormerAndIsTold) {

@@ -19,7 +19,7 @@ from fnmatch import fnmatch
 from pathlib import Path
 
 import sandbox
-from victims import WRITTEN, Victim, of_number
+from victims import LAST_STEP, WRITTEN, Victim, of_number
 
 SOONEST_S = 0.001
 SCENES = {"switch": "scenes", "lab": "scenes", "web": "scene_web"}
@@ -82,7 +82,7 @@ def one(victim: Victim, folder: Path, moment: float) -> tuple[list[str], bool]:
         scene.settle()
         left = remains.more(before, remains.at_rest(before, folder))
         problems += [f"left: {each}" for each in leftover(
-            folder, left, (*victim.may_leave, *WRITTEN))]
+            folder, left, (*victim.may_leave, *LAST_STEP, *WRITTEN))]
         scene.again()
         left = remains.more(before, remains.at_rest(before, folder))
         problems += [f"left after the next one: {each}" for each in leftover(folder, left, WRITTEN)]

@@ -175,7 +175,8 @@ class Switch(Scene):
             need(switch.status().pid == self.process.pid, "another process answers")
             need("1:1" in switch.run("show ports").text, "there are no ports")
             switch.run(f"load {self.work}/state.txt")
-            switch.run(f"save {self.work}/state.txt")
+            for line in ("save {}/state.txt", "save {}/state.gz", "show running > {}/shown.txt"):
+                switch.run(line.format(self.work))
         self.process.send_signal(signal.SIGTERM)
         self.ends(self.process, "the next pcsim")
 

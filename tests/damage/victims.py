@@ -50,6 +50,9 @@ SOCKET = (f"run/{NAME}.sock", f"run/{NAME}.sock.new", f"run/{NAME}.lock")
 NAMELESS = ("run/pcsim-*.sock", "run/pcsim-*.sock.new", "run/pcsim-*.lock")
 # What the user has asked for, what was there before, and the folder of all labs.
 WRITTEN = ("run/labs", "work/shown.txt", "work/run.rec", "work/calls.txt", *(f"work/{name}" for name in KEPT))
+# Names that files have on the last step to where others are, until they are written again.
+LAST_STEP = ("work/state.txt.pcsim-new-?", "work/state.gz.pcsim-new-?",
+             "work/shown.txt.pcsim-new-?")
 LAB_FOLDER = ("run/labs/victim", "run/labs/victim/*", "run/labs/.victim.*", "run/labs/.victim.*/*",
               "run/victim.*.sock", "run/victim.*.sock.new", "run/victim.*.lock")
 

@@ -1,4 +1,5 @@
 """Files that take the place of others once they are complete."""
+import fcntl
 import os
 import signal
 import subprocess
@@ -66,6 +67,27 @@ def test_a_killed_process_leaves_the_former(file):
     except OSError:
         return  # all files of this file system have names
     assert names(file) == ["file"]
+
+
+def test_what_a_killed_process_has_left_on_the_last_step_goes(file):
+    for number in 1, 2:
+        file.with_name(f"file.pcsim-new-{number}").write_text("left")
+    with file.with_name("file.pcsim-new-2").open(encoding="ascii") as held:
+        fcntl.flock(held, fcntl.LOCK_EX)
+        with whole_file(file) as new:
+            new.write("new")
+        assert file.read_text() == "new" and names(file) == ["file", "file.pcsim-new-2"]
+    with file.open(encoding="ascii") as replaced:
+        fcntl.flock(replaced, fcntl.LOCK_EX | fcntl.LOCK_NB)
+
+
+def test_names_that_are_taken_are_left_alone(file):
+    file.with_name("file.pcsim-new-1").mkdir()
+    file.with_name("file.pcsim-new-2").symlink_to("file")
+    with whole_file(file) as new:
+        new.write("new")
+    assert file.read_text() == "new"
+    assert names(file) == ["file", "file.pcsim-new-1", "file.pcsim-new-2"]
 
 
 def test_it_goes_where_a_link_leads_to(file):
