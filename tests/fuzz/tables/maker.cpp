@@ -59,6 +59,16 @@ uint8_t* Maker::block(size_t size) {
     return made;
 }
 
+// Of exactly its size: a few letters mostly, or more than any record has room for.
+uint8_t* Maker::text() {
+    const auto letter = static_cast<uint8_t>('a' + input_.below(26));
+    const uint8_t choice = input_.byte();
+    const size_t length = choice < 240 ? choice % 8 : choice;
+    uint8_t* const made = block(length + 1);
+    std::memset(made, letter, length);
+    return made;
+}
+
 // Mostly small numbers of things that there are, else anything.
 uint32_t Maker::number(Meaning meaning) {
     const uint8_t choice = input_.byte();
@@ -127,8 +137,7 @@ uint32_t Maker::pointer(const Type& type, const Semantics& semantics, uint32_t c
     if (target.kind == Kind::kRecord) {
         made = record(target, semantics, count);
     } else if (semantics.meaning == Meaning::kText || target.meaning == Meaning::kText) {
-        made = block(8);
-        std::memset(made, 'a' + input_.below(26), input_.below(8));
+        made = text();
     } else {
         const uint32_t elements = std::max({count, semantics.elements, 1u});
         const uint32_t size = std::max(target.size, target.kind == Kind::kVoid ? 1u : 4u);

@@ -30,6 +30,7 @@ private:
     void fill(const probe::Type& type, const probe::Semantics& semantics, uint8_t* at,
               uint32_t count);
     uint8_t* block(size_t size);
+    uint8_t* text();
 
     Input& input_;
     std::vector<void*> blocks_;
