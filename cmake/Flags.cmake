@@ -22,10 +22,15 @@ endif()
 # information is a third of the time that they take to compile.
 set(PCSIM_TEST_OPTIMISATION -O0 -g1)
 if(PCSIM_SANITIZE)
-    set(PCSIM_SANITIZERS -fsanitize=address,undefined -fno-sanitize-recover=all
-        -fno-omit-frame-pointer -g1)
-    target_compile_options(pcsim_flags INTERFACE ${PCSIM_SANITIZERS})
-    target_link_options(pcsim_flags INTERFACE ${PCSIM_SANITIZERS})
+    # What a target is compiled with is as the folder says that it stands in: tests do without the one
+    # for undefined behaviour, with which they would take half as long again.
+    define_property(TARGET PROPERTY PCSIM_SANITIZERS
+                    INITIALIZE_FROM_VARIABLE TARGETS_PCSIM_SANITIZERS)
+    set(TARGETS_PCSIM_SANITIZERS address,undefined)
+    target_compile_options(pcsim_flags INTERFACE
+                           -fsanitize=$<TARGET_PROPERTY:PCSIM_SANITIZERS>
+                           -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
+    target_link_options(pcsim_flags INTERFACE -fsanitize=address,undefined)
 endif()
 # Everything that a fuzzer is made of is counted and held by the sanitizers. Warnings are the other
 # builds' business, whose compiler the sources are written for.
