@@ -1,12 +1,8 @@
 #!/usr/bin/python3
-"""Weeks of a switch's life in stopped time: churn of all kinds and faults, and every simulated hour
-all that pcsim shows against a naive model, block by block of the library's memory.
+"""Weeks of a switch's life in stopped time, and every simulated hour all that it shows against a model.
 
-    soak.py [--minutes N] [--shape stack|chassis] [--seed N] [--hours H] [--rate F] [--report FILE]
-
-Without --shape both shapes have half of the minutes each. --rate multiplies how often everything
-happens. --expect-blocks N makes the driver expect
-so many blocks more than its model says: it must fail then."""
+What happens is churn of all kinds and faults; the model is a naive one, and the library's memory is
+held against it block by block."""
 import argparse
 import json
 import os
@@ -261,13 +257,17 @@ def progress(soak, started):
 def main():
     """The exit status."""
     parser = argparse.ArgumentParser(description=__doc__.split("\n", maxsplit=1)[0])
-    parser.add_argument("--minutes", type=float, default=10)
-    parser.add_argument("--shape", choices=("stack", "chassis"), action="append")
-    parser.add_argument("--seed", type=int, default=random.SystemRandom().randrange(1 << 32))
-    parser.add_argument("--hours", type=int, default=168, help="simulated, at most")
-    parser.add_argument("--rate", type=float, default=1)
-    parser.add_argument("--report", type=Path)
-    parser.add_argument("--expect-blocks", type=int, default=0)
+    parser.add_argument("--minutes", type=float, default=10, help="of real time, at most; 10 without it")
+    parser.add_argument("--hours", type=int, default=168,
+                        help="of simulated time for each shape, at most; 168 without it")
+    parser.add_argument("--shape", choices=("stack", "chassis"), action="append",
+                        help="this one alone; without it both have half of the minutes each")
+    parser.add_argument("--seed", type=int, default=random.SystemRandom().randrange(1 << 32),
+                        help="of what happens; another one each time without it")
+    parser.add_argument("--rate", type=float, default=1, help="how often things happen; usually 1")
+    parser.add_argument("--report", type=Path, metavar="FILE", help="what was done and kept, as JSON")
+    parser.add_argument("--expect-blocks", type=int, default=0, metavar="N",
+                        help="expect so many blocks more than the model says: it must fail then")
     arguments = parser.parse_args()
     arguments.report = arguments.report and arguments.report.resolve()
     print(f"seed {arguments.seed}", flush=True)
