@@ -6,7 +6,9 @@
 #include <link.h>
 #include <stdio_ext.h>
 
+#include <cerrno>
 #include <cstring>
+#include <new>
 
 #include "probe/boundary/boundary.h"
 
@@ -141,9 +143,16 @@ void Platform::captureStandardOutput() {
     stdout = captured_;
 }
 
+// An exception must not pass through the C library, which would stop the process: the stream keeps
+// in mind that there was an error.
 ssize_t Platform::write(void* cookie, const char* text, size_t size) {
-    static_cast<Platform*>(cookie)->printed_.append(text, size);
-    return static_cast<ssize_t>(size);
+    try {
+        static_cast<Platform*>(cookie)->printed_.append(text, size);
+        return static_cast<ssize_t>(size);
+    } catch (const std::bad_alloc&) {
+        errno = ENOMEM;
+        return 0;
+    }
 }
 
 bool Platform::isWatched() const {
@@ -151,8 +160,13 @@ bool Platform::isWatched() const {
 }
 
 void Platform::drainPrints() {
-    if (captured_ == nullptr || (printed_.empty() && __fpending(captured_) == 0)) return;
+    if (captured_ == nullptr) return;
+    if (printed_.empty() && __fpending(captured_) == 0 && std::ferror(captured_) == 0) return;
     std::fflush(captured_);
+    if (std::ferror(captured_) != 0) {
+        std::clearerr(captured_);
+        throw std::bad_alloc();
+    }
     std::string text;
     text.swap(printed_);
     if (onPrint) onPrint(text);

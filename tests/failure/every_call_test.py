@@ -1,23 +1,26 @@
-"""pcsim while one call after the other fails: a sample of them, PCSIM_FAILURES=all for many more.
+"""pcsim while one call after the other fails: a sample of them; with PCSIM_FAILURES=many many more,
+with PCSIM_FAILURES=all every one.
 
-PCSIM_SEED says where the sample begins.
+PCSIM_SEED says where a sample begins.
 """
 import os
 import signal
+import sys
 
 import pytest
 from runs import (KINDS, SCENARIOS, Failure, Outcome, Scenario, failures, objection, objections,
                   run, spread)
 
-ALL = os.environ.get("PCSIM_FAILURES") == "all"
+EXTENT = ("few", "many", "all").index(os.environ.get("PCSIM_FAILURES", "few"))
 SEED = int(os.environ.get("PCSIM_SEED", "1"))
 
-# How many numbers of each kind of call, in the sample and at most. The tour takes seconds of real
-# time; a boot is part of every scenario and tried once.
-MOST = {"boot": (25, 1500), "lab": (10, 200), "loads": (25, 400), "chassis": (8, 150),
-        "tour": (2, 30)}
+# How many numbers of each kind of call, few and many. The tour takes seconds of real time; a boot is
+# part of every scenario and tried once.
+MOST = {"boot": (25, 1500, sys.maxsize), "lab": (10, 200, sys.maxsize),
+        "loads": (25, 400, sys.maxsize), "chassis": (8, 150, sys.maxsize),
+        "tour": (2, 30, sys.maxsize)}
 # The tour waits, the others compute.
-WORKERS = {"tour": 8}
+WORKERS = {"tour": 16}
 
 
 @pytest.fixture(scope="module", params=SCENARIOS)
@@ -42,8 +45,19 @@ def test_each_call_may_fail(scenario, kind, boot_counts):
     first = 1
     if kind == "malloc" and one.name != "boot":
         first = min(boot_counts["malloc"], healthy.counts["malloc"])
-    numbers = spread(first, healthy.counts[kind], MOST[one.name][ALL], SEED)
+    numbers = spread(first, healthy.counts[kind], MOST[one.name][EXTENT], SEED)
     problems = objections(one, healthy, list(failures(kind, numbers)), WORKERS.get(one.name, 2))
+    assert not problems, "\n".join(problems)
+
+
+def test_what_the_library_prints_may_find_no_memory(lab):
+    """It comes by way of the C library, through which no exception may pass."""
+    prints = Scenario("prints", ("--shape", "chassis", "--stopped", "-x",
+                                 "expect device 3 enable -- result is -2"))
+    healthy = run(prints)
+    assert healthy.status == 0, healthy.said
+    last = healthy.counts["malloc"]
+    problems = objections(prints, healthy, list(failures("malloc", range(last - 60, last + 1))), 2)
     assert not problems, "\n".join(problems)
 
 
